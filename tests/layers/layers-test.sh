@@ -1,0 +1,73 @@
+#!/usr/bin/env bash
+# Shows that the layer check can fail: each row is a made-up tree with one include of interest.
+set -euo pipefail
+
+check=$(dirname "$(readlink -f "$0")")/check-layers.sh
+folder=$(mktemp -d)
+trap 'rm -rf "$folder"' EXIT
+failures=0
+rows=0
+
+# row FILE INCLUDE EXPECTED: EXPECTED is the message behind "FILE:2: ", or empty for no offence.
+row() {
+    local file=$1 include=$2 expected=$3 status=0 answer
+    local tree=$folder/tree$((rows += 1))
+    mkdir -p "$tree/$(dirname "$file")" "$tree/platform"
+    printf '#pragma once\n' >"$tree/platform/Ground.h"
+    printf '#pragma once\n#include %s\n' "$include" >"$tree/$file"
+    answer=$(bash "$check" "$tree" 2>&1) || status=$?
+    if [[ -n $expected ]]; then expected="$file:2: $expected"; fi
+    if [[ $answer != "$expected" || $status -ne $((${#expected} > 0)) ]]; then
+        printf 'FAILED: %s in %s\n  expected: %s\n  answer:   %s (exit %d)\n' \
+            "$include" "$file" "${expected:-nothing}" "${answer:-nothing}" "$status"
+        failures=$((failures + 1))
+    fi
+}
+
+# Upwards, in steps and over several layers
+row platform/Port.h '"support/QVLog.h"' 'platform/ is below support/ and may not include support/QVLog.h'
+row support/QVLog.cpp '"xml/XMLNode.h"' 'support/ is below xml/ and may not include xml/XMLNode.h'
+row xml/XMLNode.h '"hosts/Host.h"' 'xml/ is below hosts/ and may not include hosts/Host.h'
+row hosts/Host.cpp '"engine/passes/Pass.h"' \
+    'hosts/ is below engine/ and may not include engine/passes/Pass.h'
+row engine/passes/Pass.cpp '"cli/Options.h"' 'engine/ is below cli/ and may not include cli/Options.h'
+row engine/Run.h '<app/Window.h>' 'engine/ is below app/ and may not include app/Window.h'
+row platform/posix/Port.cpp '  "engine/Run.h"' \
+    'platform/ is below engine/ and may not include engine/Run.h'
+# Sideways
+row cli/main.cpp '"app/Window.h"' 'cli/ may not include app/Window.h'
+row app/main.cpp '"cli/Options.h"' 'app/ may not include cli/Options.h'
+# Around the check
+row engine/Run.cpp '"Run.h"' '"Run.h" is not written from the root of a layer'
+row support/QVLog.cpp '"../engine/Run.h"' '"../engine/Run.h" is not written from the root of a layer'
+# XML libraries
+row engine/Run.cpp '<pugixml.hpp>' 'only xml/ may include pugixml.hpp'
+row tests/engine/run_test.cpp '<expat.h>' 'only xml/ may include expat.h'
+# Qt and printing
+row support/QVAlert.cpp '<QMessageBox>' \
+    'only app/ and platform/qt/ may include Qt (QMessageBox)'
+row cli/main.cpp '<QtCore/QString>' 'only app/ and platform/qt/ may include Qt (QtCore/QString)'
+row platform/posix/Port.cpp '<qobject.h>' 'only app/ and platform/qt/ may include Qt (qobject.h)'
+row cli/main.cpp '"platform/qt/Desktop.h"' 'only app/ may include platform/qt/Desktop.h'
+row engine/Run.cpp '<iostream>' 'engine/ may not print (iostream)'
+# Allowed
+row support/QVLog.cpp '"platform/Port.h"' ''
+row support/QVLog.cpp '"support/Format.h"' ''
+row xml/XMLDocument.cpp '<pugixml.hpp>' ''
+row cli/main.cpp '"engine/Run.h"' ''
+row cli/main.cpp '<iostream>' ''
+row app/Window.cpp '<QMainWindow>' ''
+row app/Window.cpp '"platform/qt/Desktop.h"' ''
+row platform/qt/Desktop.cpp '<QtGui/QDesktopServices>' ''
+row support/QVLog.cpp '<vector>' ''
+row tests/engine/run_test.cpp '"engine/Run.h"' ''
+
+# A tree without sources is no clean tree.
+mkdir "$folder/empty"
+if bash "$check" "$folder/empty" >/dev/null 2>&1; then
+    echo "FAILED: an empty tree passes"
+    failures=$((failures + 1))
+fi
+
+echo "$rows trees, $failures failures"
+((failures == 0))
