@@ -1,0 +1,55 @@
+#include "platform/Platform.h"
+
+#include "platform/posix/BuildBundle.h"
+#include "platform/posix/ConsoleAlertPresenter.h"
+#include "platform/posix/HomeFolders.h"
+#include "platform/posix/PropertyListDefaults.h"
+#include "platform/posix/QueueMainThread.h"
+#include "platform/posix/StandardConsole.h"
+
+#include <atomic>
+#include <cassert>
+#include <mutex>
+
+namespace reelsweep {
+
+namespace {
+
+// Never destroyed: the log still writes while the process ends.
+std::atomic<Platform*> installed = nullptr;
+std::mutex firstUse;
+
+}  // namespace
+
+Platform& Platform::current() {
+    if (Platform* const platform = installed.load(std::memory_order_acquire)) return *platform;
+    const std::lock_guard lock(firstUse);
+    if (!installed) installed = new Platform(commandLine());
+    return *installed;
+}
+
+void Platform::install(Platform platform) {
+    assert(platform.mainThread && platform.alertPresenter && platform.userDefaults &&
+           platform.bundle && platform.workspace && platform.folders && platform.console);
+    const std::lock_guard lock(firstUse);
+    if (Platform* const present = installed)
+        *present = std::move(platform);
+    else
+        installed = new Platform(std::move(platform));
+}
+
+Platform Platform::commandLine() {
+    Platform platform;
+    platform.mainThread = std::make_unique<QueueMainThread>();
+    platform.alertPresenter = std::make_unique<ConsoleAlertPresenter>();
+    platform.bundle = std::make_unique<BuildBundle>();
+    platform.workspace = std::make_unique<EmptyWorkspace>();
+    platform.folders = std::make_unique<HomeFolders>();
+    platform.console = std::make_unique<StandardConsole>();
+    const auto library = platform.folders->path(StandardDirectory::library, FolderDomain::user);
+    platform.userDefaults = std::make_unique<PropertyListDefaults>(
+        platform.bundle->identifier().value_or(""), library ? *library + "/Preferences" : "");
+    return platform;
+}
+
+}  // namespace reelsweep

@@ -1,0 +1,32 @@
+// Workspace: the other applications of the machine.
+//
+// Owner: Platform. Thread rule: any thread.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace reelsweep {
+
+class Workspace {
+public:
+    virtual ~Workspace() = default;
+
+    /// The bundle identifiers of the applications that run now.
+    virtual std::vector<std::string> runningApplicationIdentifiers() const = 0;
+
+    /// Where the application with the bundle identifier is installed; empty when it is not.
+    virtual std::optional<std::string> applicationPath(std::string_view identifier) const = 0;
+};
+
+/// A machine on which no other application is installed or runs: what the command line works with,
+/// which never drives one.
+class EmptyWorkspace final : public Workspace {
+public:
+    std::vector<std::string> runningApplicationIdentifiers() const override { return {}; }
+    std::optional<std::string> applicationPath(std::string_view) const override { return {}; }
+};
+
+}  // namespace reelsweep

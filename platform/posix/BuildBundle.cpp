@@ -1,0 +1,22 @@
+#include "platform/posix/BuildBundle.h"
+
+#include <filesystem>
+
+namespace reelsweep {
+
+std::optional<std::string> BuildBundle::identifier() const { return "com.quorvane.Reelsweep"; }
+
+std::optional<std::string> BuildBundle::infoValue(std::string_view key) const {
+    if (key == "CFBundleIdentifier") return identifier();
+    if (key == "CFBundleVersion" || key == "CFBundleShortVersionString") return REELSWEEP_VERSION;
+    return {};
+}
+
+std::optional<std::string> BuildBundle::executablePath() const {
+    std::error_code error;
+    const auto path = std::filesystem::read_symlink("/proc/self/exe", error);
+    if (error) return {};
+    return path.string();
+}
+
+}  // namespace reelsweep
