@@ -1,0 +1,226 @@
+#include "xml/XMLDocument.h"
+
+#include "xml/StrictCheck.h"
+#include "xml/XMLAccess.h"
+#include "xml/XMLWriter.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <cerrno>
+#include <cstring>
+#include <future>
+
+namespace reelsweep {
+
+struct XMLDocument::Tree {
+    pugi::xml_document pugi;
+    pugi::xml_node content;
+
+    // Gives the parsed nodes the layout that XMLAccess.h draws.
+    void arrange() {
+        pugi::xml_node lastOfProlog;
+        for (const pugi::xml_node node : pugi.children()) {
+            if (node.type() != pugi::node_declaration && node.type() != pugi::node_doctype)
+                continue;
+            lastOfProlog = node;
+            // Whatever the file was in, the tree is UTF-8 from here on, and so is what is saved.
+            if (pugi::xml_attribute encoding = node.attribute("encoding"))
+                encoding.set_value("UTF-8");
+        }
+        pugi::xml_node next = lastOfProlog ? lastOfProlog.next_sibling() : pugi.first_child();
+
+        pugi::xml_node slot = XMLAccess::appendSlot(pugi);
+        content = slot.append_child(pugi::node_element);
+        const char contentName[] = {XMLAccess::contentMark, '\0'};
+        content.set_name(contentName);
+        while (next != slot) {
+            const pugi::xml_node moved = next;
+            next = next.next_sibling();
+            content.append_move(moved);
+        }
+        const char detachedName[] = {XMLAccess::detachedMark, '\0'};
+        pugi.append_child(pugi::node_element).set_name(detachedName);
+    }
+
+    Outcome takeParsed(const pugi::xml_parse_result& parsed, const std::string& name) {
+        if (!parsed)
+            return Failure{FailureCode::inputInvalid, parsed.description(), name, 0, 0, ""};
+        arrange();
+        return Done{};
+    }
+};
+
+XMLDocument::XMLDocument() : tree_(std::make_unique<Tree>()) { tree_->arrange(); }
+XMLDocument::~XMLDocument() = default;
+XMLDocument::XMLDocument(XMLDocument&&) noexcept = default;
+XMLDocument& XMLDocument::operator=(XMLDocument&&) noexcept = default;
+
+namespace {
+
+Failure emptyInput(const std::string& name) {
+    return {FailureCode::inputInvalid, "the file is empty", name, 1, 0, ""};
+}
+
+Failure unreadable(const std::string& path, const char* what) {
+    return {FailureCode::inputUnreadable, what, path, 0, 0, ""};
+}
+
+class Descriptor {
+public:
+    explicit Descriptor(int value) : value_(value) {}
+    ~Descriptor() {
+        if (value_ >= 0) close(value_);
+    }
+    Descriptor(const Descriptor&) = delete;
+    Descriptor& operator=(const Descriptor&) = delete;
+    int get() const { return value_; }
+
+private:
+    int value_;
+};
+
+// Memory that pugixml may take over.
+struct ParserFree {
+    void operator()(char* bytes) const { pugi::get_memory_deallocation_function()(bytes); }
+};
+using ParserBuffer = std::unique_ptr<char, ParserFree>;
+
+ParserBuffer allocateForParser(std::size_t bytes) {
+    return ParserBuffer(static_cast<char*>(pugi::get_memory_allocation_function()(bytes)));
+}
+
+// Reads up to `limit` bytes; short only at the end of the file.
+ssize_t readFully(int descriptor, char* bytes, std::size_t limit) {
+    std::size_t done = 0;
+    while (done < limit) {
+        const ssize_t got = read(descriptor, bytes + done, limit - done);
+        if (got < 0 && errno == EINTR) continue;
+        if (got < 0) return -1;
+        if (got == 0) break;
+        done += static_cast<std::size_t>(got);
+    }
+    return static_cast<ssize_t>(done);
+}
+
+// Pipes and devices have no size and are read once only.
+Result<std::string> readStream(int descriptor, const std::string& path) {
+    std::string bytes;
+    constexpr std::size_t piece = 256 * 1024;
+    for (;;) {
+        const std::size_t before = bytes.size();
+        bytes.resize(before + piece);
+        const ssize_t got = readFully(descriptor, bytes.data() + before, piece);
+        if (got < 0) return unreadable(path, std::strerror(errno));
+        bytes.resize(before + static_cast<std::size_t>(got));
+        if (static_cast<std::size_t>(got) < piece) return bytes;
+    }
+}
+
+// From this size on the check runs beside the parser.
+constexpr std::size_t largeInputBytes = 1024 * 1024;
+
+}  // namespace
+
+Result<XMLDocument> XMLDocument::parse(std::string_view bytes, const std::string& name) {
+    if (bytes.empty()) return emptyInput(name);
+    if (Outcome checked = checkWellFormed(bytes, name); !checked) return checked.failure();
+    XMLDocument document;
+    document.tree_ = std::make_unique<Tree>();
+    const auto parsed =
+        document.tree_->pugi.load_buffer(bytes.data(), bytes.size(), XMLAccess::parseOptions);
+    if (Outcome taken = document.tree_->takeParsed(parsed, name); !taken) return taken.failure();
+    return document;
+}
+
+Result<XMLDocument> XMLDocument::load(const std::string& path) {
+    const Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    if (file.get() < 0) return unreadable(path, std::strerror(errno));
+    struct stat status {};
+    if (fstat(file.get(), &status) != 0) return unreadable(path, std::strerror(errno));
+    if (S_ISDIR(status.st_mode)) return unreadable(path, "is a folder, not a file");
+    if (!S_ISREG(status.st_mode)) {
+        const Result<std::string> bytes = readStream(file.get(), path);
+        if (!bytes) return bytes.failure();
+        return parse(*bytes, path);
+    }
+
+    const FileIdentity identity = FileIdentity::ofDescriptor(file.get());
+    const std::size_t size = static_cast<std::size_t>(status.st_size);
+    if (size == 0) return emptyInput(path);
+    ParserBuffer bytes = allocateForParser(size);
+    if (!bytes) return unreadable(path, std::strerror(ENOMEM));
+    const ssize_t got = readFully(file.get(), bytes.get(), size);
+    if (got < 0) return unreadable(path, std::strerror(errno));
+
+    // The parser works in place and destroys the bytes, so the check reads the file for itself.
+    const auto policy = size >= largeInputBytes ? std::launch::async : std::launch::deferred;
+    std::future<Outcome> check =
+        std::async(policy, [&] { return checkWellFormed(file.get(), path); });
+    XMLDocument document;
+    document.tree_ = std::make_unique<Tree>();
+    const auto parsed = document.tree_->pugi.load_buffer_inplace_own(
+        bytes.release(), static_cast<std::size_t>(got), XMLAccess::parseOptions);
+    if (Outcome checked = check.get(); !checked) return checked.failure();
+    if (FileIdentity::ofDescriptor(file.get()) != identity || static_cast<std::size_t>(got) != size)
+        return unreadable(path, "changed while it was being read");
+    if (Outcome taken = document.tree_->takeParsed(parsed, path); !taken) return taken.failure();
+    document.loadedFile_ = identity;
+    return document;
+}
+
+Result<std::string> rootElementName(const std::string& path) {
+    const Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    if (file.get() < 0) return unreadable(path, std::strerror(errno));
+    struct stat status {};
+    if (fstat(file.get(), &status) == 0 && S_ISDIR(status.st_mode))
+        return unreadable(path, "is a folder, not a file");
+    if (status.st_size == 0 && S_ISREG(status.st_mode)) return emptyInput(path);
+    return rootElementOf(file.get(), path);
+}
+
+XMLNode XMLDocument::node() const { return XMLAccess::handle(tree_->content); }
+
+XMLNode XMLDocument::rootElement() const {
+    XMLNode root = node().firstChild();
+    while (root && !root.isElement()) root = root.nextSibling();
+    return root;
+}
+
+void XMLDocument::serialise(XMLFormat format, ByteSink& sink) const {
+    XMLWriter writer(sink, format);
+    for (const pugi::xml_node node : tree_->pugi.children()) {
+        if (node.type() == pugi::node_element) break;  // the slot of the content ends the prolog
+        writer.writeTopLevel(node);
+    }
+    for (const pugi::xml_node node : tree_->content.children()) writer.writeTopLevel(node);
+    writer.flush();
+}
+
+namespace {
+
+struct StringSink final : ByteSink {
+    std::string text;
+    bool write(std::string_view bytes) override {
+        text.append(bytes);
+        return true;
+    }
+};
+
+}  // namespace
+
+std::string XMLDocument::serialise(XMLFormat format) const {
+    StringSink sink;
+    serialise(format, sink);
+    return std::move(sink.text);
+}
+
+std::string serialise(const XMLNode& node, XMLFormat format) {
+    StringSink sink;
+    XMLWriter writer(sink, format);
+    writer.writeNode(XMLAccess::pugi(node), 0);
+    writer.flush();
+    return std::move(sink.text);
+}
+
+}  // namespace reelsweep

@@ -1,0 +1,68 @@
+// XMLDocument: a whole XML document, owner of all its nodes, attached or not.
+//
+// Loading is strict. The bytes are checked for well-formedness by a second parser (on a second thread
+// for large input) and refused, with line and column, when they are not well-formed, declare entities,
+// refer to undeclared or external ones, or nest deeper than maximumDepth. White-space-only text between
+// elements is dropped; a text that is an element's only content is kept even when blank. Comments, CDATA
+// sections, processing instructions and the DOCTYPE survive a load and save.
+// Thread rule: one document is used from one thread at a time; different documents are independent.
+#pragma once
+
+#include "support/AtomicFile.h"
+#include "support/Failure.h"
+#include "xml/XMLNode.h"
+
+#include <memory>
+#include <string>
+#include <string_view>
+
+namespace reelsweep {
+
+enum class XMLFormat {
+    compact,  ///< no white space added
+    pretty,   ///< elements on lines of their own, one tab a level
+};
+
+class XMLDocument {
+public:
+    /// Elements within elements; far above what an editing system writes.
+    static constexpr int maximumDepth = 1000;
+
+    /// An empty document.
+    XMLDocument();
+    ~XMLDocument();
+    XMLDocument(XMLDocument&&) noexcept;
+    XMLDocument& operator=(XMLDocument&&) noexcept;
+
+    /// Reads UTF-8, UTF-16 or ISO-8859-1 from a file. Fails with inputUnreadable or inputInvalid; the
+    /// failure names the file. "-" is a file name like any other here.
+    static Result<XMLDocument> load(const std::string& path);
+    /// The same from memory; `name` stands for the file in messages.
+    static Result<XMLDocument> parse(std::string_view bytes, const std::string& name = {});
+
+    /// The document node: parent of the root element, context of queries on the whole document.
+    XMLNode node() const;
+    XMLNode rootElement() const;
+
+    /// The document as text, with its declaration and DOCTYPE. UTF-8, ends in a line feed when pretty.
+    std::string serialise(XMLFormat format) const;
+    /// Writes serialise(format) to a sink chunk by chunk, so that no second copy is held in memory.
+    void serialise(XMLFormat format, ByteSink& sink) const;
+
+    /// The file as it was when it was loaded; empty for a document from memory.
+    const FileIdentity& loadedFile() const { return loadedFile_; }
+
+private:
+    struct Tree;
+    std::unique_ptr<Tree> tree_;
+    FileIdentity loadedFile_;
+};
+
+/// The name of a file's root element; only as much is read as that takes. Fails with inputUnreadable or
+/// inputInvalid. Not for pipes: what was read is gone.
+Result<std::string> rootElementName(const std::string& path);
+
+/// One node (an element with all below it) as text, without declaration.
+std::string serialise(const XMLNode& node, XMLFormat format = XMLFormat::compact);
+
+}  // namespace reelsweep

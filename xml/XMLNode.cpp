@@ -1,0 +1,300 @@
+#include "xml/XMLNode.h"
+
+#include "xml/StrictCheck.h"
+#include "xml/XMLAccess.h"
+
+#include <cstring>
+
+namespace reelsweep {
+
+namespace {
+
+bool isTextType(pugi::xml_node_type type) {
+    return type == pugi::node_pcdata || type == pugi::node_cdata;
+}
+
+bool hasName(const pugi::xml_node& node, std::string_view name) {
+    const char* own = node.name();
+    return std::strncmp(own, name.data(), name.size()) == 0 && own[name.size()] == '\0';
+}
+
+void appendDescendantText(const pugi::xml_node& node, std::string& text) {
+    for (pugi::xml_node d = node.first_child(); d;) {
+        if (isTextType(d.type())) text += d.value();
+        if (d.first_child()) {
+            d = d.first_child();
+            continue;
+        }
+        while (d && d != node && !d.next_sibling()) d = d.parent();
+        if (!d || d == node) break;
+        d = d.next_sibling();
+    }
+}
+
+}  // namespace
+
+pugi::xml_node XMLAccess::appendSlot(pugi::xml_node parent) {
+    pugi::xml_node slot = parent.append_child(pugi::node_element);
+    const char name[] = {slotMark, '\0'};
+    slot.set_name(name);
+    return slot;
+}
+
+pugi::xml_node XMLAccess::detachedSlot(const pugi::xml_node& anyNode) {
+    return appendSlot(anyNode.root().last_child());
+}
+
+XMLKind XMLNode::kind() const {
+    if (attribute_) return XMLKind::attribute;
+    const pugi::xml_node node(node_);
+    switch (node.type()) {
+        case pugi::node_element:
+            return XMLAccess::hasMark(node, XMLAccess::contentMark) ? XMLKind::document
+                                                                    : XMLKind::element;
+        case pugi::node_pcdata: return XMLKind::text;
+        case pugi::node_cdata: return XMLKind::cdata;
+        case pugi::node_comment: return XMLKind::comment;
+        case pugi::node_pi: return XMLKind::processingInstruction;
+        case pugi::node_declaration: return XMLKind::declaration;
+        case pugi::node_doctype: return XMLKind::doctype;
+        case pugi::node_document:
+        case pugi::node_null: break;
+    }
+    return XMLKind::none;
+}
+
+bool XMLNode::isElement(std::string_view wanted) const {
+    if (attribute_) return false;
+    const pugi::xml_node node(node_);
+    return node.type() == pugi::node_element && hasName(node, wanted);
+}
+
+bool XMLNode::isText() const { return !attribute_ && isTextType(pugi::xml_node(node_).type()); }
+
+std::string_view XMLNode::name() const {
+    if (attribute_) return pugi::xml_attribute(attribute_).name();
+    const pugi::xml_node node(node_);
+    return XMLAccess::hasMark(node, XMLAccess::contentMark) ? std::string_view() : node.name();
+}
+
+std::string_view XMLNode::value() const {
+    if (attribute_) return pugi::xml_attribute(attribute_).value();
+    return pugi::xml_node(node_).value();
+}
+
+std::string XMLNode::stringValue() const {
+    if (attribute_) return pugi::xml_attribute(attribute_).value();
+    const pugi::xml_node node(node_);
+    if (node.type() != pugi::node_element) return node.value();
+    std::string text;
+    appendDescendantText(node, text);
+    return text;
+}
+
+XMLNode XMLNode::parent() const {
+    if (attribute_) return XMLNode(node_, nullptr);
+    const pugi::xml_node parent = pugi::xml_node(node_).parent();
+    if (XMLAccess::hasMark(parent, XMLAccess::slotMark)) return {};
+    return XMLAccess::handle(parent);
+}
+
+XMLNode XMLNode::previousSibling() const {
+    if (attribute_) return {};
+    return XMLAccess::handle(pugi::xml_node(node_).previous_sibling());
+}
+
+XMLNode XMLNode::nextSibling() const {
+    if (attribute_) return {};
+    return XMLAccess::handle(pugi::xml_node(node_).next_sibling());
+}
+
+XMLNode XMLNode::firstChild() const {
+    if (attribute_) return {};
+    return XMLAccess::handle(pugi::xml_node(node_).first_child());
+}
+
+XMLNode XMLNode::lastChild() const {
+    if (attribute_) return {};
+    return XMLAccess::handle(pugi::xml_node(node_).last_child());
+}
+
+XMLNode XMLNode::child(const char* name) const {
+    if (attribute_) return {};
+    return XMLAccess::handle(pugi::xml_node(node_).child(name));
+}
+
+XMLNode XMLNode::nextSibling(const char* name) const {
+    if (attribute_) return {};
+    return XMLAccess::handle(pugi::xml_node(node_).next_sibling(name));
+}
+
+std::size_t XMLNode::index() const {
+    std::size_t position = 0;
+    for (XMLNode sibling = previousSibling(); sibling; sibling = sibling.previousSibling())
+        ++position;
+    return position;
+}
+
+std::size_t XMLNode::childCount() const {
+    std::size_t count = 0;
+    for (XMLNode node = firstChild(); node; node = node.nextSibling()) ++count;
+    return count;
+}
+
+XMLNode XMLNode::childAtIndex(std::size_t index) const {
+    XMLNode node = firstChild();
+    while (node && index-- > 0) node = node.nextSibling();
+    return node;
+}
+
+std::optional<std::string_view> XMLNode::attribute(const char* name) const {
+    if (attribute_) return {};
+    const pugi::xml_attribute found = pugi::xml_node(node_).attribute(name);
+    if (!found) return {};
+    return std::string_view(found.value());
+}
+
+XMLNode XMLNode::firstText() const {
+    if (attribute_) return {};
+    for (pugi::xml_node node = pugi::xml_node(node_).first_child(); node;
+         node = node.next_sibling())
+        if (isTextType(node.type())) return XMLAccess::handle(node);
+    return {};
+}
+
+XMLNode XMLNode::nextElement(const XMLNode& topNode, std::string_view name) const {
+    const pugi::xml_node top(topNode.node_);
+    pugi::xml_node node(node_);
+    for (;;) {
+        if (node.first_child()) {
+            node = node.first_child();
+        } else {
+            while (node && node != top && !node.next_sibling()) node = node.parent();
+            if (!node || node == top) return {};
+            node = node.next_sibling();
+        }
+        if (node.type() == pugi::node_element && (name.empty() || hasName(node, name)))
+            return XMLAccess::handle(node);
+    }
+}
+
+namespace {
+
+// Moves a node with `move`, and frees the slot that it leaves empty.
+template <class Move>
+void moveOutOfSlot(pugi::xml_node node, Move move) {
+    pugi::xml_node before = node.parent();
+    if (!move(node)) return;
+    if (XMLAccess::hasMark(before, XMLAccess::slotMark) && !before.first_child())
+        before.parent().remove_child(before);
+}
+
+}  // namespace
+
+void XMLNode::detach() {
+    if (attribute_ || !parent()) return;
+    const pugi::xml_node node(node_);
+    XMLAccess::detachedSlot(node).append_move(node);
+}
+
+void XMLNode::appendChild(XMLNode node) {
+    moveOutOfSlot(XMLAccess::pugi(node),
+                  [&](const pugi::xml_node& n) { return pugi::xml_node(node_).append_move(n); });
+}
+
+void XMLNode::prependChild(XMLNode node) {
+    moveOutOfSlot(XMLAccess::pugi(node),
+                  [&](const pugi::xml_node& n) { return pugi::xml_node(node_).prepend_move(n); });
+}
+
+void XMLNode::insertBefore(XMLNode node, XMLNode next) {
+    moveOutOfSlot(XMLAccess::pugi(node), [&](const pugi::xml_node& n) {
+        return pugi::xml_node(node_).insert_move_before(n, XMLAccess::pugi(next));
+    });
+}
+
+void XMLNode::insertAfter(XMLNode node, XMLNode previous) {
+    moveOutOfSlot(XMLAccess::pugi(node), [&](const pugi::xml_node& n) {
+        return pugi::xml_node(node_).insert_move_after(n, XMLAccess::pugi(previous));
+    });
+}
+
+void XMLNode::insertChildAtIndex(XMLNode node, std::size_t index) {
+    const XMLNode next = childAtIndex(index);
+    if (next)
+        insertBefore(node, next);
+    else
+        appendChild(node);
+}
+
+XMLNode XMLNode::copy() const {
+    if (!node_ || attribute_) return {};
+    const pugi::xml_node node(node_);
+    return XMLAccess::handle(XMLAccess::detachedSlot(node).append_copy(node));
+}
+
+XMLNode XMLNode::appendCopy(XMLNode node) {
+    if (!node_ || attribute_) return {};
+    return XMLAccess::handle(pugi::xml_node(node_).append_copy(XMLAccess::pugi(node)));
+}
+
+void XMLNode::setText(std::string_view text) {
+    if (!isElement()) return;
+    pugi::xml_node node(node_);
+    pugi::xml_node only = node.first_child();
+    if (!only || only.next_sibling() || only.type() != pugi::node_pcdata) {
+        while (XMLNode first = firstChild()) first.detach();
+        only = node.append_child(pugi::node_pcdata);
+    }
+    only.set_value(std::string(text).c_str());
+}
+
+void XMLNode::setOnlyAttribute(const char* name, std::string_view value) {
+    if (!isElement()) return;
+    const std::string kept(value);  // the value may be one of the attributes removed here
+    pugi::xml_node node(node_);
+    node.remove_attributes();
+    node.append_attribute(name).set_value(kept.c_str());
+}
+
+void XMLNode::setAttribute(const char* name, std::string_view value) {
+    if (!isElement()) return;
+    pugi::xml_node node(node_);
+    pugi::xml_attribute attribute = node.attribute(name);
+    if (!attribute) attribute = node.append_attribute(name);
+    attribute.set_value(std::string(value).c_str());
+}
+
+Result<XMLNode> XMLNode::parseDetached(std::string_view text) const {
+    if (!node_) return Failure{FailureCode::internal, "no document to parse into", "", 0, 0, ""};
+    if (Outcome checked = checkWellFormed(text, {}); !checked) return checked.failure();
+    pugi::xml_node slot = XMLAccess::detachedSlot(pugi::xml_node(node_));
+    const pugi::xml_parse_result parsed =
+        slot.append_buffer(text.data(), text.size(), XMLAccess::parseOptions, pugi::encoding_utf8);
+    pugi::xml_node element = slot.first_child();
+    while (element && element.type() != pugi::node_element) element = element.next_sibling();
+    if (!parsed || !element)
+        return Failure{FailureCode::inputInvalid, parsed.description(), "", 0, 0, ""};
+    return XMLAccess::handle(element);
+}
+
+std::string description(const XMLNode& node) {
+    if (!node.isElement()) return node.stringValue();
+    std::string text = "<" + std::string(node.name());
+    if (const auto id = node.attribute("id")) text += " id=\"" + std::string(*id) + "\"";
+    text += ">";
+    const XMLNode name = node.child("name");
+    if (name) text += " \"" + name.stringValue() + "\"";
+    return text;
+}
+
+std::string description(const std::vector<XMLNode>& nodes) {
+    std::string text = "(";
+    for (const XMLNode& node : nodes) {
+        if (text.size() > 1) text += ", ";
+        text += description(node);
+    }
+    return text + ")";
+}
+
+}  // namespace reelsweep

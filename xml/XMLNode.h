@@ -1,0 +1,145 @@
+// XMLNode: a cheap handle on one node of an XML tree. The XMLDocument owns the nodes.
+//
+// A null handle is safe everywhere: its relatives are null, its texts empty, edits do nothing.
+// Detaching a node never invalidates a handle: the node loses its parent and siblings, no query from
+// elsewhere reaches it, and its memory is freed with its document.
+// Thread rule: one document's nodes are used from one thread at a time.
+#pragma once
+
+#include "support/Failure.h"
+
+#include <cstddef>
+#include <functional>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace pugi {
+class xml_node;
+class xml_attribute;
+struct xml_node_struct;
+struct xml_attribute_struct;
+}  // namespace pugi
+
+namespace reelsweep {
+
+enum class XMLKind {
+    none,
+    document,
+    element,
+    text,
+    cdata,
+    comment,
+    processingInstruction,
+    declaration,
+    doctype,
+    attribute,
+};
+
+class XMLNode {
+public:
+    XMLNode() = default;
+
+    explicit operator bool() const { return node_ != nullptr; }
+    bool operator==(const XMLNode&) const = default;
+
+    XMLKind kind() const;
+    bool isElement() const { return kind() == XMLKind::element; }
+    /// True for an element of exactly this name.
+    bool isElement(std::string_view name) const;
+    /// Character data, CDATA sections included.
+    bool isText() const;
+
+    /// Element, attribute or processing-instruction name; empty otherwise.
+    std::string_view name() const;
+    /// A text's, comment's or attribute's own text; empty for elements.
+    std::string_view value() const;
+    /// The text of all descendants, as XPath's string() has it.
+    std::string stringValue() const;
+
+    // Relatives. An attribute's parent is its element; it has no siblings.
+    XMLNode parent() const;
+    XMLNode previousSibling() const;
+    XMLNode nextSibling() const;
+    XMLNode firstChild() const;
+    XMLNode lastChild() const;
+    /// First child element of that name. The name must be NUL-terminated.
+    XMLNode child(const char* name) const;
+    /// Next sibling element of that name.
+    XMLNode nextSibling(const char* name) const;
+    /// Position among the parent's child nodes, from 0. O(position).
+    std::size_t index() const;
+    /// O(children).
+    std::size_t childCount() const;
+    XMLNode childAtIndex(std::size_t index) const;
+
+    /// The text of the attribute, or nothing when the element lacks it.
+    std::optional<std::string_view> attribute(const char* name) const;
+    /// First text (or CDATA) child; null when there is none.
+    XMLNode firstText() const;
+
+    /// The element after this one in document order that lies below `top` and has that name (any name
+    /// when empty); null after the last. From `top` itself it answers the first one.
+    XMLNode nextElement(const XMLNode& top, std::string_view name) const;
+    /// Calls visit(descendant) for every element below this node named `name` (any name when empty), in
+    /// document order. The tree must not be edited meanwhile.
+    template <class Visit>
+    void forEachDescendant(std::string_view name, Visit visit) const {
+        for (XMLNode d = nextElement(*this, name); d; d = d.nextElement(*this, name)) visit(d);
+    }
+    bool hasDescendant(std::string_view name) const { return bool(nextElement(*this, name)); }
+
+    // Edits. All nodes must belong to one document.
+
+    /// Takes the node out of its parent. A node without parent is left as it is.
+    void detach();
+    /// Each moves `node` (with all below it), from wherever it is, to its new place.
+    void appendChild(XMLNode node);
+    void prependChild(XMLNode node);
+    void insertBefore(XMLNode node, XMLNode nextSibling);
+    void insertAfter(XMLNode node, XMLNode previousSibling);
+    /// Inserts as the child at `index`; appends when that is past the end. O(index).
+    void insertChildAtIndex(XMLNode node, std::size_t index);
+
+    /// A deep copy in the same document, without parent.
+    XMLNode copy() const;
+    /// Appends a deep copy of a node, which may belong to another document; answers the copy.
+    XMLNode appendCopy(XMLNode node);
+    /// Makes one text the only content of an element.
+    void setText(std::string_view text);
+    /// Makes this the element's only attribute.
+    void setOnlyAttribute(const char* name, std::string_view value);
+    void setAttribute(const char* name, std::string_view value);
+
+    /// Parses one element from text, strictly, into this node's document, without parent.
+    /// Fails with inputInvalid when the text is anything but one well-formed element.
+    Result<XMLNode> parseDetached(std::string_view text) const;
+
+    /// Stable while the document lives; for maps keyed by node.
+    const void* identity() const {
+        return attribute_ ? static_cast<const void*>(attribute_) : static_cast<const void*>(node_);
+    }
+
+private:
+    friend struct XMLAccess;
+    XMLNode(pugi::xml_node_struct* node, pugi::xml_attribute_struct* attribute)
+        : node_(node), attribute_(attribute) {}
+
+    pugi::xml_node_struct* node_ = nullptr;
+    pugi::xml_attribute_struct* attribute_ = nullptr;
+};
+
+/// For log lines: an element as its start tag and its name, such as `<clipitem id="c1"> "Harbour"`.
+std::string description(const XMLNode& node);
+/// The same for a list: "(<clipitem ...>, <clipitem ...>)".
+std::string description(const std::vector<XMLNode>& nodes);
+
+}  // namespace reelsweep
+
+template <>
+struct std::hash<reelsweep::XMLNode> {
+    std::size_t operator()(const reelsweep::XMLNode& node) const noexcept {
+        return std::hash<const void*>()(node.identity());
+    }
+};
