@@ -1,0 +1,60 @@
+#include "engine/ChangeLedger.h"
+
+#include <algorithm>
+
+namespace reelsweep {
+
+std::string_view description(ChangeKind kind) {
+    constexpr std::array<std::string_view, changeKindCount> words = {
+        "removed", "moved", "trimmed", "split", "inserted", "changed"};
+    return words[static_cast<std::size_t>(kind)];
+}
+
+std::string description(TrackLabel track) {
+    if (track.number == 0) return {};
+    return (track.video ? "V" : "A") + std::to_string(track.number);
+}
+
+ItemTimes ItemTimes::of(XMLNode item) {
+    ItemTimes times;
+    for (XMLNode child = item.firstChild(); child; child = child.nextSibling()) {
+        const std::string_view name = child.name();
+        std::optional<Frames>* const time = name == "start" ? &times.start
+                                            : name == "end" ? &times.end
+                                            : name == "in"  ? &times.in
+                                            : name == "out" ? &times.out
+                                                            : nullptr;
+        if (time && !*time) *time = leadingFrames(child.stringValue());
+    }
+    return times;
+}
+
+std::string Change::name() const { return node.child("name").stringValue(); }
+
+std::string Change::id() const { return std::string(node.attribute("id").value_or("")); }
+
+std::size_t SequenceLedger::addReason(std::string text) {
+    // One edit's changes come in a row and mostly share their reason.
+    if (reasons_.back() != text) reasons_.push_back(std::move(text));
+    return reasons_.size() - 1;
+}
+
+SequenceLedger::Totals SequenceLedger::totals(std::string_view pass) const {
+    Totals totals{};
+    for (const Change& change : changes)
+        if (change.pass == pass) ++totals[static_cast<std::size_t>(change.kind)];
+    return totals;
+}
+
+std::size_t SequenceLedger::items(ChangeKind kind) const {
+    return static_cast<std::size_t>(std::count_if(
+        changes.begin(), changes.end(),
+        [&](const Change& change) { return change.kind == kind && change.countsAsItem; }));
+}
+
+bool SequenceLedger::balances() const {
+    return itemsBefore + items(ChangeKind::inserted) + items(ChangeKind::split) ==
+           itemsAfter + items(ChangeKind::removed);
+}
+
+}  // namespace reelsweep

@@ -1,0 +1,30 @@
+// DocumentView: what a document needs of its window. The command line has one without a window.
+//
+// Owner: the program; it outlives the document. Thread rule: the document calls every function on the
+// main thread.
+#pragma once
+
+#include "platform/AlertPresenter.h"
+
+#include <string>
+
+namespace reelsweep {
+
+class DocumentView {
+public:
+    virtual ~DocumentView() = default;
+
+    /// Shows the progress sheet unless it is up already.
+    virtual void startProgress() = 0;
+    virtual void endProgress() = 0;
+    virtual void setProgressLabelText(const std::string& text) = 0;
+    /// The list of sequences was replaced.
+    virtual void reloadTable() = 0;
+    virtual void enableProcessButton(bool enabled) = 0;
+    /// The document has changes to save.
+    virtual void markChanged() = 0;
+    /// The window that alerts attach to; may be null.
+    virtual WindowRef window() = 0;
+};
+
+}  // namespace reelsweep

@@ -1,0 +1,375 @@
+#include "engine/QVFCPDoc.h"
+
+#include "engine/passes/Passes.h"
+#include "hosts/QVAppleEvents.h"
+#include "platform/Platform.h"
+#include "support/FinderInfo.h"
+#include "support/QVAlert.h"
+#include "support/QVException.h"
+#include "support/QVLog.h"
+#include "xml/QVXMLParser.h"
+#include "xml/XMLQuery.h"
+
+#include <algorithm>
+#include <cctype>
+
+namespace reelsweep {
+
+namespace {
+
+constexpr std::uint32_t finalCutProProjectType = 0x46435046;     // FCPF
+constexpr HFSCodes finalCutProXMLCodes{0x584D4C20, 0x4B657947};  // "XML ", KeyG
+
+bool hasProjectExtension(const std::string& path) {
+    const std::size_t dot = path.rfind('.');
+    const std::size_t slash = path.rfind('/');
+    if (dot == std::string::npos || (slash != std::string::npos && dot < slash)) return false;
+    std::string extension = path.substr(dot + 1);
+    std::transform(extension.begin(), extension.end(), extension.begin(),
+                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    return extension == "fcp";
+}
+
+bool isNativeProject(const std::string& path) {
+    if (hasProjectExtension(path)) return true;
+    const auto codes = readHFSCodes(path);
+    return codes && codes->type == finalCutProProjectType;
+}
+
+}  // namespace
+
+QVFCPDoc::QVFCPDoc(DocumentView& view)
+    : view_(view),
+      projectController_(std::make_unique<QVFCPProjectController>()),
+      sequences_(std::make_shared<SequenceArray>()) {}
+
+QVFCPDoc::~QVFCPDoc() {
+    processingCancelled_ = true;
+    waitUntilProcessed();
+    waitUntilPopulated();
+}
+
+// Opening and saving
+
+Outcome QVFCPDoc::readFromURL(const std::string& path) {
+    waitUntilPopulated();
+    path_ = path;
+    projectController_ = std::make_unique<QVFCPProjectController>();
+    isFCPProject_ = isNativeProject(path);
+    if (isFCPProject_) {
+        QVLog::appendLog("Loading FCP project");
+        return Failure{FailureCode::inputInvalid,
+                       "is a native Final Cut Pro project; export it as XML and open that",
+                       path,
+                       0,
+                       0,
+                       ""};
+    }
+    projectController_->setXmlDocFromFilePath(path);
+    QVLog::appendLog("Loading XML file");
+    populateThread_.start([this, path] { populateSequencesForProject(path); });
+    if (const auto& failure = projectController_->loadFailure()) return *failure;
+    return Done{};
+}
+
+Outcome QVFCPDoc::writeToURL(const std::string& path, Overwrite overwrite,
+                             bool refuseWhenChanged) const {
+    const auto& document = projectController_->xmlDoc();
+    if (!document)
+        return Failure{FailureCode::outputFailed, "there is no document to save", path, 0, 0, ""};
+    AtomicFile file(path, overwrite);
+    if (refuseWhenChanged) file.expectUnchanged(document->loadedFile());
+    if (Outcome opened = file.open(); !opened) return opened;
+    document->serialise(XMLFormat::pretty, file);
+    writeHFSCodes(file.descriptor(), finalCutProXMLCodes);
+    return file.commit();
+}
+
+bool QVFCPDoc::hasProjectNode() const {
+    return bool(projectController_->firstNodeForQuery("./xmeml/project/children"));
+}
+
+// Sequences
+
+std::shared_ptr<const SequenceArray> QVFCPDoc::sequenceArray() const {
+    const std::lock_guard lock(sequencesMutex_);
+    return sequences_;
+}
+
+void QVFCPDoc::populateSequencesForProject(const std::string&) {
+    if (!projectController_) return;
+    auto records = std::make_shared<SequenceArray>();
+    const auto nodes = projectController_->nodesForQuery(".//sequence/name/..");
+    for (const XMLNode& node : nodes.value_or(std::vector<XMLNode>()))
+        if (auto record = QVSequence::sequenceWithXMLRepresentation(node))
+            records->push_back(std::move(record));
+    {
+        const std::lock_guard lock(sequencesMutex_);
+        sequences_ = std::move(records);
+    }
+    onMainThread([this] { view_.reloadTable(); });
+}
+
+void QVFCPDoc::setSelected(std::size_t row, bool selected) {
+    const auto records = sequenceArray();
+    if (row < records->size()) (*records)[row]->selected = selected;
+    const bool any = std::any_of(records->begin(), records->end(),
+                                 [](const auto& record) { return record->selected.load(); });
+    view_.enableProcessButton(any);
+}
+
+// Progress and alerts
+
+void QVFCPDoc::startProgress() {
+    onMainThread([this] {
+        processingCancelled_ = false;
+        view_.startProgress();
+    });
+}
+
+void QVFCPDoc::endProgress() {
+    onMainThread([this] { view_.endProgress(); });
+}
+
+void QVFCPDoc::setProgressLabelText(const std::string& text) {
+    onMainThread([&] { view_.setProgressLabelText(text); });
+}
+
+void QVFCPDoc::showAlert(const std::string& message, const std::string& informative,
+                         AlertStyle style) {
+    WindowRef window;
+    onMainThread([&] { window = view_.window(); });
+    QVAlert::alertSheet(message, informative, window, style);
+}
+
+// The run
+
+void QVFCPDoc::process(const OptionList& options) {
+    processThread_.start([this, options] { startProcessing(options); });
+}
+
+void QVFCPDoc::startProcessing(const OptionList& options, Delivery delivery) {
+    runResult_ = RunResult();
+    ledger_ = ChangeLedger();
+    startProgress();
+    setProgressLabelText("Initializing...");
+    try {
+        for (const auto& record : *sequenceArray()) {
+            if (processingCancelled_) break;
+            if (record->selected) processSequence(*record, options);
+        }
+        if (!processingCancelled_ && delivery == Delivery::toSource) processXML();
+    } catch (const std::exception& error) {
+        const std::string text = QVException::logException(error, "-[QVFCPDoc startProcessing:]");
+        runResult_.failures.push_back({FailureCode::internal, text, path_, 0, 0, ""});
+    }
+    runResult_.cancelled = processingCancelled_;
+    endProgress();
+}
+
+void QVFCPDoc::processSequence(QVSequence& record, const OptionList& options) {
+    const XMLNode copy = renameSequence(record.xmlRepresentation.copy());
+    record.newUUID = QVXMLParser::uuidForNode(copy);
+    record.processedXMLRepresentation = applyPasses(copy, record, options);
+}
+
+XMLNode QVFCPDoc::applyPasses(XMLNode copy, QVSequence& record, const OptionList& options) {
+    SequenceLedger& ledger = ledger_.sequences.emplace_back();
+    ledger.title = record.title;
+    ledger.uuid = record.uuid().value_or(std::string());
+    TimelineEdit edit(copy, ledger);
+    const std::vector<std::string> ignored = ignoredEffects();
+    PassRun run{edit, processingCancelled_, options, ignored,
+                [this](const std::string& text) { setProgressLabelText(text); }};
+    XMLNode sequence = copy;
+    for (const PassRow& pass : passTable()) {
+        if (!sequence) break;
+        if (!pass.run || !run.has(pass.option)) continue;
+        edit.beginPass(pass.option);
+        sequence = pass.run(run, sequence);
+    }
+    edit.finish();
+    return sequence;
+}
+
+XMLNode QVFCPDoc::renameSequence(XMLNode sequence) {
+    constexpr std::string_view suffix = "-Tidied";
+    const std::string id(sequence.attribute("id").value_or("Sequence"));
+    // The other attributes are the editing system's view of the original: window positions, previews.
+    sequence.setOnlyAttribute("id", id + std::string(suffix));
+    if (XMLNode name = sequence.child("name"))
+        name.setText(name.stringValue() + std::string(suffix));
+    if (XMLNode uuid = sequence.child("uuid")) uuid.setText(QVAppleEvents::generateUUID());
+    return sequence;
+}
+
+std::vector<std::string> QVFCPDoc::ignoredEffects() const {
+    std::vector<std::string> names =
+        Platform::current().userDefaults->stringArrayForKey("ignoredEffects");
+    names.insert(names.end(), extraIgnoredEffects_.begin(), extraIgnoredEffects_.end());
+    return names;
+}
+
+// Delivery
+
+BinText BinText::make(bool includeHeader) {
+    BinText text;
+    if (includeHeader) {
+        text.before =
+            "<?xml version=\"1.0\" encoding=\"UTF-8\"?><!DOCTYPE xmeml><xmeml version=\"" +
+            std::to_string(QVAppleEvents::maximumXMEMLVersion()) + "\">";
+        text.after = "</xmeml>";
+    }
+    text.before += "<bin><uuid>" + QVAppleEvents::generateUUID() +
+                   "</uuid><updatebehavior>add</updatebehavior><name>Reelsweep</name><children>";
+    text.after = "</children></bin>" + text.after;
+    return text;
+}
+
+std::optional<std::string> QVFCPDoc::generateXMLOutput(bool includeHeader) {
+    const BinText bin = BinText::make(includeHeader);
+    std::string output = bin.before;
+    for (const auto& record : *sequenceArray()) {
+        if (processingCancelled_) return {};
+        if (!record->selected) continue;
+        const XMLNode processed = record->processedXMLRepresentation;
+        output += serialise(processed ? processed : record->xmlRepresentation);
+    }
+    return output + bin.after;
+}
+
+// The bin that generateXMLOutput(false) writes, made of the results themselves: writing hundreds of
+// megabytes out to read them back in gives the same nodes.
+Result<XMLNode> QVFCPDoc::makeBin(XMLNode project) {
+    const BinText text = BinText::make(false);
+    Result<XMLNode> bin = project.parseDetached(text.before + text.after);
+    if (!bin) return bin;
+    XMLNode children = bin->child("children");
+    for (const auto& record : *sequenceArray()) {
+        if (processingCancelled_)
+            return Failure{FailureCode::cancelled, "cancelled", path_, 0, 0, ""};
+        if (!record->selected) continue;
+        const XMLNode processed = record->processedXMLRepresentation;
+        // A result that an earlier bin holds already stays there.
+        if (!processed)
+            children.appendChild(record->xmlRepresentation.copy());
+        else
+            children.appendChild(processed.parent() ? processed.copy() : processed);
+    }
+    return bin;
+}
+
+void QVFCPDoc::failDelivery(const std::string& logLine, const std::string& message,
+                            const std::string& informative) {
+    QVLog::appendLog("%@", logLine);
+    runResult_.failures.push_back(
+        {FailureCode::processing, message + ". " + informative, path_, 0, 0, ""});
+    endProgress();
+    showAlert(message, informative, AlertStyle::warning);
+}
+
+void QVFCPDoc::processXML() {
+    XMLNode children = projectController_->firstNodeForQuery("./xmeml/project/children");
+    if (!children) {
+        const std::string message = "No project node found";
+        const std::string informative =
+            "Please perform this task on an XML document for the entire project, not a specific "
+            "sequence or element.";
+        failDelivery(message + ". " + informative, message, informative);
+        return;
+    }
+    const Result<XMLNode> bin = makeBin(children);
+    if (processingCancelled_) return;
+    if (!bin) {
+        const std::string reason = bin.failure().description();
+        failDelivery("Error creating bin. " + reason + ".", "Error creating bin", reason);
+        return;
+    }
+    children.appendChild(*bin);
+    runResult_.delivered = true;
+    onMainThread([this] { view_.markChanged(); });
+    endProgress();
+    showAlert("Processing complete", "Please save the XML file.", AlertStyle::informational);
+}
+
+// The passes by themselves
+
+XMLNode QVFCPDoc::runAlone(XMLNode sequence, const PassOperation& operation) {
+    if (!sequence) return {};
+    TimelineEdit edit(sequence, ledger_.sequences.emplace_back());
+    const OptionList options;
+    const std::vector<std::string> ignored = ignoredEffects();
+    PassRun run{edit, processingCancelled_, options, ignored,
+                [this](const std::string& text) { setProgressLabelText(text); }};
+    const XMLNode result = operation(run);
+    edit.finish();
+    return result;
+}
+
+XMLNode QVFCPDoc::removeDisabledClips(XMLNode sequence, std::string_view type) {
+    return runAlone(sequence,
+                    [&](PassRun& run) { return passes::removeDisabledClips(run, sequence, type); });
+}
+
+XMLNode QVFCPDoc::removeSilentAudioClips(XMLNode sequence) {
+    return runAlone(sequence,
+                    [&](PassRun& run) { return passes::removeSilentAudioClips(run, sequence); });
+}
+
+XMLNode QVFCPDoc::removeObscuredClips(XMLNode sequence) {
+    return runAlone(sequence,
+                    [&](PassRun& run) { return passes::removeObscuredClips(run, sequence); });
+}
+
+XMLNode QVFCPDoc::collapseTracks(XMLNode sequence, bool reverse) {
+    return runAlone(sequence,
+                    [&](PassRun& run) { return passes::collapseTracks(run, sequence, reverse); });
+}
+
+XMLNode QVFCPDoc::mergeClips(XMLNode sequence) {
+    return runAlone(sequence, [&](PassRun& run) { return passes::mergeClips(run, sequence); });
+}
+
+XMLNode QVFCPDoc::collapseMulticlips(XMLNode sequence) {
+    return runAlone(sequence,
+                    [&](PassRun& run) { return passes::collapseMulticlips(run, sequence); });
+}
+
+XMLNode QVFCPDoc::removeUnusedTracks(XMLNode sequence) {
+    return runAlone(sequence,
+                    [&](PassRun& run) { return passes::removeUnusedTracks(run, sequence); });
+}
+
+XMLNode QVFCPDoc::replaceGapsWithSlugs(XMLNode sequence) {
+    return runAlone(sequence,
+                    [&](PassRun& run) { return passes::replaceGapsWithSlugs(run, sequence); });
+}
+
+XMLNode QVFCPDoc::removeFilters(XMLNode sequence) {
+    return runAlone(sequence, [&](PassRun& run) { return passes::removeFilters(run, sequence); });
+}
+
+XMLNode QVFCPDoc::removeMarkers(XMLNode sequence) {
+    return runAlone(sequence, [&](PassRun& run) { return passes::removeMarkers(run, sequence); });
+}
+
+XMLNode QVFCPDoc::removeVideoTransitions(XMLNode sequence) {
+    return runAlone(
+        sequence, [&](PassRun& run) { return passes::removeTransitions(run, sequence, "video"); });
+}
+
+XMLNode QVFCPDoc::removeAudioTransitions(XMLNode sequence) {
+    return runAlone(
+        sequence, [&](PassRun& run) { return passes::removeTransitions(run, sequence, "audio"); });
+}
+
+bool QVFCPDoc::isClipTransparent(XMLNode clip) {
+    return passes::isClipTransparent(clip, ignoredEffects());
+}
+
+XMLNode QVFCPDoc::nodeFromXPath(std::string_view query, XMLNode parent) {
+    const auto nodes = selectNodes(parent, query);
+    return nodes && !nodes->empty() ? nodes->front() : XMLNode();
+}
+
+}  // namespace reelsweep

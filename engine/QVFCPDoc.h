@@ -1,0 +1,158 @@
+// QVFCPDoc: the document of one XMEML file (or native project): its sequences, the run over them, and
+// the delivery of the tidied copies.
+//
+// Source sequences are never edited: a run works on renamed copies ("NAME-Tidied").
+// Thread rule: construct and destroy on the main thread. startProcessing and
+// populateSequencesForProject run on a background thread (or on the main thread when nothing else pumps
+// it); they reach the view through the MainThread port and wait for it.
+#pragma once
+
+#include "engine/ChangeLedger.h"
+#include "engine/DocumentThread.h"
+#include "engine/DocumentView.h"
+#include "engine/PassTable.h"
+#include "engine/QVSequence.h"
+#include "engine/RunResult.h"
+#include "hosts/QVFCPProjectController.h"
+#include "support/AtomicFile.h"
+#include "support/Failure.h"
+
+#include <atomic>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace reelsweep {
+
+class PassRun;
+
+using SequenceArray = std::vector<std::shared_ptr<QVSequence>>;
+
+/// What a run does with its results.
+enum class Delivery {
+    toSource,  ///< a new bin in the file's project, or in the host for a native project
+    none,      ///< the results stay in the records
+};
+
+class QVFCPDoc {
+public:
+    explicit QVFCPDoc(DocumentView& view);
+    ~QVFCPDoc();
+    QVFCPDoc(const QVFCPDoc&) = delete;
+    QVFCPDoc& operator=(const QVFCPDoc&) = delete;
+
+    // Opening and saving
+
+    /// Opens a path: a native project (extension "fcp" in any case, or HFS type FCPF) or an XML file.
+    /// The sequences are listed on a thread of their own; waitUntilPopulated() waits for it. A file that
+    /// is not valid XML fails with inputInvalid, file and line.
+    Outcome readFromURL(const std::string& path);
+    /// Blocks until the list started by readFromURL is there, pumping when called on the main thread.
+    void waitUntilPopulated() { populateThread_.wait(); }
+    /// Saves the whole document, pretty-printed, atomically, with the codes of an XML file of Final Cut
+    /// Pro. With `refuseWhenChanged` fails when `path` is not the file that was read any more.
+    Outcome writeToURL(const std::string& path, Overwrite overwrite = Overwrite::always,
+                       bool refuseWhenChanged = false) const;
+    bool isFCPProject() const { return isFCPProject_; }
+    const std::string& path() const { return path_; }
+    /// True when the XML holds a project that a bin can be added to.
+    bool hasProjectNode() const;
+    QVFCPProjectController& projectController() { return *projectController_; }
+
+    // Sequences
+
+    /// The records in the order of the source; a snapshot that stays valid.
+    std::shared_ptr<const SequenceArray> sequenceArray() const;
+    /// Builds the list anew. Any thread but never two at once.
+    void populateSequencesForProject(const std::string& path);
+    /// Ticks or unticks a record; the process button follows.
+    void setSelected(std::size_t row, bool selected);
+
+    // The run
+
+    /// Starts startProcessing on a thread of its own and returns at once. The options are the names of
+    /// the boxes that are on.
+    void process(const OptionList& options);
+    /// Blocks until the run started by process() has ended, pumping when called on the main thread.
+    void waitUntilProcessed() { processThread_.wait(); }
+    /// The run: copies, renames and tidies every ticked sequence, then delivers.
+    void startProcessing(const OptionList& options, Delivery delivery = Delivery::toSource);
+    /// Asks the run to stop; nothing is delivered then.
+    void cancelProgress() { processingCancelled_ = true; }
+    bool processingCancelled() const { return processingCancelled_; }
+    const RunResult& runResult() const { return runResult_; }
+    const ChangeLedger& changeLedger() const { return ledger_; }
+    /// Effects that count as transparent beside the built-in ones and the stored "ignoredEffects".
+    void setExtraIgnoredEffects(std::vector<std::string> names) {
+        extraIgnoredEffects_ = std::move(names);
+    }
+
+    /// Renames a copy in place and answers it: id and name get "-Tidied", the uuid a fresh one, and id
+    /// stays as the only attribute.
+    XMLNode renameSequence(XMLNode sequence);
+    /// The bin with every ticked record's result (or source, when it has none) as XML text, with or
+    /// without the header of a whole document. Nothing when the run was cancelled meanwhile.
+    std::optional<std::string> generateXMLOutput(bool includeHeader = true);
+
+    // The passes. Each edits the sequence in place and answers it, or null when the run was cancelled.
+
+    XMLNode removeDisabledClips(XMLNode sequence, std::string_view type);
+    XMLNode removeSilentAudioClips(XMLNode sequence);
+    XMLNode removeObscuredClips(XMLNode sequence);
+    XMLNode collapseTracks(XMLNode sequence, bool reverse = true);
+    XMLNode mergeClips(XMLNode sequence);
+    XMLNode collapseMulticlips(XMLNode sequence);
+    XMLNode removeUnusedTracks(XMLNode sequence);
+    XMLNode replaceGapsWithSlugs(XMLNode sequence);
+    XMLNode removeFilters(XMLNode sequence);
+    XMLNode removeMarkers(XMLNode sequence);
+    XMLNode removeVideoTransitions(XMLNode sequence);
+    XMLNode removeAudioTransitions(XMLNode sequence);
+    /// Whether a clip lets the track below show through.
+    bool isClipTransparent(XMLNode clip);
+
+    /// First match of a query that is not escaped; null when there is none or the query fails.
+    static XMLNode nodeFromXPath(std::string_view query, XMLNode parent);
+
+private:
+    using PassOperation = std::function<XMLNode(PassRun&)>;
+
+    void setProgressLabelText(const std::string& text);
+    void startProgress();
+    void endProgress();
+    void showAlert(const std::string& message, const std::string& informative, AlertStyle style);
+    void processSequence(QVSequence& record, const OptionList& options);
+    XMLNode applyPasses(XMLNode copy, QVSequence& record, const OptionList& options);
+    void processXML();
+    Result<XMLNode> makeBin(XMLNode project);
+    void failDelivery(const std::string& logLine, const std::string& message,
+                      const std::string& informative);
+    XMLNode runAlone(XMLNode sequence, const PassOperation& operation);
+    std::vector<std::string> ignoredEffects() const;
+
+    DocumentView& view_;
+    std::string path_;
+    std::unique_ptr<QVFCPProjectController> projectController_;
+    bool isFCPProject_ = false;
+    mutable std::mutex sequencesMutex_;
+    std::shared_ptr<const SequenceArray> sequences_;
+    std::atomic<bool> processingCancelled_{false};
+    std::vector<std::string> extraIgnoredEffects_;
+    RunResult runResult_;
+    ChangeLedger ledger_;
+    DocumentThread populateThread_;
+    DocumentThread processThread_;
+};
+
+/// The text around the sequences of an output bin, before and after them. The bin gets a fresh uuid.
+struct BinText {
+    std::string before;
+    std::string after;
+    static BinText make(bool includeHeader);
+};
+
+}  // namespace reelsweep

@@ -1,0 +1,158 @@
+#include "engine/QVFCPXDoc.h"
+
+#include "engine/TimelineEdit.h"
+#include "support/QVAlert.h"
+#include "support/QVLog.h"
+#include "xml/QVXMLParser.h"
+
+#include <algorithm>
+
+namespace reelsweep {
+
+namespace {
+
+constexpr const char* projectFormPath = "./fcpxml[1]/project[1]";
+constexpr const char* libraryFormPath = "./fcpxml[1]/library[1]/event[1]/project[1]";
+
+XMLNode projectOf(const XMLDocument& document) {
+    const XMLNode project = QVXMLParser::nodeForQuery(projectFormPath, document.node());
+    return project ? project : QVXMLParser::nodeForQuery(libraryFormPath, document.node());
+}
+
+std::vector<XMLNode> nodesBelowSequence(const XMLDocument& document, const char* projectPath,
+                                        const std::string& element) {
+    return QVXMLParser::nodesForQuery(std::string(projectPath) + "/sequence[1]//" + element,
+                                      document.node())
+        .value_or(std::vector<XMLNode>());
+}
+
+// The resource is matched by its own `ref`, as this program always has.
+XMLNode effectResource(const XMLDocument& document, const std::string& ref) {
+    const std::string effect = "/resources[1]/effect[@ref=\"" + ref + "\"]";
+    const XMLNode own = QVXMLParser::nodeForQuery(projectFormPath + effect, document.node());
+    return own ? own : QVXMLParser::nodeForQuery("./fcpxml[1]" + effect, document.node());
+}
+
+bool has(const OptionList& options, std::string_view option) {
+    return std::find(options.begin(), options.end(), option) != options.end();
+}
+
+}  // namespace
+
+QVFCPXDoc::QVFCPXDoc(DocumentView& view) : view_(view) {}
+
+QVFCPXDoc::~QVFCPXDoc() {
+    processingCancelled_ = true;
+    waitUntilProcessed();
+}
+
+Outcome QVFCPXDoc::readFromURL(const std::string& path) {
+    const Result<XMLDocument> document = XMLDocument::load(path);
+    if (!document) return document.failure();
+    if (!projectOf(*document)) {
+        const std::string message = "Invalid FCPX project";
+        const std::string informative =
+            "Please make sure you are importing the XML from an FCPX project, not an event.";
+        showAlert(message, informative, AlertStyle::warning);
+        return Failure{FailureCode::inputInvalid, message + ". " + informative, path, 0, 0, ""};
+    }
+    path_ = path;
+    return Done{};
+}
+
+Outcome QVFCPXDoc::writeToURL(const std::string& path, Overwrite overwrite,
+                              bool refuseWhenChanged) const {
+    if (!xmlDoc_)
+        return Failure{FailureCode::outputFailed, "there is no result to save", path, 0, 0, ""};
+    AtomicFile file(path, overwrite);
+    if (refuseWhenChanged) file.expectUnchanged(xmlDoc_->loadedFile());
+    if (Outcome opened = file.open(); !opened) return opened;
+    xmlDoc_->serialise(XMLFormat::pretty, file);
+    return file.commit();
+}
+
+void QVFCPXDoc::setProgressLabelText(const std::string& text) {
+    onMainThread([&] { view_.setProgressLabelText(text); });
+}
+
+void QVFCPXDoc::showAlert(const std::string& message, const std::string& informative,
+                          AlertStyle style) {
+    WindowRef window;
+    onMainThread([&] { window = view_.window(); });
+    QVAlert::alertSheet(message, informative, window, style);
+}
+
+void QVFCPXDoc::process(const OptionList& options) {
+    thread_.start([this, options] { startProcessing(options); });
+}
+
+void QVFCPXDoc::startProcessing(const OptionList& options) {
+    runResult_ = RunResult();
+    ledger_ = ChangeLedger();
+    onMainThread([this] {
+        processingCancelled_ = false;
+        view_.startProgress();
+    });
+    setProgressLabelText("Initializing...");
+    Result<XMLDocument> loaded = XMLDocument::load(path_);
+    if (!loaded) {
+        const std::string reason = loaded.failure().description();
+        QVLog::appendLog("Unable to load XML data - %@", reason);
+        runResult_.failures.push_back(loaded.failure());
+        // The progress sheet stays up behind the alert on this path, as it always has.
+        showAlert("Unable to load XML data", reason, AlertStyle::warning);
+        return;
+    }
+    auto document = std::make_shared<XMLDocument>(std::move(*loaded));
+    SequenceLedger& ledger = ledger_.sequences.emplace_back();
+    ledger.title =
+        QVXMLParser::stringValueForQuery("./@name[1]", projectOf(*document)).value_or("");
+    if (has(options, "removeFilters")) document = removeFilters(std::move(document));
+    if (has(options, "removeMarkers")) document = removeMarkers(std::move(document));
+    onMainThread([this] { view_.endProgress(); });
+    xmlDoc_ = std::move(document);
+    runResult_.cancelled = processingCancelled_;
+    runResult_.delivered = xmlDoc_ != nullptr;
+    onMainThread([this] { view_.markChanged(); });
+    processXML();
+}
+
+std::shared_ptr<XMLDocument> QVFCPXDoc::removeFilters(std::shared_ptr<XMLDocument> document) {
+    setProgressLabelText("Removing filters...");
+    if (!document) return nullptr;
+    TimelineEdit edit(document->node(), ledgerOfRun());
+    edit.beginPass("removeFilters");
+    for (const XMLNode& filter : nodesBelowSequence(*document, libraryFormPath, "filter")) {
+        if (processingCancelled_) return nullptr;
+        if (const auto ref = QVXMLParser::stringValueForQuery("./@ref[1]", filter))
+            if (const XMLNode resource = effectResource(*document, *ref))
+                edit.detach(resource, "its filter is removed");
+        edit.detach(filter, "all filters are removed");
+    }
+    return document;
+}
+
+std::shared_ptr<XMLDocument> QVFCPXDoc::removeMarkers(std::shared_ptr<XMLDocument> document) {
+    setProgressLabelText("Removing markers...");
+    if (!document) return nullptr;
+    TimelineEdit edit(document->node(), ledgerOfRun());
+    edit.beginPass("removeMarkers");
+    std::vector<XMLNode> markers = nodesBelowSequence(*document, projectFormPath, "marker");
+    if (markers.empty()) markers = nodesBelowSequence(*document, libraryFormPath, "marker");
+    for (const XMLNode& marker : markers) {
+        if (processingCancelled_) return nullptr;
+        edit.detach(marker, "all markers are removed");
+    }
+    return document;
+}
+
+SequenceLedger& QVFCPXDoc::ledgerOfRun() {
+    return ledger_.sequences.empty() ? ledger_.sequences.emplace_back() : ledger_.sequences.back();
+}
+
+void QVFCPXDoc::processXML() {
+    onMainThread([this] { view_.endProgress(); });
+    showAlert("Processing complete", "Please save the XML file.", AlertStyle::informational);
+}
+
+}  // namespace reelsweep

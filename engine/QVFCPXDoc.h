@@ -1,0 +1,75 @@
+// QVFCPXDoc: the document of a Final Cut Pro X project exported as FCPXML.
+//
+// It offers to remove filters and markers, works on the whole XML, and keeps the result until it is
+// saved. Every run starts again from the file on disk.
+// Thread rule: construct and destroy on the main thread. startProcessing runs on a background thread (or
+// on the main thread) and reaches the view through the MainThread port.
+#pragma once
+
+#include "engine/ChangeLedger.h"
+#include "engine/DocumentThread.h"
+#include "engine/DocumentView.h"
+#include "engine/PassTable.h"
+#include "engine/RunResult.h"
+#include "support/AtomicFile.h"
+#include "support/Failure.h"
+#include "xml/XMLDocument.h"
+
+#include <atomic>
+#include <memory>
+#include <string>
+
+namespace reelsweep {
+
+class QVFCPXDoc {
+public:
+    explicit QVFCPXDoc(DocumentView& view);
+    ~QVFCPXDoc();
+    QVFCPXDoc(const QVFCPXDoc&) = delete;
+    QVFCPXDoc& operator=(const QVFCPXDoc&) = delete;
+
+    /// Checks that the file is valid XML and holds a project, and remembers its path. Fails with
+    /// inputUnreadable or inputInvalid; a file without a project (an event) also shows an alert.
+    Outcome readFromURL(const std::string& path);
+    /// Saves the result of the last run, pretty-printed, atomically. Fails when there is none. With
+    /// `refuseWhenChanged` fails when `path` is not the file that the run read any more.
+    Outcome writeToURL(const std::string& path, Overwrite overwrite = Overwrite::always,
+                       bool refuseWhenChanged = false) const;
+    const std::string& path() const { return path_; }
+    /// The result of the last run; null before the first and after a cancelled one.
+    const std::shared_ptr<XMLDocument>& xmlDoc() const { return xmlDoc_; }
+
+    /// Starts startProcessing on a thread of its own and returns at once.
+    void process(const OptionList& options);
+    /// Blocks until the run started by process() has ended, pumping when called on the main thread.
+    void waitUntilProcessed() { thread_.wait(); }
+    /// The run; the options are "removeFilters" and "removeMarkers", others are ignored.
+    void startProcessing(const OptionList& options);
+    void cancelProgress() { processingCancelled_ = true; }
+    const RunResult& runResult() const { return runResult_; }
+    const ChangeLedger& changeLedger() const { return ledger_; }
+
+    // Each edits the document in place and answers it, or null when the run was cancelled.
+
+    /// Takes the filters below the first sequence out, and each filter's effect resource. Only files of
+    /// the library form have them searched; one with the project at the top keeps its filters.
+    std::shared_ptr<XMLDocument> removeFilters(std::shared_ptr<XMLDocument> document);
+    /// Takes the markers below the first sequence out, in both forms.
+    std::shared_ptr<XMLDocument> removeMarkers(std::shared_ptr<XMLDocument> document);
+
+private:
+    void processXML();
+    SequenceLedger& ledgerOfRun();
+    void setProgressLabelText(const std::string& text);
+    void showAlert(const std::string& message, const std::string& informative, AlertStyle style);
+
+    DocumentView& view_;
+    std::string path_;
+    std::shared_ptr<XMLDocument> xmlDoc_;
+    std::atomic<bool> processingCancelled_{false};
+    RunResult runResult_;
+    ChangeLedger ledger_;
+    DocumentThread thread_;
+};
+
+}  // namespace reelsweep

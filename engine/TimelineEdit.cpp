@@ -1,0 +1,174 @@
+#include "engine/TimelineEdit.h"
+
+#include "engine/Timeline.h"
+
+namespace reelsweep {
+
+TimelineEdit::TimelineEdit(XMLNode sequence, SequenceLedger& ledger)
+    : sequence_(sequence), ledger_(ledger) {
+    for (const bool video : {true, false}) {
+        int number = 0;
+        for (const XMLNode media : childrenNamed(sequence, "media"))
+            for (const XMLNode kind : childrenNamed(media, video ? "video" : "audio"))
+                for (const XMLNode track : childrenNamed(kind, "track"))
+                    labels_[track] = TrackLabel{video, ++number};
+    }
+    ledger_.itemsBefore = countItems();
+}
+
+void TimelineEdit::finish() { ledger_.itemsAfter = countItems(); }
+
+std::size_t TimelineEdit::countItems() const {
+    std::size_t count = 0;
+    for (const auto& [track, label] : labels_) {
+        if (!track.parent()) continue;  // taken out meanwhile
+        for (XMLNode node = track.firstChild(); node; node = node.nextSibling())
+            if (isTimelineItem(node)) ++count;
+    }
+    return count;
+}
+
+TrackLabel TimelineEdit::label(XMLNode node) const {
+    for (; node && node != sequence_; node = node.parent())
+        if (const auto found = labels_.find(node); found != labels_.end()) return found->second;
+    return {};
+}
+
+bool TimelineEdit::isItemOnTrack(XMLNode node) const {
+    return isTimelineItem(node) && labels_.contains(node.parent());
+}
+
+Change& TimelineEdit::record(ChangeKind kind, XMLNode node) {
+    Change change;
+    change.kind = kind;
+    change.pass = pass_;
+    change.node = node;
+    change.trackBefore = change.trackAfter = label(node);
+    change.before = change.after = ItemTimes::of(node);
+    change.countsAsItem = isItemOnTrack(node);
+    return ledger_.changes.emplace_back(change);
+}
+
+void TimelineEdit::forgetIndexes() {
+    if (indexes_.empty()) return;
+    indexes_.clear();
+    sequenceIndex_ = SequenceIndex();
+}
+
+TrackIndex& TimelineEdit::index(XMLNode track) {
+    const auto found = indexes_.find(track);
+    if (found != indexes_.end()) return found->second;
+    return indexes_.emplace(track, TrackIndex(sequenceIndex_, track)).first->second;
+}
+
+// Nodes anywhere
+
+void TimelineEdit::detach(XMLNode node, const std::string& reason) {
+    const XMLNode parent = node.parent();
+    if (!parent) return;
+    Change& change = record(ChangeKind::removed, node);
+    change.trackAfter = {};
+    change.after = {};
+    change.reason = ledger_.addReason(reason);
+    if (indexes_.contains(parent)) forgetIndexes();
+    node.detach();
+}
+
+void TimelineEdit::detachTrack(XMLNode track, const std::string& reason) {
+    for (XMLNode node = track.firstChild(); node; node = node.nextSibling()) {
+        if (!isTimelineItem(node)) continue;
+        Change& change = record(ChangeKind::removed, node);
+        change.trackAfter = {};
+        change.after = {};
+        change.reason = ledger_.addReason(reason);
+    }
+    detach(track, reason);
+    forgetIndexes();
+}
+
+void TimelineEdit::setText(XMLNode element, std::string_view text) {
+    record(ChangeKind::changed, element);
+    element.setText(text);
+}
+
+void TimelineEdit::writeTimes(XMLNode item, const ItemTimes& times) {
+    const auto write = [&](const char* name, const std::optional<Frames>& value) {
+        if (!value) return;
+        if (XMLNode element = item.child(name)) element.setText(value->text());
+    };
+    write("start", times.start);
+    write("end", times.end);
+    write("in", times.in);
+    write("out", times.out);
+}
+
+void TimelineEdit::trim(XMLNode item, const ItemTimes& times) {
+    Change& change = record(ChangeKind::trimmed, item);
+    writeTimes(item, times);
+    change.after = ItemTimes::of(item);
+    forgetIndexes();
+}
+
+// Items of indexed tracks
+
+void TimelineEdit::move(TrackIndex& from, TrackIndex::Id id, TrackIndex& to, std::size_t place) {
+    const XMLNode node = from.entry(id).node;
+    Change& change = record(ChangeKind::moved, node);
+    to.takeOver(from, id, place);
+    const TrackIndex::Id next = to.next(id);
+    XMLNode track = to.track();
+    if (next == TrackIndex::none)
+        track.appendChild(node);
+    else
+        track.insertBefore(node, to.entry(next).node);
+    change.trackAfter = label(node);
+}
+
+void TimelineEdit::detach(TrackIndex& track, TrackIndex::Id id, const std::string& reason) {
+    XMLNode node = track.entry(id).node;
+    Change& change = record(ChangeKind::removed, node);
+    change.trackAfter = {};
+    change.after = {};
+    change.reason = ledger_.addReason(reason);
+    track.remove(id);
+    node.detach();
+}
+
+void TimelineEdit::trim(TrackIndex& track, TrackIndex::Id id, const ItemTimes& times) {
+    const XMLNode item = track.entry(id).node;
+    Change& change = record(ChangeKind::trimmed, item);
+    writeTimes(item, times);
+    change.after = ItemTimes::of(item);
+    track.reread(id);
+}
+
+void TimelineEdit::split(TrackIndex& track, TrackIndex::Id id, FrameRange gap,
+                         const ItemTimes& right) {
+    const XMLNode item = track.entry(id).node;
+    const ItemTimes whole = ItemTimes::of(item);
+    const XMLNode left = item.copy();
+    trim(track, id, right);
+    writeTimes(left, {.start = {}, .end = gap.start, .in = {}, .out = {}});
+    insertAt(track, left, track.position(id));
+    Change& change = record(ChangeKind::split, left);
+    change.before = whole;
+}
+
+void TimelineEdit::insertItem(TrackIndex& track, XMLNode item, std::size_t place) {
+    insertAt(track, item, place);
+    Change& change = record(ChangeKind::inserted, item);
+    change.trackBefore = {};
+    change.before = {};
+}
+
+void TimelineEdit::insertAt(TrackIndex& track, XMLNode node, std::size_t place) {
+    XMLNode parent = track.track();
+    const TrackIndex::Id next = track.entryAt(place);
+    if (next == TrackIndex::none)
+        parent.appendChild(node);
+    else
+        parent.insertBefore(node, track.entry(next).node);
+    track.insertAt(place, node);
+}
+
+}  // namespace reelsweep

@@ -1,0 +1,604 @@
+#include "engine/TrackIndex.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace reelsweep {
+
+namespace {
+
+struct Edge {
+    Frames frames;
+    double number = std::numeric_limits<double>::quiet_NaN();
+    bool inTransition = false;
+};
+
+// The first child of that name, read both ways.
+Edge readEdge(XMLNode element) {
+    Edge edge;
+    if (!element) return edge;
+    const XMLNode text = element.firstText();
+    edge.frames = leadingFrames(text.value());
+    edge.inTransition = text.value() == edgeInTransitionText;
+    const bool isOneText = text && text == element.firstChild() && !text.nextSibling();
+    edge.number = isOneText ? xpathNumber(text.value()) : xpathNumber(element.stringValue());
+    return edge;
+}
+
+constexpr double largestExactInteger = 9007199254740992.0;  // 2^53
+
+bool agrees(double number, Frames frames, bool inTransition) {
+    return number == static_cast<double>(frames.count) && std::abs(number) < largestExactInteger &&
+           (frames == edgeInTransition) == inTransition;
+}
+
+}  // namespace
+
+bool conflict(FrameRange lower, FrameRange upper) {
+    return (lower.start >= upper.start && lower.start < upper.end) ||
+           (lower.end > upper.start && lower.end <= upper.end) ||
+           (lower.start <= upper.start && lower.end >= upper.end);
+}
+
+Overlap overlapOf(FrameRange item, FrameRange hiding) {
+    const auto [start, end] = item;
+    const Frames zero{0};
+    if (start >= zero && end >= zero && start < hiding.start && end > hiding.end)
+        return Overlap::sticksOutOnBothSides;
+    if (start < hiding.start && end <= hiding.end && end > hiding.start) return Overlap::tailHidden;
+    if (start >= hiding.start && start < hiding.end && end > hiding.end) return Overlap::headHidden;
+    if (start >= hiding.start && end <= hiding.end) return Overlap::inside;
+    return Overlap::none;
+}
+
+TrackEntry TrackEntry::of(XMLNode node) {
+    TrackEntry entry;
+    entry.node = node;
+    entry.smallestEnd = std::numeric_limits<double>::infinity();
+    entry.largestEnd = -std::numeric_limits<double>::infinity();
+    if (node.isElement("clipitem") || node.isElement("generatoritem"))
+        entry.kind = Kind::item;
+    else if (node.isElement("transitionitem"))
+        entry.kind = Kind::transition;
+
+    const Edge start = readEdge(node.child("start"));
+    const XMLNode endElement = node.child("end");
+    const Edge end = readEdge(endElement);
+    entry.start = start.frames;
+    entry.startNumber = start.number;
+    entry.startInTransition = start.inTransition;
+    entry.end = end.frames;
+    entry.endNumber = end.number;
+    entry.endInTransition = end.inTransition;
+    for (XMLNode e = endElement; e; e = e.nextSibling("end")) {
+        const double number = e == endElement ? end.number : readEdge(e).number;
+        if (std::isnan(number)) continue;
+        entry.smallestEnd = std::min(entry.smallestEnd, number);
+        entry.largestEnd = std::max(entry.largestEnd, number);
+    }
+    return entry;
+}
+
+int TrackEntry::searchInTheWayOf(FrameRange range) const {
+    const double from = static_cast<double>(range.start.count);
+    const double to = static_cast<double>(range.end.count);
+    if (!isTimed()) return 0;
+    if (startNumber >= from && startNumber < to) return 1;
+    if (endNumber > from && endNumber <= to) return 2;
+    if (startNumber <= from && endNumber >= to) return 3;
+    return kind == Kind::item && startNumber == -1 && endNumber == -1 ? 4 : 0;
+}
+
+int TrackEntry::searchInside(FrameRange range) const {
+    if (kind != Kind::item) return 0;
+    if (startNumber >= static_cast<double>(range.start.count) &&
+        endNumber <= static_cast<double>(range.end.count))
+        return 1;
+    return startNumber == -1 && endNumber == -1 ? 2 : 0;
+}
+
+bool TrackEntry::isPlain() const {
+    return isTimed() && agrees(startNumber, start, startInTransition) &&
+           agrees(endNumber, end, endInTransition) &&
+           !(kind == Kind::transition && (startInTransition || endInTransition));
+}
+
+SequenceIndex::Id SequenceIndex::add(XMLNode node) {
+    TreeNode treeNode;
+    treeNode.entry = TrackEntry::of(node);
+    nodes_.push_back(treeNode);
+    return static_cast<Id>(nodes_.size() - 1);
+}
+
+// Building and walking
+
+TrackIndex::TrackIndex(SequenceIndex& sequence, XMLNode track)
+    : sequence_(&sequence), track_(track) {
+    const Id firstId = static_cast<Id>(sequence.nodes_.size());
+    for (XMLNode node = track.firstChild(); node; node = node.nextSibling()) sequence.add(node);
+    const std::size_t n = sequence.nodes_.size() - firstId;
+    for (std::size_t i = 0; i < n; ++i) {
+        TrackEntry& entry = at(firstId + static_cast<Id>(i)).entry;
+        const TrackEntry* before = i > 0 ? &at(firstId + static_cast<Id>(i - 1)).entry : nullptr;
+        const TrackEntry* after = i + 1 < n ? &at(firstId + static_cast<Id>(i + 1)).entry : nullptr;
+        const bool transition = entry.kind == TrackEntry::Kind::transition;
+        // A transition that the clip before it runs into too does not end a walk back.
+        entry.stopsBackwardWalk =
+            !entry.startInTransition && !(transition && before && before->endInTransition);
+        entry.stopsForwardWalk =
+            !entry.endInTransition && !(transition && after && after->startInTransition);
+    }
+    setRoot(build(firstId, n));
+}
+
+TrackIndex::Id TrackIndex::build(Id firstId, std::size_t n) {
+    if (n == 0) return none;
+    const std::size_t half = n / 2;
+    const Id middle = firstId + static_cast<Id>(half);
+    const Id left = build(firstId, half);
+    const Id right = build(middle + 1, n - half - 1);
+    at(middle).left = left;
+    at(middle).right = right;
+    pull(middle);
+    return middle;
+}
+
+std::size_t TrackIndex::childCount() const { return count(root_); }
+
+TrackIndex::Id TrackIndex::leftmost(Id subtree) const {
+    while (subtree != none && at(subtree).left != none) subtree = at(subtree).left;
+    return subtree;
+}
+
+TrackIndex::Id TrackIndex::rightmost(Id subtree) const {
+    while (subtree != none && at(subtree).right != none) subtree = at(subtree).right;
+    return subtree;
+}
+
+TrackIndex::Id TrackIndex::next(Id id) const {
+    if (at(id).right != none) return leftmost(at(id).right);
+    while (at(id).parent != none && at(at(id).parent).right == id) id = at(id).parent;
+    return at(id).parent;
+}
+
+TrackIndex::Id TrackIndex::previous(Id id) const {
+    if (at(id).left != none) return rightmost(at(id).left);
+    while (at(id).parent != none && at(at(id).parent).left == id) id = at(id).parent;
+    return at(id).parent;
+}
+
+std::vector<TrackIndex::Id> TrackIndex::items() const {
+    std::vector<Id> ids;
+    for (Id id = leftmost(root_); id != none; id = next(id))
+        if (entry(id).kind == TrackEntry::Kind::item) ids.push_back(id);
+    return ids;
+}
+
+std::vector<TrackIndex::Id> TrackIndex::entries(Id first, Id last) const {
+    std::vector<Id> ids{first};
+    while (ids.back() != last) ids.push_back(next(ids.back()));
+    return ids;
+}
+
+bool TrackIndex::holds(Id id) const {
+    while (at(id).parent != none) id = at(id).parent;
+    return id == root_;
+}
+
+std::size_t TrackIndex::position(Id id) const {
+    std::size_t before = count(at(id).left);
+    for (Id child = id, parent = at(id).parent; parent != none;
+         child = parent, parent = at(parent).parent)
+        if (at(parent).right == child) before += count(at(parent).left) + 1;
+    return before;
+}
+
+TrackIndex::Id TrackIndex::entryAt(std::size_t place) const {
+    for (Id id = root_; id != none;) {
+        const std::size_t before = count(at(id).left);
+        if (place == before) return id;
+        if (place < before) {
+            id = at(id).left;
+        } else {
+            place -= before + 1;
+            id = at(id).right;
+        }
+    }
+    return none;
+}
+
+// Summaries
+
+void TrackIndex::pull(Id id) {
+    SequenceIndex::TreeNode& node = at(id);
+    const TrackEntry& e = node.entry;
+    SequenceIndex::Summary s;
+    s.count = 1;
+    s.backwardStops = e.stopsBackwardWalk;
+    s.forwardStops = e.stopsForwardWalk;
+    s.middles = e.isMiddleOfChain();
+    s.oddities = !e.isPlain();
+    s.anyStartInTransition = e.startInTransition;
+    s.anyEndInTransition = e.endInTransition;
+    if (!e.startInTransition) s.smallestStart = s.largestStart = e.start;
+    if (!e.endInTransition) s.smallestEnd = s.largestEnd = e.end;
+    if (e.stopsBackwardWalk) s.lastBackwardStop = e.start;
+    if (e.stopsForwardWalk) s.firstForwardStop = e.end;
+    if (e.isTimed() && e.largestEnd > -1) s.smallestRealEnd = e.smallestEnd;
+
+    for (const Id child : {node.left, node.right}) {
+        if (child == none) continue;
+        const SequenceIndex::Summary& c = at(child).summary;
+        s.count += c.count;
+        s.middles += c.middles;
+        s.oddities += c.oddities;
+        s.anyStartInTransition |= c.anyStartInTransition;
+        s.anyEndInTransition |= c.anyEndInTransition;
+        s.smallestStart = std::min(s.smallestStart, c.smallestStart);
+        s.largestStart = std::max(s.largestStart, c.largestStart);
+        s.smallestEnd = std::min(s.smallestEnd, c.smallestEnd);
+        s.largestEnd = std::max(s.largestEnd, c.largestEnd);
+        s.smallestRealEnd = std::min(s.smallestRealEnd, c.smallestRealEnd);
+        const bool isLeft = child == node.left;
+        // The left subtree's forward stop comes first; its backward stop counts when no later one does.
+        if (c.forwardStops > 0 && (isLeft || s.forwardStops == 0))
+            s.firstForwardStop = c.firstForwardStop;
+        if (c.backwardStops > 0 && (!isLeft || s.backwardStops == 0))
+            s.lastBackwardStop = c.lastBackwardStop;
+        s.backwardStops += c.backwardStops;
+        s.forwardStops += c.forwardStops;
+        at(child).parent = id;
+    }
+    node.summary = s;
+}
+
+void TrackIndex::pullUpFrom(Id id) {
+    for (; id != none; id = at(id).parent) pull(id);
+}
+
+SequenceIndex::Summary TrackIndex::countsUpTo(Id id) const {
+    SequenceIndex::Summary total;
+    const auto add = [&](Id subtree, bool alone) {
+        if (subtree == none) return;
+        const TrackEntry& e = entry(subtree);
+        const SequenceIndex::Summary& s = at(subtree).summary;
+        total.count += alone ? 1 : s.count;
+        total.backwardStops += alone ? e.stopsBackwardWalk : s.backwardStops;
+        total.forwardStops += alone ? e.stopsForwardWalk : s.forwardStops;
+        total.middles += alone ? e.isMiddleOfChain() : s.middles;
+        total.oddities += alone ? !e.isPlain() : s.oddities;
+    };
+    add(at(id).left, false);
+    add(id, true);
+    for (Id child = id, parent = at(id).parent; parent != none;
+         child = parent, parent = at(parent).parent) {
+        if (at(parent).right != child) continue;
+        add(at(parent).left, false);
+        add(parent, true);
+    }
+    return total;
+}
+
+// Searching
+
+/// Within which edges the groups of a subtree's entries lie.
+struct TrackIndex::Bounds {
+    Frames smallestStart, largestStart, smallestEnd, largestEnd;
+
+    bool mayConflict(FrameRange r) const {
+        return (largestStart >= r.start && smallestStart < r.end) ||
+               (largestEnd > r.start && smallestEnd <= r.end) ||
+               (smallestStart <= r.start && largestEnd >= r.end);
+    }
+    bool mayLieInside(FrameRange r) const {
+        return largestStart >= r.start && smallestEnd <= r.end;
+    }
+};
+
+// `around` holds where walks that leave the subtree end: back at its start, forth at its end. `skip` is
+// how many of the subtree's first entries are passed over.
+template <class Possible, class Wanted>
+TrackIndex::Id TrackIndex::find(Id subtree, FrameRange around, std::size_t skip,
+                                const Possible& possible, const Wanted& wanted) const {
+    if (subtree == none || skip >= count(subtree)) return none;
+    const SequenceIndex::TreeNode& node = at(subtree);
+    const SequenceIndex::Summary& s = node.summary;
+    Bounds bounds{s.smallestStart, s.largestStart, s.smallestEnd, s.largestEnd};
+    if (s.anyStartInTransition) {
+        bounds.smallestStart = std::min(bounds.smallestStart, around.start);
+        bounds.largestStart = std::max(bounds.largestStart, around.start);
+    }
+    if (s.anyEndInTransition) {
+        bounds.smallestEnd = std::min(bounds.smallestEnd, around.end);
+        bounds.largestEnd = std::max(bounds.largestEnd, around.end);
+    }
+    if (!possible(s, bounds)) return none;
+
+    const TrackEntry& e = node.entry;
+    const std::size_t leftCount = count(node.left);
+    const Frames stopBefore = leftCount > 0 && at(node.left).summary.backwardStops > 0
+                                  ? at(node.left).summary.lastBackwardStop
+                                  : around.start;
+    const Frames stopAfter = node.right != none && at(node.right).summary.forwardStops > 0
+                                 ? at(node.right).summary.firstForwardStop
+                                 : around.end;
+    const FrameRange aroundLeft{around.start, e.stopsForwardWalk ? e.end : stopAfter};
+    const Id inLeft = find(node.left, aroundLeft, skip, possible, wanted);
+    if (inLeft != none) return inLeft;
+    if (skip <= leftCount) {
+        const FrameRange group{e.startInTransition ? stopBefore : e.start,
+                               e.endInTransition ? stopAfter : e.end};
+        if (wanted(e, group)) return subtree;
+    }
+    const FrameRange aroundRight{e.stopsBackwardWalk ? e.start : stopBefore, around.end};
+    return find(node.right, aroundRight, skip > leftCount ? skip - leftCount - 1 : 0, possible,
+                wanted);
+}
+
+template <class Possible, class Wanted>
+TrackIndex::Id TrackIndex::findFrom(Id from, const Possible& possible, const Wanted& wanted) const {
+    const FrameRange offTrack{edgeInTransition, edgeInTransition};
+    return find(root_, offTrack, from == none ? 0 : position(from), possible, wanted);
+}
+
+TrackIndex::Id TrackIndex::firstInTheWay(FrameRange range, Id from) const {
+    return findFrom(
+        from, [&](const auto&, const Bounds& bounds) { return bounds.mayConflict(range); },
+        [&](const TrackEntry& e, FrameRange group) {
+            return conflict(group, range) && e.searchInTheWayOf(range) != 0;
+        });
+}
+
+TrackIndex::Id TrackIndex::firstInside(FrameRange range, Id from) const {
+    return findFrom(
+        from, [&](const auto&, const Bounds& bounds) { return bounds.mayLieInside(range); },
+        [&](const TrackEntry& e, FrameRange group) {
+            return group.start >= range.start && group.end <= range.end &&
+                   e.searchInside(range) != 0;
+        });
+}
+
+TrackIndex::Id TrackIndex::firstOverlapping(FrameRange range, Id from) const {
+    return findFrom(
+        from,
+        [&](const SequenceIndex::Summary& s, const Bounds&) {
+            return (s.smallestStart < range.start && s.largestEnd > range.end) ||
+                   (s.smallestStart < range.start && s.largestEnd > range.start &&
+                    s.smallestEnd <= range.end) ||
+                   (s.largestStart >= range.start && s.smallestStart < range.end &&
+                    s.largestEnd > range.end) ||
+                   (s.largestStart >= range.start && s.smallestEnd <= range.end);
+        },
+        [&](const TrackEntry& e, FrameRange) {
+            return !e.startInTransition && !e.endInTransition &&
+                   overlapOf({e.start, e.end}, range) != Overlap::none;
+        });
+}
+
+TrackIndex::Id TrackIndex::lastEndingBy(Frames frame) const {
+    const double latest = static_cast<double>(frame.count);
+    Id id = root_;
+    while (id != none && at(id).summary.smallestRealEnd <= latest) {
+        const Id right = at(id).right;
+        if (right != none && at(right).summary.smallestRealEnd <= latest) {
+            id = right;
+            continue;
+        }
+        const TrackEntry& e = entry(id);
+        if (e.isTimed() && e.largestEnd > -1 && e.smallestEnd <= latest) return id;
+        id = at(id).left;
+    }
+    return none;
+}
+
+// Groups and runs
+
+TrackIndex::Id TrackIndex::lastBackwardStopBefore(Id id) const {
+    const auto lastIn = [&](Id subtree) {
+        for (;;) {
+            const Id right = at(subtree).right;
+            if (right != none && at(right).summary.backwardStops > 0)
+                subtree = right;
+            else if (entry(subtree).stopsBackwardWalk)
+                return subtree;
+            else
+                subtree = at(subtree).left;
+        }
+    };
+    const auto holdsStop = [&](Id subtree) {
+        return subtree != none && at(subtree).summary.backwardStops > 0;
+    };
+    if (holdsStop(at(id).left)) return lastIn(at(id).left);
+    for (Id child = id, parent = at(id).parent; parent != none;
+         child = parent, parent = at(parent).parent) {
+        if (at(parent).right != child) continue;
+        if (entry(parent).stopsBackwardWalk) return parent;
+        if (holdsStop(at(parent).left)) return lastIn(at(parent).left);
+    }
+    return none;
+}
+
+TrackIndex::Id TrackIndex::firstForwardStopAfter(Id id) const {
+    const auto firstIn = [&](Id subtree) {
+        for (;;) {
+            const Id left = at(subtree).left;
+            if (left != none && at(left).summary.forwardStops > 0)
+                subtree = left;
+            else if (entry(subtree).stopsForwardWalk)
+                return subtree;
+            else
+                subtree = at(subtree).right;
+        }
+    };
+    const auto holdsStop = [&](Id subtree) {
+        return subtree != none && at(subtree).summary.forwardStops > 0;
+    };
+    if (holdsStop(at(id).right)) return firstIn(at(id).right);
+    for (Id child = id, parent = at(id).parent; parent != none;
+         child = parent, parent = at(parent).parent) {
+        if (at(parent).left != child) continue;
+        if (entry(parent).stopsForwardWalk) return parent;
+        if (holdsStop(at(parent).right)) return firstIn(at(parent).right);
+    }
+    return none;
+}
+
+TrackIndex::Group TrackIndex::group(Id id) const {
+    const TrackEntry& e = entry(id);
+    Group group{id, id, {e.start, e.end}};
+    if (e.startInTransition) {
+        const Id stop = lastBackwardStopBefore(id);
+        group.first = stop == none ? leftmost(root_) : stop;
+        group.range.start = stop == none ? edgeInTransition : entry(stop).start;
+    }
+    if (e.endInTransition) {
+        const Id stop = firstForwardStopAfter(id);
+        group.last = stop == none ? rightmost(root_) : stop;
+        group.range.end = stop == none ? edgeInTransition : entry(stop).end;
+    }
+    return group;
+}
+
+// Whether some group holds both this entry and the next.
+bool TrackIndex::crossedAfter(Id id) const {
+    const Id after = next(id);
+    if (after == none) return false;
+    for (Id k = after; k != none && !entry(k).stopsBackwardWalk; k = next(k))
+        if (entry(k).startInTransition) return true;
+    for (Id k = id; k != none && !entry(k).stopsForwardWalk; k = previous(k))
+        if (entry(k).endInTransition) return true;
+    return false;
+}
+
+bool TrackIndex::isChain(const Group& group) const {
+    const SequenceIndex::Summary first = countsUpTo(group.first);
+    const SequenceIndex::Summary last = countsUpTo(group.last);
+    const bool oddFirst = !entry(group.first).isPlain();
+    const bool forwardStopAtLast = entry(group.last).stopsForwardWalk;
+    const bool forwardStopAtFirst = entry(group.first).stopsForwardWalk;
+    const std::uint32_t forwardStopsBeforeLast =
+        last.forwardStops - forwardStopAtLast - (first.forwardStops - forwardStopAtFirst);
+    const Id before = previous(group.first);
+    return last.middles > first.middles - entry(group.first).isMiddleOfChain() &&
+           last.backwardStops == first.backwardStops && forwardStopsBeforeLast == 0 && !oddFirst &&
+           last.oddities == first.oddities && (before == none || !crossedAfter(before)) &&
+           !crossedAfter(group.last);
+}
+
+TrackIndex::Run TrackIndex::run(Id id) const {
+    const std::size_t here = position(id);
+    // A transition has a group of its own; its neighbours tell whether it stands in a chain.
+    for (const Id seed : {id, previous(id), next(id)}) {
+        if (seed == none || entry(seed).kind != TrackEntry::Kind::item) continue;
+        const Group chain = group(seed);
+        if (position(chain.first) <= here && here <= position(chain.last) && isChain(chain))
+            return {chain.first, chain.last, true, chain.range};
+    }
+    Run run{id, id, false, {}};
+    for (Id before = previous(run.first); before != none && crossedAfter(before);
+         before = previous(run.first))
+        run.first = before;
+    while (crossedAfter(run.last)) run.last = next(run.last);
+    return run;
+}
+
+// Keeping current
+
+void TrackIndex::setRoot(Id id) {
+    root_ = id;
+    if (id != none) at(id).parent = none;
+}
+
+void TrackIndex::split(Id subtree, std::size_t leftCount, Id& left, Id& right) {
+    if (subtree == none) {
+        left = right = none;
+        return;
+    }
+    const std::size_t ownLeft = count(at(subtree).left);
+    Id rest = none;
+    if (leftCount <= ownLeft) {
+        split(at(subtree).left, leftCount, left, rest);
+        at(subtree).left = rest;
+        right = subtree;
+    } else {
+        split(at(subtree).right, leftCount - ownLeft - 1, rest, right);
+        at(subtree).right = rest;
+        left = subtree;
+    }
+    pull(subtree);
+}
+
+TrackIndex::Id TrackIndex::merge(Id left, Id right) {
+    if (left == none) return right;
+    if (right == none) return left;
+    std::uint64_t& r = sequence_->random_;  // xorshift: quick, and the same on every run
+    r ^= r << 13;
+    r ^= r >> 7;
+    r ^= r << 17;
+    // Each entry is the root with equal chance: that keeps the tree balanced whatever is done to it.
+    if (r % (count(left) + count(right)) < count(left)) {
+        const Id merged = merge(at(left).right, right);
+        at(left).right = merged;
+        pull(left);
+        return left;
+    }
+    const Id merged = merge(left, at(right).left);
+    at(right).left = merged;
+    pull(right);
+    return right;
+}
+
+void TrackIndex::cut(Id id) {
+    Id before = none, rest = none, alone = none, after = none;
+    split(root_, position(id), before, rest);
+    split(rest, 1, alone, after);
+    setRoot(merge(before, after));
+}
+
+void TrackIndex::paste(Id id, std::size_t place) {
+    Id before = none, after = none;
+    split(root_, place, before, after);
+    setRoot(merge(merge(before, id), after));
+}
+
+void TrackIndex::refreshStops(Id id) {
+    if (id == none) return;
+    TrackEntry& e = at(id).entry;
+    const bool transition = e.kind == TrackEntry::Kind::transition;
+    const Id before = transition ? previous(id) : none;
+    const Id after = transition ? next(id) : none;
+    e.stopsBackwardWalk =
+        !e.startInTransition && !(before != none && entry(before).endInTransition);
+    e.stopsForwardWalk = !e.endInTransition && !(after != none && entry(after).startInTransition);
+    pullUpFrom(id);
+}
+
+void TrackIndex::takeOver(TrackIndex& from, Id id, std::size_t place) {
+    from.remove(id);
+    paste(id, place);
+    for (const Id changed : {id, previous(id), next(id)}) refreshStops(changed);
+}
+
+void TrackIndex::remove(Id id) {
+    const Id before = previous(id);
+    const Id after = next(id);
+    cut(id);
+    refreshStops(before);
+    refreshStops(after);
+}
+
+void TrackIndex::insertAt(std::size_t place, XMLNode node) {
+    const Id id = sequence_->add(node);
+    pull(id);
+    paste(id, place);
+    for (const Id changed : {id, previous(id), next(id)}) refreshStops(changed);
+}
+
+void TrackIndex::reread(Id id) {
+    at(id).entry = TrackEntry::of(at(id).entry.node);
+    refreshStops(id);
+    refreshStops(previous(id));
+    refreshStops(next(id));
+}
+
+}  // namespace reelsweep

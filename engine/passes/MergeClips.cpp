@@ -1,0 +1,120 @@
+#include "engine/passes/ObscuredClips.h"
+#include "support/QVLog.h"
+
+namespace reelsweep::passes {
+
+namespace {
+
+using Id = TrackIndex::Id;
+
+bool isTransition(const TrackEntry& entry) { return entry.kind == TrackEntry::Kind::transition; }
+
+// The length of an entry with real edges; nothing else shortens a range.
+Frames lengthOf(const TrackEntry& entry) {
+    const Frames zero{0};
+    return entry.start >= zero && entry.end >= zero ? entry.end - entry.start : zero;
+}
+
+// The range without the transitions at its ends: only the fully opaque middle hides anything. Both ends
+// go by the length of the group's first node, as they always have.
+FrameRange opaqueMiddle(const OpaqueClip& clip) {
+    FrameRange range = clip.group.range;
+    const TrackEntry& first = clip.upper.entry(clip.group.first);
+    if (isTransition(first)) range.start = range.start + lengthOf(first);
+    if (isTransition(clip.upper.entry(clip.group.last))) range.end = range.end - lengthOf(first);
+    return range;
+}
+
+struct Found {
+    bool any = false;      ///< something is hidden in part, if only a clip that is left as it is
+    std::vector<Id> cuts;  ///< what must be cut
+};
+
+void addIfCut(const TrackIndex& lower, Id id, FrameRange range, Found& found) {
+    const TrackEntry& entry = lower.entry(id);
+    if (overlapOf({entry.start, entry.end}, range) != Overlap::none) found.cuts.push_back(id);
+}
+
+// In a chain every clip but the first and the last has no edge of its own, and nothing to cut. Its middle
+// clips are always candidates, so the chain is hidden as one or not at all.
+void findInChain(const TrackIndex& lower, const TrackIndex::Run& chain, FrameRange range,
+                 Found& found) {
+    if (!conflict(chain.range, range)) return;
+    found.any = true;
+    const std::size_t end = lower.position(chain.last);
+    const auto ownEdges = [&](Id id) {
+        const TrackEntry& entry = lower.entry(id);
+        return !entry.startInTransition && !entry.endInTransition;
+    };
+    if (!ownEdges(chain.first)) addIfCut(lower, chain.first, range, found);
+    for (Id id = lower.firstOverlapping(range, chain.first);
+         id != TrackIndex::none && lower.position(id) <= end;) {
+        found.cuts.push_back(id);
+        id = lower.next(id);
+        if (id != TrackIndex::none) id = lower.firstOverlapping(range, id);
+    }
+    if (!ownEdges(chain.last)) addIfCut(lower, chain.last, range, found);
+}
+
+void findInRun(const TrackIndex& lower, const TrackIndex::Run& run, FrameRange range,
+               Found& found) {
+    const EntrySet overlapped = hiddenInRun(
+        lower, run, 4, [&](const TrackEntry& e) { return e.searchInTheWayOf(range); },
+        [&](FrameRange group) { return conflict(group, range); });
+    found.any = found.any || !overlapped.empty();
+    for (const Id id : overlapped) addIfCut(lower, id, range, found);
+}
+
+Found findOverlapped(const TrackIndex& lower, FrameRange range) {
+    Found found;
+    Id hit = lower.firstInTheWay(range);
+    while (hit != TrackIndex::none) {
+        const TrackIndex::Run run = lower.run(hit);
+        // A range from -1 on reaches edges inside transitions too.
+        if (run.isChain && range.start > edgeInTransition)
+            findInChain(lower, run, range, found);
+        else
+            findInRun(lower, run, range, found);
+        const Id after = lower.next(run.last);
+        hit = after == TrackIndex::none ? after : lower.firstInTheWay(range, after);
+    }
+    return found;
+}
+
+// `out` and `duration` stay as they are.
+void cut(PassRun& run, TrackIndex& lower, Id id, FrameRange range, const std::string& reason) {
+    const TrackEntry& entry = lower.entry(id);
+    const Frames in = leadingFrames(entry.node.child("in").stringValue());
+    const ItemTimes tail{
+        .start = range.end, .end = {}, .in = in - entry.start + range.end, .out = {}};
+    switch (overlapOf({entry.start, entry.end}, range)) {
+        case Overlap::sticksOutOnBothSides: run.edit.split(lower, id, range, tail); break;
+        case Overlap::tailHidden:
+            run.edit.trim(lower, id, {.start = {}, .end = range.start, .in = {}, .out = {}});
+            break;
+        case Overlap::headHidden: run.edit.trim(lower, id, tail); break;
+        case Overlap::inside: run.edit.detach(lower, id, reason); break;
+        case Overlap::none: break;
+    }
+}
+
+}  // namespace
+
+XMLNode mergeClips(PassRun& run, XMLNode sequence) {
+    run.setProgressLabelText("Merging clips...");
+    QVLog::appendLog("Merging clips...");
+    const bool done = visitOpaqueClips(run, sequence, [&](const OpaqueClip& clip) {
+        const FrameRange range = opaqueMiddle(clip);
+        const Found found = findOverlapped(clip.lower, range);
+        if (run.cancelled()) return false;
+        if (!found.any) return true;
+        QVLog::fastAppendLog("Lower track %i has partially obscured clip(s) below %@,%@",
+                             clip.lowerNumber, range.start, range.end);
+        const std::string reason = hiddenReason(run, clip, range);
+        for (const Id id : found.cuts) cut(run, clip.lower, id, range, reason);
+        return true;
+    });
+    return done ? sequence : XMLNode();
+}
+
+}  // namespace reelsweep::passes
