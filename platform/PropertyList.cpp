@@ -6,8 +6,8 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <memory>
+#include <sstream>
 
 #include <plist/plist.h>
 
@@ -164,8 +164,11 @@ bool PropertyList::boolValue() const {
 std::optional<PropertyList> readPropertyList(const std::string& path) {
     std::ifstream file(path, std::ios::binary);
     if (!file) return {};
-    const std::string bytes{std::istreambuf_iterator<char>(file), {}};
-    if (file.bad() || bytes.size() > UINT32_MAX) return {};
+    // Through a stream: copying from the file's iterators would throw for a folder.
+    std::ostringstream copy;
+    if (!(copy << file.rdbuf())) return {};
+    const std::string bytes = std::move(copy).str();
+    if (bytes.size() > UINT32_MAX) return {};
     plist_t root = nullptr;
     plist_from_memory(bytes.data(), static_cast<std::uint32_t>(bytes.size()), &root);
     const Node owner(root);

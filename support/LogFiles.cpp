@@ -59,7 +59,7 @@ LogFiles::Start LogFiles::startFresh() const {
     std::error_code error;
     if (!exists(folder_)) std::filesystem::create_directories(folder_, error);
     if (folder_.empty() || error) return {-1, formatText("Unable to create folder %s.\n", folder_)};
-    const FolderLock lock(folder_);
+    const FolderLock lock(folder_, std::chrono::seconds(1));
     if (exists(current_))
         if (std::string problem = rotate(); !problem.empty()) return {-1, std::move(problem)};
     FileReplacement file(current_);

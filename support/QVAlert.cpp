@@ -44,48 +44,68 @@ long QVAlert::alertSheet(std::string_view messageText, const Title& defaultButto
                          AlertDelegate* delegate, std::string_view didEndSelector, bool block,
                          const std::shared_ptr<QVAlert>& alertObject,
                          const Title& suppressionBinding, AlertStyle style) {
+    const AlertRequest request{std::string(messageText),
+                               std::string(informativeText),
+                               defaultButton,
+                               alternateButton,
+                               otherButton,
+                               suppressionBinding,
+                               style};
     const std::shared_ptr<QVAlert> alert = alertObject ? alertObject : create();
     const std::string_view selector = didEndSelector.empty() ? ownSelector : didEndSelector;
-    AlertDelegate& receiver = delegate ? *delegate : *alert;
-    alert->prepare(parentWindow, delegate, selector);
-    if (!receiver.respondsToSelector(selector)) {
-        Platform::current().console->log(
-            formatText("Alert error: delegate does not respond to selector %@", selector));
-        return noAnswer;
-    }
-    AlertRequest request;
-    request.messageText = messageText;
-    request.informativeText = informativeText;
-    request.defaultButtonTitle = defaultButton;
-    request.alternateButtonTitle = alternateButton;
-    request.otherButtonTitle = otherButton;
-    request.suppressionBinding = suppressionBinding;
-    request.style = style;
-    MainThread& mainThread = *Platform::current().mainThread;
-    mainThread.runAndWait([&] { alert->alertSheetWithDictionary(request); });
-    if (!block) return noAnswer;
-    alert->waitUntilEnded();
-    mainThread.runAndWait([&] { alert->closeAlert(); });
-    return alert->returnCode();
+    if (!alert->show(request, parentWindow, delegate, selector, block) || !block) return noAnswer;
+    return alert->waitAndClose();
 }
 
 long QVAlert::timedAlertSheet(std::string_view messageText, const Title& defaultButton,
                               const Title& alternateButton, const Title& otherButton,
                               std::string_view informativeText, WindowRef parentWindow,
                               long interval, AlertStyle style) {
+    const AlertRequest request{std::string(messageText),
+                               std::string(informativeText),
+                               defaultButton,
+                               alternateButton,
+                               otherButton,
+                               {},
+                               style};
     const std::shared_ptr<QVAlert> alert = create();
+    alert->show(request, parentWindow, nullptr, ownSelector, true);
+    // From here on, so that a main thread that was busy does not eat up the user's time.
     std::thread([alert, interval] { alert->defaultReturnAfterTimeInterval(interval); }).detach();
-    return alertSheet(messageText, defaultButton, alternateButton, otherButton, informativeText,
-                      parentWindow, nullptr, {}, true, alert, {}, style);
+    return alert->waitAndClose();
 }
 
-void QVAlert::prepare(WindowRef parentWindow, AlertDelegate* delegate,
-                      std::string_view didEndSelector) {
-    const std::lock_guard lock(mutex_);
-    parentWindow_ = parentWindow;
-    delegate_ = delegate;
-    didEndSelector_ = didEndSelector;
-    alertEnded_ = false;
+bool QVAlert::show(const AlertRequest& request, WindowRef parentWindow, AlertDelegate* delegate,
+                   std::string_view didEndSelector, bool block) {
+    const AlertDelegate& receiver = delegate ? *delegate : *this;
+    if (!receiver.respondsToSelector(didEndSelector)) {
+        Platform::current().console->log(
+            formatText("Alert error: delegate does not respond to selector %@", didEndSelector));
+        return false;
+    }
+    {
+        const std::lock_guard lock(mutex_);
+        parentWindow_ = parentWindow;
+        delegate_ = delegate;
+        didEndSelector_ = didEndSelector;
+        block_ = block;
+        alertEnded_ = false;
+    }
+    Platform::current().mainThread->runAndWait([&] { alertSheetWithDictionary(request); });
+    return true;
+}
+
+long QVAlert::waitAndClose() {
+    MainThread& mainThread = *Platform::current().mainThread;
+    if (mainThread.isMainThread()) {
+        while (!alertEnded()) mainThread.pumpOne(mainThreadWait);
+    } else {
+        std::unique_lock lock(mutex_);
+        while (!ended_.wait_for(lock, otherThreadWait, [this] { return alertEnded_; })) {
+        }
+    }
+    mainThread.runAndWait([this] { closeAlert(); });
+    return returnCode();
 }
 
 void QVAlert::alertSheetWithDictionary(const AlertRequest& request) {
@@ -103,14 +123,19 @@ void QVAlert::alertSheetWithDictionary(const AlertRequest& request) {
 void QVAlert::presenterDidEnd(long returnCode) {
     AlertDelegate* delegate = nullptr;
     std::string selector;
+    bool block = false;
     {
         const std::lock_guard lock(mutex_);
         delegate = delegate_;
         selector = didEndSelector_;
+        block = block_;
     }
     if (delegate) delegate->alertDidEnd(selector, *this, returnCode);
     // Also for a delegate that keeps the news to itself: a caller that waits must come back.
     alertDidEnd(returnCode);
+    // Nobody comes back to close this one; not at once, since its presenter is still calling.
+    if (!block)
+        Platform::current().mainThread->post([self = shared_from_this()] { self->closeAlert(); });
 }
 
 void QVAlert::closeAlert() {
@@ -139,17 +164,6 @@ bool QVAlert::respondsToSelector(std::string_view selector) const {
 
 void QVAlert::alertDidEnd(std::string_view, QVAlert& alert, long returnCode) {
     alert.alertDidEnd(returnCode);
-}
-
-void QVAlert::waitUntilEnded() {
-    MainThread& mainThread = *Platform::current().mainThread;
-    if (mainThread.isMainThread()) {
-        while (!alertEnded()) mainThread.pumpOne(mainThreadWait);
-        return;
-    }
-    std::unique_lock lock(mutex_);
-    while (!ended_.wait_for(lock, otherThreadWait, [this] { return alertEnded_; })) {
-    }
 }
 
 WindowRef QVAlert::parentWindow() const {

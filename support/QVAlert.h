@@ -94,15 +94,17 @@ public:
 private:
     QVAlert() = default;
 
-    void prepare(WindowRef parentWindow, AlertDelegate* delegate, std::string_view didEndSelector);
+    bool show(const AlertRequest& request, WindowRef parentWindow, AlertDelegate* delegate,
+              std::string_view didEndSelector, bool block);
+    long waitAndClose();
     void presenterDidEnd(long returnCode);
-    void waitUntilEnded();
 
     mutable std::mutex mutex_;
     std::condition_variable ended_;
     WindowRef parentWindow_;
     AlertDelegate* delegate_ = nullptr;  ///< null: the alert itself
     std::string didEndSelector_;
+    bool block_ = false;
     bool alertEnded_ = false;
     long returnCode_ = 0;
     std::unique_ptr<PresentedAlert> alert_;  ///< main thread only

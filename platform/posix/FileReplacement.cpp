@@ -16,7 +16,8 @@ FileReplacement::FileReplacement(std::string path) : path_(std::move(path)) {
     static std::atomic<unsigned> counter = 0;
     do {
         temporary_ = path_ + "." + std::to_string(::getpid()) + "-" + std::to_string(counter++);
-        descriptor_ = ::open(temporary_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+        descriptor_ =
+            ::open(temporary_.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
     } while (descriptor_ < 0 && errno == EEXIST);
     if (descriptor_ < 0) {
         fail();

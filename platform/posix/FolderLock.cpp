@@ -1,7 +1,6 @@
 #include "platform/posix/FolderLock.h"
 
 #include <cerrno>
-#include <chrono>
 #include <thread>
 
 #include <fcntl.h>
@@ -10,10 +9,10 @@
 
 namespace reelsweep {
 
-FolderLock::FolderLock(const std::string& folder)
+FolderLock::FolderLock(const std::string& folder, std::chrono::milliseconds patience)
     : descriptor_(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)) {
     if (descriptor_ < 0) return;
-    const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds(1);
+    const auto limit = std::chrono::steady_clock::now() + patience;
     while (::flock(descriptor_, LOCK_EX | LOCK_NB) != 0) {
         const bool heldByAnother = errno == EWOULDBLOCK || errno == EINTR;
         if (!heldByAnother || std::chrono::steady_clock::now() >= limit) return;

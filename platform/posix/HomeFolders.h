@@ -10,7 +10,7 @@
 
 namespace reelsweep {
 
-class HomeFolders final : public StandardFolders {
+class HomeFolders : public StandardFolders {
 public:
     std::optional<std::string> path(StandardDirectory directory,
                                     FolderDomain domain) const override;

@@ -22,7 +22,7 @@ std::error_code PropertyListDefaults::update(
     std::error_code error;
     std::filesystem::create_directories(folder_, error);
     if (error) return error;
-    const FolderLock lock(folder_);
+    const FolderLock lock(folder_, std::chrono::seconds(10));
     PropertyList::Dictionary values = domain(domainName);
     change(values);
     return writePropertyList(filePath(domainName), values);

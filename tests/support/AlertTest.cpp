@@ -1,0 +1,181 @@
+#include "support/QVAlert.h"
+#include "tests/support/TestPlatform.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <chrono>
+#include <future>
+#include <thread>
+#include <vector>
+
+namespace reelsweep {
+namespace {
+
+using namespace std::chrono_literals;
+
+/// A person and a screen: notes what is shown and answers when the test says so.
+class FakePresenter : public AlertPresenter {
+public:
+    struct Shown {
+        AlertRequest request;
+        WindowRef window;
+        std::function<void(long)> didEnd;
+        bool visible = true;
+        bool released = false;
+    };
+
+    bool hasAttachedSheet(WindowRef window) const override { return window == busyWindow; }
+    void makeKeyAndOrderFront(WindowRef window) override { front = window; }
+    std::unique_ptr<PresentedAlert> begin(const AlertRequest& request, WindowRef window,
+                                          std::function<void(long)> didEnd) override {
+        EXPECT_TRUE(Platform::current().mainThread->isMainThread());
+        shown.push_back(std::make_unique<Shown>(Shown{request, window, std::move(didEnd)}));
+        if (answerAtOnce) answer(*answerAtOnce);
+        return std::make_unique<OnScreen>(*shown.back());
+    }
+    /// The user presses a button of the newest alert, which then disappears.
+    void answer(long code) {
+        shown.back()->visible = false;
+        shown.back()->didEnd(code);
+    }
+
+    std::vector<std::unique_ptr<Shown>> shown;
+    std::optional<long> answerAtOnce;
+    WindowRef busyWindow{99};
+    WindowRef front;
+
+private:
+    class OnScreen : public PresentedAlert {
+    public:
+        explicit OnScreen(Shown& alert) : alert_(alert) {}
+        ~OnScreen() override { alert_.released = true; }
+        bool isVisible() const override { return alert_.visible; }
+        void orderOut() override { alert_.visible = false; }
+
+    private:
+        Shown& alert_;
+    };
+};
+
+class FakeConsole : public Console {
+public:
+    void print(std::string_view) override {}
+    void log(std::string_view line) override { lines.emplace_back(line); }
+    std::vector<std::string> lines;
+};
+
+class Listener : public AlertDelegate {
+public:
+    bool respondsToSelector(std::string_view selector) const override {
+        return selector == "projectAlert";
+    }
+    void alertDidEnd(std::string_view selector, QVAlert&, long code) override {
+        heard += std::string(selector) + " " + std::to_string(code);
+    }
+    std::string heard;
+};
+
+class Alert : public testing::Test {
+protected:
+    Alert() {
+        auto fakePresenter = std::make_unique<FakePresenter>();
+        presenter = fakePresenter.get();
+        Platform::current().alertPresenter = std::move(fakePresenter);
+        auto fakeConsole = std::make_unique<FakeConsole>();
+        console = fakeConsole.get();
+        Platform::current().console = std::move(fakeConsole);
+    }
+
+    /// Keeps the main thread going until the condition holds; false when it takes forever.
+    template <class Condition>
+    bool pumpUntil(Condition condition) {
+        const auto limit = std::chrono::steady_clock::now() + 30s;
+        while (!condition()) {
+            if (std::chrono::steady_clock::now() > limit) return false;
+            Platform::current().mainThread->pumpOne(10ms);
+        }
+        return true;
+    }
+
+    test::TestHome home;
+    FakePresenter* presenter = nullptr;
+    FakeConsole* console = nullptr;
+};
+
+TEST_F(Alert, ABackgroundThreadWaitsForTheButtonAndTheAlertGoesAway) {
+    auto answer = std::async(std::launch::async, [] {
+        return QVAlert::alertSheet("Replace?", "Yes", "No", {}, "50%d of it", WindowRef{5}, true);
+    });
+    ASSERT_TRUE(pumpUntil([&] { return !presenter->shown.empty(); }));
+    const FakePresenter::Shown& shown = *presenter->shown.front();
+    EXPECT_EQ(shown.request.messageText, "Replace?");
+    EXPECT_EQ(shown.request.informativeText, "50%d of it");
+    EXPECT_EQ(shown.request.defaultButtonTitle, "Yes");
+    EXPECT_EQ(shown.request.otherButtonTitle, std::nullopt);
+    EXPECT_EQ(shown.window, WindowRef{5});
+    EXPECT_EQ(presenter->front, WindowRef{5});
+    presenter->answer(alertAlternateReturn);
+    ASSERT_TRUE(pumpUntil([&] { return answer.wait_for(0s) == std::future_status::ready; }));
+    EXPECT_EQ(answer.get(), alertAlternateReturn);
+    EXPECT_TRUE(shown.released);
+}
+
+TEST_F(Alert, TheMainThreadHandlesEventsWhileItWaits) {
+    // The answer is one of the events.
+    Platform::current().mainThread->post([&] { presenter->answer(alertDefaultReturn); });
+    EXPECT_EQ(QVAlert::alertSheet("Done", "", {}, AlertStyle::informational), alertDefaultReturn);
+    EXPECT_EQ(presenter->shown.front()->request.style, AlertStyle::informational);
+    EXPECT_TRUE(presenter->shown.front()->released);
+}
+
+TEST_F(Alert, AWindowWithASheetIsLeftAlone) {
+    presenter->answerAtOnce = alertOtherReturn;
+    EXPECT_EQ(QVAlert::alertSheet("Failed", "why", presenter->busyWindow), alertOtherReturn);
+    EXPECT_FALSE(presenter->shown.front()->window);
+    EXPECT_FALSE(presenter->front);
+}
+
+TEST_F(Alert, ADelegateHearsTheEndByTheNameItChose) {
+    Listener listener;
+    EXPECT_EQ(QVAlert::alertSheet("a", {}, {}, {}, "", {}, &listener, "projectAlert", false), -1);
+    EXPECT_EQ(listener.heard, "");
+    presenter->answer(alertDefaultReturn);
+    EXPECT_EQ(listener.heard, "projectAlert 1");
+    EXPECT_TRUE(pumpUntil([&] { return presenter->shown.front()->released; }));
+    // Also a caller that waits comes back, whatever the delegate does with the news.
+    presenter->answerAtOnce = alertAlternateReturn;
+    EXPECT_EQ(QVAlert::alertSheet("b", {}, {}, {}, "", {}, &listener, "projectAlert", true), 0);
+}
+
+TEST_F(Alert, ADelegateWithoutTheMessageGetsNoAlert) {
+    Listener listener;
+    EXPECT_EQ(QVAlert::alertSheet("a", {}, {}, {}, "", {}, &listener, "other:", true), -1);
+    EXPECT_EQ(QVAlert::alertSheet("a", {}, {}, {}, "", {}, nullptr, "other:", true), -1);
+    const std::string line = "Alert error: delegate does not respond to selector other:";
+    EXPECT_EQ(console->lines, (std::vector<std::string>{line, line}));
+    EXPECT_TRUE(presenter->shown.empty());
+}
+
+TEST_F(Alert, ATimedAlertNobodyAnswersEndsWithTheDefaultButton) {
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_EQ(QVAlert::timedAlertSheet("a", "OK", "Stop", {}, "", {}, 1), alertDefaultReturn);
+    EXPECT_GE(std::chrono::steady_clock::now() - start, 1s);
+    EXPECT_FALSE(presenter->shown.front()->visible);
+    EXPECT_TRUE(presenter->shown.front()->released);
+    presenter->answerAtOnce = alertAlternateReturn;
+    EXPECT_EQ(QVAlert::timedAlertSheet("a", "OK", "Stop", {}, "", {}, 3600), alertAlternateReturn);
+}
+
+TEST_F(Alert, OneAlertObjectServesSeveralAlerts) {
+    const auto alert = QVAlert::create();
+    for (const long code : {alertOtherReturn, alertDefaultReturn}) {
+        Platform::current().mainThread->post([this, code] { presenter->answer(code); });
+        EXPECT_EQ(QVAlert::alertSheet("a", {}, {}, {}, "", {}, nullptr, {}, true, alert, "hideIt"),
+                  code);
+    }
+    EXPECT_EQ(presenter->shown.back()->request.suppressionBinding, "hideIt");
+}
+
+}  // namespace
+}  // namespace reelsweep

@@ -1,0 +1,59 @@
+// TestHome: a home folder of a test's own, with a platform that lives in it.
+//
+// HOME points to the folder, so child processes live in it too. The user is an ordinary one, whoever
+// runs the tests. Make it before anything logs, and destroy it when nothing logs any more.
+#pragma once
+
+#include "platform/Platform.h"
+#include "platform/posix/HomeFolders.h"
+#include "tests/platform/TemporaryFolder.h"
+
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace reelsweep::test {
+
+/// The real folders below HOME, for a user of the test's choice and with a machine-wide Library
+/// folder that a test may write to.
+class TestFolders : public HomeFolders {
+public:
+    TestFolders(unsigned userIdentifier, std::string localLibrary)
+        : userIdentifier_(userIdentifier), localLibrary_(std::move(localLibrary)) {}
+
+    std::optional<std::string> path(StandardDirectory directory,
+                                    FolderDomain domain) const override {
+        if (directory == StandardDirectory::library && domain == FolderDomain::local)
+            return localLibrary_;
+        return HomeFolders::path(directory, domain);
+    }
+    unsigned userIdentifier() const override { return userIdentifier_; }
+
+private:
+    unsigned userIdentifier_;
+    std::string localLibrary_;
+};
+
+class TestHome {
+public:
+    static constexpr unsigned root = 0;
+    static constexpr unsigned ordinaryUser = 1000;
+
+    explicit TestHome(unsigned userIdentifier = ordinaryUser)
+        : home_("HOME", folder_.path().c_str()), config_("XDG_CONFIG_HOME", nullptr) {
+        Platform platform = Platform::commandLine();
+        platform.folders = std::make_unique<TestFolders>(userIdentifier, folder_ / "machine");
+        Platform::install(std::move(platform));
+    }
+    ~TestHome() { Platform::install(Platform::commandLine()); }
+
+    std::string operator/(std::string_view name) const { return folder_ / name; }
+    const std::string& path() const { return folder_.path(); }
+
+private:
+    TemporaryFolder folder_;
+    EnvironmentVariable home_;
+    EnvironmentVariable config_;
+};
+
+}  // namespace reelsweep::test
