@@ -34,7 +34,7 @@ struct XMLDocument::Tree {
         content = slot.append_child(pugi::node_element);
         const char contentName[] = {XMLAccess::contentMark, '\0'};
         content.set_name(contentName);
-        while (next != slot) {
+        while (next && next != slot) {
             const pugi::xml_node moved = next;
             next = next.next_sibling();
             content.append_move(moved);
