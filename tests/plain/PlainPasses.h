@@ -1,0 +1,37 @@
+// The plain twin: every pass as a literal search, the oracle for the product's passes.
+//
+// No index, no cleverness, no cancelling, no ledger: queries on the tree as it stands at each step.
+// Slow on purpose; what a reader must see here is that it does the right thing. Only xml/ is shared
+// with the product.
+// Each function edits the sequence in place and returns it.
+// Thread rule: one tree belongs to one thread at a time.
+#pragma once
+
+#include "xml/XMLNode.h"
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace reelsweep::test {
+
+XMLNode plainRenameSequence(XMLNode sequence);
+XMLNode plainRemoveDisabledClips(XMLNode sequence, std::string_view type);
+XMLNode plainRemoveSilentAudioClips(XMLNode sequence);
+XMLNode plainRemoveObscuredClips(XMLNode sequence);
+XMLNode plainCollapseTracks(XMLNode sequence, bool reverse);
+XMLNode plainMergeClips(XMLNode sequence);
+XMLNode plainCollapseMulticlips(XMLNode sequence);
+XMLNode plainRemoveUnusedTracks(XMLNode sequence);
+XMLNode plainReplaceGapsWithSlugs(XMLNode sequence);
+XMLNode plainRemoveFilters(XMLNode sequence);
+XMLNode plainRemoveMarkers(XMLNode sequence);
+XMLNode plainRemoveTransitions(XMLNode sequence, std::string_view type);
+
+bool plainIsClipTransparent(XMLNode clip, const std::vector<std::string>& ignoredEffects = {});
+
+/// Renames the sequence and applies the passes whose option is in the list, in the order of a run.
+/// The new uuid is "UUID".
+XMLNode plainRun(XMLNode sequence, const std::vector<std::string>& options);
+
+}  // namespace reelsweep::test

@@ -1,0 +1,168 @@
+#include "tests/platform/TemporaryFolder.h"
+#include "xml/XMLDocument.h"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <string>
+
+namespace reelsweep::test {
+namespace {
+
+XMLDocument parsed(std::string_view xml) {
+    Result<XMLDocument> document = XMLDocument::parse(xml);
+    EXPECT_TRUE(document) << xml << ": " << document.failure().description();
+    return document ? std::move(*document) : XMLDocument();
+}
+
+TEST(XMLDocument, KeepsWhatWasReadThroughSavingAndLoading) {
+    struct Row {
+        const char* what;
+        std::string xml;
+        std::string expected;  // empty: as it was
+    };
+    const Row rows[] = {
+        {"carriage return as a reference", "<a>x&#13;y</a>", ""},
+        {"line ends of other systems", "<a>x\r\ny\rz</a>", "<a>x\ny\nz</a>"},
+        {"CDATA", "<a><![CDATA[a < b && c]]></a>", ""},
+        {"blank CDATA", "<a><![CDATA[ ]]></a>", ""},
+        {"comments around and inside", "<!--1--><a><!-- 2 --><b/></a><!--3-->", ""},
+        {"DOCTYPE",
+         "<?xml version=\"1.0\" encoding=\"UTF-8\"?><!DOCTYPE xmeml><xmeml version=\"5\"/>", ""},
+        {"DOCTYPE with declarations", "<!--x--><!DOCTYPE a [<!-- ]> --><!ELEMENT a ANY>]><a/>", ""},
+        {"processing instructions", "<?one  two?><a><?three?></a>", "<?one two?><a><?three?></a>"},
+        {"standalone declaration", "<?xml version=\"1.0\" standalone=\"yes\"?><a/>", ""},
+        {"blank text as only content", "<a> \n </a>", ""},
+        {"blank text between elements", "<a>\n  <b>\t</b>\n  <c/>\n</a>", "<a><b>\t</b><c/></a>"},
+        {"text beside elements", "<a>x <b/> y</a>", ""},
+        {"references", "<a>&lt;&amp;&gt;&quot;&apos;&#x41;&#233;</a>",
+         "<a>&lt;&amp;&gt;\"'A\xC3\xA9</a>"},
+        {"end of CDATA in text", "<a>]]&gt;</a>", ""},
+        {"attribute white space", "<a b=\"1&#9;2&#10;3&#13;4&quot;&lt;\"/>", ""},
+        {"attribute line feed", "<a b='1\n2'/>", "<a b=\"1 2\"/>"},
+        {"element without content", "<a></a>", "<a/>"},
+        {"characters beyond 16 bits", "<a b=\"\xF0\x9F\x8E\xAC\">\xE6\x97\xA5\xF0\x9F\x8E\xAC</a>",
+         ""},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.what);
+        const XMLDocument document = parsed(row.xml);
+        const std::string expected = row.expected.empty() ? row.xml : row.expected;
+        EXPECT_EQ(document.serialise(XMLFormat::compact), expected);
+        // White space that pretty printing adds is never content.
+        const std::string pretty = document.serialise(XMLFormat::pretty);
+        EXPECT_EQ(parsed(pretty).serialise(XMLFormat::compact), expected) << pretty;
+        EXPECT_EQ(parsed(pretty).serialise(XMLFormat::pretty), pretty);
+    }
+}
+
+TEST(XMLDocument, PrettyPrintsOneElementALine) {
+    EXPECT_EQ(parsed("<a><b><c>1</c><!--n--></b><d>x<e/></d></a>").serialise(XMLFormat::pretty),
+              "<a>\n\t<b>\n\t\t<c>1</c>\n\t\t<!--n-->\n\t</b>\n\t<d>x<e/></d>\n</a>\n");
+}
+
+std::string utf16(std::string_view ascii, bool bigEndian) {
+    std::string bytes;
+    for (const char c : ascii) {
+        if (bigEndian) bytes += '\0';
+        bytes += c;
+        if (!bigEndian) bytes += '\0';
+    }
+    return bytes;
+}
+
+TEST(XMLDocument, ReadsTheEncodingsOfEditingSystems) {
+    const std::string latin = "<?xml version='1.0' encoding='ISO-8859-1'?><a>caf\xE9</a>";
+    const std::string wide = "<?xml version=\"1.0\" encoding=\"UTF-16\"?><a>caf";
+    const std::string rows[] = {
+        "<a>caf\xC3\xA9</a>",
+        "\xEF\xBB\xBF<a>caf\xC3\xA9</a>",
+        latin,
+        "\xFF\xFE" + utf16(wide, false) + std::string("\xE9\x00", 2) + utf16("</a>", false),
+        "\xFE\xFF" + utf16(wide, true) + std::string("\x00\xE9", 2) + utf16("</a>", true),
+    };
+    const TemporaryFolder folder;
+    for (const std::string& bytes : rows) {
+        SCOPED_TRACE(testing::PrintToString(bytes));
+        writeFile(folder / "in.xml", bytes);
+        const Result<XMLDocument> loaded = XMLDocument::load(folder / "in.xml");
+        ASSERT_TRUE(loaded) << loaded.failure().description();
+        EXPECT_EQ(loaded->rootElement().stringValue(), "caf\xC3\xA9");
+        const std::string saved = loaded->serialise(XMLFormat::compact);
+        EXPECT_EQ(parsed(saved).rootElement().stringValue(), "caf\xC3\xA9");
+        EXPECT_EQ(saved.find("ISO"), std::string::npos);
+        EXPECT_EQ(saved.find("UTF-16"), std::string::npos);
+    }
+}
+
+TEST(XMLDocument, RefusesWhatIsNotAWellFormedDocumentWithLineAndColumn) {
+    const auto nested = [](int depth) {
+        std::string xml;
+        for (int i = 0; i < depth; ++i) xml += "<a>";
+        for (int i = 0; i < depth; ++i) xml += "</a>";
+        return xml;
+    };
+    struct Row {
+        std::string xml;
+        const char* place;
+        const char* message;
+    };
+    const Row rows[] = {
+        {"", "1", "the file is empty"},
+        {"just text", "1:1", "syntax error"},
+        {"<a>\n<b>\n</a>", "3:3", "mismatched tag"},
+        {"<a>\n<b/>", "2:5", "no element found"},
+        {"<a/>\n<b/>", "2:1", "junk after document element"},
+        {"<a b='1' b='2'/>", "1:10", "duplicate attribute"},
+        {"<a>\n x &nbsp; y</a>", "2:4", "undefined entity"},
+        {"<!DOCTYPE a SYSTEM 'a.dtd'><a>\n&nbsp;</a>", "2", "undeclared entity \"nbsp\""},
+        {"<!DOCTYPE a [\n<!ENTITY b 'c'>]><a>&b;</a>", "2", "declares the entity \"b\""},
+        {"<!DOCTYPE a [\n<!ENTITY % b 'c'>]><a/>", "2", "declares the entity \"b\""},
+        {"<!DOCTYPE a [\n<!ENTITY b SYSTEM '/etc/passwd'>]><a>&b;</a>", "2", "declares the entity"},
+        {"<a>\xFF</a>", "1:4", "invalid token"},
+        {"<a>\x01</a>", "1:4", "invalid token"},
+        {"<a>\n&#1;</a>", "2:1", "invalid character number"},
+        {std::string("<a>\0</a>", 8), "1:4", "invalid token"},
+        {"<a>]]></a>", "1:4", "invalid token"},
+        {nested(1001), "1:3001", "nested more than 1000 deep"},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.xml.substr(0, 60));
+        const Result<XMLDocument> document = XMLDocument::parse(row.xml, "cut.xml");
+        ASSERT_FALSE(document);
+        EXPECT_EQ(document.failure().code, FailureCode::inputInvalid);
+        const std::string text = document.failure().description();
+        EXPECT_TRUE(text.starts_with("cut.xml:" + std::string(row.place) + ":")) << text;
+        EXPECT_NE(text.find(row.message), std::string::npos) << text;
+    }
+    EXPECT_TRUE(XMLDocument::parse(nested(1000)));
+}
+
+TEST(XMLDocument, FindsTheBadLineOfALargeFile) {
+    const TemporaryFolder folder;
+    std::string xml = "<a>\n";
+    for (int i = 0; i < 200'000; ++i) xml += "<b>12345</b>\n";
+    writeFile(folder / "good.xml", xml + "</a>\n");
+    const Result<XMLDocument> good = XMLDocument::load(folder / "good.xml");
+    ASSERT_TRUE(good) << good.failure().description();
+    EXPECT_EQ(good->rootElement().childCount(), 200'000u);
+    EXPECT_EQ(good->loadedFile(), FileIdentity::ofFile(folder / "good.xml"));
+
+    writeFile(folder / "bad.xml", xml + "<c></a>\n");
+    const Result<XMLDocument> bad = XMLDocument::load(folder / "bad.xml");
+    ASSERT_FALSE(bad);
+    EXPECT_EQ(bad.failure().line, 200'002);
+    EXPECT_EQ(bad.failure().file, folder / "bad.xml");
+}
+
+TEST(XMLDocument, ReportsFilesThatCannotBeRead) {
+    const TemporaryFolder folder;
+    for (const std::string& path : {folder.path(), folder / "absent.xml"}) {
+        const Result<XMLDocument> document = XMLDocument::load(path);
+        ASSERT_FALSE(document);
+        EXPECT_EQ(document.failure().code, FailureCode::inputUnreadable);
+        EXPECT_EQ(document.failure().file, path);
+    }
+}
+
+}  // namespace
+}  // namespace reelsweep::test
