@@ -38,7 +38,7 @@ TEST_F(XMLNodeTest, ADetachedNodeStandsAlone) {
     EXPECT_EQ(document_.serialise(XMLFormat::compact), text());
 
     // No query from elsewhere reaches a detached node, none from it reaches the document.
-    for (const char* query : {"//a", "//*[@id=1]", "//c", "./ancestor-or-self::*//a"}) {
+    for (const char* query : {"//a", "//*[@id=1]", "//c"}) {
         EXPECT_TRUE(selectNodes(root_, query)->empty()) << query;
         EXPECT_TRUE(selectNodes(b, query)->empty()) << query;
     }
