@@ -36,8 +36,10 @@ TEST(QueueMainThread, RunsTheWorkOfOtherThreadsInOrderAndThrowsBackToThem) {
         finished = true;
         mainThread.wake();
     });
+    const auto start = std::chrono::steady_clock::now();
     while (!finished) mainThread.pumpOne(limit);
     worker.join();
+    EXPECT_LT(std::chrono::steady_clock::now() - start, limit);
     EXPECT_FALSE(mainThread.pumpOne(0ms));
 }
 

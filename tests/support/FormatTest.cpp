@@ -62,6 +62,7 @@ TEST(Format, ABadFormatPrintsWhatItCanAndNothingElse) {
         {formatText("%-0 #", 5), "%-0 #"},
         {formatText("%lll"), "%lll"},
         {formatText("%*", 3), "%*"},
+        {formatText("%*y %i", 3), "%*y 3"},
         {formatText("file%20name %i", 5), "file%20name 5"},
     };
     for (const auto& row : rows) EXPECT_EQ(row.text, row.expected);

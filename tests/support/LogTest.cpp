@@ -7,6 +7,8 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <atomic>
+#include <chrono>
 #include <csignal>
 #include <cstdio>
 #include <functional>
@@ -15,6 +17,7 @@
 #include <sstream>
 #include <thread>
 
+#include <sys/mman.h>
 #include <sys/stat.h>
 
 namespace reelsweep {
@@ -397,28 +400,64 @@ TEST(Log, TheEndWaitsForAShortQueueAndDropsALongOne) {
     }
 }
 
+/// Lets several processes go on at the same instant, again and again.
+class StartingLine {
+public:
+    explicit StartingLine(int runners)
+        : runners_(runners),
+          arrived_(static_cast<std::atomic<int>*>(::mmap(nullptr, sizeof *arrived_,
+                                                         PROT_READ | PROT_WRITE,
+                                                         MAP_SHARED | MAP_ANONYMOUS, -1, 0))) {}
+    ~StartingLine() { ::munmap(arrived_, sizeof *arrived_); }
+    void wait() {
+        const int place = (*arrived_)++;
+        const int all = (place / runners_ + 1) * runners_;
+        const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+        while (*arrived_ < all) {
+            if (std::chrono::steady_clock::now() > limit) std::_Exit(98);
+            std::this_thread::yield();
+        }
+    }
+
+private:
+    const int runners_;
+    std::atomic<int>* const arrived_;
+};
+
 TEST(Log, ProgramsOfOneNameThatStartTogetherKeepAFileEach) {
+    constexpr std::size_t lines = 20;
+    constexpr int programs = 5;
+    constexpr int rounds = 60;
     const TestHome home;
+    const auto roundHome = [&](int round) { return home / std::to_string(round); };
+    StartingLine line(programs);
     std::list<ChildProcess> children;
-    constexpr std::size_t lines = 500;
-    for (int number = 0; number < 5; ++number)
-        children.emplace_back([number] {
-            QVLog::createNewLog("app");
-            for (std::size_t i = 0; i < lines; ++i) QVLog::fastAppendLog("run %i", number);
+    for (int number = 0; number < programs; ++number)
+        children.emplace_back([&] {
+            for (int round = 0; round < rounds; ++round) {
+                QVLog::finishWriting();
+                ::setenv("HOME", roundHome(round).c_str(), 1);
+                line.wait();
+                QVLog::createNewLog("app");
+                for (std::size_t i = 0; i < lines; ++i) QVLog::fastAppendLog("run %i", number);
+            }
             QVLog::finishWriting();
         });
     for (ChildProcess& child : children) {
         EXPECT_EQ(child.wait(), 0);
         EXPECT_EQ(child.standardOutput(), "");
     }
-    std::set<std::string> runs;
-    for (int number = 1; number <= 5; ++number) {
-        const std::vector<std::string> texts = entriesIn(logFile(home, "app", number));
-        ASSERT_EQ(texts.size(), 5 + lines);
-        runs.insert(texts.back());
-        EXPECT_EQ(std::count(texts.begin(), texts.end(), texts.back()), lines);
+    for (int round = 0; round < rounds; ++round) {
+        std::set<std::string> runs;
+        for (int number = 1; number <= 5; ++number) {
+            const std::vector<std::string> texts = entriesIn(
+                roundHome(round) + "/Library/Logs/Quorvane/app." + std::to_string(number) + ".log");
+            ASSERT_EQ(texts.size(), 5 + lines);
+            runs.insert(texts.back());
+            EXPECT_EQ(std::count(texts.begin(), texts.end(), texts.back()), lines);
+        }
+        EXPECT_EQ(runs.size(), programs);
     }
-    EXPECT_EQ(runs.size(), children.size());
 }
 
 TEST(Exceptions, AreLoggedWithNameAndReason) {
