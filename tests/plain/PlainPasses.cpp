@@ -195,6 +195,21 @@ XMLNode plainCollapseTracks(XMLNode sequence, bool reverse) {
     return sequence;
 }
 
+// clang-format off
+const std::vector<std::string>& plainTransparentEffects() {
+    static const std::vector<std::string> names = {
+        "Black Hole", "Bulge", "Disc Warp", "Droplet", "Earthquake", "Fisheye", "Poke",
+        "Ripple", "Scrape", "Twirl", "Wave", "Whirlpool", "Blue and Green Screen",
+        "Chroma Keyer", "Color Key", "Luma Key", "Primatte RT", "Eight-Point Garbage Matte",
+        "Extract", "Four-Point Garbage Matte", "Image Mask", "Mask Feather", "Mask Shape",
+        "Matte Choker", "Matte Magic", "Soft Edges", "Basic 3D", "Curl", "Rotate", "Crawl",
+        "Lower 3rd", "Outline Text", "Scrolling Text", "Text", "Typewriter", "Circle", "Oval",
+        "Rectangle", "Square", "Title 3D", "Title Crawl", "Vector Shape", "Caustics",
+        "Membrane", "Soft Gradient", "Star"};
+    return names;
+}
+// clang-format on
+
 bool plainIsClipTransparent(XMLNode clip, const std::vector<std::string>& ignoredEffects) {
     const auto text = [&](const char* query) {
         return QVXMLParser::stringValueForQuery(query, clip);
@@ -214,17 +229,7 @@ bool plainIsClipTransparent(XMLNode clip, const std::vector<std::string>& ignore
         text("./filter/effect/parameter/parameterid[1][text()=\"mix\"]/../value[1]/text()");
     if (mix && leadingFrames(*mix) < Frames{100}) return true;
 
-    // clang-format off
-    std::vector<std::string> names = {
-        "Black Hole", "Bulge", "Disc Warp", "Droplet", "Earthquake", "Fisheye", "Poke",
-        "Ripple", "Scrape", "Twirl", "Wave", "Whirlpool", "Blue and Green Screen",
-        "Chroma Keyer", "Color Key", "Luma Key", "Primatte RT", "Eight-Point Garbage Matte",
-        "Extract", "Four-Point Garbage Matte", "Image Mask", "Mask Feather", "Mask Shape",
-        "Matte Choker", "Matte Magic", "Soft Edges", "Basic 3D", "Curl", "Rotate", "Crawl",
-        "Lower 3rd", "Outline Text", "Scrolling Text", "Text", "Typewriter", "Circle", "Oval",
-        "Rectangle", "Square", "Title 3D", "Title Crawl", "Vector Shape", "Caustics",
-        "Membrane", "Soft Gradient", "Star"};
-    // clang-format on
+    std::vector<std::string> names = plainTransparentEffects();
     names.insert(names.end(), ignoredEffects.begin(), ignoredEffects.end());
     const auto listed = [&](const std::optional<std::string>& name) {
         return name && std::find(names.begin(), names.end(), *name) != names.end();

@@ -28,6 +28,8 @@ XMLNode plainRemoveFilters(XMLNode sequence);
 XMLNode plainRemoveMarkers(XMLNode sequence);
 XMLNode plainRemoveTransitions(XMLNode sequence, std::string_view type);
 
+/// The effects whose output is not a full opaque frame.
+const std::vector<std::string>& plainTransparentEffects();
 bool plainIsClipTransparent(XMLNode clip, const std::vector<std::string>& ignoredEffects = {});
 
 /// Renames the sequence and applies the passes whose option is in the list, in the order of a run.

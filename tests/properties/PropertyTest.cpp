@@ -1,13 +1,10 @@
 // The product's passes against the plain twin, and what holds for every run, on random timelines.
 //
 // REELSWEEP_PROPERTY_COUNT timelines (2000) from REELSWEEP_PROPERTY_SEED (1) on.
-#include "engine/QVFCPDoc.h"
-#include "support/QVLog.h"
-#include "tests/plain/PlainPasses.h"
+#include "tests/plain/PassPairs.h"
 #include "tests/properties/Random.h"
 #include "tests/properties/RandomTimeline.h"
-#include "tests/timeline/RecordingView.h"
-#include "tests/timeline/Timeline.h"
+#include "tests/timeline/Project.h"
 #include "xml/XMLQuery.h"
 
 #include <gtest/gtest.h>
@@ -50,7 +47,6 @@ std::string reduced(const std::string& timeline, const Check& check) {
 }
 
 void expectOnRandomTimelines(const Check& check) {
-    QVLog::sharedController().setLoggingDisabled(true);
     const std::uint64_t first = fromEnvironment("REELSWEEP_PROPERTY_SEED", 1);
     const std::uint64_t count = fromEnvironment("REELSWEEP_PROPERTY_COUNT", 2000);
     for (std::uint64_t seed = first; seed < first + count; ++seed) {
@@ -63,45 +59,6 @@ void expectOnRandomTimelines(const Check& check) {
 
 // The passes one by one
 
-struct Pass {
-    const char* name;
-    std::function<XMLNode(QVFCPDoc&, XMLNode)> product;
-    std::function<XMLNode(XMLNode)> plain;
-};
-
-const std::vector<Pass>& allPasses() {
-    using D = QVFCPDoc;
-    using N = XMLNode;
-    static const std::vector<Pass> passes = {
-        {"removeDisabledClips video", [](D& d, N s) { return d.removeDisabledClips(s, "video"); },
-         [](N s) { return plainRemoveDisabledClips(s, "video"); }},
-        {"removeDisabledClips audio", [](D& d, N s) { return d.removeDisabledClips(s, "audio"); },
-         [](N s) { return plainRemoveDisabledClips(s, "audio"); }},
-        {"removeSilentAudioClips", [](D& d, N s) { return d.removeSilentAudioClips(s); },
-         plainRemoveSilentAudioClips},
-        {"removeObscuredClips", [](D& d, N s) { return d.removeObscuredClips(s); },
-         plainRemoveObscuredClips},
-        {"collapseTracks reverse", [](D& d, N s) { return d.collapseTracks(s); },
-         [](N s) { return plainCollapseTracks(s, true); }},
-        {"collapseTracks forward", [](D& d, N s) { return d.collapseTracks(s, false); },
-         [](N s) { return plainCollapseTracks(s, false); }},
-        {"mergeClips", [](D& d, N s) { return d.mergeClips(s); }, plainMergeClips},
-        {"collapseMulticlips", [](D& d, N s) { return d.collapseMulticlips(s); },
-         plainCollapseMulticlips},
-        {"removeUnusedTracks", [](D& d, N s) { return d.removeUnusedTracks(s); },
-         plainRemoveUnusedTracks},
-        {"replaceGapsWithSlugs", [](D& d, N s) { return d.replaceGapsWithSlugs(s); },
-         plainReplaceGapsWithSlugs},
-        {"removeFilters", [](D& d, N s) { return d.removeFilters(s); }, plainRemoveFilters},
-        {"removeMarkers", [](D& d, N s) { return d.removeMarkers(s); }, plainRemoveMarkers},
-        {"removeVideoTransitions", [](D& d, N s) { return d.removeVideoTransitions(s); },
-         [](N s) { return plainRemoveTransitions(s, "video"); }},
-        {"removeAudioTransitions", [](D& d, N s) { return d.removeAudioTransitions(s); },
-         [](N s) { return plainRemoveTransitions(s, "audio"); }},
-    };
-    return passes;
-}
-
 std::string difference(const std::string& what, XMLNode product, XMLNode plain) {
     if (serialise(product) == serialise(plain)) return {};
     return what + "\n  product " + notation(product) + "\n  plain   " + notation(plain);
@@ -111,11 +68,11 @@ TEST(Property, EachPassAnswersAsItsPlainTwin) {
     expectOnRandomTimelines([](const std::string& text) {
         const Timeline timeline(text);
         RecordingView view;
-        for (const Pass& pass : allPasses()) {
+        for (const PassPair& pass : passPairs()) {
             QVFCPDoc document(view);
             const XMLNode product = pass.product(document, timeline.sequence.copy());
             const XMLNode plain = pass.plain(timeline.sequence.copy());
-            std::string wrong = difference(pass.name, product, plain);
+            std::string wrong = difference(std::string(pass.name), product, plain);
             if (!wrong.empty()) return wrong;
             if (!document.changeLedger().sequences.front().balances())
                 return std::string(pass.name) + ": the ledger does not balance";
@@ -125,29 +82,6 @@ TEST(Property, EachPassAnswersAsItsPlainTwin) {
 }
 
 // Whole runs
-
-/// A document with one sequence, ticked.
-struct Project {
-    explicit Project(const std::string& timeline) {
-        auto parsed = XMLDocument::parse(projectXML({sequenceXML(timeline)}));
-        document.projectController().setXmlDoc(std::make_shared<XMLDocument>(std::move(*parsed)));
-        document.populateSequencesForProject("");
-        document.setSelected(0, true);
-    }
-    QVSequence& record() { return *document.sequenceArray()->front(); }
-    std::string xml() {
-        return document.projectController().xmlDoc()->serialise(XMLFormat::pretty);
-    }
-
-    RecordingView view;
-    QVFCPDoc document{view};
-};
-
-OptionList allOptions() {
-    OptionList options;
-    for (const PassRow& row : passTable()) options.emplace_back(row.option);
-    return options;
-}
 
 std::string joined(const OptionList& options) {
     std::string text;
@@ -172,11 +106,11 @@ TEST(Property, EachRunAnswersAsThePlainTwin) {
                                    allOptions(),
                                    someOptions(text)};
         for (const OptionList& options : runs) {
-            Project project(text);
+            Project project({text});
             project.document.startProcessing(options, Delivery::none);
-            XMLNode product = project.record().processedXMLRepresentation;
+            XMLNode product = project.result();
             product.child("uuid").setText("UUID");
-            const XMLNode plain = plainRun(project.record().xmlRepresentation.copy(), options);
+            const XMLNode plain = plainRun(project.source().copy(), options);
             std::string wrong = difference(joined(options), product, plain);
             if (!wrong.empty()) return wrong;
         }
@@ -216,8 +150,8 @@ std::string ledgerFault(const SequenceLedger& ledger, XMLNode source, XMLNode re
 
 TEST(Property, ARunKeepsItsPromises) {
     expectOnRandomTimelines([](const std::string& text) {
-        Project project(text);
-        const XMLNode source = project.record().xmlRepresentation;
+        Project project({text});
+        const XMLNode source = project.source();
         const std::string sourceXML = serialise(source);
         const OptionList options = someOptions(text + " ");
         project.document.startProcessing(options);
@@ -225,7 +159,7 @@ TEST(Property, ARunKeepsItsPromises) {
         if (!project.document.runResult().delivered) return what + "was not delivered";
         if (serialise(source) != sourceXML) return what + "changed the source";
         const std::string fault = ledgerFault(project.document.changeLedger().sequences.front(),
-                                              source, project.record().processedXMLRepresentation);
+                                              source, project.result());
         if (!fault.empty()) return what + "has a wrong ledger: " + fault;
         const std::string saved = project.xml();
         const auto loaded = XMLDocument::parse(saved);
@@ -243,10 +177,9 @@ TEST(Property, CollapsingMovesItemsAndChangesNone) {
         return items;
     };
     expectOnRandomTimelines([&](const std::string& text) {
-        Project project(text);
+        Project project({text});
         project.document.startProcessing({"collapseTracks"}, Delivery::none);
-        const bool same = sortedItems(project.record().xmlRepresentation) ==
-                          sortedItems(project.record().processedXMLRepresentation);
+        const bool same = sortedItems(project.source()) == sortedItems(project.result());
         return std::string(same ? "" : "an item was lost, doubled or changed");
     });
 }
@@ -255,7 +188,7 @@ TEST(Property, ACancelledRunLeavesTheDocumentAsItWas) {
     expectOnRandomTimelines([](const std::string& text) {
         // "Initializing..." is the first label; the passes set fifteen more.
         for (const int step : {1, 2 + Random(std::hash<std::string>()(text)).upTo(0, 14)}) {
-            Project project(text);
+            Project project({text});
             const std::string before = project.xml();
             project.view.onLabel = [&](const std::string&) {
                 if (project.view.labels == step) project.document.cancelProgress();

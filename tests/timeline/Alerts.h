@@ -1,4 +1,4 @@
-// The alerts that a test program was shown, as "MESSAGE: INFORMATIVE TEXT". Each is answered at once.
+// The alerts that a test program was shown: "MESSAGE: INFORMATIVE TEXT". Each is answered at once.
 #pragma once
 
 #include <string>

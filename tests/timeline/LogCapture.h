@@ -1,4 +1,4 @@
-// LogCapture: a fresh log, and what was written to it.
+// LogCapture: a fresh log, and what was written to it. Without one, tests log nothing.
 #pragma once
 
 #include "support/QVLog.h"
@@ -13,24 +13,38 @@ namespace reelsweep::test {
 /// Thread rule: one at a time in a process.
 class LogCapture {
 public:
-    LogCapture() { QVLog::createNewLog("reelsweep-test", true); }
+    LogCapture() {
+        QVLog::sharedController().setLoggingDisabled(false);
+        QVLog::createNewLog("reelsweep-test", true);
+        header_ = allLines().size();
+    }
 
-    /// The texts of the lines so far that start with one of the openings; no opening: of all lines.
-    std::vector<std::string> lines(const std::vector<std::string>& openings = {}) const {
+    ~LogCapture() {
+        QVLog::finishWriting();
+        QVLog::sharedController().setLoggingDisabled(true);
+    }
+    LogCapture(const LogCapture&) = delete;
+    LogCapture& operator=(const LogCapture&) = delete;
+
+    /// The texts of the lines that were logged since.
+    std::vector<std::string> lines() const {
+        std::vector<std::string> lines = allLines();
+        lines.erase(lines.begin(), lines.begin() + static_cast<std::ptrdiff_t>(header_));
+        return lines;
+    }
+
+private:
+    static std::vector<std::string> allLines() {
         QVLog::finishWriting();
         std::istringstream log(contentsOf(QVLog::availableLogs().at(0)));
-        std::vector<std::string> found;
-        for (std::string line; std::getline(log, line);) {
-            const std::size_t text = line.find(" - ");
-            if (text == std::string::npos) continue;
-            line.erase(0, text + 3);
-            bool wanted = openings.empty();
-            for (const std::string& opening : openings)
-                wanted = wanted || line.starts_with(opening);
-            if (wanted) found.push_back(line);
-        }
-        return found;
+        std::vector<std::string> lines;
+        for (std::string line; std::getline(log, line);)
+            if (const auto date = line.find(" - "); date != std::string::npos)
+                lines.push_back(line.substr(date + 3));
+        return lines;
     }
+
+    std::size_t header_ = 0;
 };
 
 }  // namespace reelsweep::test

@@ -21,8 +21,6 @@ int main(int argc, char** argv) {
     const test::TestHome home;
     Platform::current().alertPresenter = std::make_unique<ConsoleAlertPresenter>(
         [](std::string_view line, AlertStyle) { test::shownAlerts().emplace_back(line); });
-    const int result = RUN_ALL_TESTS();
-    QVLog::finishWriting();
-    QVLog::sharedController().setLoggingDisabled(true);
-    return result;
+    QVLog::sharedController().setLoggingDisabled(true);  // see LogCapture
+    return RUN_ALL_TESTS();
 }

@@ -85,7 +85,7 @@ TEST(QVXMLParser, LogsAQueryThatFailsAndGoesOn) {
     std::string ids;  // the order of first appearance, each once
     for (const XMLNode& node : nodes) ids += *node.attribute("id");
     EXPECT_EQ(ids, "231");
-    EXPECT_EQ(log.lines({"XML parsing error: "}).size(), 2u);
+    EXPECT_EQ(log.lines().size(), 2u);
 
     const auto twice = QVXMLParser::queryNodes({a, a.child("b"), a}, "./b");
     EXPECT_EQ(twice.size(), 4u);
@@ -156,7 +156,7 @@ TEST(QVXMLParser, EscapesQueriesInTheFormThatXMLTextHolds) {
     };
     for (const auto& [text, escaped] : rows)
         EXPECT_EQ(QVXMLParser::escapeQueryString(text), escaped) << testing::PrintToString(text);
-    EXPECT_EQ(log.lines({"Stripped character"}).size(), 3u);
+    EXPECT_EQ(log.lines().size(), 3u);
     // The bound wraps around for texts of less than four units: the comparison fails beyond the end.
     EXPECT_THROW(QVXMLParser::escapeQueryString("a&b"), std::out_of_range);
     EXPECT_EQ(QVXMLParser::escapeQueryString("abc"), "abc");

@@ -1,0 +1,104 @@
+// What the ledger says of a run.
+#include "tests/timeline/Project.h"
+
+#include <gtest/gtest.h>
+
+namespace reelsweep::test {
+namespace {
+
+std::string timesText(const ItemTimes& times) {
+    const auto text = [](const std::optional<Frames>& frames) {
+        return frames ? frames->text() : std::string("-");
+    };
+    return "[" + text(times.start) + "," + text(times.end) + ")@" + text(times.in) + ":" +
+           text(times.out);
+}
+
+// "moved B V2>V1 [0,9)@0:9", "removed A V1> [0,9)@0:9: disabled"
+std::string changeText(const SequenceLedger& ledger, const Change& change) {
+    std::string text = std::string(description(change.kind)) + " " + change.id() + " " +
+                       description(change.trackBefore);
+    if (change.trackAfter != change.trackBefore) text += ">" + description(change.trackAfter);
+    text += " " + timesText(change.before);
+    const bool hasAfter = change.trackAfter.number != 0 && change.after != change.before;
+    if (hasAfter) text += " > " + timesText(change.after);
+    if (change.reason != 0) text += ": " + ledger.reasonText(change);
+    return text;
+}
+
+TEST(Ledger, TellsEachChangeWithTracksTimesAndReason) {
+    struct Row {
+        OptionList options;
+        const char* timeline;
+        std::vector<std::string> changes;
+    };
+    const Row rows[] = {
+        {{"removeDisabledVideoClips"}, "V1: A[0,9)", {}},
+        {{"removeDisabledVideoClips"},
+         "V1: e V2: !A[0,-1) x[5,9) B[9,20)",
+         {"removed A V2> [0,-1)@0:-1: disabled", "removed x V2> [5,9)@-:-: joined to A, disabled"}},
+        {{"removeDisabledAudioClips", "removeSilentAudio"},
+         "A1: !A[0,9) A2: B[0,9)*0",
+         {"removed A A1> [0,9)@0:9: disabled", "removed B A2> [0,9)@0:9: level 0"}},
+        {{"collapseTracks"},
+         "V1: A[0,9) V2: B[9,20) V3: C[5,8)",
+         {"moved C V3>V2 [5,8)@0:3", "moved B V2>V1 [9,20)@0:11"}},
+        {{"collapseTracks", "collapseUncompositedClips"},
+         "V1: A[5,8) B[8,40) V2: C[0,20)",
+         {"removed A V1> [5,8)@0:3: hidden under C on V2 from 0 to 20",
+          "trimmed B V1 [8,40)@0:32 > [20,40)@12:32", "moved C V2>V1 [0,20)@0:20"}},
+        {{"collapseTracks", "collapseUncompositedClips"},
+         "V1: A[0,100) V2: C[20,30)",
+         {"trimmed A V1 [0,100)@0:100 > [30,100)@30:100", "split A V1 [0,100)@0:100 > [0,20)@0:100",
+          "moved C V2>V1 [20,30)@0:10"}},
+        {{"removeUnusedTracks"},
+         "V1: V2: x[0,9)",
+         {"removed x V2> [0,9)@-:-: no clips on it", "removed  V2> [-,-)@-:-: no clips on it"}},
+        {{"replaceGaps"}, "V1: A[5,9)", {"inserted Slug >V1 [-,-)@-:- > [0,5)@30:35"}},
+        {{"collapseMultiClips"}, "V1: A[0,9)&FALSE", {"changed  V1 [-,-)@-:-"}},
+        {{"removeFilters", "removeMarkers"},
+         "V1: A[0,9)+Blur'M",
+         {"removed  V1> [-,-)@-:-: all filters are removed",
+          "removed  V1> [-,-)@-:-: all markers are removed"}},
+        {{"removeVideoTransitions"},
+         "V1: A[0,-1)@0:9 x[5,9) B[9,20)",
+         {"trimmed A V1 [0,-1)@0:9 > [0,9)@0:5",
+          "removed x V1> [5,9)@-:-: all transitions are removed"}},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.timeline);
+        Project project({row.timeline});
+        project.document.startProcessing(row.options, Delivery::none);
+        const SequenceLedger& ledger = project.document.changeLedger().sequences.front();
+        std::vector<std::string> changes;
+        for (const Change& change : ledger.changes) changes.push_back(changeText(ledger, change));
+        EXPECT_EQ(changes, row.changes);
+        EXPECT_TRUE(ledger.balances());
+        EXPECT_EQ(ledger.title, "Harbour");
+        EXPECT_EQ(ledger.uuid, "1234");
+    }
+}
+
+TEST(Ledger, CountsPerPassAndPerSequence) {
+    Project project({"V1: A[0,100) V2: C[20,30) !D[40,50)", "V1: !A[0,9)", "V1: B[5,9)"});
+    project.document.setSelected(2, true);
+    project.document.startProcessing(
+        {"removeDisabledVideoClips", "collapseTracks", "collapseUncompositedClips", "replaceGaps"});
+    const auto& ledgers = project.document.changeLedger().sequences;
+    ASSERT_EQ(ledgers.size(), 2u);  // the second sequence is not ticked
+    const SequenceLedger& first = ledgers[0];
+    EXPECT_EQ(first.itemsBefore, 3u);
+    EXPECT_EQ(first.itemsAfter, 3u);
+    const auto count = [&](const char* pass, ChangeKind kind) {
+        return first.totals(pass)[static_cast<std::size_t>(kind)];
+    };
+    EXPECT_EQ(count("removeDisabledVideoClips", ChangeKind::removed), 1u);
+    EXPECT_EQ(count("collapseUncompositedClips", ChangeKind::split), 1u);
+    EXPECT_EQ(count("collapseTracks", ChangeKind::moved), 1u);
+    EXPECT_EQ(count("replaceGaps", ChangeKind::inserted), 0u);
+    EXPECT_EQ(first.items(ChangeKind::removed), 1u);
+    EXPECT_EQ(ledgers[1].items(ChangeKind::inserted), 1u);
+}
+
+}  // namespace
+}  // namespace reelsweep::test
