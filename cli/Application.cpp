@@ -1,0 +1,98 @@
+#include "cli/Application.h"
+
+#include "cli/Interruption.h"
+#include "cli/StandardStreams.h"
+#include "platform/Platform.h"
+#include "platform/posix/ConsoleAlertPresenter.h"
+#include "platform/posix/QueueMainThread.h"
+#include "support/QVLog.h"
+
+#include <unistd.h>
+#include <chrono>
+#include <exception>
+#include <thread>
+#include <utility>
+
+namespace reelsweep {
+
+Application::Application() {
+    Platform platform = Platform::commandLine();
+    auto mainThread = std::make_unique<QueueMainThread>();
+    mainThread_ = mainThread.get();
+    platform.mainThread = std::move(mainThread);
+    platform.alertPresenter =
+        std::make_unique<ConsoleAlertPresenter>([this](std::string_view line, AlertStyle style) {
+            // Notes of success ask to save the file, which the program does by itself.
+            if (style == AlertStyle::informational) return;
+            ++warningsShown_;
+            messages_.emplace_back(line);
+            terminal_.error(currentFile_ + ": " + messages_.back());
+        });
+    Platform::install(std::move(platform));
+    Interruption::install(*mainThread_);
+}
+
+std::string Application::version() {
+    return Platform::current().bundle->infoValue("CFBundleShortVersionString").value_or("unknown");
+}
+
+void Application::openLog() { QVLog::createNewLog("reelsweep-cli", true); }
+
+void Application::runInterruptible(const std::function<void()>& work,
+                                   const std::function<void()>& cancel) {
+    constexpr std::chrono::milliseconds tickInterval{100};
+    const Interruption::Deferred deferred;
+    std::exception_ptr error;
+    bool done = false;
+    std::jthread worker([&] {
+        try {
+            work();
+        } catch (...) {
+            error = std::current_exception();
+        }
+        mainThread_->post([&done] { done = true; });
+    });
+    auto nextTick = std::chrono::steady_clock::now() + tickInterval;
+    while (!done) {
+        if (Interruption::requested()) cancel();
+        mainThread_->pumpOne(tickInterval);
+        // Not at every turn: a run sets its label far more often than anyone can read.
+        if (const auto now = std::chrono::steady_clock::now(); now >= nextTick) {
+            terminal_.tick();
+            nextTick = now + tickInterval;
+        }
+    }
+    worker.join();
+    if (error) std::rethrow_exception(error);
+}
+
+void Application::setCurrentFile(std::string name) {
+    currentFile_ = std::move(name);
+    messages_.clear();
+    warningsShown_ = 0;
+}
+
+ExitCode Application::fail(const std::vector<Failure>& failures) {
+    // One warning a failure: then all has been said.
+    if (std::exchange(warningsShown_, 0) < failures.size()) {
+        for (const Failure& failure : failures) {
+            messages_.push_back(failure.description());
+            terminal_.error(messages_.back());
+        }
+    }
+    return exitCodeFor(failures.front().code);
+}
+
+ExitCode Application::printData(std::string_view text) {
+    StandardOutput output;
+    output.write(text);
+    const Outcome printed = output.finish();
+    return printed ? ExitCode::done : fail(printed.failure());
+}
+
+void Application::leave(ExitCode code) {
+    QVLog::finishWriting();
+    ::_exit(static_cast<int>(code));
+}
+
+}  // namespace reelsweep

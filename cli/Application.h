@@ -1,0 +1,72 @@
+// Application: what every command stands on: the platform, the log, messages, and work in the
+// background while the main thread serves the document.
+//
+// Owner: main; lives until the process ends. Thread rule: main thread only, unless said otherwise.
+#pragma once
+
+#include "cli/ExitCode.h"
+#include "cli/Terminal.h"
+#include "support/Failure.h"
+
+#include <cstddef>
+#include <functional>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace reelsweep {
+
+class QueueMainThread;
+
+class Application {
+public:
+    /// Installs the platform and the handling of Ctrl-C.
+    Application();
+    Application(const Application&) = delete;
+    Application& operator=(const Application&) = delete;
+
+    static std::string version();
+
+    Terminal& terminal() { return terminal_; }
+
+    /// Starts a fresh log, named after this program so that it never pushes the desktop
+    /// application's logs out.
+    void openLog();
+
+    /// Runs `work` on a thread of its own and serves the main thread's queue until it is done. When
+    /// the user interrupts, `cancel` is called on the main thread, again and again until the work
+    /// ends: a cancel flag that the work clears when it starts is set anew. Throws what the work
+    /// throws.
+    void runInterruptible(const std::function<void()>& work, const std::function<void()>& cancel);
+
+    /// Begins a file: messages from now on are about it.
+    void setCurrentFile(std::string name);
+    /// Tells the user about a failure, or several of one step, and answers the exit code of the
+    /// first. Documents show warnings of their own about most of what goes wrong; what they have
+    /// said about the current file is not said again.
+    ExitCode fail(const Failure& failure) { return fail(std::vector<Failure>{failure}); }
+    ExitCode fail(const std::vector<Failure>& failures);
+    /// What the user was told about the current file, in order.
+    const std::vector<std::string>& messages() const { return messages_; }
+
+    /// Writes a command's data to standard output.
+    ExitCode printData(std::string_view text);
+
+    /// Keeps an object until the next call, or the end of the process, which frees nothing.
+    void keep(std::shared_ptr<void> object) { kept_ = std::move(object); }
+
+    /// Ends the process. The log is complete then; memory is left to the system, since freeing the
+    /// millions of nodes of a long film takes longer than reading them.
+    [[noreturn]] void leave(ExitCode code);
+
+private:
+    QueueMainThread* mainThread_ = nullptr;
+    Terminal terminal_;
+    std::string currentFile_;
+    std::vector<std::string> messages_;
+    std::size_t warningsShown_ = 0;
+    std::shared_ptr<void> kept_;
+};
+
+}  // namespace reelsweep

@@ -1,0 +1,146 @@
+#include "cli/Commands.h"
+
+#include "cli/Application.h"
+#include "cli/Nearest.h"
+
+#include <fmt/format.h>
+#include <CLI/App.hpp>
+#include <CLI/Config.hpp>
+#include <CLI/Formatter.hpp>
+#include <algorithm>
+#include <array>
+#include <string>
+#include <vector>
+
+namespace reelsweep {
+
+namespace {
+
+constexpr std::string_view listFooter = R"(Columns:
+  Length     frames of the sequence's own rate
+  Time code  the length as hours:minutes:seconds:frames; a semicolon before the
+             frames means drop-frame
+  Items      clips, generators and transitions that stand in tracks
+
+Examples:
+  reelsweep-cli list film.xml
+  reelsweep-cli list --json film.xml | jq '.[].title')";
+
+constexpr std::string_view tidyFooter =
+    R"(The source sequences are never changed: the result holds renamed copies
+("NAME-Tidied") in a bin named "Reelsweep". Only removeFilters and removeMarkers
+apply to FCPXML, where the document itself is tidied.
+
+Examples:
+  reelsweep-cli tidy film.xml
+      the default passes on every sequence, written to film-Tidied.xml
+  reelsweep-cli tidy film.xml --sequence "Reel 1" --passes all -o turnover.xml
+      every pass on one sequence
+  reelsweep-cli tidy *.xml --output-dir tidied --report changes.json
+      several files, with a report of every change
+  reelsweep-cli tidy film.xml --passes removeDisabledVideoClips,replaceGaps --dry-run
+      only show what would be done
+  cat film.xml | reelsweep-cli tidy - > tidied.xml
+      as part of a pipe)";
+
+constexpr std::string_view passesFooter = R"(Examples:
+  reelsweep-cli passes
+  reelsweep-cli tidy film.xml --passes removeFilters,removeMarkers)";
+
+constexpr std::array<CommandRow, 3> table = {{
+    {"list", "list the sequences of a file", listFooter, defineList},
+    {"tidy", "tidy the sequences of files", tidyFooter, defineTidy},
+    {"passes", "list the clean-up passes", passesFooter, definePasses},
+}};
+
+std::string generalHelp() {
+    std::string help =
+        "Reelsweep tidies edited video timelines: XMEML (Final Cut Pro 7 interchange XML)\n"
+        "and FCPXML.\n\n"
+        "Usage: reelsweep-cli COMMAND [OPTIONS] [FILE...]\n\n"
+        "Commands:\n";
+    for (const CommandRow& row : table) help += fmt::format("  {:<8} {}\n", row.name, row.summary);
+    help +=
+        "\n\"reelsweep-cli COMMAND --help\" tells more about a command.\n\n"
+        "Options:\n"
+        "  -h, --help  this text\n"
+        "  --version   the program's version\n\n"
+        "Examples:\n"
+        "  reelsweep-cli list film.xml\n"
+        "  reelsweep-cli tidy film.xml --passes all -o turnover.xml\n\n";
+    return help + exitCodeHelp + "\n";
+}
+
+ExitCode wrongUsage(Application& application, std::string_view command, std::string_view message) {
+    application.terminal().error(message);
+    application.terminal().print(fmt::format("\"reelsweep-cli {}--help\" shows the usage.",
+                                             command.empty() ? "" : fmt::format("{} ", command)));
+    return ExitCode::usage;
+}
+
+// The parser leaves two blank lines between its groups of options.
+std::string withoutDoubleBlankLines(std::string text) {
+    constexpr std::string_view doubled = "\n\n\n";
+    for (std::size_t at = 0; (at = text.find(doubled, at)) != std::string::npos;) text.erase(at, 1);
+    return text;
+}
+
+// The long names of a parser's options, for one that was mistyped.
+std::vector<std::string> optionNames(const CLI::App& parser) {
+    std::vector<std::string> names;
+    for (const CLI::Option* const option : parser.get_options())
+        for (const std::string& name : option->get_lnames()) names.push_back("--" + name);
+    return names;
+}
+
+ExitCode runCommand(Application& application, const CommandRow& row,
+                    std::span<const char* const> arguments) {
+    const std::string name = fmt::format("reelsweep-cli {}", row.name);
+    CLI::App parser{fmt::format("{}: {}\n", name, row.summary), name};
+    parser.get_formatter()->column_width(26);
+    parser.get_formatter()->label("Positionals", "Files");
+    parser.get_formatter()->label("REQUIRED", "");
+    parser.set_help_flag("-h,--help", "This text");
+    parser.footer(fmt::format("{}\n\n{}", row.footer, exitCodeHelp));
+    const CommandRun run = row.define(parser);
+    try {
+        // The parser takes arguments from the end of the list.
+        parser.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));
+    } catch (const CLI::CallForHelp&) {
+        return application.printData(withoutDoubleBlankLines(parser.help()));
+    } catch (const CLI::ExtrasError& error) {
+        const std::vector<std::string> unknown = parser.remaining();
+        const std::string first = unknown.empty() ? error.what() : unknown.front();
+        return wrongUsage(application, row.name,
+                          fmt::format("{}: unexpected argument{}", first,
+                                      didYouMean(first, optionNames(parser), "")));
+    } catch (const CLI::ParseError& error) {
+        return wrongUsage(application, row.name, error.what());
+    }
+    return run(application);
+}
+
+}  // namespace
+
+std::span<const CommandRow> commandTable() { return table; }
+
+ExitCode runCommandLine(Application& application, std::span<const char* const> arguments) {
+    if (arguments.empty()) {
+        application.terminal().printLines(generalHelp());
+        return ExitCode::usage;
+    }
+    const std::string first = arguments.front();
+    if (first == "-h" || first == "--help") return application.printData(generalHelp());
+    if (first == "--version")
+        return application.printData(fmt::format("reelsweep-cli {}\n", Application::version()));
+    const auto row = std::find_if(table.begin(), table.end(),
+                                  [&](const CommandRow& r) { return r.name == first; });
+    if (row != table.end()) return runCommand(application, *row, arguments.subspan(1));
+
+    std::vector<std::string> names{"--help", "--version"};
+    for (const CommandRow& r : table) names.emplace_back(r.name);
+    return wrongUsage(application, "",
+                      fmt::format("unknown command \"{}\"{}", first, didYouMean(first, names, "")));
+}
+
+}  // namespace reelsweep

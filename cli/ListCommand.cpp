@@ -1,0 +1,138 @@
+#include "cli/Application.h"
+#include "cli/Commands.h"
+#include "cli/InputFile.h"
+#include "cli/TextTable.h"
+#include "engine/QVFCPDoc.h"
+#include "engine/QVFCPXDoc.h"
+#include "engine/report/SequenceSummary.h"
+#include "xml/XMLDocument.h"
+
+#include <CLI/App.hpp>
+#include <memory>
+#include <nlohmann/json.hpp>
+#include <string>
+#include <vector>
+
+namespace reelsweep {
+
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+struct ListOptions {
+    std::string file;
+    bool json = false;
+};
+
+std::string dumped(const Json& list) {
+    // A percent escape in a name may stand for a byte that is no UTF-8.
+    return list.dump(2, ' ', false, Json::error_handler_t::replace) + "\n";
+}
+
+std::string sequencesAsJson(const std::vector<SequenceSummary>& sequences) {
+    Json list = Json::array();
+    for (const SequenceSummary& sequence : sequences) {
+        const std::string timecodeText =
+            timecode(sequence.length, sequence.rate, sequence.dropFrame);
+        const bool timed = sequence.rate.known();
+        list.push_back({{"index", list.size() + 1},
+                        {"title", sequence.title},
+                        {"uuid", sequence.uuid ? Json(*sequence.uuid) : Json(nullptr)},
+                        {"frames", sequence.length.count},
+                        {"timecode", timed ? Json(timecodeText) : Json(nullptr)},
+                        {"rate", timed ? Json(description(sequence.rate)) : Json(nullptr)},
+                        {"timebase", timed ? Json(sequence.rate.timebase) : Json(nullptr)},
+                        {"ntsc", sequence.rate.ntsc},
+                        {"dropFrame", sequence.dropFrame},
+                        {"videoTracks", sequence.videoTracks},
+                        {"audioTracks", sequence.audioTracks},
+                        {"items", sequence.items}});
+    }
+    return dumped(list);
+}
+
+std::string sequencesAsText(const std::vector<SequenceSummary>& sequences) {
+    using enum TextTable::Align;
+    TextTable table({{"#", right},
+                     {"Title"},
+                     {"Length", right},
+                     {"Time code", right},
+                     {"Rate", right},
+                     {"Video", right},
+                     {"Audio", right},
+                     {"Items", right},
+                     {"UUID"}});
+    const auto orDash = [](std::string text) { return text.empty() ? "-" : text; };
+    for (std::size_t i = 0; i < sequences.size(); ++i) {
+        const SequenceSummary& sequence = sequences[i];
+        table.addRow({std::to_string(i + 1), sequence.title, sequence.length.text(),
+                      orDash(timecode(sequence.length, sequence.rate, sequence.dropFrame)),
+                      orDash(description(sequence.rate)), std::to_string(sequence.videoTracks),
+                      std::to_string(sequence.audioTracks), std::to_string(sequence.items),
+                      orDash(sequence.uuid.value_or(""))});
+    }
+    return table.text();
+}
+
+std::string projectsAsJson(const std::vector<FCPXProjectSummary>& projects) {
+    Json list = Json::array();
+    for (const FCPXProjectSummary& project : projects)
+        list.push_back({{"index", list.size() + 1},
+                        {"title", project.name},
+                        {"event", project.event.empty() ? Json(nullptr) : Json(project.event)}});
+    return dumped(list);
+}
+
+std::string projectsAsText(const std::vector<FCPXProjectSummary>& projects) {
+    TextTable table({{"#", TextTable::Align::right}, {"Project"}, {"Event"}});
+    for (std::size_t i = 0; i < projects.size(); ++i)
+        table.addRow({std::to_string(i + 1), projects[i].name,
+                      projects[i].event.empty() ? "-" : projects[i].event});
+    return table.text();
+}
+
+ExitCode listSequences(Application& application, const InputFile& file, bool json) {
+    const auto document = std::make_shared<QVFCPDoc>(application.terminal());
+    application.keep(document);
+    if (const Outcome read = document->readFromURL(file.path()); !read)
+        return application.fail(file.named(read.failure()));
+    document->waitUntilPopulated();
+
+    std::vector<SequenceSummary> sequences;
+    for (const auto& sequence : *document->sequenceArray())
+        sequences.push_back(SequenceSummary::of(sequence->xmlRepresentation));
+    return application.printData(json ? sequencesAsJson(sequences) : sequencesAsText(sequences));
+}
+
+ExitCode listProjects(Application& application, const InputFile& file, bool json) {
+    // The document checks that there is a project, but keeps nothing of what it read.
+    QVFCPXDoc document(application.terminal());
+    if (const Outcome read = document.readFromURL(file.path()); !read)
+        return application.fail(file.named(read.failure()));
+    const Result<XMLDocument> tree = XMLDocument::load(file.path());
+    if (!tree) return application.fail(file.named(tree.failure()));
+
+    const std::vector<FCPXProjectSummary> projects = fcpxProjects(tree->node());
+    return application.printData(json ? projectsAsJson(projects) : projectsAsText(projects));
+}
+
+}  // namespace
+
+CommandRun defineList(CLI::App& parser) {
+    const auto options = std::make_shared<ListOptions>();
+    parser.add_option("FILE", options->file, "The XMEML or FCPXML file; - reads standard input")
+        ->required()
+        ->type_name("");
+    parser.add_flag("--json", options->json, "Print a JSON array in place of the table");
+    return [options](Application& application) {
+        application.openLog();
+        application.setCurrentFile(InputFile::displayNameOf(options->file));
+        const Result<InputFile> file = InputFile::open(options->file);
+        if (!file) return application.fail(file.failure());
+        return file->kind() == InputFile::Kind::fcpxml
+                   ? listProjects(application, *file, options->json)
+                   : listSequences(application, *file, options->json);
+    };
+}
+
+}  // namespace reelsweep

@@ -1,0 +1,28 @@
+// Saving a result, unless the user interrupts.
+#pragma once
+
+#include "support/AtomicFile.h"
+#include "support/Failure.h"
+#include "support/FinderInfo.h"
+
+#include <functional>
+#include <optional>
+#include <string>
+
+namespace reelsweep {
+
+/// Where something is written to, and on which conditions.
+struct SavePlace {
+    std::string path;  ///< "-" for standard output
+    Overwrite overwrite = Overwrite::never;
+    FileIdentity mustStillBe =
+        {};  ///< when known, the file at the path must not have changed since
+    std::optional<HFSCodes> codes = {};  ///< to set where the file system keeps them
+};
+
+/// Writes what `produce` hands to the sink: a file appears whole or not at all. Fails with
+/// outputFailed, or with cancelled when the user interrupted before the file was in place.
+/// Thread rule: any thread.
+Outcome saveResult(const SavePlace& place, const std::function<void(ByteSink&)>& produce);
+
+}  // namespace reelsweep

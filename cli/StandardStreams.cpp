@@ -1,0 +1,104 @@
+#include "cli/StandardStreams.h"
+
+#include "platform/Platform.h"
+
+#include <fcntl.h>
+#include <sys/types.h>
+#include <unistd.h>
+#include <array>
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+
+namespace reelsweep {
+
+namespace {
+
+// Writes all bytes; answers the error, or 0.
+int writeAll(int descriptor, std::string_view bytes) {
+    while (!bytes.empty()) {
+        const ssize_t written = ::write(descriptor, bytes.data(), bytes.size());
+        if (written < 0 && errno == EINTR) continue;
+        if (written < 0) return errno;
+        bytes.remove_prefix(static_cast<std::size_t>(written));
+    }
+    return 0;
+}
+
+}  // namespace
+
+bool StandardOutput::write(std::string_view bytes) {
+    if (error_ == 0) error_ = writeAll(STDOUT_FILENO, bytes);
+    return error_ == 0;
+}
+
+Outcome StandardOutput::finish() const {
+    if (error_ == 0) return Done{};
+    return Failure{FailureCode::outputFailed,
+                   std::string("could not be written: ") + std::strerror(error_),
+                   "standard output",
+                   0,
+                   0,
+                   ""};
+}
+
+Result<SpoolFile> SpoolFile::create() {
+    std::string name = Platform::current().folders->temporaryDirectory() + "/reelsweep-XXXXXX";
+    const int descriptor = ::mkostemp(name.data(), O_CLOEXEC);
+    if (descriptor < 0)
+        return Failure{FailureCode::outputFailed,
+                       std::string("could not be created: ") + std::strerror(errno),
+                       name,
+                       0,
+                       0,
+                       ""};
+    ::unlink(name.c_str());
+    return SpoolFile(descriptor);
+}
+
+SpoolFile::~SpoolFile() {
+    if (descriptor_ >= 0) ::close(descriptor_);
+}
+
+bool SpoolFile::write(std::string_view bytes) {
+    if (error_ == 0) error_ = writeAll(descriptor_, bytes);
+    return error_ == 0;
+}
+
+Failure SpoolFile::failure(int error) const {
+    return {FailureCode::outputFailed, std::strerror(error), "temporary file", 0, 0, ""};
+}
+
+Outcome SpoolFile::appendStandardInput() {
+    std::array<char, 1 << 16> buffer;
+    for (;;) {
+        const ssize_t size = ::read(STDIN_FILENO, buffer.data(), buffer.size());
+        if (size < 0 && errno == EINTR) continue;
+        if (size < 0)
+            return Failure{FailureCode::inputUnreadable,
+                           std::string("could not be read: ") + std::strerror(errno),
+                           "standard input",
+                           0,
+                           0,
+                           ""};
+        if (size == 0) return Done{};
+        if (!write({buffer.data(), static_cast<std::size_t>(size)})) return failure(error_);
+    }
+}
+
+Outcome SpoolFile::copyTo(ByteSink& sink) const {
+    if (error_ != 0) return failure(error_);
+    std::array<char, 1 << 16> buffer;
+    for (off_t offset = 0;;) {
+        const ssize_t size = ::pread(descriptor_, buffer.data(), buffer.size(), offset);
+        if (size < 0 && errno == EINTR) continue;
+        if (size < 0) return failure(errno);
+        if (size == 0 || !sink.write({buffer.data(), static_cast<std::size_t>(size)}))
+            return Done{};
+        offset += size;
+    }
+}
+
+std::string SpoolFile::path() const { return "/proc/self/fd/" + std::to_string(descriptor_); }
+
+}  // namespace reelsweep

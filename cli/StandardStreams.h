@@ -1,0 +1,56 @@
+// Standard input and output as files: bytes in, bytes out, and every error told.
+//
+// Thread rule: each object belongs to one thread at a time.
+#pragma once
+
+#include "support/AtomicFile.h"
+#include "support/Failure.h"
+
+#include <string>
+#include <string_view>
+#include <utility>
+
+namespace reelsweep {
+
+/// A path of "-" on the command line means standard input or output.
+inline constexpr std::string_view standardStreamPath = "-";
+
+/// Standard output. What it took is gone: there is no way back after the first byte.
+class StandardOutput final : public ByteSink {
+public:
+    bool write(std::string_view bytes) override;
+    /// Fails with outputFailed when a write failed since this object was made.
+    Outcome finish() const;
+
+private:
+    int error_ = 0;
+};
+
+/// A nameless file in the temporary folder, gone with the process whatever ends it.
+class SpoolFile final : public ByteSink {
+public:
+    /// Fails with outputFailed when the temporary folder cannot be written.
+    static Result<SpoolFile> create();
+    SpoolFile(SpoolFile&& other) noexcept
+        : descriptor_(std::exchange(other.descriptor_, -1)), error_(other.error_) {}
+    SpoolFile& operator=(SpoolFile&&) = delete;
+    ~SpoolFile() override;
+
+    bool write(std::string_view bytes) override;
+    /// Takes in all that standard input has. Fails with inputUnreadable or outputFailed.
+    Outcome appendStandardInput();
+    /// Hands everything to a sink, until that refuses; the sink knows its own error. Fails with
+    /// outputFailed when the spooled bytes are not whole.
+    Outcome copyTo(ByteSink& sink) const;
+    /// A path under which this process can open the file for reading.
+    std::string path() const;
+
+private:
+    explicit SpoolFile(int descriptor) : descriptor_(descriptor) {}
+    Failure failure(int error) const;
+
+    int descriptor_;
+    int error_ = 0;  ///< of the first write that failed
+};
+
+}  // namespace reelsweep

@@ -1,0 +1,58 @@
+// Terminal: what the user sees on standard error: messages, and a progress line while work goes on.
+//
+// The progress line shows only on a terminal. A message erases it first, so the two never mix.
+// Owner: Application. Thread rule: main thread only.
+#pragma once
+
+#include "engine/DocumentView.h"
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+
+namespace reelsweep {
+
+class Terminal final : public DocumentView {
+public:
+    /// A terminal that understands cursor control, or a plain file or pipe?
+    Terminal();
+
+    /// One line as it is.
+    void print(std::string_view line);
+    /// Any number of whole lines.
+    void printLines(std::string_view lines);
+    /// "reelsweep-cli: TEXT".
+    void error(std::string_view text);
+    /// "reelsweep-cli: note: TEXT", unless quiet.
+    void note(std::string_view text);
+
+    /// A quiet terminal shows errors only.
+    void setQuiet(bool quiet) { quiet_ = quiet; }
+
+    /// What stands before every label: which file of how many, say.
+    void setProgressPrefix(std::string prefix) { prefix_ = std::move(prefix); }
+    /// Lets the bar run on by a step; call it a few times a second.
+    void tick();
+
+    // DocumentView: the progress line in place of a progress sheet.
+    void startProgress() override;
+    void endProgress() override;
+    void setProgressLabelText(const std::string& text) override;
+    void reloadTable() override {}
+    void enableProcessButton(bool) override {}
+    void markChanged() override {}
+    WindowRef window() override { return {}; }
+
+private:
+    void draw();
+    void erase();
+
+    bool isTerminal_;
+    bool quiet_ = false;
+    bool inProgress_ = false;
+    std::string prefix_;
+    std::string label_;
+    std::size_t step_ = 0;
+};
+
+}  // namespace reelsweep

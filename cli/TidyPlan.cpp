@@ -1,0 +1,200 @@
+#include "cli/TidyPlan.h"
+
+#include "cli/InputFile.h"
+#include "cli/Nearest.h"
+#include "cli/StandardStreams.h"
+#include "support/AtomicFile.h"
+
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+#include <algorithm>
+#include <filesystem>
+#include <map>
+#include <sstream>
+#include <system_error>
+#include <utility>
+
+namespace reelsweep {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+Failure usage(std::string message, std::string file = {}) {
+    return {FailureCode::usage, std::move(message), std::move(file), 0, 0, ""};
+}
+
+std::vector<std::string> passNames() {
+    std::vector<std::string> names;
+    for (const PassRow& pass : passTable()) names.emplace_back(pass.option);
+    return names;
+}
+
+Result<PassSelection> selectPasses(const std::string& list) {
+    PassSelection selection;
+    std::vector<std::string> asked;
+    std::istringstream parts(list);
+    for (std::string name; std::getline(parts, name, ',');) {
+        if (name == "all") {
+            selection.all = true;
+        } else if (name == "default") {
+            for (const PassRow& pass : passTable())
+                if (pass.onByDefault) asked.emplace_back(pass.option);
+        } else if (passNamed(name)) {
+            asked.push_back(name);
+        } else {
+            std::vector<std::string> known = passNames();
+            known.insert(known.end(), {"default", "all"});
+            return usage(
+                fmt::format("unknown pass \"{}\"{}", name,
+                            didYouMean(name, known, "; \"reelsweep-cli passes\" lists them")));
+        }
+    }
+    for (const PassRow& pass : passTable())
+        if (std::find(asked.begin(), asked.end(), pass.option) != asked.end())
+            selection.names.emplace_back(pass.option);
+    if (!selection.all && selection.names.empty()) return usage("--passes names no pass");
+    return selection;
+}
+
+// NAME-Tidied.EXT beside the input, or in another folder.
+std::string tidiedName(const std::string& input, const std::string& folder) {
+    const fs::path path(input);
+    const fs::path name = path.stem().string() + "-Tidied" + path.extension().string();
+    return ((folder.empty() ? path.parent_path() : fs::path(folder)) / name).string();
+}
+
+bool isSameFile(const std::string& first, const std::string& second) {
+    const FileIdentity a = FileIdentity::ofFile(first);
+    const FileIdentity b = FileIdentity::ofFile(second);
+    return a.known() && a.device == b.device && a.inode == b.inode;
+}
+
+// One name for a file that need not exist, however it is written.
+std::string canonicalName(const std::string& path) {
+    std::error_code error;
+    const fs::path canonical = fs::weakly_canonical(fs::absolute(path, error), error);
+    return error ? path : canonical.string();
+}
+
+Outcome checkCombinations(const TidyOptions& options) {
+    const int places = (options.output.empty() ? 0 : 1) + (options.outputFolder.empty() ? 0 : 1) +
+                       (options.inPlace ? 1 : 0);
+    const bool readsStandardInput = std::find(options.files.begin(), options.files.end(),
+                                              standardStreamPath) != options.files.end();
+    if (places > 1) return usage("-o, --output-dir and --in-place exclude each other");
+    if (!options.output.empty() && options.files.size() > 1)
+        return usage("-o takes the result of one file; use --output-dir for several");
+    if (options.inPlace && options.delivery == "standalone")
+        return usage("--in-place with --deliver standalone would throw the rest of the file away");
+    if (readsStandardInput && options.inPlace)
+        return usage("--in-place needs a file, not standard input");
+    if (readsStandardInput && !options.outputFolder.empty())
+        return usage("standard input has no name to write under; use -o");
+    return Done{};
+}
+
+// No two files of the command line may be written to one place, and none onto an input.
+Outcome checkPlaces(const TidyPlan& plan) {
+    std::map<std::string, std::string> writers;
+    const auto claim = [&](const std::string& output, const std::string& writer) -> Outcome {
+        const bool standard = output == standardStreamPath;
+        const std::string place = standard ? "standard output" : canonicalName(output);
+        if (const auto [other, isNew] = writers.emplace(place, writer); !isNew)
+            return usage(
+                fmt::format("{} and {} would both be written there", other->second, writer),
+                standard ? place : output);
+        return Done{};
+    };
+    const auto isInput = [&](const std::string& output) {
+        return output != standardStreamPath &&
+               std::any_of(plan.files.begin(), plan.files.end(), [&](const PlannedFile& file) {
+                   return file.input != standardStreamPath && isSameFile(file.input, output);
+               });
+    };
+    for (const PlannedFile& file : plan.files) {
+        if (!file.inPlace && isInput(file.output))
+            return usage("is an input too; to replace it, use --in-place", file.output);
+        if (const Outcome claimed = claim(file.output, InputFile::displayNameOf(file.input));
+            !claimed)
+            return claimed;
+    }
+    if (plan.report.empty()) return Done{};
+    if (isInput(plan.report)) return usage("is an input; the report would replace it", plan.report);
+    return claim(plan.report, "the report");
+}
+
+}  // namespace
+
+bool TidyPlan::standardOutputTaken() const {
+    return report == standardStreamPath ||
+           std::any_of(files.begin(), files.end(),
+                       [](const PlannedFile& file) { return file.output == standardStreamPath; });
+}
+
+Result<TidyPlan> planTidy(const TidyOptions& options) {
+    if (const Outcome fits = checkCombinations(options); !fits) return fits.failure();
+    Result<PassSelection> passes = selectPasses(options.passes);
+    if (!passes) return passes.failure();
+
+    TidyPlan plan;
+    plan.passes = std::move(*passes);
+    plan.sequences = options.sequences;
+    plan.ignoredEffects = options.ignoredEffects;
+    plan.delivery = options.delivery == "project"      ? DeliveryChoice::project
+                    : options.delivery == "standalone" ? DeliveryChoice::standalone
+                                                       : DeliveryChoice::automatic;
+    plan.report = options.report;
+    plan.dryRun = options.dryRun;
+    plan.force = options.force;
+    plan.quiet = options.quiet;
+    for (const std::string& input : options.files) {
+        PlannedFile file{input, input, options.inPlace};
+        if (!options.output.empty())
+            file.output = options.output;
+        else if (!options.inPlace && input != standardStreamPath)
+            file.output = tidiedName(input, options.outputFolder);
+        plan.files.push_back(std::move(file));
+    }
+    if (const Outcome distinct = checkPlaces(plan); !distinct) return distinct.failure();
+    return plan;
+}
+
+Outcome checkWritable(const std::string& path, bool mayReplace) {
+    const auto failure = [&](const char* what) {
+        return Failure{FailureCode::outputFailed, what, path, 0, 0, ""};
+    };
+    std::error_code error;
+    const fs::file_status status = fs::status(path, error);
+    if (fs::is_directory(status)) return failure("is a folder, not a file");
+    if (fs::exists(status) && !mayReplace)
+        return failure("there is a file already; --force replaces it");
+    const fs::path folder = fs::path(path).parent_path();
+    if (!folder.empty() && !fs::is_directory(folder, error))
+        return failure("the folder to write it to does not exist");
+    return Done{};
+}
+
+Result<OptionList> optionsFor(const PassSelection& selection, bool isFCPX) {
+    OptionList options;
+    OptionList applicable;
+    std::string unfit;
+    for (const PassRow& pass : passTable()) {
+        const std::string name(pass.option);
+        const bool named = std::find(selection.names.begin(), selection.names.end(), name) !=
+                           selection.names.end();
+        if (isFCPX && !pass.appliesToFCPX) {
+            if (named && unfit.empty()) unfit = name;
+            continue;
+        }
+        applicable.push_back(name);
+        if (named || selection.all) options.push_back(name);
+    }
+    if (!unfit.empty())
+        return usage(fmt::format("only {} apply to FCPXML, not {}; use --passes {}",
+                                 fmt::join(applicable, " and "), unfit,
+                                 fmt::join(applicable, ",")));
+    return options;
+}
+
+}  // namespace reelsweep

@@ -1,0 +1,75 @@
+// TidyPlan: what `tidy` was asked to do, checked before any file is read.
+//
+// Thread rule: plain values.
+#pragma once
+
+#include "engine/PassTable.h"
+#include "support/Failure.h"
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace reelsweep {
+
+/// The command line of `tidy` as it was typed.
+struct TidyOptions {
+    std::vector<std::string> files;
+    std::string passes = "default";
+    std::vector<std::string> sequences;
+    std::vector<std::string> ignoredEffects;
+    std::string output;
+    std::string outputFolder;
+    bool inPlace = false;
+    std::string delivery = "auto";
+    std::string report;
+    bool dryRun = false;
+    bool force = false;
+    bool quiet = false;
+};
+
+/// Which passes were asked for. What "all" means depends on the kind of file.
+struct PassSelection {
+    bool all = false;
+    OptionList names;  ///< the named ones and the defaults, in run order; not what "all" adds
+};
+
+enum class DeliveryChoice {
+    automatic,   ///< into the project when there is one, else standalone
+    project,     ///< a bin in the file's project
+    standalone,  ///< a new document with nothing but the bin
+};
+
+struct PlannedFile {
+    std::string input;   ///< "-" for standard input
+    std::string output;  ///< "-" for standard output
+    bool inPlace = false;
+};
+
+struct TidyPlan {
+    std::vector<PlannedFile> files;
+    PassSelection passes;
+    std::vector<std::string> sequences;  ///< empty: all
+    std::vector<std::string> ignoredEffects;
+    DeliveryChoice delivery = DeliveryChoice::automatic;
+    std::string report;  ///< empty for none; "-" for standard output
+    bool dryRun = false;
+    bool force = false;
+    bool quiet = false;
+
+    /// True when the data goes to standard output, so that nothing else may.
+    bool standardOutputTaken() const;
+};
+
+/// Fails with usage when the options do not fit together or name what does not exist.
+Result<TidyPlan> planTidy(const TidyOptions& options);
+
+/// Fails with outputFailed when it is plain beforehand that the file cannot be written: its folder
+/// does not exist, it is a folder, or it exists and must not be replaced.
+Outcome checkWritable(const std::string& path, bool mayReplace);
+
+/// The selected passes that a run over a file of that kind takes. Fails with usage when a pass was
+/// asked for by name that does not apply to FCPXML.
+Result<OptionList> optionsFor(const PassSelection& selection, bool isFCPX);
+
+}  // namespace reelsweep
