@@ -3,6 +3,7 @@
 #include "platform/Platform.h"
 #include "platform/SystemInfo.h"
 #include "support/LogFiles.h"
+#include "support/LogText.h"
 #include "support/QVException.h"
 #include "support/Text.h"
 
@@ -33,10 +34,10 @@ constexpr std::size_t shortText = 100;
 /// The background thread lets entries gather for this time, or up to this size: a program that logs
 /// in a tight loop then wakes it a hundred times a second, not a hundred thousand times.
 constexpr std::chrono::milliseconds gatheringTime{10};
-constexpr std::size_t gatheringBytes = 256 * 1024;
+constexpr std::size_t gatheringBytes = 256UL * 1024;
 
 /// Bytes that one write call takes at most, more or less.
-constexpr std::size_t outputBytes = 256 * 1024;
+constexpr std::size_t outputBytes = 256UL * 1024;
 
 /// The current date's description; seconds are its finest unit, so it is made once a second.
 std::string_view currentDate() {
@@ -50,31 +51,6 @@ std::string_view currentDate() {
         shown = now;
     }
     return text.data();
-}
-
-/// Whether escaping would change the text: cheap, since nearly no format needs it.
-bool needsEscaping(std::string_view text) {
-    for (std::size_t i = text.find('%'); i != std::string_view::npos; i = text.find('%', i + 1)) {
-        if (i + 1 == text.size()) return false;
-        if (std::string_view(" .!,-;:+").find(text[i + 1]) != std::string_view::npos) return true;
-        if (text.substr(i).starts_with("%%%")) return true;
-    }
-    return false;
-}
-
-void replaceAll(std::string& text, std::string_view from, std::string_view to) {
-    for (std::size_t at = text.find(from); at != std::string::npos;
-         at = text.find(from, at + to.size()))
-        text.replace(at, from.size(), to);
-}
-
-/// Formats as every logging operation does: stray percent signs first, then the arguments.
-void formatEntry(TextBuffer& buffer, std::string_view format,
-                 std::span<const FormatArgument> arguments) {
-    if (needsEscaping(format))
-        formatInto(buffer, QVLog::escapeTextForLogging(format), arguments);
-    else
-        formatInto(buffer, format, arguments);
 }
 
 }  // namespace
@@ -138,7 +114,7 @@ void QVLog::appendLogWithArguments(std::string_view format, Arguments arguments)
     QVLog& log = sharedController();
     if (!log.accepts(format)) return;
     TextBuffer text;
-    formatEntry(text, format, arguments);
+    formatLogText(text, format, arguments);
     log.appendTextToLog(text.view());
     // A worker's short message is on disk before the worker goes on.
     const std::size_t length = characterCount(text.view());
@@ -151,7 +127,7 @@ void QVLog::fastAppendLogWithArguments(std::string_view format, Arguments argume
     QVLog& log = sharedController();
     if (!log.accepts(format)) return;
     TextBuffer text;
-    formatEntry(text, format, arguments);
+    formatLogText(text, format, arguments);
     log.appendTextToLog(text.view());
 }
 
@@ -159,15 +135,12 @@ void QVLog::appendLogAndPrintWithArguments(std::string_view format, Arguments ar
     QVLog& log = sharedController();
     if (!log.accepts(format)) return;
     TextBuffer text;
-    formatEntry(text, format, arguments);
+    formatLogText(text, format, arguments);
     // The text serves as a format once more, so what looks like a directive in it is not logged. On
     // the console it is, with doubled percent signs: both are long-standing and relied on.
     std::string echo(trimmed(text.view()));
     appendLog(echo);
-    replaceAll(echo, "%@", "");
-    replaceAll(echo, "%", "%%");
-    std::erase(echo, '\0');
-    log.print(echo + "\n");
+    log.print(consoleEcho(std::move(echo)) + "\n");
 }
 
 void QVLog::appendLogAndDebugPrintWithArguments(std::string_view format, Arguments arguments) {
@@ -196,15 +169,7 @@ void QVLog::appendTextToLog(std::string_view text) {
     if (wake) queueChanged_.notify_one();
 }
 
-std::string QVLog::escapeTextForLogging(std::string_view text) {
-    std::string escaped(text);
-    if (!needsEscaping(text)) return escaped;
-    for (const char* const stray : {"% ", "%.", "%!", "%,", "%-", "%;", "%:", "%+"})
-        replaceAll(escaped, stray, std::string("%") + stray);
-    // A percent sign that was doubled already has become three.
-    replaceAll(escaped, "%%%", "%%");
-    return escaped;
-}
+std::string QVLog::escapeTextForLogging(std::string_view text) { return escapedForLogging(text); }
 
 void QVLog::print(std::string_view text) const {
     if (!noPrinting_) Platform::current().console->print(text);

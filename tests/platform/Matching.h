@@ -1,4 +1,4 @@
-// matches: whether a whole text has the form of a POSIX extended regular expression.
+// Pattern: a POSIX extended regular expression that a whole text may match.
 #pragma once
 
 #include <regex.h>
@@ -8,13 +8,22 @@
 
 namespace reelsweep::test {
 
-inline bool matches(const std::string& text, const std::string& pattern) {
-    regex_t form;
-    if (::regcomp(&form, ("^(" + pattern + ")$").c_str(), REG_EXTENDED | REG_NOSUB) != 0)
-        throw std::invalid_argument("not a pattern: " + pattern);
-    const bool found = ::regexec(&form, text.c_str(), 0, nullptr, 0) == 0;
-    ::regfree(&form);
-    return found;
-}
+class Pattern {
+public:
+    explicit Pattern(const std::string& expression) {
+        if (::regcomp(&form_, ("^(" + expression + ")$").c_str(), REG_EXTENDED | REG_NOSUB) != 0)
+            throw std::invalid_argument("not a pattern: " + expression);
+    }
+    ~Pattern() { ::regfree(&form_); }
+    Pattern(const Pattern&) = delete;
+    Pattern& operator=(const Pattern&) = delete;
+
+    bool matches(const std::string& text) const {
+        return ::regexec(&form_, text.c_str(), 0, nullptr, 0) == 0;
+    }
+
+private:
+    regex_t form_{};
+};
 
 }  // namespace reelsweep::test

@@ -158,13 +158,13 @@ TEST(LocalPaths, TrailingSlashes) {
 TEST(LocalPaths, TemporaryNamesAreNewAndOfTheirForm) {
     const TestHome home;
     useFolders(std::make_unique<FixedFolders>(1000));
-    const std::string form =
+    const test::Pattern form(
         "/tmp/[0-9A-F]{8}-[0-9A-F]{4}-4[0-9A-F]{3}-[89AB][0-9A-F]{3}-[0-9A-F]{12}"
-        "[a-z0-9]{8}";
+        "[a-z0-9]{8}");
     std::set<std::string> names;
     for (int i = 0; i < 100; ++i) {
         const std::string name = QVLocalPaths::tempFile();
-        EXPECT_TRUE(test::matches(name, form)) << name;
+        EXPECT_TRUE(form.matches(name)) << name;
         EXPECT_TRUE(names.insert(name).second) << name;
     }
     EXPECT_EQ(QVLocalPaths::randomString(0), "");

@@ -25,7 +25,7 @@ namespace {
 
 using test::ChildProcess;
 using test::contentsOf;
-using test::matches;
+using test::Pattern;
 using test::TestHome;
 using test::writeFile;
 
@@ -34,12 +34,12 @@ using test::writeFile;
 /// The texts of a log file's entries, each line checked for its date.
 std::vector<std::string> entriesIn(const std::string& path) {
     constexpr std::size_t prefixBytes = std::string_view("2026-01-31 14:05:09 +0000 - ").size();
+    const Pattern form("[0-9]{4}(-[0-9]{2}){2} [0-9]{2}(:[0-9]{2}){2} \\+0000 - ");
     std::vector<std::string> texts;
     std::istringstream file(contentsOf(path));
     for (std::string line; std::getline(file, line);) {
         const std::string prefix = line.substr(0, prefixBytes);
-        EXPECT_TRUE(matches(prefix, "[0-9]{4}(-[0-9]{2}){2} [0-9]{2}(:[0-9]{2}){2} \\+0000 - "))
-            << line;
+        EXPECT_TRUE(form.matches(prefix)) << line;
         texts.push_back(line.substr(prefix.size()));
     }
     return texts;
@@ -97,7 +97,7 @@ TEST(Log, AFreshLogStartsWithWhatRunsWhere) {
         "System: macOS .+, [0-9]+ CPU\\(s\\), [0-9]+\\.[0-9]{2} GB RAM", "Running in 64-bit mode"};
     ASSERT_EQ(texts.size(), std::size(patterns));
     for (std::size_t i = 0; i < texts.size(); ++i)
-        EXPECT_TRUE(matches(texts[i], patterns[i])) << texts[i];
+        EXPECT_TRUE(Pattern(patterns[i]).matches(texts[i])) << texts[i];
 }
 
 TEST(Log, FormatsKeepStrayPercentSignsAndTextsLoseBlankEnds) {
