@@ -9,6 +9,10 @@ if(REELSWEEP_SANITIZE)
         -fsanitize=${REELSWEEP_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
     target_link_options(reelsweep_flags INTERFACE -fsanitize=${REELSWEEP_SANITIZE})
 endif()
+if(REELSWEEP_FUZZ)
+    # What the fuzzers steer by: which branches of the product an input reached.
+    target_compile_options(reelsweep_flags INTERFACE -fsanitize=fuzzer-no-link)
+endif()
 
 # reelsweep_layer(NAME SOURCES... [PUBLIC targets...] [PRIVATE targets...])
 # One folder of the layer stack as one static library.
