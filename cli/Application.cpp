@@ -90,6 +90,13 @@ ExitCode Application::printData(std::string_view text) {
     return printed ? ExitCode::done : fail(printed.failure());
 }
 
+ExitCode Application::printForUser(std::string_view lines) {
+    if (terminal_.isQuiet()) return ExitCode::done;
+    if (!standardOutputTaken_) return printData(lines);
+    terminal_.printLines(lines);
+    return ExitCode::done;
+}
+
 void Application::leave(ExitCode code) {
     QVLog::finishWriting();
     ::_exit(static_cast<int>(code));

@@ -52,6 +52,10 @@ public:
 
     /// Writes a command's data to standard output.
     ExitCode printData(std::string_view text);
+    /// Whole lines for the user to read: nothing when quiet; on standard error when standard output
+    /// carries data.
+    ExitCode printForUser(std::string_view lines);
+    void setStandardOutputTaken(bool taken) { standardOutputTaken_ = taken; }
 
     /// Keeps an object until the next call, or the end of the process, which frees nothing.
     void keep(std::shared_ptr<void> object) { kept_ = std::move(object); }
@@ -66,6 +70,7 @@ private:
     std::string currentFile_;
     std::vector<std::string> messages_;
     std::size_t warningsShown_ = 0;
+    bool standardOutputTaken_ = false;
     std::shared_ptr<void> kept_;
 };
 

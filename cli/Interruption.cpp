@@ -6,6 +6,8 @@
 #include <unistd.h>
 #include <atomic>
 #include <csignal>
+#include <cstddef>
+#include <string_view>
 
 namespace reelsweep {
 
@@ -22,11 +24,11 @@ static_assert(std::atomic<bool>::is_always_lock_free && std::atomic<int>::is_alw
 // Only calls that are safe inside a signal handler.
 extern "C" void noteInterruption(int) {
     if (noted.exchange(true) || deferrals == 0) {
-        constexpr char eraseLine[] = "\r\x1b[K";
-        if (progressLineShown)
-            // Nothing can be done about a terminal that is gone.
-            [[maybe_unused]]
-            const ssize_t size = ::write(STDERR_FILENO, eraseLine, sizeof eraseLine - 1);
+        constexpr std::string_view message = "\r\x1b[Kreelsweep-cli: interrupted\n";
+        constexpr std::size_t eraseLine = 4;
+        const std::string_view shown = progressLineShown ? message : message.substr(eraseLine);
+        // Nothing can be done about a terminal that is gone.
+        [[maybe_unused]] const ssize_t size = ::write(STDERR_FILENO, shown.data(), shown.size());
         ::_exit(static_cast<int>(ExitCode::interrupted));
     }
     if (QueueMainThread* const mainThread = queue) mainThread->wake();

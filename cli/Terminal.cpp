@@ -71,10 +71,8 @@ void Terminal::tick() {
     draw();
 }
 
-void Terminal::startProgress() {
-    inProgress_ = true;
-    draw();
-}
+// The line appears with its first label.
+void Terminal::startProgress() { inProgress_ = true; }
 
 void Terminal::endProgress() {
     erase();
@@ -88,7 +86,7 @@ void Terminal::setProgressLabelText(const std::string& text) {
 }
 
 void Terminal::draw() {
-    if (!inProgress_ || !isTerminal_ || quiet_) return;
+    if (!inProgress_ || !isTerminal_ || quiet_ || label_.empty()) return;
     const std::string line = bar(step_) + " " + prefix_ + singleLine(label_);
     Interruption::setProgressLineShown(true);
     // The last column stays free: some terminals begin a new line when it is filled.

@@ -28,6 +28,7 @@ public:
 
     /// A quiet terminal shows errors only.
     void setQuiet(bool quiet) { quiet_ = quiet; }
+    bool isQuiet() const { return quiet_; }
 
     /// What stands before every label: which file of how many, say.
     void setProgressPrefix(std::string prefix) { prefix_ = std::move(prefix); }

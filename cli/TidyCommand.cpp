@@ -1,25 +1,20 @@
 #include "cli/Application.h"
 #include "cli/Commands.h"
-#include "cli/InputFile.h"
 #include "cli/Interruption.h"
-#include "cli/ResultTable.h"
 #include "cli/SaveResult.h"
 #include "cli/StandardStreams.h"
+#include "cli/TidyFile.h"
 #include "cli/TidyPlan.h"
-#include "cli/TidyWork.h"
 #include "engine/report/ChangeReport.h"
-#include "platform/Platform.h"
 
 #include <fmt/format.h>
 #include <CLI/App.hpp>
 #include <CLI/Validators.hpp>
 #include <algorithm>
-#include <filesystem>
 #include <memory>
 #include <optional>
 #include <string>
 #include <utility>
-#include <vector>
 
 namespace reelsweep {
 
@@ -34,13 +29,9 @@ public:
     ExitCode run();
 
 private:
-    ExitCode tidyFile(const PlannedFile& planned);
-    ExitCode tidyInput(const PlannedFile& planned, ReportedDocument& reported, TidyWork*& work);
-    Outcome save(const PlannedFile& planned, TidyWork& work);
-    ExitCode finish(const PlannedFile& planned, ReportedDocument& reported, TidyWork& work,
-                    const Outcome& saved);
+    Outcome beginReport();
+    ExitCode tidyFiles();
     ExitCode saveReport();
-    ExitCode show(const std::string& lines);
 
     Application& application_;
     TidyPlan plan_;
@@ -50,125 +41,47 @@ private:
 };
 
 ExitCode TidyCommand::run() {
-    Terminal& terminal = application_.terminal();
-    terminal.setQuiet(plan_.quiet);
-    if (!plan_.report.empty()) {
-        if (plan_.report != standardStreamPath)
-            if (const Outcome writable = checkWritable(plan_.report, plan_.force); !writable)
-                return application_.fail(writable.failure());
-        Result<SpoolFile> spool = SpoolFile::create();
-        if (!spool) return application_.fail(spool.failure());
-        reportSpool_.emplace(std::move(*spool));
-        report_.emplace(*reportSpool_, ChangeReport::Program{"reelsweep-cli",
-                                                             Application::version(), plan_.dryRun});
-    }
+    application_.terminal().setQuiet(plan_.quiet);
+    application_.setStandardOutputTaken(plan_.standardOutputTaken());
+    if (!plan_.report.empty())
+        if (const Outcome begun = beginReport(); !begun) return application_.fail(begun.failure());
 
+    const ExitCode tidied = tidyFiles();
+    if (!report_ || tidied == ExitCode::interrupted) return tidied;
+    const ExitCode reported = saveReport();
+    return tidied == ExitCode::done ? reported : tidied;
+}
+
+Outcome TidyCommand::beginReport() {
+    if (plan_.report != standardStreamPath)
+        if (Outcome writable = checkWritable(plan_.report, plan_.force); !writable) return writable;
+    Result<SpoolFile> spool = SpoolFile::create();
+    if (!spool) return spool.failure();
+    reportSpool_.emplace(std::move(*spool));
+    report_.emplace(*reportSpool_,
+                    ChangeReport::Program{"reelsweep-cli", Application::version(), plan_.dryRun});
+    return Done{};
+}
+
+ExitCode TidyCommand::tidyFiles() {
     ExitCode first = ExitCode::done;
     for (std::size_t i = 0; i < plan_.files.size(); ++i) {
         if (plan_.files.size() > 1)
-            terminal.setProgressPrefix(fmt::format("{} of {}: ", i + 1, plan_.files.size()));
-        const ExitCode code = tidyFile(plan_.files[i]);
-        if (Interruption::requested() && code != ExitCode::done) return ExitCode::interrupted;
+            application_.terminal().setProgressPrefix(
+                fmt::format("{} of {}: ", i + 1, plan_.files.size()));
+        TidyFile file(application_, plan_, plan_.files[i]);
+        const ExitCode code = file.run();
+        if (report_) report_->addDocument(file.reported(), file.ledger());
         if (first == ExitCode::done) first = code;
+        // An interruption that came too late for this file still stops what was to follow.
+        const bool moreToDo = i + 1 < plan_.files.size() || report_;
+        if (Interruption::requested() && (code != ExitCode::done || moreToDo))
+            return ExitCode::interrupted;
     }
-    const ExitCode reported = saveReport();
-    return first == ExitCode::done ? reported : first;
-}
-
-ExitCode TidyCommand::tidyFile(const PlannedFile& planned) {
-    ReportedDocument reported;
-    reported.input = InputFile::displayNameOf(planned.input);
-    application_.setCurrentFile(reported.input);
-    TidyWork* work = nullptr;
-    const ExitCode code = tidyInput(planned, reported, work);
-    reported.errors = application_.messages();
-    if (report_) report_->addDocument(reported, work ? &work->ledger() : nullptr);
-    return code;
-}
-
-// `work` is set once there is a document whose ledger can be reported; the application keeps it.
-ExitCode TidyCommand::tidyInput(const PlannedFile& planned, ReportedDocument& reported,
-                                TidyWork*& work) {
-    const bool toFile = planned.output != standardStreamPath && !planned.inPlace && !plan_.dryRun;
-    if (toFile)
-        if (const Outcome writable = checkWritable(planned.output, plan_.force); !writable)
-            return application_.fail(writable.failure());
-
-    const Result<InputFile> file = InputFile::open(planned.input);
-    if (!file) return application_.fail(file.failure());
-    const bool isFCPX = file->kind() == InputFile::Kind::fcpxml;
-    reported.format = isFCPX ? "fcpxml" : "xmeml";
-
-    const std::shared_ptr<TidyWork> document =
-        TidyWork::make(file->kind(), application_.terminal());
-    application_.keep(document);
-    application_.terminal().startProgress();
-    application_.terminal().setProgressLabelText("Reading...");
-    const Outcome opened = document->open(*file, plan_);
-    application_.terminal().endProgress();
-    if (!opened) return application_.fail(file->named(opened.failure()));
-    reported.passes = document->options();
-    reported.delivery = document->deliveryName();
-    if (planned.inPlace && reported.delivery == "standalone")
-        return application_.fail(
-            {FailureCode::usage,
-             "holds no project to deliver into, and --in-place would throw the rest of the file "
-             "away; use -o",
-             reported.input, 0, 0, ""});
-
-    Outcome saved = Done{};
-    application_.runInterruptible(
-        [&] {
-            document->run();
-            if (!document->cancelled()) saved = save(planned, *document);
-        },
-        [&] { document->cancel(); });
-    application_.terminal().endProgress();
-    work = document.get();
-    return finish(planned, reported, *document, saved);
-}
-
-// On the background thread.
-Outcome TidyCommand::save(const PlannedFile& planned, TidyWork& work) {
-    const XMLDocument* const result = work.result();
-    if (!result || plan_.dryRun) return Done{};
-    Platform::current().mainThread->runAndWait([&] {
-        application_.terminal().startProgress();
-        application_.terminal().setProgressLabelText("Saving...");
-    });
-    SavePlace place{planned.output};
-    if (plan_.force || planned.inPlace) place.overwrite = Overwrite::always;
-    if (planned.inPlace) place.mustStillBe = result->loadedFile();
-    place.codes = work.fileCodes();
-    return saveResult(place, [&](ByteSink& sink) { result->serialise(XMLFormat::pretty, sink); });
-}
-
-ExitCode TidyCommand::finish(const PlannedFile& planned, ReportedDocument& reported, TidyWork& work,
-                             const Outcome& saved) {
-    if (work.cancelled() || (!saved && saved.failure().code == FailureCode::cancelled)) {
-        application_.terminal().error(reported.input + ": interrupted; nothing was written");
-        return ExitCode::interrupted;
-    }
-    const ExitCode code =
-        work.failures().empty() ? ExitCode::done : application_.fail(work.failures());
-    if (!saved) return application_.fail(saved.failure());
-    if (!work.result()) return code;
-
-    const bool written = !plan_.dryRun;
-    if (written) reported.output = planned.output;
-    std::string lines;
-    if (plan_.files.size() > 1) lines += reported.input + ":\n";
-    lines += resultTable(work.ledger());
-    if (written && planned.output != standardStreamPath)
-        lines += fmt::format("Wrote {}\n", planned.output);
-    if (plan_.dryRun) lines += "Dry run: nothing was written\n";
-    if (plan_.files.size() > 1) lines += "\n";
-    const ExitCode shown = show(lines);
-    return code == ExitCode::done ? shown : code;
+    return first;
 }
 
 ExitCode TidyCommand::saveReport() {
-    if (!report_) return ExitCode::done;
     application_.setCurrentFile(plan_.report);
     report_->finish();
     const Interruption::Deferred deferred;
@@ -178,16 +91,8 @@ ExitCode TidyCommand::saveReport() {
                    [&](ByteSink& sink) { spooled = reportSpool_->copyTo(sink); });
     if (!spooled) return application_.fail(spooled.failure());
     if (!saved) return application_.fail(saved.failure());
-    return plan_.report == standardStreamPath ? ExitCode::done
-                                              : show(fmt::format("Wrote {}\n", plan_.report));
-}
-
-// What the user reads goes to standard output unless that carries data.
-ExitCode TidyCommand::show(const std::string& lines) {
-    if (plan_.quiet) return ExitCode::done;
-    if (!plan_.standardOutputTaken()) return application_.printData(lines);
-    application_.terminal().printLines(lines);
-    return ExitCode::done;
+    if (plan_.report == standardStreamPath) return ExitCode::done;
+    return application_.printForUser(fmt::format("Wrote {}\n", plan_.report));
 }
 
 void noteUselessPasses(Application& application, const TidyPlan& plan) {

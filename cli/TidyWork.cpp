@@ -28,6 +28,8 @@ public:
     std::string deliveryName() const override { return standalone_ ? "standalone" : "project"; }
 
 private:
+    Outcome choose(const TidyPlan& plan);
+
     QVFCPDoc document_;
     OptionList options_;
     bool standalone_ = false;
@@ -41,8 +43,17 @@ Outcome XMEMLWork::open(const InputFile& file, const TidyPlan& plan) {
     if (!options) return options.failure();
     options_ = *options;
 
-    if (const Outcome read = document_.readFromURL(file.path()); !read) return read;
+    // The check goes on beside the passes; the run says when the file turns out to be broken.
+    const Outcome read = document_.readFromURL(file.path(), Verification::deferred);
+    if (!read) return read;
     document_.waitUntilPopulated();
+    const Outcome chosen = choose(plan);
+    if (!chosen)
+        if (const Outcome verified = document_.verifySource(); !verified) return verified;
+    return chosen;
+}
+
+Outcome XMEMLWork::choose(const TidyPlan& plan) {
     standalone_ = plan.delivery == DeliveryChoice::standalone ||
                   (plan.delivery == DeliveryChoice::automatic && !document_.hasProjectNode());
 
@@ -60,7 +71,7 @@ void XMEMLWork::run() {
     document_.startProcessing(options_, standalone_ ? Delivery::none : Delivery::toSource);
     failures_ = document_.runResult().failures;
     cancelled_ = document_.runResult().cancelled;
-    if (!standalone_ || cancelled_) return;
+    if (!standalone_ || cancelled_ || !failures_.empty()) return;
     Result<XMLDocument> standalone = standaloneDocument(document_);
     if (standalone)
         standaloneDocument_ = std::move(*standalone);

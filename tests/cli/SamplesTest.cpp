@@ -1,0 +1,77 @@
+// Real exports of several editing applications, and the bundled sample, through every choice of passes.
+#include "tests/cli/Program.h"
+
+#include "engine/PassTable.h"
+#include "xml/QVXMLParser.h"
+#include "xml/XMLDocument.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <filesystem>
+
+namespace reelsweep::test {
+namespace {
+
+namespace fs = std::filesystem;
+
+// The XMEML files to try; the folder of real exports need not be there.
+std::vector<std::string> sampleFiles() {
+    const char* const variable = std::getenv("REELSWEEP_SAMPLES");
+    const fs::path source = REELSWEEP_SOURCE_FOLDER;
+    const fs::path exports =
+        variable ? fs::path(variable) : source.parent_path() / "shared/samples";
+    std::vector<std::string> files;
+    for (const fs::path& folder : {source / "resources/sample", exports}) {
+        std::error_code error;
+        for (const auto& entry : fs::directory_iterator(folder, error))
+            if (entry.path().extension() == ".xml") files.push_back(entry.path());
+    }
+    return files;
+}
+
+/// The output without what was added to it.
+std::string sourceInside(const XMLDocument& output) {
+    XMLNode bin = output.rootElement().child("project").child("children").lastChild();
+    EXPECT_EQ(bin.child("name").stringValue(), "Reelsweep");
+    bin.detach();
+    return output.serialise(XMLFormat::compact);
+}
+
+void check(const std::string& input, const std::string& output) {
+    SCOPED_TRACE(input);
+    const Result<XMLDocument> source = XMLDocument::load(input);
+    const Result<XMLDocument> result = XMLDocument::load(output);
+    ASSERT_TRUE(source && result) << (result ? source : result).failure().description();
+    EXPECT_EQ(result->serialise(XMLFormat::pretty), contentsOf(output));
+    if (source->rootElement().child("project").child("children")) {
+        EXPECT_TRUE(sourceInside(*result) == source->serialise(XMLFormat::compact));
+    }
+    const auto count = [](const XMLDocument& document) {
+        return QVXMLParser::nodesForQuery(".//sequence/name/..", document.node())->size();
+    };
+    EXPECT_GE(count(*result), count(*source));
+}
+
+TEST(Samples, AreTidiedWithEveryChoiceOfPasses) {
+    const std::vector<std::string> files = sampleFiles();
+    ASSERT_FALSE(files.empty());
+    std::vector<std::string> choices{"all", "default"};
+    for (const PassRow& pass : passTable()) choices.emplace_back(pass.option);
+    for (const std::string& choice : choices) {
+        SCOPED_TRACE(choice);
+        const Workplace workplace;
+        std::vector<std::string> arguments{"tidy",     "--output-dir", ".",
+                                           "--passes", choice,         "--quiet"};
+        arguments.insert(arguments.end(), files.begin(), files.end());
+        const Ended ended = run(workplace, arguments);
+        EXPECT_EQ(ended.status, 0);
+        EXPECT_EQ(ended.error, "");
+        for (const std::string& file : files)
+            check(file, workplace / (fs::path(file).stem().string() + "-Tidied.xml"));
+    }
+    if (files.size() == 1) GTEST_SKIP() << "the folder of real exports is not there";
+}
+
+}  // namespace
+}  // namespace reelsweep::test
