@@ -186,6 +186,10 @@ TEST(Document, DeliversNoBinIntoAFileWithoutAProject) {
     EXPECT_EQ(project.xml(), before);
     // The passes had run by then.
     EXPECT_EQ(notation(project.result()), "V1:");
+
+    project.view.onLabel = [&](const std::string&) { project.document.cancelProgress(); };
+    project.document.startProcessing({"removeDisabledVideoClips"});
+    EXPECT_EQ(shownAlerts().size(), 1u);
 }
 
 TEST(Document, DeliversNothingWhenCancelledBeforeTheSecondSequence) {

@@ -33,8 +33,8 @@ struct Source {
         document.populateSequencesForProject("");
     }
 
-    // Tidies the rows and answers what stands in the standalone document's bin. Sequences are called as
-    // before, to keep expectations short.
+    // Tidies the rows and answers what stands in the standalone document's bin. Sequences keep their
+    // names there, so that expectations stay short.
     std::string delivered(const std::vector<std::size_t>& rows) {
         for (const std::size_t row : rows) document.setSelected(row, true);
         const XMLDocument& xml = *document.projectController().xmlDoc();
@@ -101,6 +101,23 @@ TEST(StandaloneDelivery, DefinesFilesAtTheirFirstUse) {
              sequence("s", clip("b", "<sequence id=\"n\"/>")),
          {2},
          sequence("s", clip("b", sequence("n", clip("a", file("f")))))},
+        {"defined twice",
+         sequence("s", clip("a", file("f")) + clip("b", file("f"))),
+         {0},
+         sequence("s", clip("a", file("f")) + clip("b", fileReference("f")))},
+        {"two things under one id",
+         sequence("s",
+                  clip("a", file("f")) + clip("b", "<file id=\"f\"><name>other</name></file>")),
+         {0},
+         sequence("s",
+                  clip("a", file("f")) + clip("b", "<file id=\"f\"><name>other</name></file>"))},
+        {"a master clip that uses another",
+         "<bin><children>" + masterClip("m", "<masterclipid>u</masterclipid>") +
+             masterClip("u", "x") + "</children></bin>" +
+             sequence("s", clip("a", "<masterclipid>m</masterclipid>")),
+         {0},
+         masterClip("u", "x") + masterClip("m", "<masterclipid>u</masterclipid>") +
+             sequence("s", clip("a", "<masterclipid>m</masterclipid>"))},
         {"a master clip, before the first sequence that uses it",
          "<bin><children>" + masterClip("m", file("f")) + masterClip("u", "") +
              "</children></bin>" + sequence("s", clip("a", fileReference("g"))) +

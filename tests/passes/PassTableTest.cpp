@@ -1,4 +1,4 @@
-// What each pass makes of small timelines, written by hand. The plain twin must agree with every row.
+// What each pass makes of small timelines, written by hand. The plain twin must agree with each.
 #include "platform/Platform.h"
 #include "tests/plain/PassPairs.h"
 #include "tests/timeline/Project.h"
@@ -47,6 +47,8 @@ TEST(RemoveDisabledClips, TakesDisabledClipsOutWithTheirGroups) {
              "V1: A[0,40) C[100,150)"},
             {"clips that transitions join to it",
              "V1: !A[0,-1) x[40,60) B[-1,-1) x2[90,110) C[-1,150) D[150,200)", "V1: D[150,200)"},
+            {"any such child", "V1: A[0,9){<enabled>TRUE</enabled><enabled>FALSE</enabled>}",
+             "V1:"},
             {"one that went with an earlier one", "V1: !A[0,-1) !B[-1,-1) C[-1,90) D[90,95)",
              "V1: D[90,95)"},
             {"other spellings stay",
@@ -122,7 +124,7 @@ TEST(ReplaceGapsWithSlugs, FillsTheFirstVideoTrackBeforeAndBetweenClips) {
              "V1: A[-1,50) Slug[50,60)@30:40 B[60,-1)"},
             {"texts that are no numbers", "V1: A[-,50x) B[60.5,70)",
              "V1: A[-,50x) Slug[50,60)@30:40 B[60.5,70)"},
-            // A clip that starts inside the one before moves the end of what is seen to its own end.
+            // A clip that starts inside the one before moves the end so far to its own end.
             {"overlapping clips", "V1: A[0,100) B[20,30) C[40,60)",
              "V1: A[0,100) B[20,30) Slug[30,40)@30:40 C[40,60)"},
         });
@@ -352,6 +354,7 @@ TEST(ClipTransparency, IsDecidedByOpacityModeCropMixAndEffects) {
         {"^Normal", true},
         {"^", false},
         {effect("Crop", "left", "1"), true},
+        {effect("Crop", "softness", "0.5"), true},
         {effect("Crop", "left", "0"), false},
         {effect("Crop", "edgefeather", "9"), false},
         {effect("Crop", "left", "+9"), false},  // no number in a comparison

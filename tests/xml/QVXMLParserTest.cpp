@@ -157,7 +157,7 @@ TEST(QVXMLParser, EscapesQueriesInTheFormThatXMLTextHolds) {
     for (const auto& [text, escaped] : rows)
         EXPECT_EQ(QVXMLParser::escapeQueryString(text), escaped) << testing::PrintToString(text);
     EXPECT_EQ(log.lines().size(), 3u);
-    // The bound wraps around for texts of less than four units: the comparison fails beyond the end.
+    // The bound wraps around for texts of less than four units: comparing then fails.
     EXPECT_THROW(QVXMLParser::escapeQueryString("a&b"), std::out_of_range);
     EXPECT_EQ(QVXMLParser::escapeQueryString("abc"), "abc");
 }
