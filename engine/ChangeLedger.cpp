@@ -12,7 +12,8 @@ std::string_view description(ChangeKind kind) {
 
 std::string description(TrackLabel track) {
     if (track.number == 0) return {};
-    return (track.video ? "V" : "A") + std::to_string(track.number);
+    std::string text(1, track.video ? 'V' : 'A');
+    return text += std::to_string(track.number);
 }
 
 ItemTimes ItemTimes::of(XMLNode item) {

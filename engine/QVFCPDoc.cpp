@@ -51,7 +51,7 @@ QVFCPDoc::~QVFCPDoc() {
 
 // Opening and saving
 
-Outcome QVFCPDoc::readFromURL(const std::string& path) {
+Outcome QVFCPDoc::readFromURL(const std::string& path, Verification verification) {
     waitUntilPopulated();
     path_ = path;
     projectController_ = std::make_unique<QVFCPProjectController>();
@@ -65,11 +65,16 @@ Outcome QVFCPDoc::readFromURL(const std::string& path) {
                        0,
                        ""};
     }
-    projectController_->setXmlDocFromFilePath(path);
+    projectController_->setXmlDocFromFilePath(path, verification);
     QVLog::appendLog("Loading XML file");
     populateThread_.start([this, path] { populateSequencesForProject(path); });
     if (const auto& failure = projectController_->loadFailure()) return *failure;
     return Done{};
+}
+
+Outcome QVFCPDoc::verifySource() const {
+    const auto& document = projectController_->xmlDoc();
+    return document ? document->verify() : Outcome(Done{});
 }
 
 Outcome QVFCPDoc::writeToURL(const std::string& path, Overwrite overwrite,
@@ -99,10 +104,12 @@ std::shared_ptr<const SequenceArray> QVFCPDoc::sequenceArray() const {
 void QVFCPDoc::populateSequencesForProject(const std::string&) {
     if (!projectController_) return;
     auto records = std::make_shared<SequenceArray>();
-    const auto nodes = projectController_->nodesForQuery(".//sequence/name/..");
-    for (const XMLNode& node : nodes.value_or(std::vector<XMLNode>()))
-        if (auto record = QVSequence::sequenceWithXMLRepresentation(node))
-            records->push_back(std::move(record));
+    // Every sequence with a name, nested ones too: what the query ".//sequence/name/.." finds.
+    if (const auto& document = projectController_->xmlDoc())
+        document->node().forEachDescendant({"sequence"}, [&](XMLNode sequence) {
+            if (sequence.child("name"))
+                records->push_back(QVSequence::sequenceWithXMLRepresentation(sequence));
+        });
     {
         const std::lock_guard lock(sequencesMutex_);
         sequences_ = std::move(records);
@@ -158,13 +165,22 @@ void QVFCPDoc::startProcessing(const OptionList& options, Delivery delivery) {
             if (processingCancelled_) break;
             if (record->selected) processSequence(*record, options);
         }
-        if (!processingCancelled_ && delivery == Delivery::toSource) processXML();
+        if (!processingCancelled_) deliver(delivery);
     } catch (const std::exception& error) {
         const std::string text = QVException::logException(error, "-[QVFCPDoc startProcessing:]");
         runResult_.failures.push_back({FailureCode::internal, text, path_, 0, 0, ""});
     }
     runResult_.cancelled = processingCancelled_;
     endProgress();
+}
+
+void QVFCPDoc::deliver(Delivery delivery) {
+    if (Outcome verified = verifySource(); !verified) {
+        QVLog::appendLog("Unable to load XML data - %@", verified.failure().description());
+        runResult_.failures.push_back(verified.failure());
+    } else if (delivery == Delivery::toSource) {
+        processXML();
+    }
 }
 
 void QVFCPDoc::processSequence(QVSequence& record, const OptionList& options) {

@@ -50,7 +50,12 @@ public:
     /// Opens a path: a native project (extension "fcp" in any case, or HFS type FCPF) or an XML file.
     /// The sequences are listed on a thread of their own; waitUntilPopulated() waits for it. A file that
     /// is not valid XML fails with inputInvalid, file and line.
-    Outcome readFromURL(const std::string& path);
+    /// With deferred verification that answer may come later, from verifySource() and from the run, which
+    /// delivers nothing from such a file.
+    Outcome readFromURL(const std::string& path,
+                        Verification verification = Verification::beforeUse);
+    /// Waits until it is settled that the file is valid.
+    Outcome verifySource() const;
     /// Blocks until the list started by readFromURL is there, pumping when called on the main thread.
     void waitUntilPopulated() { populateThread_.wait(); }
     /// Saves the whole document, pretty-printed, atomically, with the codes of an XML file of Final Cut
@@ -127,6 +132,7 @@ private:
     void showAlert(const std::string& message, const std::string& informative, AlertStyle style);
     void processSequence(QVSequence& record, const OptionList& options);
     XMLNode applyPasses(XMLNode copy, QVSequence& record, const OptionList& options);
+    void deliver(Delivery delivery);
     void processXML();
     Result<XMLNode> makeBin(XMLNode project);
     void failDelivery(const std::string& logLine, const std::string& message,

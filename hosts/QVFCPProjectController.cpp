@@ -9,7 +9,8 @@ namespace reelsweep {
 
 QVFCPProjectController::QVFCPProjectController() : xmlDoc_(std::make_shared<XMLDocument>()) {}
 
-bool QVFCPProjectController::setXmlDocFromFilePath(const std::string& path) {
+bool QVFCPProjectController::setXmlDocFromFilePath(const std::string& path,
+                                                   Verification verification) {
     std::error_code error;
     if (!std::filesystem::exists(path, error)) {
         const std::string reason = error ? error.message() : "no such file";
@@ -18,7 +19,7 @@ bool QVFCPProjectController::setXmlDocFromFilePath(const std::string& path) {
     }
     loadFailure_.reset();
     xmlDoc_.reset();
-    Result<XMLDocument> loaded = XMLDocument::load(path);
+    Result<XMLDocument> loaded = XMLDocument::load(path, verification);
     if (loaded)
         xmlDoc_ = std::make_shared<XMLDocument>(std::move(*loaded));
     else

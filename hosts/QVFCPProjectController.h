@@ -28,7 +28,8 @@ public:
     /// Loads an XML file. False, with the old document kept, when no file exists at the path. True
     /// otherwise, also for a file that does not parse: then there is no document, and loadFailure() says
     /// why.
-    bool setXmlDocFromFilePath(const std::string& path);
+    bool setXmlDocFromFilePath(const std::string& path,
+                               Verification verification = Verification::beforeUse);
     const std::optional<Failure>& loadFailure() const { return loadFailure_; }
 
     // Queries run on the whole document, as they are written.

@@ -31,18 +31,7 @@ struct Failure {
     std::string element;  ///< the name of the element concerned, or empty
 
     /// "file:line:column: message", leaving out what is not known.
-    std::string description() const {
-        std::string text = file;
-        if (line > 0) {
-            if (text.empty()) text = "line";
-            text += ":" + std::to_string(line);
-            if (column > 0) text += ":" + std::to_string(column);
-        }
-        if (!text.empty()) text += ": ";
-        text += message;
-        if (!element.empty()) text += " (in element \"" + element + "\")";
-        return text;
-    }
+    std::string description() const;
 };
 
 /// A value or the reason why there is none.

@@ -1,6 +1,7 @@
 #include "xml/XMLDocument.h"
 
 #include "xml/StrictCheck.h"
+#include "xml/TreeMemory.h"
 #include "xml/XMLAccess.h"
 #include "xml/XMLWriter.h"
 
@@ -13,7 +14,34 @@
 
 namespace reelsweep {
 
-struct XMLDocument::Tree {
+namespace {
+
+// pugixml reads line ends as XML wants them in texts and comments, but not in processing instructions and
+// the DOCTYPE.
+class LineEndNormaliser final : public pugi::xml_tree_walker {
+public:
+    bool for_each(pugi::xml_node& node) override {
+        if (node.type() != pugi::node_pi && node.type() != pugi::node_doctype) return true;
+        std::string text = node.value();
+        for (std::size_t at = text.find('\r'); at != std::string::npos; at = text.find('\r', at)) {
+            if (at + 1 < text.size() && text[at + 1] == '\n')
+                text.erase(at, 1);
+            else
+                text[at] = '\n';
+        }
+        node.set_value(text.c_str());
+        return true;
+    }
+};
+
+}  // namespace
+
+// The base class sees to the memory before the first allocation is made.
+struct UsesTreeMemory {
+    UsesTreeMemory() { useTreeMemory(); }
+};
+
+struct XMLDocument::Tree : UsesTreeMemory {
     pugi::xml_document pugi;
     pugi::xml_node content;
 
@@ -43,9 +71,12 @@ struct XMLDocument::Tree {
         pugi.append_child(pugi::node_element).set_name(detachedName);
     }
 
-    Outcome takeParsed(const pugi::xml_parse_result& parsed, const std::string& name) {
+    Outcome takeParsed(const pugi::xml_parse_result& parsed, const std::string& name,
+                       bool hasCarriageReturns) {
         if (!parsed)
             return Failure{FailureCode::inputInvalid, parsed.description(), name, 0, 0, ""};
+        LineEndNormaliser normaliser;
+        if (hasCarriageReturns) pugi.traverse(normaliser);
         arrange();
         return Done{};
     }
@@ -87,6 +118,7 @@ struct ParserFree {
 using ParserBuffer = std::unique_ptr<char, ParserFree>;
 
 ParserBuffer allocateForParser(std::size_t bytes) {
+    useTreeMemory();
     return ParserBuffer(static_cast<char*>(pugi::get_memory_allocation_function()(bytes)));
 }
 
@@ -102,6 +134,8 @@ ssize_t readFully(int descriptor, char* bytes, std::size_t limit) {
     }
     return static_cast<ssize_t>(done);
 }
+
+bool hasCarriageReturn(std::string_view bytes) { return bytes.find('\r') != bytes.npos; }
 
 // Pipes and devices have no size and are read once only.
 Result<std::string> readStream(int descriptor, const std::string& path) {
@@ -120,6 +154,15 @@ Result<std::string> readStream(int descriptor, const std::string& path) {
 // From this size on the check runs beside the parser.
 constexpr std::size_t largeInputBytes = 1024 * 1024;
 
+// The check of an open file, and whether the file stayed the same meanwhile.
+Outcome checkOpenFile(const Descriptor& file, const FileIdentity& identity,
+                      const std::string& path) {
+    if (Outcome checked = checkWellFormed(file.get(), path); !checked) return checked;
+    if (FileIdentity::ofDescriptor(file.get()) != identity)
+        return unreadable(path, "changed while it was being read");
+    return Done{};
+}
+
 }  // namespace
 
 Result<XMLDocument> XMLDocument::parse(std::string_view bytes, const std::string& name) {
@@ -129,45 +172,52 @@ Result<XMLDocument> XMLDocument::parse(std::string_view bytes, const std::string
     document.tree_ = std::make_unique<Tree>();
     const auto parsed =
         document.tree_->pugi.load_buffer(bytes.data(), bytes.size(), XMLAccess::parseOptions);
-    if (Outcome taken = document.tree_->takeParsed(parsed, name); !taken) return taken.failure();
+    if (Outcome taken = document.tree_->takeParsed(parsed, name, hasCarriageReturn(bytes)); !taken)
+        return taken.failure();
     return document;
 }
 
-Result<XMLDocument> XMLDocument::load(const std::string& path) {
-    const Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
-    if (file.get() < 0) return unreadable(path, std::strerror(errno));
+Result<XMLDocument> XMLDocument::load(const std::string& path, Verification verification) {
+    const auto file = std::make_shared<Descriptor>(open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    if (file->get() < 0) return unreadable(path, std::strerror(errno));
     struct stat status {};
-    if (fstat(file.get(), &status) != 0) return unreadable(path, std::strerror(errno));
+    if (fstat(file->get(), &status) != 0) return unreadable(path, std::strerror(errno));
     if (S_ISDIR(status.st_mode)) return unreadable(path, "is a folder, not a file");
     if (!S_ISREG(status.st_mode)) {
-        const Result<std::string> bytes = readStream(file.get(), path);
+        const Result<std::string> bytes = readStream(file->get(), path);
         if (!bytes) return bytes.failure();
         return parse(*bytes, path);
     }
-
-    const FileIdentity identity = FileIdentity::ofDescriptor(file.get());
     const std::size_t size = static_cast<std::size_t>(status.st_size);
     if (size == 0) return emptyInput(path);
-    ParserBuffer bytes = allocateForParser(size);
-    if (!bytes) return unreadable(path, std::strerror(ENOMEM));
-    const ssize_t got = readFully(file.get(), bytes.get(), size);
-    if (got < 0) return unreadable(path, std::strerror(errno));
 
     // The parser works in place and destroys the bytes, so the check reads the file for itself.
-    const auto policy = size >= largeInputBytes ? std::launch::async : std::launch::deferred;
-    std::future<Outcome> check =
-        std::async(policy, [&] { return checkWellFormed(file.get(), path); });
     XMLDocument document;
+    const FileIdentity identity = FileIdentity::ofDescriptor(file->get());
+    const auto policy = size >= largeInputBytes ? std::launch::async : std::launch::deferred;
+    document.check_ = std::async(policy, [file, identity, path] {
+                          return checkOpenFile(*file, identity, path);
+                      }).share();
+
+    ParserBuffer bytes = allocateForParser(size);
+    if (!bytes) return unreadable(path, std::strerror(ENOMEM));
+    const ssize_t got = readFully(file->get(), bytes.get(), size);
+    if (got < 0) return unreadable(path, std::strerror(errno));
+    const std::size_t gotBytes = static_cast<std::size_t>(got);
+    const bool carriageReturns = hasCarriageReturn({bytes.get(), gotBytes});
     document.tree_ = std::make_unique<Tree>();
-    const auto parsed = document.tree_->pugi.load_buffer_inplace_own(
-        bytes.release(), static_cast<std::size_t>(got), XMLAccess::parseOptions);
-    if (Outcome checked = check.get(); !checked) return checked.failure();
-    if (FileIdentity::ofDescriptor(file.get()) != identity || static_cast<std::size_t>(got) != size)
-        return unreadable(path, "changed while it was being read");
-    if (Outcome taken = document.tree_->takeParsed(parsed, path); !taken) return taken.failure();
+    const auto parsed = document.tree_->pugi.load_buffer_inplace_own(bytes.release(), gotBytes,
+                                                                     XMLAccess::parseOptions);
+    // The check knows line and column, so it speaks first where both have something to say.
+    if (verification == Verification::beforeUse || !parsed)
+        if (Outcome checked = document.verify(); !checked) return checked.failure();
+    if (Outcome taken = document.tree_->takeParsed(parsed, path, carriageReturns); !taken)
+        return taken.failure();
     document.loadedFile_ = identity;
     return document;
 }
+
+Outcome XMLDocument::verify() const { return check_.valid() ? check_.get() : Outcome(Done{}); }
 
 Result<std::string> rootElementName(const std::string& path) {
     const Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
@@ -191,9 +241,9 @@ void XMLDocument::serialise(XMLFormat format, ByteSink& sink) const {
     XMLWriter writer(sink, format);
     for (const pugi::xml_node node : tree_->pugi.children()) {
         if (node.type() == pugi::node_element) break;  // the slot of the content ends the prolog
-        writer.writeTopLevel(node);
+        writer.write(node);
     }
-    for (const pugi::xml_node node : tree_->content.children()) writer.writeTopLevel(node);
+    for (const pugi::xml_node node : tree_->content.children()) writer.write(node);
     writer.flush();
 }
 
@@ -218,7 +268,7 @@ std::string XMLDocument::serialise(XMLFormat format) const {
 std::string serialise(const XMLNode& node, XMLFormat format) {
     StringSink sink;
     XMLWriter writer(sink, format);
-    writer.writeNode(XMLAccess::pugi(node), 0);
+    writer.write(XMLAccess::pugi(node));
     writer.flush();
     return std::move(sink.text);
 }

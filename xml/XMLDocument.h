@@ -12,6 +12,7 @@
 #include "support/Failure.h"
 #include "xml/XMLNode.h"
 
+#include <future>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -21,6 +22,12 @@ namespace reelsweep {
 enum class XMLFormat {
     compact,  ///< no white space added
     pretty,   ///< elements on lines of their own, one tab a level
+};
+
+/// When a loaded file's well-formedness is settled.
+enum class Verification {
+    beforeUse,  ///< load() answers when the check is over
+    deferred,   ///< load() answers as soon as there is a tree; verify() says whether it may be used
 };
 
 class XMLDocument {
@@ -36,9 +43,16 @@ public:
 
     /// Reads UTF-8, UTF-16 or ISO-8859-1 from a file. Fails with inputUnreadable or inputInvalid; the
     /// failure names the file. "-" is a file name like any other here.
-    static Result<XMLDocument> load(const std::string& path);
+    ///
+    /// With deferred verification the check of a large file goes on beside the caller's work. Until
+    /// verify() has succeeded, nothing made from the tree may be kept.
+    static Result<XMLDocument> load(const std::string& path,
+                                    Verification verification = Verification::beforeUse);
     /// The same from memory; `name` stands for the file in messages.
     static Result<XMLDocument> parse(std::string_view bytes, const std::string& name = {});
+
+    /// Waits for a deferred check and answers what it found. Succeeds at once when there is none.
+    Outcome verify() const;
 
     /// The document node: parent of the root element, context of queries on the whole document.
     XMLNode node() const;
@@ -56,6 +70,7 @@ private:
     struct Tree;
     std::unique_ptr<Tree> tree_;
     FileIdentity loadedFile_;
+    std::shared_future<Outcome> check_;
 };
 
 /// The name of a file's root element; only as much is read as that takes. Fails with inputUnreadable or

@@ -180,6 +180,27 @@ XMLNode XMLNode::nextElement(const XMLNode& topNode, std::string_view name) cons
 
 namespace {
 
+class DescendantWalker final : public pugi::xml_tree_walker {
+public:
+    DescendantWalker(std::initializer_list<std::string_view> names,
+                     const std::function<void(XMLNode)>& visit)
+        : names_(names), visit_(visit) {}
+
+    bool for_each(pugi::xml_node& node) override {
+        if (node.type() != pugi::node_element) return true;
+        const char* const own = node.name();
+        bool wanted = names_.size() == 0;
+        for (const std::string_view name : names_)
+            wanted = wanted || (*own == name[0] && name == own);
+        if (wanted) visit_(XMLAccess::handle(node));
+        return true;
+    }
+
+private:
+    std::initializer_list<std::string_view> names_;
+    const std::function<void(XMLNode)>& visit_;
+};
+
 // Moves a node with `move`, and frees the slot that it leaves empty.
 template <class Move>
 void moveOutOfSlot(pugi::xml_node node, Move move) {
@@ -190,6 +211,13 @@ void moveOutOfSlot(pugi::xml_node node, Move move) {
 }
 
 }  // namespace
+
+void XMLNode::forEachDescendant(std::initializer_list<std::string_view> names,
+                                const std::function<void(XMLNode)>& visit) const {
+    if (attribute_) return;
+    DescendantWalker walker(names, visit);
+    pugi::xml_node(node_).traverse(walker);
+}
 
 void XMLNode::detach() {
     if (attribute_ || !parent()) return;
@@ -280,11 +308,12 @@ Result<XMLNode> XMLNode::parseDetached(std::string_view text) const {
 
 std::string description(const XMLNode& node) {
     if (!node.isElement()) return node.stringValue();
-    std::string text = "<" + std::string(node.name());
-    if (const auto id = node.attribute("id")) text += " id=\"" + std::string(*id) + "\"";
-    text += ">";
-    const XMLNode name = node.child("name");
-    if (name) text += " \"" + name.stringValue() + "\"";
+    std::string text = "<";
+    text += node.name();
+    if (const auto id = node.attribute("id")) text.append(" id=\"").append(*id).append("\"");
+    text += '>';
+    if (const XMLNode name = node.child("name"))
+        text.append(" \"").append(name.stringValue()).append("\"");
     return text;
 }
 

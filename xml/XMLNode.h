@@ -10,6 +10,7 @@
 
 #include <cstddef>
 #include <functional>
+#include <initializer_list>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -82,12 +83,11 @@ public:
     /// The element after this one in document order that lies below `top` and has that name (any name
     /// when empty); null after the last. From `top` itself it answers the first one.
     XMLNode nextElement(const XMLNode& top, std::string_view name) const;
-    /// Calls visit(descendant) for every element below this node named `name` (any name when empty), in
-    /// document order. The tree must not be edited meanwhile.
-    template <class Visit>
-    void forEachDescendant(std::string_view name, Visit visit) const {
-        for (XMLNode d = nextElement(*this, name); d; d = d.nextElement(*this, name)) visit(d);
-    }
+    /// Calls visit(element) for every element below this node whose name is one of `names` (any name
+    /// when there are none), in document order. One walk over all nodes. The tree must not be edited
+    /// meanwhile.
+    void forEachDescendant(std::initializer_list<std::string_view> names,
+                           const std::function<void(XMLNode)>& visit) const;
     bool hasDescendant(std::string_view name) const { return bool(nextElement(*this, name)); }
 
     // Edits. All nodes must belong to one document.

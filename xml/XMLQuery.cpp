@@ -189,7 +189,7 @@ Result<std::vector<XMLNode>> selectNodes(XMLNode context, std::string_view query
     if (!query.empty() && query[0] == '/') {
         // What pugixml takes for the root holds more than the document: start at the document's node.
         while (const XMLNode parent = context.parent()) context = parent;
-        relative = "." + std::string(query);
+        relative.append(".").append(query);
         query = relative;
     }
     try {

@@ -10,30 +10,23 @@
 
 namespace reelsweep {
 
-// Gathers text and hands it to a sink in large pieces.
+// Writes nodes to a sink in large pieces.
 //
-// Written by hand because pugixml's own writer puts a carriage return out as it is, and a parser reads
-// that as a line feed: a name would change with every load and save.
-class XMLWriter {
+// pugixml puts a carriage return of a text out as it is, and a parser reads that as a line feed: a name
+// would change with every load and save. So every carriage return in the output becomes a character
+// reference. That touches texts and attributes only, since loading leaves none anywhere else.
+class XMLWriter final : private pugi::xml_writer {
 public:
-    XMLWriter(ByteSink& sink, XMLFormat format);
+    XMLWriter(ByteSink& sink, XMLFormat format) : sink_(sink), format_(format) {}
 
-    void writeNode(const pugi::xml_node& node, int depth);
-    /// Top-level nodes of a document, one a line when pretty.
-    void writeTopLevel(const pugi::xml_node& node);
+    void write(const pugi::xml_node& node);
     void flush();
 
 private:
-    void writeElement(const pugi::xml_node& element, int depth, bool pretty);
-    void writeAny(const pugi::xml_node& node, int depth, bool pretty);
-    void writeAttributes(const pugi::xml_node& node);
-    void startLine(int depth);
-    void put(std::string_view text);
-    template <class Specials>
-    void putEscaped(const char* text, const Specials& specials);
+    void write(const void* data, std::size_t size) override;
 
     ByteSink& sink_;
-    bool pretty_;
+    XMLFormat format_;
     std::string buffer_;
 };
 

@@ -67,7 +67,7 @@ XMLNode removeSilentAudioClips(PassRun& run, XMLNode sequence) {
 XMLNode collapseMulticlips(PassRun& run, XMLNode sequence) {
     run.setProgressLabelText("Collapsing multiclips...");
     std::vector<XMLNode> flags;
-    sequence.forEachDescendant("collapsed", [&](XMLNode collapsed) {
+    sequence.forEachDescendant({"collapsed"}, [&](XMLNode collapsed) {
         const XMLNode multiclip = collapsed.parent();
         const XMLNode clip = multiclip.parent();
         const XMLNode track = clip.parent();
@@ -85,7 +85,7 @@ XMLNode collapseMulticlips(PassRun& run, XMLNode sequence) {
 XMLNode removeUnusedTracks(PassRun& run, XMLNode sequence) {
     run.setProgressLabelText("Removing empty tracks...");
     std::vector<XMLNode> upperTracks;
-    sequence.forEachDescendant("track", [&](XMLNode track) {
+    sequence.forEachDescendant({"track"}, [&](XMLNode track) {
         const XMLNode parent = track.parent();
         if (parent.isElement("video") && parent.child("track") != track)
             upperTracks.push_back(track);

@@ -10,7 +10,7 @@ namespace {
 
 XMLNode removeAllNamed(PassRun& run, XMLNode sequence, std::string_view element) {
     std::vector<XMLNode> nodes;
-    sequence.forEachDescendant(element, [&](XMLNode node) { nodes.push_back(node); });
+    sequence.forEachDescendant({element}, [&](XMLNode node) { nodes.push_back(node); });
     for (const XMLNode& node : nodes) {
         if (run.cancelled()) return {};
         run.edit.detach(node, "all " + std::string(element) + "s are removed");

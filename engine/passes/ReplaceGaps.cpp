@@ -28,7 +28,7 @@ public:
         const XMLNode rate = sequence.child("rate");
         rateXML_ =
             rate ? serialise(rate) : "<rate><ntsc>false</ntsc><timebase>24</timebase></rate>";
-        sequence.forEachDescendant("mediaSource", [&](XMLNode source) {
+        sequence.forEachDescendant({"mediaSource"}, [&](XMLNode source) {
             if (hasText(source, "Slug")) ++slugCount_;
         });
     }
@@ -58,9 +58,8 @@ private:
 
 std::vector<XMLNode> clipsBelow(XMLNode track) {
     std::vector<XMLNode> clips;
-    track.forEachDescendant({}, [&](XMLNode node) {
-        if (isClip(node)) clips.push_back(node);
-    });
+    track.forEachDescendant({"clipitem", "generatoritem"},
+                            [&](XMLNode clip) { clips.push_back(clip); });
     return clips;
 }
 
