@@ -33,7 +33,7 @@ struct Source {
         document.populateSequencesForProject("");
     }
 
-    // Tidies the rows and answers what stands in the standalone document's bin. Sequences keep their
+    // Tidies the rows and answers what stands in the standalone bin. Sequences keep their
     // names there, so that expectations stay short.
     std::string delivered(const std::vector<std::size_t>& rows) {
         for (const std::size_t row : rows) document.setSelected(row, true);
