@@ -11,6 +11,7 @@
 #include "platform/Bundle.h"
 #include "platform/Console.h"
 #include "platform/MainThread.h"
+#include "platform/ProcessLauncher.h"
 #include "platform/StandardFolders.h"
 #include "platform/UserDefaults.h"
 #include "platform/Workspace.h"
@@ -27,13 +28,14 @@ struct Platform {
     std::unique_ptr<Workspace> workspace;
     std::unique_ptr<StandardFolders> folders;
     std::unique_ptr<Console> console;
+    std::unique_ptr<ProcessLauncher> processLauncher;
 
     /// The platform in use.
     static Platform& current();
     /// Replaces the platform in use, whose ports end here. Every port must be set.
     static void install(Platform platform);
-    /// The platform of a program without windows: a queue as main thread (the calling thread), alerts
-    /// on standard error, settings in the Preferences folder, no other applications.
+    /// The platform of a program without windows: a queue as main thread (the calling thread),
+    /// alerts on standard error, settings in the Preferences folder, no other applications.
     static Platform commandLine();
 };
 

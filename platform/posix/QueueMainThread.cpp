@@ -34,10 +34,9 @@ void QueueMainThread::runAndWait(std::function<void()> work) {
 }
 
 void QueueMainThread::post(std::function<void()> work) {
-    {
-        const std::lock_guard lock(mutex_);
-        queue_.push_back(std::move(work));
-    }
+    const std::lock_guard lock(mutex_);
+    queue_.push_back(std::move(work));
+    // Within the lock: once the work has run, this object may go.
     wake();
 }
 
