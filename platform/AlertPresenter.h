@@ -63,8 +63,8 @@ public:
     virtual void makeKeyAndOrderFront(WindowRef window) = 0;
 
     /// Shows the alert as a sheet on the window, or free-standing when there is none, and returns.
-    /// When it is answered, didEnd is called once with the button's return code, on the main thread;
-    /// that may be before begin returns. The caller owns the result.
+    /// When it is answered, didEnd is called once with the button's return code, on the main
+    /// thread; that may be before begin returns. The caller owns the result.
     virtual std::unique_ptr<PresentedAlert> begin(const AlertRequest& request, WindowRef window,
                                                   std::function<void(long)> didEnd) = 0;
 };

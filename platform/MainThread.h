@@ -1,7 +1,7 @@
 // MainThread: the one thread that owns the interface, seen from every other thread.
 //
-// Owner: Platform. Thread rule: every operation may be called from any thread, except pumpOne, which
-// belongs to the main thread.
+// Owner: Platform. Thread rule: every operation may be called from any thread, except pumpOne,
+// which belongs to the main thread.
 #pragma once
 
 #include <chrono>
@@ -23,8 +23,8 @@ public:
     /// Queues the work for the main thread and returns at once.
     virtual void post(std::function<void()> work) = 0;
 
-    /// Handles at most one interface event or queued work, waiting for it at most maxWait. True when
-    /// something was handled.
+    /// Handles at most one interface event or queued work, waiting for it at most maxWait. True
+    /// when something was handled.
     virtual bool pumpOne(std::chrono::milliseconds maxWait) = 0;
 };
 

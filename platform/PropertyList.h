@@ -1,7 +1,7 @@
 // PropertyList: the value that preference files hold, and reading and writing such files.
 //
-// Owner: the caller; a plain value. Thread rule: none for values; files may be read and written from
-// any thread, since a write replaces the whole file at once.
+// Owner: the caller; a plain value. Thread rule: none for values; files may be read and written
+// from any thread, since a write replaces the whole file at once.
 #pragma once
 
 #include <chrono>
@@ -70,8 +70,8 @@ private:
 /// it is not a property list.
 std::optional<PropertyList> readPropertyList(const std::string& path);
 
-/// Writes an XML property list; the file is replaced as a whole or left as it was. Creates the folder
-/// when it does not exist. Answers the error, or none.
+/// Writes an XML property list; the file is replaced as a whole or left as it was. Creates the
+/// folder when it does not exist. Answers the error, or none.
 std::error_code writePropertyList(const std::string& path, const PropertyList& value);
 
 }  // namespace reelsweep

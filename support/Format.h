@@ -1,11 +1,12 @@
-// Format: texts from printf-style formats with the placeholder %@, made safe by the arguments' types.
+// Format: texts from printf-style formats with the placeholder %@, made safe by the arguments'
+// types.
 //
 //   formatText("range start: %i", start)          formatText("%@ is empty at: %li", name, frame)
 //
-// The directives are %@ %d %i %u %x %X %o %f %F %e %E %g %G %s %S %c %C %p and %%, with flags, width
-// and precision (also *); length modifiers (h, l, ll, q, L, z, t, j) are accepted and mean nothing,
-// since an argument knows its size. %@ takes a text, a number, an optional, or any value with
-//   std::string description(const T&)      found beside the type, or
+// The directives are %@ %d %i %u %x %X %o %f %F %e %E %g %G %s %S %c %C %p and %%, with flags,
+// width and precision (also *); length modifiers (h, l, ll, q, L, z, t, j) are accepted and mean
+// nothing, since an argument knows its size. %@ takes a text, a number, an optional, or any value
+// with   std::string description(const T&)      found beside the type, or
 //   std::string T::description() const.
 // A whole number is printed whole whatever the directive. A missing argument prints nothing, a null
 // text or empty optional prints "(null)", an unknown directive prints itself. No locale is used.

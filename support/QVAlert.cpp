@@ -14,8 +14,8 @@ constexpr std::string_view ownSelector = "alertDidEnd:returnCode:contextInfo:";
 /// What a call answers that has no button's return code to answer.
 constexpr long noAnswer = -1;
 
-// How long a waiting caller looks away at most: on the main thread, where the interface lives, it is
-// back soon; elsewhere the answer wakes it, and this only bounds the wait.
+// How long a waiting caller looks away at most: on the main thread, where the interface lives, it
+// is back soon; elsewhere the answer wakes it, and this only bounds the wait.
 constexpr std::chrono::milliseconds mainThreadWait{10};
 constexpr std::chrono::milliseconds otherThreadWait{200};
 

@@ -1,8 +1,8 @@
 // QVAlert: asks or tells the user something from any thread, and can wait for the answer.
 //
-// An alert is shown on the main thread, as a sheet on a window or free-standing. A caller that blocks
-// gets the return code of the button: 1 for the default button (see platform/AlertPresenter.h). On
-// the main thread it keeps handling interface events meanwhile.
+// An alert is shown on the main thread, as a sheet on a window or free-standing. A caller that
+// blocks gets the return code of the button: 1 for the default button (see
+// platform/AlertPresenter.h). On the main thread it keeps handling interface events meanwhile.
 // Owner: the object of an alert is shared by its asker, the alert on the screen and a timer.
 // Thread rule: the class operations from any thread; alertSheetWithDictionary and closeAlert on the
 // main thread; the rest from any thread.
@@ -53,8 +53,8 @@ public:
                            std::string_view informativeText, WindowRef parentWindow, bool block,
                            AlertStyle style = AlertStyle::warning);
 
-    /// The same; the delegate, which must outlive the alert, gets the message didEndSelector when the
-    /// alert ends. An empty selector is the alert's own, "alertDidEnd:returnCode:contextInfo:";
+    /// The same; the delegate, which must outlive the alert, gets the message didEndSelector when
+    /// the alert ends. An empty selector is the alert's own, "alertDidEnd:returnCode:contextInfo:";
     /// without a delegate the alert is its own. A delegate that does not take the message is a
     /// mistake of the program: nothing is shown, the system console says so, and the answer is -1.
     /// alertObject is used in place of a new one; suppressionBinding is the user-defaults key of a

@@ -33,8 +33,8 @@ public:
 /// Logs and prints the reason of the exception that is being handled, and waits for the log.
 void uncaughtExceptionHandler();
 
-/// Has uncaughtExceptionHandler called for an exception that nobody catches, before the process ends
-/// as it would have. Only the first call does something.
+/// Has uncaughtExceptionHandler called for an exception that nobody catches, before the process
+/// ends as it would have. Only the first call does something.
 void installUncaughtExceptionHandler();
 
 }  // namespace reelsweep

@@ -21,8 +21,8 @@ namespace reelsweep {
 
 namespace {
 
-/// The current file is closed and a fresh one started at this size. The entry that says so speaks of
-/// 500KB; readers of logs know it by these words, so they stay.
+/// The current file is closed and a fresh one started at this size. The entry that says so speaks
+/// of 500KB; readers of logs know it by these words, so they stay.
 constexpr std::uint64_t fullFileBytes = 5'000'000;
 
 /// A shorter queue than this is still written when the process ends.
@@ -96,8 +96,8 @@ QVLog& QVLog::sharedController() {
 }
 
 QVLog::QVLog() {
-    // Without a thread of its own the log still works: finishWriting and the end of the process write
-    // what is queued.
+    // Without a thread of its own the log still works: finishWriting and the end of the process
+    // write what is queued.
     try {
         std::thread([this] { runWriter(); }).detach();
     } catch (const std::system_error&) {

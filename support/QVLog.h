@@ -1,8 +1,8 @@
 // QVLog: the application log, one for the whole process.
 //
 // It keeps the files NAME.1.log (the current one) to NAME.5.log (the oldest) in the user's logs
-// folder. An entry is one line, "DATE - TEXT". Callers format and queue; the queue is written in the
-// background, in order, many entries at a time, so a caller never waits for the disk, with one
+// folder. An entry is one line, "DATE - TEXT". Callers format and queue; the queue is written in
+// the background, in order, many entries at a time, so a caller never waits for the disk, with one
 // exception: see appendLog. The log never fails its caller; its own troubles go to standard output,
 // unless noPrinting is set.
 //
@@ -32,8 +32,8 @@ namespace reelsweep {
 
 class QVLog {
 public:
-    /// The one instance, made on first call. That call also arranges that the log is closed when the
-    /// process ends (willTerminate) and that an exception nobody catches is logged.
+    /// The one instance, made on first call. That call also arranges that the log is closed when
+    /// the process ends (willTerminate) and that an exception nobody catches is logged.
     static QVLog& sharedController();
 
     /// Starts a fresh current file: the existing files move up one number, the oldest goes, and the
@@ -75,13 +75,13 @@ public:
     /// The paths of the existing log files, newest first.
     static std::vector<std::string> availableLogs();
 
-    /// The text made safe to use as a format: percent signs that are followed by a blank or by one of
-    /// .!,-;:+ are doubled. All other percent signs stay directives.
+    /// The text made safe to use as a format: percent signs that are followed by a blank or by one
+    /// of .!,-;:+ are doubled. All other percent signs stay directives.
     static std::string escapeTextForLogging(std::string_view text);
 
-    /// Closes the log as the process ends: a queue of fewer than 11 entries is written, a longer one
-    /// is dropped rather than delaying the exit. A program that wants its last lines whatever their
-    /// number calls finishWriting before. Nothing is logged afterwards.
+    /// Closes the log as the process ends: a queue of fewer than 11 entries is written, a longer
+    /// one is dropped rather than delaying the exit. A program that wants its last lines whatever
+    /// their number calls finishWriting before. Nothing is logged afterwards.
     static void willTerminate();
 
     /// Queues one entry, without formatting.
@@ -162,8 +162,8 @@ private:
     bool writerIdle_ = false;   ///< the background thread waits for a first entry
     bool terminated_ = false;
 
-    // The writer: whoever holds this mutex, be it the background thread or a caller that must not go
-    // on before its entry is on disk. All that follows belongs to the holder.
+    // The writer: whoever holds this mutex, be it the background thread or a caller that must not
+    // go on before its entry is on disk. All that follows belongs to the holder.
     std::mutex writerMutex_;
     std::atomic<std::thread::id> writer_;
     Batch batch_;

@@ -1,7 +1,7 @@
 // FolderLock: keeps other processes of this program out of a folder's files for a moment.
 //
-// Advisory, and patient only for a while: a process that is stopped while it holds the lock, or a file
-// system without locks, must not stop everybody else. Thread rule: each lock belongs to one
+// Advisory, and patient only for a while: a process that is stopped while it holds the lock, or a
+// file system without locks, must not stop everybody else. Thread rule: each lock belongs to one
 // thread; two locks of one process exclude each other too.
 #pragma once
 

@@ -1,6 +1,7 @@
 // QueueMainThread: a main thread without a toolkit, for the command line and tests.
 //
-// The thread that creates it is the main thread; it must pump as long as others may call runAndWait.
+// The thread that creates it is the main thread; it must pump as long as others may call
+// runAndWait.
 #pragma once
 
 #include "platform/MainThread.h"
