@@ -1,0 +1,33 @@
+// The surroundings of a fuzz target: no log, no alerts, no home folder.
+#pragma once
+
+#include "engine/DocumentView.h"
+
+#include <string>
+
+namespace reelsweep {
+
+/// Installs a platform that says nothing and keeps its files in a temporary folder. Only the first call
+/// does something.
+void installQuietPlatform();
+
+/// A file in that folder.
+std::string temporaryPath(const char* name);
+
+class SilentView final : public DocumentView {
+public:
+    void startProgress() override {}
+    void endProgress() override {}
+    void setProgressLabelText(const std::string&) override {}
+    void reloadTable() override {}
+    void enableProcessButton(bool) override {}
+    void markChanged() override {}
+    WindowRef window() override { return {}; }
+};
+
+/// Ends the process as a finding when a promise does not hold.
+inline void require(bool holds) {
+    if (!holds) __builtin_trap();
+}
+
+}  // namespace reelsweep
