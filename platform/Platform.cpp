@@ -3,6 +3,7 @@
 #include "platform/posix/BuildBundle.h"
 #include "platform/posix/ConsoleAlertPresenter.h"
 #include "platform/posix/HomeFolders.h"
+#include "platform/posix/PolkitPrivileges.h"
 #include "platform/posix/PosixProcessLauncher.h"
 #include "platform/posix/PropertyListDefaults.h"
 #include "platform/posix/QueueMainThread.h"
@@ -32,7 +33,7 @@ Platform& Platform::current() {
 void Platform::install(Platform platform) {
     assert(platform.mainThread && platform.alertPresenter && platform.userDefaults &&
            platform.bundle && platform.workspace && platform.folders && platform.console &&
-           platform.processLauncher);
+           platform.processLauncher && platform.privileges);
     const std::lock_guard lock(firstUse);
     if (Platform* const present = installed)
         *present = std::move(platform);
@@ -49,6 +50,8 @@ Platform Platform::commandLine() {
     platform.folders = std::make_unique<HomeFolders>();
     platform.console = std::make_unique<StandardConsole>();
     platform.processLauncher = std::make_unique<PosixProcessLauncher>();
+    platform.privileges =
+        std::make_unique<PolkitPrivileges>(std::make_unique<PosixProcessLauncher>());
     const auto library = platform.folders->path(StandardDirectory::library, FolderDomain::user);
     platform.userDefaults = std::make_unique<PropertyListDefaults>(
         platform.bundle->identifier().value_or(""), library ? *library + "/Preferences" : "");

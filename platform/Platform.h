@@ -11,6 +11,7 @@
 #include "platform/Bundle.h"
 #include "platform/Console.h"
 #include "platform/MainThread.h"
+#include "platform/Privileges.h"
 #include "platform/ProcessLauncher.h"
 #include "platform/StandardFolders.h"
 #include "platform/UserDefaults.h"
@@ -29,6 +30,7 @@ struct Platform {
     std::unique_ptr<StandardFolders> folders;
     std::unique_ptr<Console> console;
     std::unique_ptr<ProcessLauncher> processLauncher;
+    std::unique_ptr<Privileges> privileges;
 
     /// The platform in use.
     static Platform& current();

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <array>
 #include <ctime>
+#include <filesystem>
 #include <random>
 
 #include <unistd.h>
@@ -34,6 +35,29 @@ QVLocalPaths::Path inLibrary(bool user, std::string_view component) {
 bool isUnder(std::string_view path, std::string_view folder) {
     return path.starts_with(folder) &&
            (path.size() == folder.size() || folder.ends_with('/') || path[folder.size()] == '/');
+}
+
+/// The folders that protect themselves.
+std::array<QVLocalPaths::Path, 18> standardFolders() {
+    using Paths = QVLocalPaths;
+    return {Paths::applicationDirectory(true),
+            Paths::applicationDirectory(false),
+            Paths::adminApplicationDirectory(true),
+            Paths::adminApplicationDirectory(false),
+            Paths::documentDirectory(true),
+            Paths::documentDirectory(false),
+            Paths::libraryDirectory(true),
+            Paths::libraryDirectory(false),
+            Paths::prefsDirectory(true),
+            Paths::prefsDirectory(false),
+            Paths::cacheDirectory(true),
+            Paths::cacheDirectory(false),
+            Paths::appSupportDirectory(true),
+            Paths::appSupportDirectory(false),
+            Paths::desktopDirectory(),
+            Paths::userDirectory(),
+            Paths::systemLibraryDirectory(),
+            Paths::localDocumentationDirectory()};
 }
 
 }  // namespace
@@ -154,24 +178,7 @@ bool QVLocalPaths::isPathSystemDirectory(std::string_view path, bool exactMatch)
         path.remove_suffix(1);
         path.remove_suffix(lastCharacterBytes(path));
     }
-    const std::array<Path, 18> standard{applicationDirectory(true),
-                                        applicationDirectory(false),
-                                        adminApplicationDirectory(true),
-                                        adminApplicationDirectory(false),
-                                        documentDirectory(true),
-                                        documentDirectory(false),
-                                        libraryDirectory(true),
-                                        libraryDirectory(false),
-                                        prefsDirectory(true),
-                                        prefsDirectory(false),
-                                        cacheDirectory(true),
-                                        cacheDirectory(false),
-                                        appSupportDirectory(true),
-                                        appSupportDirectory(false),
-                                        desktopDirectory(),
-                                        userDirectory(),
-                                        systemLibraryDirectory(),
-                                        localDocumentationDirectory()};
+    const std::array<Path, 18> standard = standardFolders();
     if (std::find(standard.begin(), standard.end(), path) != standard.end()) return true;
     constexpr std::array<std::string_view, 6> fixed{"/Users/Shared", "/usr",  "/var",
                                                     "/bin",          "/sbin", "/System"};
@@ -182,6 +189,24 @@ bool QVLocalPaths::isPathSystemDirectory(std::string_view path, bool exactMatch)
                                                        "/System/"};
     return std::any_of(prefixes.begin(), prefixes.end(),
                        [path](std::string_view prefix) { return path.starts_with(prefix); });
+}
+
+bool QVLocalPaths::leadsToSystemDirectory(std::string_view path, bool exactMatch) {
+    namespace fs = std::filesystem;
+    if (isPathSystemDirectory(path, exactMatch)) return true;
+    std::error_code error;
+    const fs::path absolute = fs::absolute(fs::path(path), error);
+    if (path.empty() || error) return false;
+    const std::string plain = stripTrailingSlash(absolute.lexically_normal().string());
+    if (isPathSystemDirectory(plain, exactMatch)) return true;
+    const fs::path resolved = fs::weakly_canonical(absolute, error);
+    // What cannot be followed (a loop of links, a folder that may not be entered) leads nowhere.
+    if (error) return false;
+    if (isPathSystemDirectory(stripTrailingSlash(resolved.string()), exactMatch)) return true;
+    const auto standard = standardFolders();
+    return std::any_of(standard.begin(), standard.end(), [&](const Path& folder) {
+        return folder && !folder->empty() && fs::equivalent(*folder, resolved, error);
+    });
 }
 
 bool QVLocalPaths::isPathOnTimeMachineVolume(std::string_view path) {

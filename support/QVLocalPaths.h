@@ -1,9 +1,9 @@
-// QVLocalPaths: the standard folders of the user and the machine, temporary names, and the test that
-// keeps destructive file operations away from protected folders.
+// QVLocalPaths: the standard folders of the user and the machine, temporary names, and the test
+// that keeps destructive file operations away from protected folders.
 //
-// Stateless. The folders need not exist; an empty answer means that there is no such folder, or that
-// the user has no home. Where an operation takes `user`, true asks for the folder in the user's home,
-// false for that of the machine.
+// Stateless. The folders need not exist; an empty answer means that there is no such folder, or
+// that the user has no home. Where an operation takes `user`, true asks for the folder in the
+// user's home, false for that of the machine.
 // Thread rule: any thread.
 #pragma once
 
@@ -62,6 +62,11 @@ public:
     /// themselves, not what is in them; the folders of the system also protect what is in them,
     /// unless exactMatch.
     static bool isPathSystemDirectory(std::string_view path, bool exactMatch = false);
+
+    /// The same test for whoever is about to destroy something: also true when the path, once ".",
+    /// "..", doubled slashes and symbolic links are followed, is such a folder, and when it is one
+    /// of the standard folders under another name.
+    static bool leadsToSystemDirectory(std::string_view path, bool exactMatch = false);
 
     /// True for a path inside a Time Machine backup.
     static bool isPathOnTimeMachineVolume(std::string_view path);
