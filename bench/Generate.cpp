@@ -4,6 +4,7 @@
 
 #include <CLI/CLI.hpp>
 #include <cstdio>
+#include <string>
 
 int main(int argc, char** argv) {
     reelsweep::GeneratorOptions options;
@@ -12,15 +13,20 @@ int main(int argc, char** argv) {
     CLI::App app{"Writes a project file that looks like a real export, for measuring."};
     app.add_option("--items", options.items, "clips, generators and transitions")
         ->capture_default_str();
-    app.add_option("--video", options.videoTracks, "video tracks")->capture_default_str();
-    app.add_option("--audio", options.audioTracks, "audio tracks")->capture_default_str();
-    app.add_option("--seed", options.seed)->capture_default_str();
-    app.add_option("--shape", shape)
-        ->check(CLI::IsMember({"mixed", "top-over-empty", "all-hidden", "chain"}))
+    app.add_option("--video", options.videoTracks, "video tracks")
+        ->check(CLI::Range(1, 1000))
+        ->capture_default_str();
+    app.add_option("--audio", options.audioTracks, "audio tracks")
+        ->check(CLI::Range(0, 1000))
+        ->capture_default_str();
+    app.add_option("--seed", options.seed, "another seed gives another file")
+        ->capture_default_str();
+    app.add_option("--shape", shape, "what the timeline looks like")
+        ->check(CLI::IsMember({"mixed", "top-over-empty", "all-hidden", "chain", "many-tracks"}))
         ->capture_default_str();
     app.add_option("OUT", path, "the file to write")->required();
     CLI11_PARSE(app, argc, argv);
-    options.shape = reelsweep::shapeNamed(shape);
+    options.shape = *reelsweep::shapeNamed(shape);
 
     reelsweep::AtomicFile file(path, reelsweep::Overwrite::always);
     reelsweep::Outcome outcome = file.open();

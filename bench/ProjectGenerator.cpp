@@ -1,91 +1,144 @@
 #include "bench/ProjectGenerator.h"
 
 #include <fmt/format.h>
+#include <algorithm>
+#include <string>
+#include <utility>
 #include <vector>
 
 namespace reelsweep {
 
 namespace {
 
+constexpr long inTransition = -1;
+
 // The standard library's distributions differ between implementations; this does not.
 class Random {
 public:
     explicit Random(std::uint64_t seed) : state_(seed * 0x9E3779B97F4A7C15u + 1) {}
     /// A number from 0 to n - 1.
-    std::uint64_t below(std::uint64_t n) {
+    long below(long n) {
         state_ ^= state_ << 13;
         state_ ^= state_ >> 7;
         state_ ^= state_ << 17;
-        return (state_ >> 11) % n;
+        return static_cast<long>((state_ >> 11) % static_cast<std::uint64_t>(n));
     }
-    bool oneIn(std::uint64_t n) { return below(n) == 0; }
+    bool oneIn(long n) { return below(n) == 0; }
 
 private:
     std::uint64_t state_;
 };
 
-constexpr const char* rate = "<rate><timebase>25</timebase><ntsc>FALSE</ntsc></rate>";
-
-struct Times {
-    long start;  // -1 inside a transition
-    long end;
-    long length;  // of the visible material
-};
-
-// Writes one project; a track is written item by item.
-class Writer {
+// Tab-indented XML, one element a line.
+class Markup {
 public:
-    Writer(const GeneratorOptions& options, ByteSink& sink)
-        : options_(options), sink_(sink), random_(options.seed) {}
+    explicit Markup(ByteSink& sink) : sink_(sink) {}
+    ~Markup() { sink_.write(buffer_); }
+    Markup(const Markup&) = delete;
+    Markup& operator=(const Markup&) = delete;
 
-    void write() {
-        put("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<!DOCTYPE xmeml>\n<xmeml version=\"5\">\n"
-            "\t<project>\n\t\t<name>Measured</name>\n\t\t<children>\n\t\t\t<sequence "
-            "id=\"sequence-1\">\n");
-        put(fmt::format(
-            "\t\t\t\t<uuid>5B1D0A52-0000-4000-8000-{:012}</uuid>\n\t\t\t\t<name>Reel</name>\n"
-            "\t\t\t\t{}\n\t\t\t\t<media>\n",
-            options_.seed, rate));
-        const std::size_t audioItems =
-            options_.audioTracks > 0 && options_.shape == TimelineShape::mixed ? options_.items / 4
-                                                                               : 0;
-        writeTracks("video", options_.videoTracks, options_.items - audioItems);
-        writeTracks("audio", options_.audioTracks, audioItems);
-        put("\t\t\t\t</media>\n\t\t\t</sequence>\n\t\t</children>\n\t</project>\n</xmeml>\n");
-        flush();
+    void line(std::string_view text) {
+        buffer_.append(open_.size(), '\t').append(text).push_back('\n');
+        if (buffer_.size() < 1024 * 1024) return;
+        sink_.write(buffer_);
+        buffer_.clear();
+    }
+    void open(const char* element, std::string_view attributes = {}) {
+        line(fmt::format("<{}{}>", element, attributes));
+        open_.push_back(element);
+    }
+    void close() {
+        const char* const element = open_.back();
+        open_.pop_back();
+        line(fmt::format("</{}>", element));
+    }
+    template <class Value>
+    void leaf(const char* element, const Value& value) {
+        line(fmt::format("<{0}>{1}</{0}>", element, value));
     }
 
 private:
-    void writeTracks(const char* type, int tracks, std::size_t items) {
-        put(fmt::format("\t\t\t\t\t<{}>\n", type));
-        audio_ = *type == 'a';
-        for (int t = 0; t < tracks; ++t) {
-            put("\t\t\t\t\t\t<track>\n");
-            writeTrack(t, tracks, items);
-            put("\t\t\t\t\t\t\t<enabled>TRUE</enabled>\n\t\t\t\t\t\t\t<locked>FALSE</locked>\n"
-                "\t\t\t\t\t\t</track>\n");
-        }
-        put(fmt::format("\t\t\t\t\t</{}>\n", type));
+    ByteSink& sink_;
+    std::string buffer_;
+    std::vector<const char*> open_;
+};
+
+class Writer {
+public:
+    Writer(const GeneratorOptions& options, ByteSink& sink)
+        : options_(options), random_(options.seed), xml_(sink) {
+        if (options_.shape == TimelineShape::manyTracks) options_.videoTracks = 60;
+        isMixed_ =
+            options_.shape == TimelineShape::mixed || options_.shape == TimelineShape::manyTracks;
     }
 
-    void writeTrack(int track, int tracks, std::size_t items) {
-        const bool top = track == tracks - 1;
+    void write() {
+        xml_.line("<?xml version=\"1.0\" encoding=\"UTF-8\"?>");
+        xml_.line("<!DOCTYPE xmeml>");
+        xml_.open("xmeml", " version=\"5\"");
+        xml_.open("project");
+        xml_.leaf("name", "Harbour");
+        xml_.open("children");
+        xml_.open("bin");
+        xml_.leaf("name", "Edits");
+        xml_.open("children");
+        openSequence("Reel 1", 0);
+        const bool hasAudio = isMixed_ && options_.audioTracks > 0;
+        const std::size_t audioItems = hasAudio ? options_.items / 4 : 0;
+        writeTracks("video", options_.videoTracks, options_.items - audioItems);
+        writeTracks("audio", options_.audioTracks, audioItems);
+        closeSequence();
+        for (int i = 0; i < 5; ++i) xml_.close();
+    }
+
+private:
+    void openSequence(std::string_view name, std::size_t number) {
+        xml_.open("sequence", fmt::format(" id=\"sequence-{}\"", number));
+        xml_.leaf("uuid", fmt::format("5B1D0A52-0000-4000-8000-{:06}{:06}", options_.seed, number));
+        xml_.leaf("name", name);
+        rate();
+        xml_.open("media");
+    }
+    void closeSequence() {
+        xml_.close();
+        xml_.close();
+    }
+
+    void rate() {
+        xml_.open("rate");
+        xml_.leaf("timebase", 25);
+        xml_.leaf("ntsc", "FALSE");
+        xml_.close();
+    }
+
+    void writeTracks(const char* type, int tracks, std::size_t items) {
+        isAudio_ = *type == 'a';
+        xml_.open(type);
+        for (track_ = 0; track_ < tracks; ++track_) {
+            clipIndex_ = 0;
+            xml_.open("track");
+            writeTrack(tracks, items);
+            xml_.leaf("enabled", "TRUE");
+            xml_.leaf("locked", "FALSE");
+            xml_.close();
+        }
+        xml_.close();
+    }
+
+    // `items` are those of all the tracks.
+    void writeTrack(int tracks, std::size_t items) {
         const std::size_t share = items / static_cast<std::size_t>(tracks);
-        switch (audio_ ? TimelineShape::mixed : options_.shape) {
-            case TimelineShape::mixed: writeMixed(share, 40 + 17L * track); break;
-            case TimelineShape::topOverEmpty:
-                if (top) writeCuts(items, 50);
-                break;
-            case TimelineShape::allHidden:
-                // The clips of the upper tracks are longer, so that each hides several below.
-                writeCuts(share, 50L * (track + 1));
-                break;
-            case TimelineShape::chain:
-                if (track == 0)
-                    writeChain(items / 2);
-                else
-                    writeCuts(items / 2 / static_cast<std::size_t>(tracks - 1), 40);
-                break;
+        if (isMixed_) {
+            writeMixed(share);
+        } else if (options_.shape == TimelineShape::topOverEmpty) {
+            if (track_ == tracks - 1) writeCuts(items, 50);
+        } else if (options_.shape == TimelineShape::allHidden) {
+            // The clips of the upper tracks are longer, so that each hides several below.
+            writeCuts(share, 50L * (track_ + 1));
+        } else if (track_ == 0) {
+            writeChain(tracks == 1 ? items : items / 2);
+        } else {
+            writeCuts(items / 2 / static_cast<std::size_t>(tracks - 1), 40);
         }
     }
 
@@ -93,7 +146,7 @@ private:
     void writeCuts(std::size_t items, long length) {
         for (std::size_t i = 0; i < items; ++i) {
             const long start = static_cast<long>(i) * length;
-            writeClip({start, start + length, length}, false);
+            writeItem(start, start + length, length);
         }
     }
 
@@ -102,146 +155,237 @@ private:
         const std::size_t clips = items / 2 + 1;
         for (std::size_t i = 0; i < clips; ++i) {
             const long start = static_cast<long>(i) * 100;
-            const bool last = i + 1 == clips;
-            writeClip({i == 0 ? start : -1, last ? start + 100 : -1, 110}, false);
-            if (!last) writeTransition(start + 95, start + 105);
+            const bool isLast = i + 1 == clips;
+            writeItem(i == 0 ? start : inTransition, isLast ? start + 100 : inTransition, 110);
+            if (!isLast) writeTransition(start + 95, start + 105, "center");
         }
     }
 
-    void writeMixed(std::size_t items, long offset) {
-        long at = offset;
-        for (std::size_t i = 0; i < items;) {
-            if (random_.oneIn(4)) at += static_cast<long>(random_.below(200));
-            const long length = 20 + static_cast<long>(random_.below(180));
-            const std::uint64_t kind = random_.below(12);
-            if (kind == 0) {  // centred on the cut
-                writeClip({at, -1, length}, true);
-                writeTransition(at + length - 5, at + length + 5);
-                writeClip({-1, at + 2 * length, length}, true);
-                at += 2 * length;
-                i += 3;
-            } else if (kind == 1) {  // fades in
-                writeTransition(at, at + 8);
-                writeClip({-1, at + length, length}, true);
-                at += length;
-                i += 2;
-            } else if (kind == 2) {  // fades out
-                writeClip({at, -1, length}, true);
-                writeTransition(at + length - 8, at + length);
-                at += length;
-                i += 2;
-            } else {
-                writeClip({at, at + length, length}, true);
-                at += length;
-                ++i;
-            }
+    // Groups of one to five items, at times with a hole before them.
+    void writeMixed(std::size_t items) {
+        long at = 40 + 17L * track_;
+        while (clipIndex_ < items) {
+            // The first one fades in from nothing, so that a transition comes first in the track.
+            const long kind = clipIndex_ == 0 ? 1 : random_.below(16);
+            if (random_.oneIn(4)) at += random_.below(200);
+            at = writeGroup(kind, at, 20 + random_.below(180));
         }
     }
 
-    void writeTransition(long start, long end) {
-        put(fmt::format(
-            "\t\t\t\t\t\t\t<transitionitem>\n\t\t\t\t\t\t\t\t<start>{}</start>\n"
-            "\t\t\t\t\t\t\t\t<end>{}</end>\n\t\t\t\t\t\t\t\t<alignment>center</alignment>\n"
-            "\t\t\t\t\t\t\t\t{}\n\t\t\t\t\t\t\t\t<effect>\n\t\t\t\t\t\t\t\t\t<name>Cross "
-            "Dissolve</name>\n\t\t\t\t\t\t\t\t\t<effectid>Cross Dissolve</effectid>\n"
-            "\t\t\t\t\t\t\t\t\t<effecttype>transition</effecttype>\n\t\t\t\t\t\t\t\t</effect>\n"
-            "\t\t\t\t\t\t\t</transitionitem>\n",
-            start, end, rate));
+    // Answers where the group ends.
+    long writeGroup(long kind, long at, long length) {
+        const long end = at + length;
+        switch (kind) {
+            case 0:  // A x B, centred on the cut
+                writeItem(at, inTransition, length + 5);
+                writeTransition(end - 5, end + 5, "center");
+                writeItem(inTransition, end + length, length + 5);
+                return end + length;
+            case 1:  // x A, fades in
+                writeTransition(at, at + 8, "start-black");
+                writeItem(inTransition, end, length);
+                return end;
+            case 2:  // A x, fades out
+                writeItem(at, inTransition, length);
+                writeTransition(end - 8, end, "end-black");
+                return end;
+            case 3:  // A x B, begins on the cut: the outgoing clip has handles, its edge does not show it
+                writeItem(at, end, length);
+                writeTransition(end, end + 10, "start");
+                writeItem(inTransition, end + length, length);
+                return end + length;
+            case 4:  // A x B x C
+                writeItem(at, inTransition, length + 5);
+                writeTransition(end - 5, end + 5, "center");
+                writeItem(inTransition, inTransition, length + 10);
+                writeTransition(end + length - 5, end + length + 5, "center");
+                writeItem(inTransition, end + 2 * length, length + 5);
+                return end + 2 * length;
+            default: writeItem(at, end, length); return end;
+        }
     }
 
-    void writeClip(Times times, bool varied) {
-        const std::size_t number = ++clips_;
-        const bool generator = varied && !audio_ && random_.oneIn(40);
-        const char* const element = generator ? "generatoritem" : "clipitem";
-        const bool enabled = !varied || !random_.oneIn(15);
-        const long in = static_cast<long>(random_.below(5000));
-        std::string text = fmt::format(
-            "\t\t\t\t\t\t\t<{0} id=\"clipitem-{1}\">\n\t\t\t\t\t\t\t\t<name>Harbour take "
-            "{1}</name>\n"
-            "\t\t\t\t\t\t\t\t<duration>{2}</"
-            "duration>\n\t\t\t\t\t\t\t\t{3}\n\t\t\t\t\t\t\t\t<start>{4}"
-            "</start>\n\t\t\t\t\t\t\t\t<end>{5}</end>\n\t\t\t\t\t\t\t\t<enabled>{6}</enabled>\n"
-            "\t\t\t\t\t\t\t\t<in>{7}</in>\n\t\t\t\t\t\t\t\t<out>{8}</out>\n",
-            element, number, in + times.length + 500, rate, times.start, times.end,
-            enabled ? "TRUE" : "FALSE", in, in + times.length);
-        text += fileOf(number);
-        if (!audio_) text += "\t\t\t\t\t\t\t\t<compositemode>normal</compositemode>\n";
-        text += filterOf(varied, generator);
-        if (varied && random_.oneIn(10))
-            text += fmt::format(
-                "\t\t\t\t\t\t\t\t<marker>\n\t\t\t\t\t\t\t\t\t<name>Note {}</name>\n"
-                "\t\t\t\t\t\t\t\t\t<in>{}</in>\n\t\t\t\t\t\t\t\t\t<out>-1</out>\n"
-                "\t\t\t\t\t\t\t\t</marker>\n",
-                number, in);
-        if (varied && !audio_ && random_.oneIn(100))
-            text +=
-                "\t\t\t\t\t\t\t\t<multiclip>\n\t\t\t\t\t\t\t\t\t<collapsed>FALSE</collapsed>\n"
-                "\t\t\t\t\t\t\t\t</multiclip>\n";
-        text += fmt::format(
-            "\t\t\t\t\t\t\t\t<link>\n\t\t\t\t\t\t\t\t\t<linkclipref>clipitem-{}</linkclipref>"
-            "\n\t\t\t\t\t\t\t\t\t<mediatype>{}</mediatype>\n\t\t\t\t\t\t\t\t</link>\n"
-            "\t\t\t\t\t\t\t</{}>\n",
-            number, audio_ ? "audio" : "video", element);
-        put(text);
+    void writeTransition(long start, long end, const char* alignment) {
+        ++clipIndex_;
+        xml_.open("transitionitem");
+        rate();
+        xml_.leaf("start", start);
+        xml_.leaf("end", end);
+        xml_.leaf("alignment", alignment);
+        xml_.open("effect");
+        xml_.leaf("name", isAudio_ ? "Cross Fade (+3dB)" : "Cross Dissolve");
+        xml_.leaf("effectid", isAudio_ ? "KGAudioTransCrossFade3dB" : "Cross Dissolve");
+        if (!isAudio_) xml_.leaf("effectcategory", "Dissolve");
+        xml_.leaf("effecttype", "transition");
+        xml_.leaf("mediatype", isAudio_ ? "audio" : "video");
+        xml_.leaf("wipecode", 0);
+        xml_.leaf("startratio", 0);
+        xml_.leaf("endratio", 1);
+        xml_.leaf("reverse", "FALSE");
+        xml_.close();
+        xml_.close();
     }
 
-    // Defined in full at its first use, referred to afterwards.
-    std::string fileOf(std::size_t number) {
-        const std::size_t file = number % 4 == 0 ? 1 + random_.below(number) : number;
-        if (file < number) return fmt::format("\t\t\t\t\t\t\t\t<file id=\"file-{}\"/>\n", file);
-        return fmt::format(
-            "\t\t\t\t\t\t\t\t<file id=\"file-{0}\">\n\t\t\t\t\t\t\t\t\t<name>A{0:06}.mov</name>"
-            "\n\t\t\t\t\t\t\t\t\t<pathurl>file://localhost/Volumes/Media/Day/A{0:06}.mov"
-            "</pathurl>\n\t\t\t\t\t\t\t\t\t{1}\n\t\t\t\t\t\t\t\t</file>\n",
-            file, rate);
+    // A clip or, now and then in the mixed shapes, a generator.
+    void writeItem(long start, long end, long length) {
+        ++clipIndex_;
+        const std::size_t number = ++items_;
+        const bool isGenerator = isMixed_ && !isAudio_ && random_.oneIn(40);
+        const long in = random_.below(5000);
+        xml_.open(isGenerator ? "generatoritem" : "clipitem",
+                  fmt::format(" id=\"clipitem-{}\"", number));
+        xml_.leaf("name", fmt::format("{} {}", isGenerator ? "Text" : "Harbour take", number));
+        xml_.leaf("duration", in + length + 500);
+        rate();
+        xml_.leaf("in", in);
+        xml_.leaf("out", in + length);
+        xml_.leaf("start", start);
+        xml_.leaf("end", end);
+        xml_.leaf("enabled", isMixed_ && random_.oneIn(15) ? "FALSE" : "TRUE");
+        if (!isAudio_) {
+            const bool isBlended = isMixed_ && random_.oneIn(50);
+            xml_.leaf("compositemode", isBlended ? "screen" : "normal");
+        }
+        if (isGenerator)
+            effect("Text", "Text", "generator", "str", "Harbour");
+        else
+            writeSource();
+        writeFilters();
+        if (isMixed_ && random_.oneIn(10)) writeMarker(number, in);
+        xml_.open("sourcetrack");
+        xml_.leaf("mediatype", isAudio_ ? "audio" : "video");
+        if (isAudio_) xml_.leaf("trackindex", 1);
+        xml_.close();
+        writeLink(number);
+        xml_.close();
     }
 
-    std::string filterOf(bool varied, bool generator) {
-        std::string text;
-        if (generator)
-            text +=
-                "\t\t\t\t\t\t\t\t<effect>\n\t\t\t\t\t\t\t\t\t<name>Text</name>\n\t\t\t\t\t\t\t\t</"
-                "effect>\n";
-        const std::string value =
-            std::to_string(varied && random_.oneIn(5) ? random_.below(100) : 100);
-        const bool silent = varied && random_.oneIn(20);
-        text += fmt::format(
-            "\t\t\t\t\t\t\t\t<filter>\n\t\t\t\t\t\t\t\t\t<effect>\n\t\t\t\t\t\t\t\t\t\t<name>{}</"
-            "name>\n"
-            "\t\t\t\t\t\t\t\t\t\t<effectid>{}</effectid>\n\t\t\t\t\t\t\t\t\t\t<parameter>\n"
-            "\t\t\t\t\t\t\t\t\t\t\t<parameterid>{}</parameterid>\n\t\t\t\t\t\t\t\t\t\t\t<value>{}</"
-            "value>\n"
-            "\t\t\t\t\t\t\t\t\t\t</parameter>\n\t\t\t\t\t\t\t\t\t</effect>\n\t\t\t\t\t\t\t\t</"
-            "filter>\n",
-            audio_ ? "Audio Levels" : "Opacity", audio_ ? "audiolevels" : "opacity",
-            audio_ ? "level" : "opacity", audio_ ? (silent ? "0" : "1") : value);
-        return text;
+    // What a clip plays: mostly a file, now and then a multiclip or a nested sequence.
+    void writeSource() {
+        if (isMixed_ && !isAudio_ && random_.oneIn(100)) {
+            xml_.open("multiclip", fmt::format(" id=\"multiclip-{}\"", items_));
+            xml_.leaf("collapsed", "FALSE");
+            writeFile();
+            xml_.close();
+        } else if (isMixed_ && !isAudio_ && random_.oneIn(200)) {
+            writeNestedSequence();
+        } else {
+            writeFile();
+        }
     }
 
-    void put(std::string_view text) {
-        buffer_ += text;
-        if (buffer_.size() > 1024 * 1024) flush();
+    // Defined in full at its first use, referred to afterwards; so are nested sequences.
+    void writeFile() {
+        if (files_ > 0 && random_.oneIn(2)) {
+            xml_.line(fmt::format("<file id=\"file-{}\"/>", 1 + random_.below(files_)));
+            return;
+        }
+        ++files_;
+        xml_.open("file", fmt::format(" id=\"file-{}\"", files_));
+        xml_.leaf("name", fmt::format("A{:06}.mov", files_));
+        xml_.leaf("pathurl", fmt::format("file://localhost/Volumes/Media/Day%20{}/A{:06}.mov",
+                                         files_ % 30 + 1, files_));
+        rate();
+        xml_.leaf("duration", 6000);
+        xml_.close();
     }
-    void flush() {
-        sink_.write(buffer_);
-        buffer_.clear();
+
+    void writeNestedSequence() {
+        if (nested_ > 0 && !random_.oneIn(10)) {
+            const long number = 1 + random_.below(nested_);
+            xml_.line(fmt::format("<sequence id=\"sequence-{}\"/>", number));
+            return;
+        }
+        const long number = ++nested_;
+        openSequence(fmt::format("Scene {}", number), static_cast<std::size_t>(number));
+        const bool wasMixed = std::exchange(isMixed_, false);
+        const int outerTrack = std::exchange(track_, 0);
+        const std::size_t outerIndex = std::exchange(clipIndex_, 0);
+        xml_.open("video");
+        xml_.open("track");
+        writeCuts(3, 60);
+        xml_.close();
+        xml_.close();
+        closeSequence();
+        isMixed_ = wasMixed;
+        track_ = outerTrack;
+        clipIndex_ = outerIndex;
+    }
+
+    // Every clip has its fixed levels, as an export writes them; the mixed ones sometimes use them.
+    void writeFilters() {
+        const bool isChanged = isMixed_ && random_.oneIn(10);
+        xml_.open("filter");
+        if (isAudio_)
+            effect("Audio Levels", "audiolevels", "audiolevels", "level", isChanged ? 0 : 1);
+        else
+            effect("Opacity", "opacity", "motion", "opacity", isChanged ? random_.below(100) : 100);
+        xml_.close();
+        if (!isMixed_ || isAudio_ || !random_.oneIn(25)) return;
+        xml_.open("filter");
+        effect("Color Corrector", "ColorCorrection", "filter", "saturation", 90);
+        xml_.close();
+    }
+
+    template <class Value>
+    void effect(const char* name, const char* id, const char* type, const char* parameter,
+                const Value& value) {
+        xml_.open("effect");
+        xml_.leaf("name", name);
+        xml_.leaf("effectid", id);
+        xml_.leaf("effecttype", type);
+        xml_.leaf("mediatype", isAudio_ ? "audio" : "video");
+        xml_.open("parameter");
+        xml_.leaf("parameterid", parameter);
+        xml_.leaf("value", value);
+        xml_.close();
+        xml_.close();
+    }
+
+    void writeMarker(std::size_t number, long in) {
+        xml_.open("marker");
+        xml_.leaf("name", fmt::format("Note {}", number));
+        xml_.leaf("comment", "");
+        xml_.leaf("in", in);
+        xml_.leaf("out", -1);
+        xml_.close();
+    }
+
+    void writeLink(std::size_t number) {
+        xml_.open("link");
+        xml_.leaf("linkclipref", fmt::format("clipitem-{}", number));
+        xml_.leaf("mediatype", isAudio_ ? "audio" : "video");
+        xml_.leaf("trackindex", track_ + 1);
+        xml_.leaf("clipindex", clipIndex_);
+        xml_.close();
     }
 
     GeneratorOptions options_;
-    ByteSink& sink_;
     Random random_;
-    bool audio_ = false;
-    std::size_t clips_ = 0;
-    std::string buffer_;
+    Markup xml_;
+    bool isMixed_ = false;  // items vary and take what an export may hold
+    bool isAudio_ = false;
+    int track_ = 0;
+    std::size_t clipIndex_ = 0;  // of the last item of the track, counted from 1
+    std::size_t items_ = 0;
+    long files_ = 0;
+    long nested_ = 0;
 };
 
 }  // namespace
 
-TimelineShape shapeNamed(std::string_view name) {
-    if (name == "top-over-empty") return TimelineShape::topOverEmpty;
-    if (name == "all-hidden") return TimelineShape::allHidden;
-    if (name == "chain") return TimelineShape::chain;
-    return TimelineShape::mixed;
+std::optional<TimelineShape> shapeNamed(std::string_view name) {
+    constexpr std::pair<std::string_view, TimelineShape> shapes[] = {
+        {"mixed", TimelineShape::mixed},
+        {"top-over-empty", TimelineShape::topOverEmpty},
+        {"all-hidden", TimelineShape::allHidden},
+        {"chain", TimelineShape::chain},
+        {"many-tracks", TimelineShape::manyTracks},
+    };
+    const auto found = std::find_if(std::begin(shapes), std::end(shapes),
+                                    [&](const auto& shape) { return shape.first == name; });
+    if (found == std::end(shapes)) return {};
+    return found->second;
 }
 
 void generateProject(const GeneratorOptions& options, ByteSink& sink) {

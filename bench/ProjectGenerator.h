@@ -1,12 +1,13 @@
 // Seeded project files that look like real exports, of any size, for measuring.
 //
-// The same options give the same bytes on every machine. Thread rule: plain function, any thread.
+// The same options give the same bytes on every machine. Thread rule: plain functions, any thread.
 #pragma once
 
 #include "support/AtomicFile.h"
 
+#include <cstddef>
 #include <cstdint>
-#include <string>
+#include <optional>
 #include <string_view>
 
 namespace reelsweep {
@@ -14,22 +15,24 @@ namespace reelsweep {
 enum class TimelineShape {
     mixed,         ///< everything an export holds, spread over all tracks
     topOverEmpty,  ///< all clips on the top track, all tracks below it empty
-    allHidden,     ///< an opaque clip over everything on the tracks below
+    allHidden,     ///< opaque clips of the top track over everything below
     chain,         ///< the lowest track is one chain of clips joined by transitions
+    manyTracks,    ///< as mixed, on 60 video tracks whatever the options say
 };
 
-/// The shape of that name ("mixed", "top-over-empty", "all-hidden", "chain"); mixed for another name.
-TimelineShape shapeNamed(std::string_view name);
+/// The shape of that name: "mixed", "top-over-empty", "all-hidden", "chain" or "many-tracks".
+std::optional<TimelineShape> shapeNamed(std::string_view name);
 
 struct GeneratorOptions {
-    std::size_t items = 10000;  ///< clips, generators and transitions in all
-    int videoTracks = 4;
-    int audioTracks = 4;
+    std::size_t items = 10000;  ///< clips, generators and transitions in all; the last may add two
+    int videoTracks = 4;        ///< at least 1
+    int audioTracks = 4;        ///< may be 0
     std::uint64_t seed = 1;
     TimelineShape shape = TimelineShape::mixed;
 };
 
-/// Writes a project with one sequence, about 1 KB an item.
+/// Writes a project with one main sequence in a bin, about 1 KB an item. Whether the sink took
+/// everything is for its owner to ask.
 void generateProject(const GeneratorOptions& options, ByteSink& sink);
 
 }  // namespace reelsweep
