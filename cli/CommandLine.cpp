@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <array>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace reelsweep {
@@ -46,6 +47,14 @@ Examples:
 constexpr std::string_view passesFooter = R"(Examples:
   reelsweep-cli passes
   reelsweep-cli tidy film.xml --passes removeFilters,removeMarkers)";
+
+// The commands as data: this table drives dispatch and help.
+struct CommandRow {
+    std::string_view name;
+    std::string_view summary;  ///< one line for the help
+    std::string_view footer;   ///< examples, at the end of the command's help
+    CommandRun (*define)(CLI::App& parser);
+};
 
 constexpr std::array<CommandRow, 3> table = {{
     {"list", "list the sequences of a file", listFooter, defineList},
@@ -121,8 +130,6 @@ ExitCode runCommand(Application& application, const CommandRow& row,
 }
 
 }  // namespace
-
-std::span<const CommandRow> commandTable() { return table; }
 
 ExitCode runCommandLine(Application& application, std::span<const char* const> arguments) {
     if (arguments.empty()) {

@@ -1,13 +1,10 @@
-// The commands of the program as data: one table drives dispatch and help.
-//
-// Adding a command is a row here and a file that defines it.
+// The commands of the program. Adding one is a file that defines it and a row in CommandLine.cpp.
 #pragma once
 
 #include "cli/ExitCode.h"
 
 #include <functional>
 #include <span>
-#include <string_view>
 
 namespace CLI {
 class App;
@@ -20,15 +17,7 @@ class Application;
 /// What a command does once its options are parsed. Prints its own messages.
 using CommandRun = std::function<ExitCode(Application&)>;
 
-struct CommandRow {
-    std::string_view name;
-    std::string_view summary;  ///< one line for the help
-    std::string_view footer;   ///< examples, at the end of the command's help
-    /// Gives the parser the command's options; the answer keeps their values.
-    CommandRun (*define)(CLI::App& parser);
-};
-
-std::span<const CommandRow> commandTable();
+// Each gives the parser its command's options; the answer keeps their values.
 
 CommandRun defineList(CLI::App& parser);
 CommandRun definePasses(CLI::App& parser);

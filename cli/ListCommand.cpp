@@ -62,7 +62,7 @@ std::string sequencesAsText(const std::vector<SequenceSummary>& sequences) {
                      {"Audio", right},
                      {"Items", right},
                      {"UUID"}});
-    const auto orDash = [](std::string text) { return text.empty() ? "-" : text; };
+    const auto orDash = [](const std::string& text) { return text.empty() ? "-" : text; };
     for (std::size_t i = 0; i < sequences.size(); ++i) {
         const SequenceSummary& sequence = sequences[i];
         table.addRow({std::to_string(i + 1), sequence.title, sequence.length.text(),

@@ -3,6 +3,7 @@
 #include "cli/Interruption.h"
 #include "cli/SaveResult.h"
 #include "cli/StandardStreams.h"
+#include "cli/TextTable.h"
 #include "cli/TidyFile.h"
 #include "cli/TidyPlan.h"
 #include "engine/report/ChangeReport.h"
@@ -92,7 +93,7 @@ ExitCode TidyCommand::saveReport() {
     if (!spooled) return application_.fail(spooled.failure());
     if (!saved) return application_.fail(saved.failure());
     if (plan_.report == standardStreamPath) return ExitCode::done;
-    return application_.printForUser(fmt::format("Wrote {}\n", plan_.report));
+    return application_.printForUser(fmt::format("Wrote {}\n", singleLine(plan_.report)));
 }
 
 void noteUselessPasses(Application& application, const TidyPlan& plan) {

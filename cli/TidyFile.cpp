@@ -4,6 +4,7 @@
 #include "cli/ResultTable.h"
 #include "cli/SaveResult.h"
 #include "cli/StandardStreams.h"
+#include "cli/TextTable.h"
 #include "platform/Platform.h"
 
 #include <fmt/format.h>
@@ -116,12 +117,12 @@ ExitCode TidyFile::conclude() {
 ExitCode TidyFile::showResult() {
     const bool isOneOfMany = plan_.files.size() > 1;
     std::string lines;
-    if (isOneOfMany) lines += reported_.input + ":\n";
+    if (isOneOfMany) lines += singleLine(reported_.input) + ":\n";
     lines += resultTable(work_->ledger());
     if (plan_.dryRun)
         lines += "Dry run: nothing was written\n";
     else if (planned_.output != standardStreamPath)
-        lines += fmt::format("Wrote {}\n", planned_.output);
+        lines += fmt::format("Wrote {}\n", singleLine(planned_.output));
     if (isOneOfMany) lines += "\n";
     return application_.printForUser(lines);
 }
