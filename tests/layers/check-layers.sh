@@ -4,8 +4,8 @@
 #   platform < support < xml < hosts < engine < cli, app
 #
 # An include points to the same layer or a lower one, and is written from the root. cli and app do
-# not know each other. Only xml/ knows the XML libraries (bench/ measures beside them). Qt is for app/ and platform/qt/, which only
-# app/ may include; nothing below cli and app prints.
+# not know each other. Only xml/ knows the XML libraries; bench/ measures beside them. Qt is for app/
+# and platform/qt/, which only app/ may include. Nothing below cli and app prints.
 # Prints FILE:LINE: MESSAGE for each offence. Exit 0: none, 1: some, 2: nothing to look at.
 set -euo pipefail
 
