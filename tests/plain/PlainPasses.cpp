@@ -270,7 +270,7 @@ void removeBelow(const Group& group, XMLNode lower) {
     for (XMLNode node : hidden) node.detach();
 }
 
-void mergeBelow(const Group& group, XMLNode lower) {
+void mergeBelow(const Group& group, XMLNode lower, std::size_t& splits) {
     Frames rangeStart = group.start;
     Frames rangeEnd = group.end;
     const Frames zero;
@@ -305,6 +305,7 @@ void mergeBelow(const Group& group, XMLNode lower) {
             write(c, "./in[1]", in - s + rangeEnd);
             write(copy, "./end[1]", rangeStart);
             lower.insertChildAtIndex(copy, c.index());
+            if (++splits > 2000) throw std::length_error("the timeline grows too large");
         } else if (s < rangeStart && e <= rangeEnd && e != rangeStart && e > rangeStart) {
             write(c, "./end[1]", rangeStart);
         } else if (rangeStart <= s && s < rangeEnd && e > rangeEnd) {
@@ -322,7 +323,11 @@ XMLNode plainRemoveObscuredClips(XMLNode sequence) {
     return forEachOpaqueClip(sequence, removeBelow);
 }
 
-XMLNode plainMergeClips(XMLNode sequence) { return forEachOpaqueClip(sequence, mergeBelow); }
+XMLNode plainMergeClips(XMLNode sequence) {
+    std::size_t splits = 0;
+    return forEachOpaqueClip(
+        sequence, [&](const Group& group, XMLNode lower) { mergeBelow(group, lower, splits); });
+}
 
 XMLNode plainRemoveFilters(XMLNode sequence) {
     for (XMLNode filter : select(sequence, ".//filter")) filter.detach();

@@ -20,6 +20,8 @@ XMLNode plainRemoveDisabledClips(XMLNode sequence, std::string_view type);
 XMLNode plainRemoveSilentAudioClips(XMLNode sequence);
 XMLNode plainRemoveObscuredClips(XMLNode sequence);
 XMLNode plainCollapseTracks(XMLNode sequence, bool reverse);
+/// A clip that ends before it starts makes two of each clip below it, so that a malformed timeline
+/// may grow without end: throws std::length_error when it has grown by 2,000 items.
 XMLNode plainMergeClips(XMLNode sequence);
 XMLNode plainCollapseMulticlips(XMLNode sequence);
 XMLNode plainRemoveUnusedTracks(XMLNode sequence);

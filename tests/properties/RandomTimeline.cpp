@@ -181,8 +181,7 @@ private:
                                                      "99999999999",
                                                      "9223372036854775807",
                                                      "-9223372036854775808"};
-        // A clip that ends before it starts makes two of every clip below it. There may be few of
-        // these in a long track, or the result does not fit into memory.
+        // Clips that end before they start make merging grow a timeline: few of them when long.
         const int often = items_.size() > 20 ? 1 : 15;
         for (Item& item : items_) {
             if (random_.chance(often)) item.start = random_.one(odd);
