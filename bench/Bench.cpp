@@ -1,22 +1,20 @@
-// reelsweep-bench: how long a tidy takes beside the work that nobody can save, as one table.
+// reelsweep-bench: how long a tidy takes beside the work that no tidy can do without, as one table.
 //
 // All figures of a run come from the same generated file; medians of several runs.
 
 #include "bench/ChildProcess.h"
 #include "bench/ProjectGenerator.h"
-#include "engine/QVFCPDoc.h"
-#include "platform/Platform.h"
+#include "bench/Steps.h"
+#include "support/QVLog.h"
 
 #include <fmt/format.h>
 #include <unistd.h>
 #include <CLI/CLI.hpp>
 #include <algorithm>
-#include <chrono>
 #include <filesystem>
-#include <functional>
-#include <map>
+#include <fstream>
 #include <pugixml.hpp>
-#include <stdexcept>
+#include <sstream>
 
 namespace reelsweep {
 
@@ -24,221 +22,227 @@ namespace {
 
 namespace fs = std::filesystem;
 
-class SilentView final : public DocumentView {
+// A folder that goes with its owner, and the home folder of this process and its children meanwhile:
+// their logs and settings are not the user's.
+class WorkFolder {
 public:
-    void startProgress() override {}
-    void endProgress() override {}
-    void setProgressLabelText(const std::string&) override {}
-    void reloadTable() override {}
-    void enableProcessButton(bool) override {}
-    void markChanged() override {}
-    WindowRef window() override { return {}; }
+    explicit WorkFolder(const fs::path& parent)
+        : path_(fs::canonical(parent) / fmt::format("reelsweep-bench-{}", getpid())) {
+        fs::create_directory(path_);
+        setenv("HOME", path_.c_str(), 1);
+    }
+    ~WorkFolder() {
+        std::error_code ignored;  // what stays behind is in a temporary folder
+        fs::remove_all(path_, ignored);
+    }
+    WorkFolder(const WorkFolder&) = delete;
+    WorkFolder& operator=(const WorkFolder&) = delete;
+
+    const fs::path& path() const { return path_; }
+    std::string file(const char* name) const { return (path_ / name).string(); }
+
+private:
+    fs::path path_;
 };
 
-double median(std::vector<double> values) {
-    std::sort(values.begin(), values.end());
-    return values[values.size() / 2];
+// Memory where it has room for the largest file, its output and what tools write beside them.
+fs::path defaultFolder(std::size_t items) {
+    const fs::path memory = "/dev/shm";
+    std::error_code error;
+    const fs::space_info space = fs::space(memory, error);
+    const bool hasRoom =
+        !error && access(memory.c_str(), W_OK) == 0 && space.available / 2 / 1300 / 4 > items * 2;
+    return hasRoom ? memory : fs::temp_directory_path();
 }
 
-double milliseconds(const std::function<void()>& work) {
-    const auto start = std::chrono::steady_clock::now();
-    work();
-    return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start)
-        .count();
+// The type of the file system that holds a path, from the mount with the longest matching folder.
+std::string fileSystemOf(const fs::path& path) {
+    std::ifstream mounts("/proc/self/mounts");
+    std::string line;
+    std::string best = "unknown";
+    std::size_t longest = 0;
+    while (std::getline(mounts, line)) {
+        std::istringstream words(line);
+        std::string device, folder, type;
+        words >> device >> folder >> type;
+        const fs::path relative = path.lexically_relative(folder);
+        if (relative.empty() || *relative.begin() == ".." || folder.size() < longest) continue;
+        longest = folder.size();
+        best = type;
+    }
+    return best;
 }
 
-void require(bool holds, const std::string& what) {
-    if (!holds) throw std::runtime_error(what);
+std::string machine() {
+    std::ifstream cpus("/proc/cpuinfo");
+    std::string line;
+    std::string model = "unknown processor";
+    while (std::getline(cpus, line))
+        if (line.starts_with("model name")) model = line.substr(line.find(':') + 2);
+    const double bytes =
+        static_cast<double>(sysconf(_SC_PHYS_PAGES)) * static_cast<double>(sysconf(_SC_PAGESIZE));
+    return fmt::format("{} x {}, {:.0f} GB of memory", sysconf(_SC_NPROCESSORS_ONLN), model,
+                       bytes / 1e9);
 }
 
 void generate(const GeneratorOptions& options, const std::string& path) {
     AtomicFile file(path, Overwrite::always);
-    const Outcome opened = file.open();
-    require(opened.ok(), "cannot write " + path);
+    require(file.open().ok(), "cannot write " + path);
     generateProject(options, file);
     require(file.commit().ok(), "cannot write " + path);
 }
 
-// The floor in a process of its own: pugixml loads the input, and pugixml saves what the output holds.
-// Loading the output is not part of it, so the process prints what the two steps took.
-int floorProcess(const std::string& input, const std::string& output, const std::string& scratch) {
+// The floor, in a process of its own: pugixml loads the input and saves what the output holds. Loading
+// the output is not part of it, so the process prints what the other two steps took.
+void floorProcess(const std::string& input, const std::string& output, const std::string& scratch) {
     pugi::xml_document in;
     pugi::xml_document out;
-    const double load = milliseconds([&] { require(bool(in.load_file(input.c_str())), input); });
-    require(bool(out.load_file(output.c_str())), output);
-    const double save = milliseconds([&] { require(out.save_file(scratch.c_str()), scratch); });
+    const double load =
+        milliseconds([&] { require(bool(in.load_file(input.c_str())), "cannot load " + input); });
+    require(bool(out.load_file(output.c_str())), "cannot load " + output);
+    const double save =
+        milliseconds([&] { require(out.save_file(scratch.c_str()), "cannot save " + scratch); });
     fmt::print("{}\n", load + save);
-    return 0;
-}
-
-double runFloor(const std::string& self, const std::string& input, const std::string& output,
-                const std::string& scratch) {
-    const std::string command =
-        fmt::format("'{}' --floor '{}' '{}' '{}'", self, input, output, scratch);
-    FILE* const pipe = popen(command.c_str(), "r");
-    double result = 0;
-    const bool read = pipe && std::fscanf(pipe, "%lf", &result) == 1;
-    require(pipe && pclose(pipe) == 0 && read, "the floor could not be measured");
-    return result;
-}
-
-using PassTimes = std::map<std::string, double>;
-
-// Loads, tidies step by step and saves, in this process; answers what each step took.
-PassTimes timeSteps(const std::string& input, const std::string& output) {
-    SilentView view;
-    QVFCPDoc document(view);
-    PassTimes times;
-    times["01 load"] = milliseconds([&] {
-        require(document.readFromURL(input).ok(), input);
-        document.waitUntilPopulated();
-    });
-    XMLNode sequence;
-    times["02 copy"] = milliseconds(
-        [&] { sequence = document.sequenceArray()->front()->xmlRepresentation.copy(); });
-    const auto step = [&](const char* name, const std::function<XMLNode()>& pass) {
-        times[name] += milliseconds([&] { require(bool(pass()), name); });
-    };
-    step("03 removeDisabledClips video",
-         [&] { return document.removeDisabledClips(sequence, "video"); });
-    step("04 removeDisabledClips audio",
-         [&] { return document.removeDisabledClips(sequence, "audio"); });
-    step("05 removeSilentAudioClips", [&] { return document.removeSilentAudioClips(sequence); });
-    step("06 removeObscuredClips", [&] { return document.removeObscuredClips(sequence); });
-    step("07 collapseTracks down", [&] { return document.collapseTracks(sequence, true); });
-    step("08 collapseTracks up", [&] { return document.collapseTracks(sequence, false); });
-    step("09 mergeClips", [&] { return document.mergeClips(sequence); });
-    step("10 collapseTracks again", [&] { return document.collapseTracks(sequence, false); });
-    step("11 collapseMulticlips", [&] { return document.collapseMulticlips(sequence); });
-    step("12 removeUnusedTracks", [&] { return document.removeUnusedTracks(sequence); });
-    step("13 replaceGapsWithSlugs", [&] { return document.replaceGapsWithSlugs(sequence); });
-    step("14 removeFilters", [&] { return document.removeFilters(sequence); });
-    step("15 removeMarkers", [&] { return document.removeMarkers(sequence); });
-    step("16 removeVideoTransitions", [&] { return document.removeVideoTransitions(sequence); });
-    step("17 removeAudioTransitions", [&] { return document.removeAudioTransitions(sequence); });
-    times["18 save"] = milliseconds([&] { require(document.writeToURL(output).ok(), output); });
-    return times;
-}
-
-PassTimes medianSteps(const std::string& input, const std::string& output, int runs) {
-    std::map<std::string, std::vector<double>> all;
-    for (int i = 0; i < runs; ++i)
-        for (const auto& [name, time] : timeSteps(input, output)) all[name].push_back(time);
-    PassTimes medians;
-    for (const auto& [name, values] : all) medians[name] = median(values);
-    return medians;
 }
 
 struct Bench {
-    std::string self;
-    fs::path folder;
+    const WorkFolder& folder;
     std::size_t items;
     int runs;
 
-    std::string path(const char* name) const { return (folder / name).string(); }
-
     void whole() const {
-        generate({.items = items}, path("in.xml"));
-        const std::string in = path("in.xml");
-        const std::string out = path("out.xml");
-        const std::string cli = (fs::path(self).parent_path() / "reelsweep-cli").string();
-        const double megabytes = static_cast<double>(fs::file_size(in)) / 1e6;
+        const std::string in = folder.file("in.xml");
+        const std::string out = folder.file("out.xml");
+        const std::string scratch = folder.file("scratch.xml");
+        const fs::path self = fs::read_symlink("/proc/self/exe");
+        const std::string cli = (self.parent_path() / "reelsweep-cli").string();
+        generate({.items = items}, in);
+        const double inputBytes = static_cast<double>(fs::file_size(in));
+
         std::vector<double> tidy, floor, lint, memory, toFloor, toLint;
-        for (int i = 0; i < runs; ++i) {
-            const Measured m = runAndMeasure(
+        for (int run = 0; run < runs; ++run) {
+            const Measured tidied = runAndMeasure(
                 {cli, "tidy", in, "--passes", "all", "-o", out, "--force", "--quiet"});
-            require(m.exitCode == 0, "reelsweep-cli failed");
-            tidy.push_back(m.milliseconds);
-            memory.push_back(static_cast<double>(m.peakKilobytes) * 1024 / 1e6 / megabytes);
-            floor.push_back(runFloor(self, in, out, path("scratch.xml")));
-            const Measured l = runAndMeasure(
-                {"xmllint", "--huge", "--format", out, "--output", path("scratch.xml")});
-            require(l.exitCode == 0, "xmllint failed");
-            lint.push_back(l.milliseconds);
+            tidy.push_back(tidied.milliseconds);
+            memory.push_back(static_cast<double>(tidied.peakKilobytes) * 1024 / inputBytes);
+            floor.push_back(
+                std::stod(runAndMeasure({self.string(), "--floor", in, out, scratch}).output));
+            lint.push_back(
+                runAndMeasure({"xmllint", "--format", out, "--output", scratch}).milliseconds);
             toFloor.push_back(tidy.back() / floor.back());
             toLint.push_back(tidy.back() / lint.back());
         }
-        fmt::print("Whole tidy, all passes, {} items, {:.1f} MB, medians of {} runs\n\n", items,
-                   megabytes, runs);
-        fmt::print("| | ms | tidy is x times |\n|---|---|---|\n");
-        fmt::print("| tidy (process) | {:.0f} | 1 |\n", median(tidy));
-        fmt::print("| floor: pugixml loads the input and saves the output | {:.0f} | {:.2f} |\n",
-                   median(floor), median(toFloor));
-        fmt::print("| xmllint --format of the output (process) | {:.0f} | {:.2f} |\n", median(lint),
+
+        fmt::print("Whole tidy: {} items, input {:.1f} MB, output {:.1f} MB, median of {} runs\n\n",
+                   items, inputBytes / 1e6, static_cast<double>(fs::file_size(out)) / 1e6, runs);
+        fmt::print("| what | ms | the tidy takes | at most |\n|---|--:|--:|--:|\n");
+        fmt::print("| tidy with all passes and the log | {:.0f} | | |\n", median(tidy));
+        fmt::print("| floor | {:.0f} | {:.2f} x | 1.5 x |\n", median(floor), median(toFloor));
+        fmt::print("| xmllint --format of the output | {:.0f} | {:.2f} x | 0.6 x |\n", median(lint),
                    median(toLint));
-        fmt::print("\nPeak memory: {:.1f} x the input file\n\n", median(memory));
-    }
-
-    void steps() const {
-        const double megabytes = static_cast<double>(fs::file_size(path("in.xml"))) / 1e6;
+        fmt::print("| peak memory of the tidy, input file = 1 | | {:.1f} x | 10 x |\n\n",
+                   median(memory));
         fmt::print(
-            "Each step by itself, in one process\n\n| step | ms | items/s | MB/s "
-            "|\n|---|---|---|---|\n");
-        for (const auto& [name, ms] : medianSteps(path("in.xml"), path("out.xml"), runs))
-            fmt::print("| {} | {:.1f} | {:.0f} | {:.0f} |\n", name.substr(3), ms,
-                       static_cast<double>(items) / ms * 1000, megabytes / ms * 1000);
+            "tidy, xmllint: wall time of the whole process. floor: pugixml loading the input and\n"
+            "saving the output, nothing else, timed inside a process of its own. Each ratio is "
+            "the\n"
+            "median of the ratios of neighbouring runs.\n\n");
+    }
+
+    // On the file that whole() generated.
+    void steps() const {
+        const std::string in = folder.file("in.xml");
+        const double megabytes = static_cast<double>(fs::file_size(in)) / 1e6;
+        fmt::print("Each step by itself, in one process; items and MB are the input's\n\n");
+        fmt::print("| step | ms | items/s | MB/s |\n|---|--:|--:|--:|\n");
+        for (const Step& step : timeSteps(in, folder.file("out.xml"), runs)) {
+            const double seconds = step.milliseconds / 1000;
+            fmt::print("| {} | {:.1f} | {:.0f} | {:.0f} |\n", step.name, step.milliseconds,
+                       static_cast<double>(items) / seconds, megabytes / seconds);
+        }
         fmt::print("\n");
     }
 
-    void growth(const char* title, TimelineShape shape, int videoTracks) const {
-        fmt::print("Growth, {}: ms at each size, and the time per doubling (the largest)\n\n",
-                   title);
-        std::map<std::string, std::vector<double>> rows;
-        std::string header = "| step |";
-        for (std::size_t n = items / 4; n <= items * 2; n *= 2) {
-            header += fmt::format(" {} |", n);
-            generate({.items = n, .videoTracks = videoTracks, .shape = shape}, path("in.xml"));
-            for (const auto& [name, ms] : medianSteps(path("in.xml"), path("out.xml"), runs))
-                rows[name].push_back(ms);
+    void growth(const char* title, TimelineShape shape) const {
+        const std::string in = folder.file("in.xml");
+        fmt::print("Growth, {}: ms at each number of items\n\n", title);
+        std::vector<std::size_t> sizes;
+        for (std::size_t n = items / 4; n <= items * 2; n *= 2) sizes.push_back(n);
+        std::vector<std::vector<Step>> columns;
+        for (const std::size_t n : sizes) {
+            generate({.items = n, .shape = shape}, in);
+            columns.push_back(timeSteps(in, folder.file("out.xml"), runs));
         }
-        fmt::print("{} per doubling |\n|---|---|---|---|---|---|\n", header);
-        for (const auto& [name, times] : rows) {
-            fmt::print("| {} |", name.substr(3));
+        fmt::print("| step | {} | largest per doubling (at most 2.2) |\n", fmt::join(sizes, " | "));
+        fmt::print("|---|{}--:|\n", fmt::join(std::vector<std::string>(sizes.size(), "--:|"), ""));
+        for (std::size_t step = 0; step < columns.front().size(); ++step) {
+            fmt::print("| {} |", columns.front()[step].name);
             double largest = 0;
-            for (std::size_t i = 0; i < times.size(); ++i) {
-                fmt::print(" {:.1f} |", times[i]);
-                // Below a few milliseconds the clock and the caches decide, not the pass.
-                if (i > 0 && times[i] > 5) largest = std::max(largest, times[i] / times[i - 1]);
+            for (std::size_t i = 0; i < columns.size(); ++i) {
+                const double time = columns[i][step].milliseconds;
+                fmt::print(" {:.1f} |", time);
+                if (i > 0 && time > smallestTelling)
+                    largest = std::max(largest, time / columns[i - 1][step].milliseconds);
             }
-            fmt::print(" {} |\n", largest > 0 ? fmt::format("{:.2f}", largest) : "under 5 ms");
+            fmt::print(" {} |\n", largest > 0 ? fmt::format("{:.2f}", largest) : "too short");
         }
         fmt::print("\n");
     }
+
+    // Below so many milliseconds the clock and the caches decide, not the pass.
+    static constexpr double smallestTelling = 5;
 };
+
+void runBenchmarks(const fs::path& parent, std::size_t items, int runs) {
+    const WorkFolder folder(parent);
+    QVLog::createNewLog("reelsweep-bench", true);
+    fmt::print("{}; files on {} ({})\n\n", machine(), fileSystemOf(folder.path()), parent.string());
+    const Bench bench{folder, items, runs};
+    bench.whole();
+    bench.steps();
+    bench.growth("mixed", TimelineShape::mixed);
+    bench.growth("all on the top track over empty ones", TimelineShape::topOverEmpty);
+    bench.growth("everything hidden", TimelineShape::allHidden);
+    bench.growth("one chain of transitions", TimelineShape::chain);
+    bench.growth("60 tracks", TimelineShape::manyTracks);
+    fmt::print(
+        "A step whose times stay below {:.0f} ms is too short for its growth to mean\n"
+        "anything.\n",
+        Bench::smallestTelling);
+    QVLog::finishWriting();
+}
 
 }  // namespace
 
 }  // namespace reelsweep
 
 int main(int argc, char** argv) {
-    using namespace reelsweep;
     std::vector<std::string> floorPaths;
     std::size_t items = 50000;
     int runs = 5;
-    std::string folder = std::filesystem::exists("/dev/shm") ? "/dev/shm" : "/tmp";
-    CLI::App app{"Times a tidy beside the work that nobody can save."};
+    bool quick = false;
+    std::string folder;
+    CLI::App app{"Times a tidy beside the work that no tidy can do without."};
     app.add_option("--floor", floorPaths)->expected(3)->group("");
     app.add_option("--items", items, "items of the file; growth goes from a quarter to twice that")
+        ->check(CLI::Range(std::size_t{4}, std::size_t{10'000'000}))
         ->capture_default_str();
-    app.add_option("--runs", runs, "runs of which the median counts")->capture_default_str();
-    app.add_option("--folder", folder, "where files are written")->capture_default_str();
+    app.add_option("--runs", runs, "runs of which the median counts")
+        ->check(CLI::Range(1, 1000))
+        ->capture_default_str();
+    app.add_flag("--quick", quick, "a tenth of the items: whether it runs, not how fast");
+    app.add_option("--folder", folder,
+                   "existing folder for the files (default: in memory when there is room)");
     CLI11_PARSE(app, argc, argv);
     try {
-        if (!floorPaths.empty()) return floorProcess(floorPaths[0], floorPaths[1], floorPaths[2]);
-        const std::string self = std::filesystem::read_symlink("/proc/self/exe").string();
-        const std::filesystem::path own =
-            std::filesystem::path(folder) / fmt::format("reelsweep-bench-{}", getpid());
-        std::filesystem::create_directory(own);
-        const Bench bench{self, own, items, runs};
-        fmt::print("Files in {}\n\n", folder);
-        bench.whole();
-        bench.steps();
-        bench.growth("mixed", TimelineShape::mixed, 4);
-        bench.growth("all on the top track over empty ones", TimelineShape::topOverEmpty, 4);
-        bench.growth("everything hidden", TimelineShape::allHidden, 4);
-        bench.growth("one chain of transitions", TimelineShape::chain, 4);
-        bench.growth("60 tracks", TimelineShape::mixed, 60);
-        std::filesystem::remove_all(own);
+        if (!floorPaths.empty()) {
+            reelsweep::floorProcess(floorPaths[0], floorPaths[1], floorPaths[2]);
+            return 0;
+        }
+        if (quick) items = std::max<std::size_t>(items / 10, 4);
+        reelsweep::runBenchmarks(
+            folder.empty() ? reelsweep::defaultFolder(items) : std::filesystem::path(folder), items,
+            runs);
     } catch (const std::exception& error) {
         fmt::print(stderr, "reelsweep-bench: {}\n", error.what());
         return 1;

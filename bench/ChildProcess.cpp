@@ -1,36 +1,63 @@
 #include "bench/ChildProcess.h"
 
-#include <fcntl.h>
+#include <fmt/format.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
+#include <array>
+#include <cerrno>
 #include <chrono>
+#include <stdexcept>
+#include <system_error>
 
 namespace reelsweep {
+
+namespace {
+
+std::string readAll(int descriptor) {
+    std::string text;
+    std::array<char, 4096> chunk;
+    for (;;) {
+        const ssize_t count = read(descriptor, chunk.data(), chunk.size());
+        if (count < 0 && errno == EINTR) continue;
+        if (count <= 0) return text;
+        text.append(chunk.data(), static_cast<std::size_t>(count));
+    }
+}
+
+}  // namespace
 
 Measured runAndMeasure(const std::vector<std::string>& command) {
     std::vector<char*> arguments;
     for (const std::string& word : command) arguments.push_back(const_cast<char*>(word.c_str()));
     arguments.push_back(nullptr);
+    std::array<int, 2> ends{};
+    if (pipe(ends.data()) != 0)
+        throw std::system_error(errno, std::generic_category(), "cannot make a pipe");
 
-    Measured measured;
     const auto start = std::chrono::steady_clock::now();
     const pid_t child = fork();
     if (child == 0) {
-        const int null = open("/dev/null", O_RDWR | O_CLOEXEC);
-        dup2(null, 0);
-        dup2(null, 1);
-        dup2(null, 2);
+        dup2(ends[1], STDOUT_FILENO);
+        close(ends[0]);
+        close(ends[1]);
         execvp(arguments[0], arguments.data());
         _exit(127);
     }
-    if (child < 0) return measured;
+    close(ends[1]);
+    Measured measured;
+    if (child > 0) measured.output = readAll(ends[0]);
+    close(ends[0]);
     int status = 0;
     struct rusage usage {};
-    if (wait4(child, &status, 0, &usage) != child) return measured;
+    pid_t ended = -1;
+    if (child > 0) do {
+            ended = wait4(child, &status, 0, &usage);
+        } while (ended < 0 && errno == EINTR);
     measured.milliseconds =
         std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count();
-    measured.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+    if (ended != child || !WIFEXITED(status) || WEXITSTATUS(status) != 0)
+        throw std::runtime_error(fmt::format("{} failed (status {})", command.front(), status));
     measured.peakKilobytes = usage.ru_maxrss;
     return measured;
 }
