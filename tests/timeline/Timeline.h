@@ -47,6 +47,10 @@ std::string notation(XMLNode sequence);
 struct Timeline {
     explicit Timeline(std::string_view notation);
 
+    XMLNode firstVideoTrack() const {
+        return sequence.child("media").child("video").child("track");
+    }
+
     XMLDocument document;
     XMLNode sequence;
 };

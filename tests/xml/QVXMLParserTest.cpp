@@ -170,7 +170,7 @@ TEST(QVXMLParser, EscapedQueriesFindWhatTheyWereMadeFrom) {
 
 TEST(QVXMLParser, OrdersItemsByStart) {
     const Timeline timeline("V1: A[-1,10) B[5.9,10) C[5,9)");
-    const XMLNode a = timeline.sequence.child("media").child("video").child("track").firstChild();
+    const XMLNode a = timeline.firstVideoTrack().firstChild();
     EXPECT_EQ(sortXMLArrayByStart(a, a.nextSibling()), -1);
     EXPECT_EQ(sortXMLArrayByStart(a.nextSibling(), a), 1);
     EXPECT_EQ(sortXMLArrayByStart(a.nextSibling(), a.nextSibling().nextSibling()), 0);
