@@ -22,8 +22,8 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// A folder that goes with its owner, and the home folder of this process and its children meanwhile:
-// their logs and settings are not the user's.
+// A folder that goes with its owner, and the home folder of this process and its children
+// meanwhile: their logs and settings are not the user's.
 class WorkFolder {
 public:
     explicit WorkFolder(const fs::path& parent)
@@ -92,8 +92,8 @@ void generate(const GeneratorOptions& options, const std::string& path) {
     require(file.commit().ok(), "cannot write " + path);
 }
 
-// The floor, in a process of its own: pugixml loads the input and saves what the output holds. Loading
-// the output is not part of it, so the process prints what the other two steps took.
+// The floor, in a process of its own: pugixml loads the input and saves what the output holds.
+// Loading the output is not part of it, so the process prints what the other two steps took.
 void floorProcess(const std::string& input, const std::string& output, const std::string& scratch) {
     pugi::xml_document in;
     pugi::xml_document out;

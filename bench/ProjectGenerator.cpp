@@ -189,7 +189,8 @@ private:
                 writeItem(at, inTransition, length);
                 writeTransition(end - 8, end, "end-black");
                 return end;
-            case 3:  // A x B, begins on the cut: the outgoing clip has handles, its edge does not show it
+            // A x B, begins on the cut: the outgoing clip has handles, its edge does not show it
+            case 3:
                 writeItem(at, end, length);
                 writeTransition(end, end + 10, "start");
                 writeItem(inTransition, end + length, length);

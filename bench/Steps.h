@@ -19,8 +19,8 @@ double median(std::vector<double> values);
 /// Throws std::runtime_error with that text unless the condition holds.
 void require(bool condition, const std::string& what);
 
-/// Loads `input`, runs every pass on a copy of its first sequence in the order of a run, and saves the
-/// document as `output`: the median time of each step of that many runs, in order.
+/// Loads `input`, runs every pass on a copy of its first sequence in the order of a run, and saves
+/// the document as `output`: the median time of each step of that many runs, in order.
 std::vector<Step> timeSteps(const std::string& input, const std::string& output, int runs);
 
 }  // namespace reelsweep

@@ -1,7 +1,7 @@
 // ChangeLedger: what a run changed in which sequence, edit by edit.
 //
-// TimelineEdit writes it; reports, windows and checks read it. It holds handles: it may be read as long
-// as the document that was edited lives.
+// TimelineEdit writes it; reports, windows and checks read it. It holds handles: it may be read as
+// long as the document that was edited lives.
 // Thread rule: written on the run's thread; read after the run.
 #pragma once
 
@@ -35,8 +35,8 @@ struct TrackLabel {
 /// "V1", "A3"; empty for no track.
 std::string description(TrackLabel track);
 
-/// An item's times in frames of the sequence, where it has them. `end` and `out` are exclusive; an edge
-/// inside a transition is -1.
+/// An item's times in frames of the sequence, where it has them. `end` and `out` are exclusive; an
+/// edge inside a transition is -1.
 struct ItemTimes {
     std::optional<Frames> start;
     std::optional<Frames> end;

@@ -15,8 +15,8 @@ public:
 
     /// Runs the work on a thread of its own, once the work before it has ended.
     void start(std::function<void()> work);
-    /// Blocks until the work has ended. On the main thread events go on being handled meanwhile: the work
-    /// may be waiting for the main thread to show something.
+    /// Blocks until the work has ended. On the main thread events go on being handled meanwhile:
+    /// the work may be waiting for the main thread to show something.
     void wait();
 
 private:

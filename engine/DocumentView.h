@@ -1,7 +1,7 @@
 // DocumentView: what a document needs of its window. The command line has one without a window.
 //
-// Owner: the program; it outlives the document. Thread rule: the document calls every function on the
-// main thread.
+// Owner: the program; it outlives the document. Thread rule: the document calls every function on
+// the main thread.
 #pragma once
 
 #include "platform/AlertPresenter.h"

@@ -9,8 +9,8 @@ namespace reelsweep {
 
 namespace {
 
-// Collapsing is several passes: what opaque clips hide goes first, then everything falls as far as it can,
-// then what is partly hidden is cut and falls once more.
+// Collapsing is several passes: what opaque clips hide goes first, then everything falls as far as
+// it can, then what is partly hidden is cut and falls once more.
 XMLNode collapse(PassRun& run, XMLNode sequence) {
     const bool uncomposited = run.has("collapseUncompositedClips");
     if (uncomposited) {

@@ -1,4 +1,5 @@
-// The clean-up passes as data: one table drives the run, the check boxes, the command line and its help.
+// The clean-up passes as data: one table drives the run, the check boxes, the command line and its
+// help.
 //
 // Adding a pass is a row here and a file in engine/passes/.
 // Thread rule: constant data.
@@ -24,8 +25,8 @@ struct PassRow {
     std::string_view summary;  ///< one line for help
     bool onByDefault;          ///< one of the registered defaults
     bool appliesToFCPX;        ///< offered for FCPXML too
-    /// Edits the sequence in place and answers it, or null when the run was cancelled. Absent for an
-    /// option that only changes what another pass does.
+    /// Edits the sequence in place and answers it, or null when the run was cancelled. Absent for
+    /// an option that only changes what another pass does.
     XMLNode (*run)(PassRun& run, XMLNode sequence);
 };
 

@@ -211,7 +211,8 @@ XMLNode QVFCPDoc::applyPasses(XMLNode copy, QVSequence& record, const OptionList
 XMLNode QVFCPDoc::renameSequence(XMLNode sequence) {
     constexpr std::string_view suffix = "-Tidied";
     const std::string id(sequence.attribute("id").value_or("Sequence"));
-    // The other attributes are the editing system's view of the original: window positions, previews.
+    // The other attributes are the editing system's view of the original: window positions,
+    // previews.
     sequence.setOnlyAttribute("id", id + std::string(suffix));
     if (XMLNode name = sequence.child("name"))
         name.setText(name.stringValue() + std::string(suffix));

@@ -1,10 +1,10 @@
-// QVFCPDoc: the document of one XMEML file (or native project): its sequences, the run over them, and
-// the delivery of the tidied copies.
+// QVFCPDoc: the document of one XMEML file (or native project): its sequences, the run over them,
+// and the delivery of the tidied copies.
 //
 // Source sequences are never edited: a run works on renamed copies ("NAME-Tidied").
 // Thread rule: construct and destroy on the main thread. startProcessing and
-// populateSequencesForProject run on a background thread (or on the main thread when nothing else pumps
-// it); they reach the view through the MainThread port and wait for it.
+// populateSequencesForProject run on a background thread (or on the main thread when nothing else
+// pumps it); they reach the view through the MainThread port and wait for it.
 #pragma once
 
 #include "engine/ChangeLedger.h"
@@ -47,19 +47,20 @@ public:
 
     // Opening and saving
 
-    /// Opens a path: a native project (extension "fcp" in any case, or HFS type FCPF) or an XML file.
-    /// The sequences are listed on a thread of their own; waitUntilPopulated() waits for it. A file that
-    /// is not valid XML fails with inputInvalid, file and line.
-    /// With deferred verification that answer may come later, from verifySource() and from the run, which
-    /// delivers nothing from such a file.
+    /// Opens a path: a native project (extension "fcp" in any case, or HFS type FCPF) or an XML
+    /// file. The sequences are listed on a thread of their own; waitUntilPopulated() waits for it.
+    /// A file that is not valid XML fails with inputInvalid, file and line.
+    /// With deferred verification that answer may come later, from verifySource() and from the run,
+    /// which delivers nothing from such a file.
     Outcome readFromURL(const std::string& path,
                         Verification verification = Verification::beforeUse);
     /// Waits until it is settled that the file is valid.
     Outcome verifySource() const;
-    /// Blocks until the list started by readFromURL is there, pumping when called on the main thread.
+    /// Blocks until the list started by readFromURL is there, pumping when called on the main
+    /// thread.
     void waitUntilPopulated() { populateThread_.wait(); }
-    /// Saves the whole document, pretty-printed, atomically, with the codes of an XML file of Final Cut
-    /// Pro. With `refuseWhenChanged` fails when `path` is not the file that was read any more.
+    /// Saves the whole document, pretty-printed, atomically, with the codes of an XML file of Final
+    /// Cut Pro. With `refuseWhenChanged` fails when `path` is not the file that was read any more.
     Outcome writeToURL(const std::string& path, Overwrite overwrite = Overwrite::always,
                        bool refuseWhenChanged = false) const;
     bool isFCPProject() const { return isFCPProject_; }
@@ -79,8 +80,8 @@ public:
 
     // The run
 
-    /// Starts startProcessing on a thread of its own and returns at once. The options are the names of
-    /// the boxes that are on.
+    /// Starts startProcessing on a thread of its own and returns at once. The options are the names
+    /// of the boxes that are on.
     void process(const OptionList& options);
     /// Blocks until the run started by process() has ended, pumping when called on the main thread.
     void waitUntilProcessed() { processThread_.wait(); }
@@ -96,14 +97,15 @@ public:
         extraIgnoredEffects_ = std::move(names);
     }
 
-    /// Renames a copy in place and answers it: id and name get "-Tidied", the uuid a fresh one, and id
-    /// stays as the only attribute.
+    /// Renames a copy in place and answers it: id and name get "-Tidied", the uuid a fresh one, and
+    /// id stays as the only attribute.
     XMLNode renameSequence(XMLNode sequence);
     /// The bin with every ticked record's result (or source, when it has none) as XML text, with or
     /// without the header of a whole document. Nothing when the run was cancelled meanwhile.
     std::optional<std::string> generateXMLOutput(bool includeHeader = true);
 
-    // The passes. Each edits the sequence in place and answers it, or null when the run was cancelled.
+    // The passes. Each edits the sequence in place and answers it, or null when the run was
+    // cancelled.
 
     XMLNode removeDisabledClips(XMLNode sequence, std::string_view type);
     XMLNode removeSilentAudioClips(XMLNode sequence);
@@ -154,7 +156,8 @@ private:
     DocumentThread processThread_;
 };
 
-/// The text around the sequences of an output bin, before and after them. The bin gets a fresh uuid.
+/// The text around the sequences of an output bin, before and after them. The bin gets a fresh
+/// uuid.
 struct BinText {
     std::string before;
     std::string after;

@@ -2,8 +2,8 @@
 //
 // It offers to remove filters and markers, works on the whole XML, and keeps the result until it is
 // saved. Every run starts again from the file on disk.
-// Thread rule: construct and destroy on the main thread. startProcessing runs on a background thread (or
-// on the main thread) and reaches the view through the MainThread port.
+// Thread rule: construct and destroy on the main thread. startProcessing runs on a background
+// thread (or on the main thread) and reaches the view through the MainThread port.
 #pragma once
 
 #include "engine/ChangeLedger.h"
@@ -51,8 +51,9 @@ public:
 
     // Each edits the document in place and answers it, or null when the run was cancelled.
 
-    /// Takes the filters below the first sequence out, and each filter's effect resource. Only files of
-    /// the library form have them searched; one with the project at the top keeps its filters.
+    /// Takes the filters below the first sequence out, and each filter's effect resource. Only
+    /// files of the library form have them searched; one with the project at the top keeps its
+    /// filters.
     std::shared_ptr<XMLDocument> removeFilters(std::shared_ptr<XMLDocument> document);
     /// Takes the markers below the first sequence out, in both forms.
     std::shared_ptr<XMLDocument> removeMarkers(std::shared_ptr<XMLDocument> document);

@@ -1,7 +1,7 @@
 // QVSequence: one sequence of a project, a row of the document's list.
 //
-// Owner: the document's sequence list. Thread rule: `selected` may be read and written from any thread;
-// the rest belongs to whichever thread lists or processes at the moment.
+// Owner: the document's sequence list. Thread rule: `selected` may be read and written from any
+// thread; the rest belongs to whichever thread lists or processes at the moment.
 #pragma once
 
 #include "xml/XMLDocument.h"
@@ -32,7 +32,8 @@ public:
     std::atomic<bool> selected{false};   ///< the table's check box
     bool isPlaceholder = false;
     std::optional<std::string> newUUID;  ///< of the renamed copy
-    /// Owns a fetched document that xmlRepresentation is part of; null when the file's document owns it.
+    /// Owns a fetched document that xmlRepresentation is part of; null when the file's document
+    /// owns it.
     std::shared_ptr<XMLDocument> fetchedDocument;
 };
 

@@ -102,7 +102,8 @@ private:
         }
     }
 
-    // The definition in place of the reference, when this is the first use and there is a definition.
+    // The definition in place of the reference, when this is the first use and there is a
+    // definition.
     XMLNode defined(XMLNode reference) {
         const std::string key = keyOf(reference);
         if (defined_.contains(key)) return reference;
@@ -117,8 +118,8 @@ private:
         return copy;
     }
 
-    // A definition that says the same as the first one becomes a reference to it; one that says something
-    // else under the same id is the source's affair and stays.
+    // A definition that says the same as the first one becomes a reference to it; one that says
+    // something else under the same id is the source's affair and stays.
     void keepFirst(XMLNode definition) {
         const std::string key = keyOf(definition);
         const auto own = own_.find(key);

@@ -11,8 +11,8 @@
 
 namespace reelsweep {
 
-/// A range over the child elements of one name, for range-based for. The children may be edited while
-/// they are walked, but the current one must stay where it is.
+/// A range over the child elements of one name, for range-based for. The children may be edited
+/// while they are walked, but the current one must stay where it is.
 class ChildrenNamed {
 public:
     class Iterator {

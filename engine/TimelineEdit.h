@@ -1,7 +1,7 @@
 // TimelineEdit: the one door through which a sequence is edited.
 //
-// It edits the tree, keeps the track indexes current and tells the ledger what changed. It tests nothing
-// and decides nothing: what to edit is the passes' business.
+// It edits the tree, keeps the track indexes current and tells the ledger what changed. It tests
+// nothing and decides nothing: what to edit is the passes' business.
 // Owner: the run (one per sequence). Thread rule: the run's thread.
 #pragma once
 
@@ -34,8 +34,8 @@ public:
     void detachTrack(XMLNode track, const std::string& reason);
     /// Sets the text of an element that is there.
     void setText(XMLNode element, std::string_view text);
-    /// Sets those of an item's times that are given, each on an existing child only. No track is indexed
-    /// afterwards.
+    /// Sets those of an item's times that are given, each on an existing child only. No track is
+    /// indexed afterwards.
     ///   [aaaa]----   ->   [aaaaaa]--
     void trim(XMLNode item, const ItemTimes& times);
 
@@ -50,8 +50,8 @@ public:
     void move(TrackIndex& from, TrackIndex::Id id, TrackIndex& to, std::size_t place);
     void detach(TrackIndex& track, TrackIndex::Id id, const std::string& reason);
     void trim(TrackIndex& track, TrackIndex::Id id, const ItemTimes& times);
-    /// Makes two of an item: a copy that ends at `gap.start`, and the item itself, from `gap.end` on with
-    /// its `in` raised by what is cut away. The copy keeps everything else, its id too.
+    /// Makes two of an item: a copy that ends at `gap.start`, and the item itself, from `gap.end`
+    /// on with its `in` raised by what is cut away. The copy keeps everything else, its id too.
     ///   [aaaaaaaaaaaaa]   ->   [aaa]      [aaa]
     void split(TrackIndex& track, TrackIndex::Id id, FrameRange gap, const ItemTimes& right);
     /// Makes a new item the child at `place` of the track; appends it when that is past the end.

@@ -240,7 +240,8 @@ void TrackIndex::pull(Id id) {
         s.largestEnd = std::max(s.largestEnd, c.largestEnd);
         s.smallestRealEnd = std::min(s.smallestRealEnd, c.smallestRealEnd);
         const bool isLeft = child == node.left;
-        // The left subtree's forward stop comes first; its backward stop counts when no later one does.
+        // The left subtree's forward stop comes first; its backward stop counts when no later one
+        // does.
         if (c.forwardStops > 0 && (isLeft || s.forwardStops == 0))
             s.firstForwardStop = c.firstForwardStop;
         if (c.backwardStops > 0 && (!isLeft || s.backwardStops == 0))
@@ -295,8 +296,8 @@ struct TrackIndex::Bounds {
     }
 };
 
-// `around` holds where walks that leave the subtree end: back at its start, forth at its end. `skip` is
-// how many of the subtree's first entries are passed over.
+// `around` holds where walks that leave the subtree end: back at its start, forth at its end.
+// `skip` is how many of the subtree's first entries are passed over.
 template <class Possible, class Wanted>
 TrackIndex::Id TrackIndex::find(Id subtree, FrameRange around, std::size_t skip,
                                 const Possible& possible, const Wanted& wanted) const {
@@ -535,7 +536,8 @@ TrackIndex::Id TrackIndex::merge(Id left, Id right) {
     r ^= r << 13;
     r ^= r >> 7;
     r ^= r << 17;
-    // Each entry is the root with equal chance: that keeps the tree balanced whatever is done to it.
+    // Each entry is the root with equal chance: that keeps the tree balanced whatever is done to
+    // it.
     if (r % (count(left) + count(right)) < count(left)) {
         const Id merged = merge(at(left).right, right);
         at(left).right = merged;

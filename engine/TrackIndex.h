@@ -1,19 +1,22 @@
 // TrackIndex: the child nodes of a track in order, searchable by time.
 //
-// The passes that move, hide and merge clips ask the same questions again and again: which group does a
-// clip move with, who stands in the way between two frames, what ended last before a frame. Answered by
-// queries, each costs a walk over the track. Here each costs O(log n) on a track in time order:
+// The passes that move, hide and merge clips ask the same questions again and again: which group
+// does a clip move with, who stands in the way between two frames, what ended last before a frame.
+// Answered by queries, each costs a walk over the track. Here each costs O(log n) on a track in
+// time order:
 //
 //   V1   A[0,100)   B[100,-1)  x[190,210)  C[-1,300)        D[400,500)
 //                   '------- one group, [100,300) --'
 //
-// The nodes stand in a balanced tree in sibling order (a randomised search tree). Every subtree keeps the
-// outer edges of what is in it, so a search skips the subtrees in which nothing can match. All that is
-// stored about neighbours is two marks: whether a walk back or forth over edges of -1 stops at a node. So
-// a move, split or trim updates a node, its neighbours and their ancestors, and nothing else.
+// The nodes stand in a balanced tree in sibling order (a randomised search tree). Every subtree
+// keeps the outer edges of what is in it, so a search skips the subtrees in which nothing can
+// match. All that is stored about neighbours is two marks: whether a walk back or forth over edges
+// of -1 stops at a node. So a move, split or trim updates a node, its neighbours and their
+// ancestors, and nothing else.
 //
 // Files may hold any text as a time. Own edges are compared as XPath numbers and groups by leading
-// integers, as queries on the tree would, so that the answers are the same for malformed files too. Owner: SequenceIndex. Thread rule: the thread that edits the sequence.
+// integers, as queries on the tree would, so that the answers are the same for malformed files too.
+// Owner: SequenceIndex. Thread rule: the thread that edits the sequence.
 #pragma once
 
 #include "xml/Frames.h"
@@ -50,11 +53,12 @@ struct TrackEntry {
     bool stopsForwardWalk = false;
 
     bool isTimed() const { return kind != Kind::other; }
-    /// Which of the searches for what stands in the way of a range finds the entry by its own edges: 1
-    /// starts inside, 2 ends inside, 3 covers it, 4 a clip that only its group places; 0 none of them.
+    /// Which of the searches for what stands in the way of a range finds the entry by its own
+    /// edges: 1 starts inside, 2 ends inside, 3 covers it, 4 a clip that only its group places; 0
+    /// none of them.
     int searchInTheWayOf(FrameRange range) const;
-    /// The same for what lies inside a range, clips and generators only: 1 by its own edges, 2 a clip that
-    /// only its group places; 0 neither.
+    /// The same for what lies inside a range, clips and generators only: 1 by its own edges, 2 a
+    /// clip that only its group places; 0 neither.
     int searchInside(FrameRange range) const;
     /// Both edges inside transitions: only its group says where it is.
     bool isMiddleOfChain() const {
@@ -66,8 +70,8 @@ struct TrackEntry {
     static TrackEntry of(XMLNode node);
 };
 
-/// Whether a lower item in `lower` keeps an upper one in `upper` from moving down. Ranges that only touch
-/// do not conflict.
+/// Whether a lower item in `lower` keeps an upper one in `upper` from moving down. Ranges that only
+/// touch do not conflict.
 bool conflict(FrameRange lower, FrameRange upper);
 
 /// How an item's own edges lie to a range that hides what is below it.
@@ -82,7 +86,8 @@ Overlap overlapOf(FrameRange item, FrameRange hiding);
 
 class TrackIndex;
 
-/// The entries of all indexed tracks of one sequence; entries keep their number when they change track.
+/// The entries of all indexed tracks of one sequence; entries keep their number when they change
+/// track.
 class SequenceIndex {
 public:
     using Id = std::uint32_t;
@@ -157,18 +162,20 @@ public:
     struct Run {
         Id first = none;
         Id last = none;
-        /// One chain of clips joined by transitions, plain in every number, longer than two clips. All its
-        /// clips have the whole run as their group; only its first and last clip have an edge of their own.
+        /// One chain of clips joined by transitions, plain in every number, longer than two clips.
+        /// All its clips have the whole run as their group; only its first and last clip have an
+        /// edge of their own.
         bool isChain = false;
         FrameRange range;  ///< of the group; only for a chain
     };
     /// The smallest run that holds `id`.
     Run run(Id id) const;
 
-    /// The first entry from `from` on (or from the start, for none) whose own edges make it a candidate
-    /// for `range` and whose group conflicts with it. Null id when the range is free.
+    /// The first entry from `from` on (or from the start, for none) whose own edges make it a
+    /// candidate for `range` and whose group conflicts with it. Null id when the range is free.
     Id firstInTheWay(FrameRange range, Id from = none) const;
-    /// The first clip or generator from `from` on that lies, with its whole group, inside the range.
+    /// The first clip or generator from `from` on that lies, with its whole group, inside the
+    /// range.
     Id firstInside(FrameRange range, Id from = none) const;
     /// The last node that ends at or before the frame, at 0 or later.
     Id lastEndingBy(Frames frame) const;
@@ -181,8 +188,8 @@ public:
 
     // Keeping current. The tree of nodes is edited by TimelineEdit, which calls these.
 
-    /// Takes an entry over, from another track or from elsewhere on this one, to be the child at `place`
-    /// once it has left its old place.
+    /// Takes an entry over, from another track or from elsewhere on this one, to be the child at
+    /// `place` once it has left its old place.
     void takeOver(TrackIndex& from, Id id, std::size_t place);
     void remove(Id id);
     /// Adds a node that now is the child at `place`.

@@ -7,8 +7,8 @@
 
 namespace reelsweep {
 
-/// Installs a platform that says nothing and keeps its files in a temporary folder. Only the first call
-/// does something.
+/// Installs a platform that says nothing and keeps its files in a temporary folder. Only the first
+/// call does something.
 void installQuietPlatform();
 
 /// A file in that folder.

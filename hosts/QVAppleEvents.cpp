@@ -52,14 +52,16 @@ std::string QVAppleEvents::finalCutProVersionString() {
 int QVAppleEvents::finalCutProMajorVersion() {
     const std::string version = finalCutProVersionString();
     if (version.empty()) return 7;
-    // Only the first digit is read: Final Cut Pro never had a two-digit major version in this series.
+    // Only the first digit is read: Final Cut Pro never had a two-digit major version in this
+    // series.
     return leadingInteger(version.substr(0, 1));
 }
 
 int QVAppleEvents::maximumXMEMLVersion() {
     std::vector<std::string> parts = partsOf(finalCutProVersionString());
-    // Counts what it appended against what is still missing, so a one-part version gains one part only
-    // and the third is out of range: such a version never shipped, and callers handle the exception.
+    // Counts what it appended against what is still missing, so a one-part version gains one part
+    // only and the third is out of range: such a version never shipped, and callers handle the
+    // exception.
     if (parts.size() < 3) {
         std::size_t appended = 0;
         do {

@@ -1,7 +1,7 @@
 // QVFCPProjectController: holds the XML document of one project and answers queries on it.
 //
-// Owner: the project document. Thread rule: never loaded from two threads at once; queries follow the
-// rule of the tree.
+// Owner: the project document. Thread rule: never loaded from two threads at once; queries follow
+// the rule of the tree.
 #pragma once
 
 #include "support/Failure.h"
@@ -26,8 +26,8 @@ public:
     void setXmlDoc(std::shared_ptr<XMLDocument> document) { xmlDoc_ = std::move(document); }
 
     /// Loads an XML file. False, with the old document kept, when no file exists at the path. True
-    /// otherwise, also for a file that does not parse: then there is no document, and loadFailure() says
-    /// why.
+    /// otherwise, also for a file that does not parse: then there is no document, and loadFailure()
+    /// says why.
     bool setXmlDocFromFilePath(const std::string& path,
                                Verification verification = Verification::beforeUse);
     const std::optional<Failure>& loadFailure() const { return loadFailure_; }

@@ -18,7 +18,8 @@ struct HFSCodes {
 /// Nothing when the file has none or the file system keeps none.
 std::optional<HFSCodes> readHFSCodes(const std::string& path);
 
-/// Sets the codes of an open file. False where the file system keeps none; the file is good without.
+/// Sets the codes of an open file. False where the file system keeps none; the file is good
+/// without.
 bool writeHFSCodes(int descriptor, HFSCodes codes);
 
 }  // namespace reelsweep

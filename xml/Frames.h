@@ -1,7 +1,7 @@
 // Frames: a time on a timeline, in frames of the sequence's timebase. An integer, never a float.
 //
-// Ranges of frames are half-open: the start is in the range, the end is not. An edge that lies inside a
-// transition is written as -1 in the files; `edgeInTransition` names it.
+// Ranges of frames are half-open: the start is in the range, the end is not. An edge that lies
+// inside a transition is written as -1 in the files; `edgeInTransition` names it.
 #pragma once
 
 #include <compare>
@@ -37,8 +37,8 @@ inline constexpr std::string_view edgeInTransitionText = "-1";
 
 inline std::string description(Frames frames) { return frames.text(); }
 
-/// The integer at the front of a text, after white space and with an optional sign, clamped to 64 bits;
-/// 0 when there is none. "1055.0" reads as 1055.
+/// The integer at the front of a text, after white space and with an optional sign, clamped to 64
+/// bits; 0 when there is none. "1055.0" reads as 1055.
 Frames leadingFrames(std::string_view text);
 
 /// A text as XPath's number() reads it: "+5", "12x" and an empty text are not a number (NaN).

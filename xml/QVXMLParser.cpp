@@ -48,7 +48,8 @@ std::optional<std::string> withoutPercentEscapes(std::string_view text, int larg
     return result;
 }
 
-// Names from some systems hold percent escapes; one that cannot be undone leaves the whole text alone.
+// Names from some systems hold percent escapes; one that cannot be undone leaves the whole text
+// alone.
 std::string asciiUnescaped(std::string text) {
     return withoutPercentEscapes(text, 0x7F).value_or(text);
 }
@@ -193,7 +194,8 @@ std::vector<XMLNode> QVXMLParser::affectedNodesForClip(XMLNode clip, Frames* ran
     std::string_view start = edgeText(clip, "start");
     std::string_view end = edgeText(clip, "end");
 
-    // Siblings are taken as they stand, whatever they are: one without times ends the walk at frame 0.
+    // Siblings are taken as they stand, whatever they are: one without times ends the walk at frame
+    // 0.
     if (start == edgeInTransitionText) {
         for (XMLNode p = clip.previousSibling(); p; p = p.previousSibling()) {
             before.push_back(p);
@@ -235,8 +237,8 @@ std::string QVXMLParser::escapeQueryString(std::string_view text) {
                 escaped += static_cast<char16_t>(digit);
             escaped += u';';
         } else if (unit == u'&') {
-            // Unsigned on purpose: on a text shorter than four units the bound wraps around, and the
-            // comparison then fails as it reaches past the end. Callers never pass such a text.
+            // Unsigned on purpose: on a text shorter than four units the bound wraps around, and
+            // the comparison then fails as it reaches past the end. Callers never pass such a text.
             if (i < units.size() - 4) {
                 if (units.size() - i < ampersand.size())
                     throw std::out_of_range("range beyond the end of the query \"" +

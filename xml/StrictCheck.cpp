@@ -63,7 +63,8 @@ private:
 
     static void XMLCALL endElement(void* user, const XML_Char*) { --self(user).depth_; }
 
-    // Interchange files declare none; a declared one is a way to blow up memory or to read other files.
+    // Interchange files declare none; a declared one is a way to blow up memory or to read other
+    // files.
     static void XMLCALL entityDeclaration(void* user, const XML_Char* entity, int, const XML_Char*,
                                           int, const XML_Char*, const XML_Char*, const XML_Char*,
                                           const XML_Char*) {

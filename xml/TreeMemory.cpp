@@ -10,9 +10,9 @@ namespace reelsweep {
 
 namespace {
 
-// A region starts at a multiple of its alignment, so a block's region is found from its address. Blocks
-// are cut off a region one after the other, and the region is given back when its last block is freed.
-// A large block has a region of its own, which it starts.
+// A region starts at a multiple of its alignment, so a block's region is found from its address.
+// Blocks are cut off a region one after the other, and the region is given back when its last block
+// is freed. A large block has a region of its own, which it starts.
 struct Region {
     std::size_t bytes;  // of the whole mapping
     std::size_t used;

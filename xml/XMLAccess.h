@@ -4,7 +4,8 @@
 //
 //   pugi document
 //     declaration, comments before the DOCTYPE, DOCTYPE      not reached by any query
-//     slot                                                   an element that hides what is around it
+//     slot                                                   an element that hides what is around
+// it
 //       content                                              what XMLDocument::node() answers
 //         comments, processing instructions, root element
 //     detached                                               always the last child

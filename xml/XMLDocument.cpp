@@ -16,8 +16,8 @@ namespace reelsweep {
 
 namespace {
 
-// pugixml reads line ends as XML wants them in texts and comments, but not in processing instructions and
-// the DOCTYPE.
+// pugixml reads line ends as XML wants them in texts and comments, but not in processing
+// instructions and the DOCTYPE.
 class LineEndNormaliser final : public pugi::xml_tree_walker {
 public:
     bool for_each(pugi::xml_node& node) override {

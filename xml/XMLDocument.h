@@ -1,11 +1,12 @@
 // XMLDocument: a whole XML document, owner of all its nodes, attached or not.
 //
-// Loading is strict. The bytes are checked for well-formedness by a second parser (on a second thread
-// for large input) and refused, with line and column, when they are not well-formed, declare entities,
-// refer to undeclared or external ones, or nest deeper than maximumDepth. White-space-only text between
-// elements is dropped; a text that is an element's only content is kept even when blank. Comments, CDATA
-// sections, processing instructions and the DOCTYPE survive a load and save.
-// Thread rule: one document is used from one thread at a time; different documents are independent.
+// Loading is strict. The bytes are checked for well-formedness by a second parser (on a second
+// thread for large input) and refused, with line and column, when they are not well-formed, declare
+// entities, refer to undeclared or external ones, or nest deeper than maximumDepth.
+// White-space-only text between elements is dropped; a text that is an element's only content is
+// kept even when blank. Comments, CDATA sections, processing instructions and the DOCTYPE survive a
+// load and save. Thread rule: one document is used from one thread at a time; different documents
+// are independent.
 #pragma once
 
 #include "support/AtomicFile.h"
@@ -41,8 +42,8 @@ public:
     XMLDocument(XMLDocument&&) noexcept;
     XMLDocument& operator=(XMLDocument&&) noexcept;
 
-    /// Reads UTF-8, UTF-16 or ISO-8859-1 from a file. Fails with inputUnreadable or inputInvalid; the
-    /// failure names the file. "-" is a file name like any other here.
+    /// Reads UTF-8, UTF-16 or ISO-8859-1 from a file. Fails with inputUnreadable or inputInvalid;
+    /// the failure names the file. "-" is a file name like any other here.
     ///
     /// With deferred verification the check of a large file goes on beside the caller's work. Until
     /// verify() has succeeded, nothing made from the tree may be kept.
@@ -58,7 +59,8 @@ public:
     XMLNode node() const;
     XMLNode rootElement() const;
 
-    /// The document as text, with its declaration and DOCTYPE. UTF-8, ends in a line feed when pretty.
+    /// The document as text, with its declaration and DOCTYPE. UTF-8, ends in a line feed when
+    /// pretty.
     std::string serialise(XMLFormat format) const;
     /// Writes serialise(format) to a sink chunk by chunk, so that no second copy is held in memory.
     void serialise(XMLFormat format, ByteSink& sink) const;
@@ -73,8 +75,8 @@ private:
     std::shared_future<Outcome> check_;
 };
 
-/// The name of a file's root element; only as much is read as that takes. Fails with inputUnreadable or
-/// inputInvalid. Not for pipes: what was read is gone.
+/// The name of a file's root element; only as much is read as that takes. Fails with
+/// inputUnreadable or inputInvalid. Not for pipes: what was read is gone.
 Result<std::string> rootElementName(const std::string& path);
 
 /// One node (an element with all below it) as text, without declaration.

@@ -1,8 +1,8 @@
 // XMLNode: a cheap handle on one node of an XML tree. The XMLDocument owns the nodes.
 //
 // A null handle is safe everywhere: its relatives are null, its texts empty, edits do nothing.
-// Detaching a node never invalidates a handle: the node loses its parent and siblings, no query from
-// elsewhere reaches it, and its memory is freed with its document.
+// Detaching a node never invalidates a handle: the node loses its parent and siblings, no query
+// from elsewhere reaches it, and its memory is freed with its document.
 // Thread rule: one document's nodes are used from one thread at a time.
 #pragma once
 
@@ -80,12 +80,12 @@ public:
     /// First text (or CDATA) child; null when there is none.
     XMLNode firstText() const;
 
-    /// The element after this one in document order that lies below `top` and has that name (any name
-    /// when empty); null after the last. From `top` itself it answers the first one.
+    /// The element after this one in document order that lies below `top` and has that name (any
+    /// name when empty); null after the last. From `top` itself it answers the first one.
     XMLNode nextElement(const XMLNode& top, std::string_view name) const;
-    /// Calls visit(element) for every element below this node whose name is one of `names` (any name
-    /// when there are none), in document order. One walk over all nodes. The tree must not be edited
-    /// meanwhile.
+    /// Calls visit(element) for every element below this node whose name is one of `names` (any
+    /// name when there are none), in document order. One walk over all nodes. The tree must not be
+    /// edited meanwhile.
     void forEachDescendant(std::initializer_list<std::string_view> names,
                            const std::function<void(XMLNode)>& visit) const;
     bool hasDescendant(std::string_view name) const { return bool(nextElement(*this, name)); }

@@ -21,7 +21,8 @@ bool isNameCharacter(char c) {
            c == ':' || static_cast<unsigned char>(c) >= 128;
 }
 
-// The character that the reference at the front of `text` stands for, and how long the reference is.
+// The character that the reference at the front of `text` stands for, and how long the reference
+// is.
 struct Reference {
     std::uint32_t character;
     std::size_t length;
@@ -53,7 +54,8 @@ std::optional<Reference> referenceAt(std::string_view text) {
     return Reference{character, length};
 }
 
-// References become characters. Escaping works on 16-bit units, so two references may be one character.
+// References become characters. Escaping works on 16-bit units, so two references may be one
+// character.
 std::string withoutReferences(std::string_view literal) {
     std::u16string units;
     while (!literal.empty()) {
@@ -88,8 +90,8 @@ std::string quoted(const std::string& text) {
     }
 }
 
-// "(clipitem | generatoritem)" as a step becomes "*[self::clipitem or self::generatoritem]"; any other
-// parenthesis stays as it is.
+// "(clipitem | generatoritem)" as a step becomes "*[self::clipitem or self::generatoritem]"; any
+// other parenthesis stays as it is.
 std::optional<std::string> unionStep(std::string_view inside) {
     std::string step = "*[";
     std::string name;
@@ -187,7 +189,8 @@ Result<std::vector<XMLNode>> selectNodes(XMLNode context, std::string_view query
     if (!context) return nodes;
     std::string relative;
     if (!query.empty() && query[0] == '/') {
-        // What pugixml takes for the root holds more than the document: start at the document's node.
+        // What pugixml takes for the root holds more than the document: start at the document's
+        // node.
         while (const XMLNode parent = context.parent()) context = parent;
         relative.append(".").append(query);
         query = relative;

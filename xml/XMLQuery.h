@@ -1,7 +1,9 @@
-// XPath queries on a tree: XPath 1.0 with three habits of the queries that this program has always used.
+// XPath queries on a tree: XPath 1.0 with three habits of the queries that this program has always
+// used.
 //
 //  - A parenthesised union of names may stand as a path step: "./track/(clipitem | generatoritem)".
-//  - Character references and the predefined entity references inside string literals stand for their
+//  - Character references and the predefined entity references inside string literals stand for
+// their
 //    characters, so that an escaped query finds the text that it was made from.
 //  - A predicate may follow an abbreviated step: "./name/..[value > 0]".
 //
@@ -17,9 +19,9 @@
 
 namespace reelsweep {
 
-/// All matches of the query with `context` as its context node. A leading "/" starts at the document.
-/// Fails with usage when the query is not understood or does not select nodes; a null context has no
-/// matches.
+/// All matches of the query with `context` as its context node. A leading "/" starts at the
+/// document. Fails with usage when the query is not understood or does not select nodes; a null
+/// context has no matches.
 Result<std::vector<XMLNode>> selectNodes(XMLNode context, std::string_view query);
 
 }  // namespace reelsweep

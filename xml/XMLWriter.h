@@ -12,9 +12,10 @@ namespace reelsweep {
 
 // Writes nodes to a sink in large pieces.
 //
-// pugixml puts a carriage return of a text out as it is, and a parser reads that as a line feed: a name
-// would change with every load and save. So every carriage return in the output becomes a character
-// reference. That touches texts and attributes only, since loading leaves none anywhere else.
+// pugixml puts a carriage return of a text out as it is, and a parser reads that as a line feed: a
+// name would change with every load and save. So every carriage return in the output becomes a
+// character reference. That touches texts and attributes only, since loading leaves none anywhere
+// else.
 class XMLWriter final : private pugi::xml_writer {
 public:
     XMLWriter(ByteSink& sink, XMLFormat format) : sink_(sink), format_(format) {}

@@ -60,7 +60,8 @@ XMLNode collapseTracks(PassRun& run, XMLNode sequence, bool reverse) {
     if (!tracks.empty() && run.cancelled()) return {};
     QVLog::fastAppendLog("Total tracks to process: %i", tracks.size());
 
-    // A clip falls one track a visit: from the top down it can fall on, from the bottom up it cannot.
+    // A clip falls one track a visit: from the top down it can fall on, from the bottom up it
+    // cannot.
     for (std::size_t step = 1; step < tracks.size(); ++step) {
         const std::size_t upper = reverse ? tracks.size() - step : step;
         if (run.cancelled()) return {};

@@ -15,8 +15,8 @@ Frames lengthOf(const TrackEntry& entry) {
     return entry.start >= zero && entry.end >= zero ? entry.end - entry.start : zero;
 }
 
-// The range without the transitions at its ends: only the fully opaque middle hides anything. Both ends
-// go by the length of the group's first node, as they always have.
+// The range without the transitions at its ends: only the fully opaque middle hides anything. Both
+// ends go by the length of the group's first node, as they always have.
 FrameRange opaqueMiddle(const OpaqueClip& clip) {
     FrameRange range = clip.group.range;
     const TrackEntry& first = clip.upper.entry(clip.group.first);
@@ -35,8 +35,8 @@ void addIfCut(const TrackIndex& lower, Id id, FrameRange range, Found& found) {
     if (overlapOf({entry.start, entry.end}, range) != Overlap::none) found.cuts.push_back(id);
 }
 
-// In a chain every clip but the first and the last has no edge of its own, and nothing to cut. Its middle
-// clips are always candidates, so the chain is hidden as one or not at all.
+// In a chain every clip but the first and the last has no edge of its own, and nothing to cut. Its
+// middle clips are always candidates, so the chain is hidden as one or not at all.
 void findInChain(const TrackIndex& lower, const TrackIndex::Run& chain, FrameRange range,
                  Found& found) {
     if (!conflict(chain.range, range)) return;

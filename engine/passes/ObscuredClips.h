@@ -20,8 +20,8 @@ struct OpaqueClip {
     TrackIndex::Group group;
 };
 
-/// Visits every opaque clip above another video track, top track first. False when cancelled; a visit
-/// answers false to say so too.
+/// Visits every opaque clip above another video track, top track first. False when cancelled; a
+/// visit answers false to say so too.
 template <class Visit>
 bool visitOpaqueClips(PassRun& run, XMLNode sequence, Visit visit) {
     const std::vector<XMLNode> tracks = mainTracks(sequence, "video");
@@ -62,9 +62,10 @@ private:
 
 /// Works out, over one run of a track, which entries a clip above hides.
 ///
-/// `search` tells by which search an entry is found (from 1; 0 for none). What the searches find, in order
-/// of first appearance, is the set to begin with. Then each of these entries brings its whole group into
-/// the set when `keeps` holds for the group's range, and takes its whole group out when not.
+/// `search` tells by which search an entry is found (from 1; 0 for none). What the searches find,
+/// in order of first appearance, is the set to begin with. Then each of these entries brings its
+/// whole group into the set when `keeps` holds for the group's range, and takes its whole group out
+/// when not.
 template <class Search, class Keeps>
 EntrySet hiddenInRun(const TrackIndex& track, const TrackIndex::Run& run, int searches,
                      Search search, Keeps keeps) {

@@ -1,5 +1,5 @@
-// The clean-up passes. Each edits the sequence in place through the run's TimelineEdit and answers it,
-// or null when the run was cancelled: what was done before the cancel stays done.
+// The clean-up passes. Each edits the sequence in place through the run's TimelineEdit and answers
+// it, or null when the run was cancelled: what was done before the cancel stays done.
 //
 // Thread rule: the run's thread.
 #pragma once

@@ -27,8 +27,8 @@ Frames framesIn(XMLNode item, const char* name) {
     return leadingFrames(item.child(name).stringValue());
 }
 
-// Gives the clips on both sides of a transition real edges, so that they meet at a cut. An odd length
-// leaves one frame between them: both sides take the half that is rounded down.
+// Gives the clips on both sides of a transition real edges, so that they meet at a cut. An odd
+// length leaves one frame between them: both sides take the half that is rounded down.
 void closeOver(PassRun& run, XMLNode transition) {
     const Frames start = framesIn(transition, "start");
     const Frames end = framesIn(transition, "end");

@@ -20,8 +20,8 @@ std::string slugNumber(Frames frames) {
 
 // Makes the slugs of one sequence.
 //
-// The first slug of a sequence is "Slug" and defines the file "Slug1"; the next ones are Slug2, Slug3 and
-// so on and refer to that file. There is no clip "Slug1": the id belongs to the file.
+// The first slug of a sequence is "Slug" and defines the file "Slug1"; the next ones are Slug2,
+// Slug3 and so on and refer to that file. There is no clip "Slug1": the id belongs to the file.
 class SlugMaker {
 public:
     explicit SlugMaker(XMLNode sequence) {
@@ -70,8 +70,8 @@ XMLNode firstVideoTrack(XMLNode sequence) {
     return track;
 }
 
-// The track's clips with the ranges of their groups. A clip inside another item (a nested sequence, a
-// multiclip) is not in the index: its group stands among its own siblings.
+// The track's clips with the ranges of their groups. A clip inside another item (a nested sequence,
+// a multiclip) is not in the index: its group stands among its own siblings.
 class ClipRanges {
 public:
     explicit ClipRanges(TrackIndex& index) : index_(index), direct_(index.items()) {}
@@ -123,8 +123,8 @@ XMLNode replaceGapsWithSlugs(PassRun& run, XMLNode sequence) {
             const std::string xml = slugs.makeXML({previousEnd, range.start});
             const Result<XMLNode> slug = sequence.parseDetached(xml);
             if (!slug) throw std::logic_error("slug: " + slug.failure().description());
-            // A clip inside another item has an index among its own siblings: that is where the slug goes,
-            // into the track all the same.
+            // A clip inside another item has an index among its own siblings: that is where the
+            // slug goes, into the track all the same.
             run.edit.insertItem(index, *slug, place);
             QVLog::fastAppendLog("slug: %@", xml);
         }

@@ -10,8 +10,8 @@ namespace reelsweep::passes {
 
 namespace {
 
-// Effects whose output is not a full opaque frame: distortion, keying, mattes, perspective, text, shapes
-// and generators.
+// Effects whose output is not a full opaque frame: distortion, keying, mattes, perspective, text,
+// shapes and generators.
 constexpr std::array<std::string_view, 46> transparentEffects = {
     "Black Hole",
     "Bulge",
