@@ -39,7 +39,7 @@ TEST(Interruption, OfARunLeavesNothingBehind) {
     for (const int signal : {SIGINT, SIGTERM}) {
         for (const char* const label : {"Reading", "Initializing", "Removing", "Collapsing"}) {
             SCOPED_TRACE(label);
-            // The label may be read when its work is over; later labels leave less work to interrupt.
+            // The label may be read when the work is over already.
             Ended ended;
             for (int attempt = 0; attempt < 20 && ended.status != 130; ++attempt) {
                 const Workplace workplace;

@@ -21,7 +21,7 @@ constexpr const char* dropFrame =
 
 TEST(List, ShowsSequencesInAlignedColumns) {
     std::string contents = withoutProject({dropFrame, "V1: A[0,100) B[100,-1)"});
-    // Wide characters take two columns; a line end and an escape character must not reach a terminal.
+    // Wide characters take two columns; line ends and escape characters must not reach a terminal.
     contents.replace(contents.find("Reel 1"), 6, "港の朝");
     contents.replace(contents.find("Reel 2"), 6, "a%1Bb&#13;c");
     const Workplace workplace;

@@ -74,8 +74,8 @@ private:
 Ended run(const Workplace& workplace, std::vector<std::string> arguments,
           const Surroundings& surroundings = {});
 
-/// A project with one sequence for each text, in the notation of tests/timeline/Timeline.h. They are
-/// called "Reel 1", "Reel 2" and so on, with the uuids "U1", "U2" and so on.
+/// A project with one sequence for each text, in the notation of tests/timeline/Timeline.h. They
+/// are called "Reel 1", "Reel 2" and so on, with the uuids "U1", "U2" and so on.
 std::string project(const std::vector<std::string>& timelines);
 /// The same sequences without a project around them.
 std::string withoutProject(const std::vector<std::string>& timelines);

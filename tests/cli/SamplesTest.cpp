@@ -1,4 +1,5 @@
-// Real exports of several editing applications, and the bundled sample, through every choice of passes.
+// Real exports of several editing applications, and the bundled sample, through every choice of
+// passes.
 #include "tests/cli/Program.h"
 
 #include "engine/PassTable.h"

@@ -1,4 +1,5 @@
-// What `tidy` does with good files: which sequences and passes, where the result goes, what it tells.
+// What `tidy` does with good files: which sequences and passes, where the result goes, and what it
+// tells.
 #include "tests/cli/Program.h"
 
 #include "engine/PassTable.h"

@@ -1,4 +1,5 @@
-// TemporaryFolder: a new empty folder that goes away with the object, and reading and writing files.
+// TemporaryFolder: a new empty folder that goes away with the object, and reading and writing
+// files.
 #pragma once
 
 #include <filesystem>

@@ -244,7 +244,8 @@ TEST_F(Authorization, WithoutTheRightNothingHappens) {
 }
 
 TEST_F(Authorization, ThePolkitToolIsAskedForEachRunAndItsRefusalCounts) {
-    // Stands in for the system's tool: runs what it is given, or answers as it does after a refusal.
+    // Stands in for the system's tool: runs what it is given, or answers as it does after a
+    // refusal.
     writeFile(home / "pkexec", "#!/bin/sh\n[ ! -e \"$0.refuse\" ] || exit 126\nexec \"$@\"\n");
     ASSERT_EQ(::chmod((home / "pkexec").c_str(), 0755), 0);
     const auto polkit = [&](const std::string& path) {

@@ -1,7 +1,7 @@
 // TestHome: a home folder of a test's own, with a platform that lives in it.
 //
-// HOME points to the folder, so child processes live in it too. The user is an ordinary one, whoever
-// runs the tests. Make it before anything logs, and destroy it when nothing logs any more.
+// HOME points to the folder, so child processes live in it too. The user is an ordinary one,
+// whoever runs the tests. Make it before anything logs, and destroy it when nothing logs any more.
 #pragma once
 
 #include "platform/Platform.h"
