@@ -23,6 +23,14 @@ constexpr std::size_t alignment = std::size_t{1} << 25;  // 32 MiB
 constexpr std::size_t headerBytes = 64;                  // keeps blocks on cache lines
 constexpr std::size_t largestShared = alignment / 16;
 
+#if defined(__SANITIZE_ADDRESS__)
+constexpr bool underAddressSanitizer = true;
+#elif defined(__has_feature)
+constexpr bool underAddressSanitizer = __has_feature(address_sanitizer);
+#else
+constexpr bool underAddressSanitizer = false;
+#endif
+
 std::mutex mutex;
 Region* current = nullptr;
 
@@ -89,17 +97,15 @@ void release(void* block) {
 
 }  // namespace
 
-#if defined(__SANITIZE_ADDRESS__)
-// AddressSanitizer only sees mistakes in memory that it hands out itself.
-void useTreeMemory() {}
-#else
 void useTreeMemory() {
-    static const bool done = [] {
-        pugi::set_memory_management_functions(allocate, release);
-        return true;
-    }();
-    static_cast<void>(done);
+    // AddressSanitizer only sees mistakes in memory that it hands out itself.
+    if constexpr (!underAddressSanitizer) {
+        static const bool done = [] {
+            pugi::set_memory_management_functions(allocate, release);
+            return true;
+        }();
+        static_cast<void>(done);
+    }
 }
-#endif
 
 }  // namespace reelsweep
