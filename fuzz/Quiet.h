@@ -1,4 +1,6 @@
 // The surroundings of a fuzz target: no log, no alerts, no home folder.
+//
+// Thread rule: main thread.
 #pragma once
 
 #include "engine/DocumentView.h"
@@ -7,8 +9,8 @@
 
 namespace reelsweep {
 
-/// Installs a platform that says nothing and keeps its files in a temporary folder. Only the first
-/// call does something.
+/// Installs a platform that says nothing and keeps its files in a temporary folder, which goes when
+/// the process ends. Only the first call does something.
 void installQuietPlatform();
 
 /// A file in that folder.
