@@ -11,6 +11,7 @@
 #include <unistd.h>
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <pugixml.hpp>
@@ -194,6 +195,8 @@ struct Bench {
 };
 
 void runBenchmarks(const fs::path& parent, std::size_t items, int runs) {
+    std::setvbuf(stdout, nullptr, _IOLBF,
+                 0);  // a run takes minutes: show each table when it is there
     const WorkFolder folder(parent);
     QVLog::createNewLog("reelsweep-bench", true);
     fmt::print("{}; files on {} ({})\n\n", machine(), fileSystemOf(folder.path()), parent.string());

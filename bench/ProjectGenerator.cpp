@@ -189,8 +189,7 @@ private:
                 writeItem(at, inTransition, length);
                 writeTransition(end - 8, end, "end-black");
                 return end;
-            // A x B, begins on the cut: the outgoing clip has handles, its edge does not show it
-            case 3:
+            case 3:  // A x B, begins on the cut: A keeps its edge, only B runs into the transition
                 writeItem(at, end, length);
                 writeTransition(end, end + 10, "start");
                 writeItem(inTransition, end + length, length);
