@@ -50,7 +50,7 @@ std::optional<std::string> withoutPercentEscapes(std::string_view text, int larg
 
 // Names from some systems hold percent escapes; one that cannot be undone leaves the whole text
 // alone.
-std::string asciiUnescaped(std::string text) {
+std::string asciiUnescaped(const std::string& text) {
     return withoutPercentEscapes(text, 0x7F).value_or(text);
 }
 

@@ -57,8 +57,8 @@ Region* makeRegion(std::size_t bytes) {
 }
 
 Region* regionOf(void* block) {
-    return reinterpret_cast<Region*>(reinterpret_cast<std::uintptr_t>(block) / alignment *
-                                     alignment);
+    const std::size_t within = reinterpret_cast<std::uintptr_t>(block) % alignment;
+    return reinterpret_cast<Region*>(static_cast<char*>(block) - within);
 }
 
 void* takeBlock(Region* region, std::size_t bytes) {

@@ -140,7 +140,7 @@ bool hasCarriageReturn(std::string_view bytes) { return bytes.find('\r') != byte
 // Pipes and devices have no size and are read once only.
 Result<std::string> readStream(int descriptor, const std::string& path) {
     std::string bytes;
-    constexpr std::size_t piece = 256 * 1024;
+    constexpr std::size_t piece = std::size_t{256} * 1024;
     for (;;) {
         const std::size_t before = bytes.size();
         bytes.resize(before + piece);
@@ -152,7 +152,7 @@ Result<std::string> readStream(int descriptor, const std::string& path) {
 }
 
 // From this size on the check runs beside the parser.
-constexpr std::size_t largeInputBytes = 1024 * 1024;
+constexpr std::size_t largeInputBytes = std::size_t{1024} * 1024;
 
 // The check of an open file, and whether the file stayed the same meanwhile.
 Outcome checkOpenFile(const Descriptor& file, const FileIdentity& identity,

@@ -173,6 +173,7 @@ private:
 /// The texts as the array that programs are started with.
 std::vector<char*> pointersTo(std::vector<std::string>& texts) {
     std::vector<char*> pointers;
+    pointers.reserve(texts.size() + 1);
     for (std::string& text : texts) pointers.push_back(text.data());
     pointers.push_back(nullptr);
     return pointers;
@@ -184,9 +185,11 @@ int spawn(const LaunchRequest& request, const Pipes& pipes, pid_t& process) {
     std::vector<std::string> arguments{request.path};
     arguments.insert(arguments.end(), request.arguments.begin(), request.arguments.end());
     std::vector<std::string> variables;
-    if (request.environment)
+    if (request.environment) {
+        variables.reserve(request.environment->size());
         for (const auto& [name, value] : *request.environment)
-            variables.push_back(name + "=" + value);
+            variables.emplace_back(name).append("=").append(value);
+    }
     const std::vector<char*> argumentPointers = pointersTo(arguments);
     const std::vector<char*> variablePointers = pointersTo(variables);
     return ::posix_spawn(&process, request.path.c_str(), settings.actions(), settings.attributes(),
