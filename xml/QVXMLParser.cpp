@@ -138,7 +138,7 @@ std::vector<XMLNode> QVXMLParser::queryNodes(const std::vector<XMLNode>& nodes,
 std::optional<std::string> QVXMLParser::idAttributeForNode(XMLNode node) {
     std::optional<std::string> id = stringValueForQuery("./@id[1]", node);
     if (!id) return {};
-    return asciiUnescaped(std::move(*id));
+    return asciiUnescaped(*id);
 }
 
 std::optional<std::string> QVXMLParser::filenameFromPathURLString(
