@@ -1,7 +1,5 @@
 #include "cli/InputFile.h"
 
-#include "xml/XMLDocument.h"
-
 #include <utility>
 
 namespace reelsweep {
@@ -27,14 +25,9 @@ Result<InputFile> InputFile::open(const std::string& argument) {
     }
     InputFile file(std::move(path), displayNameOf(argument), std::move(spool));
 
-    const Result<std::string> root = rootElementName(file.path());
-    if (!root) return file.named(root.failure());
-    if (*root == "fcpxml")
-        file.kind_ = Kind::fcpxml;
-    else if (*root != "xmeml")
-        return file.named({FailureCode::inputInvalid,
-                           "is neither XMEML nor FCPXML: its root element is \"" + *root + "\"", "",
-                           0, 0, ""});
+    const Result<DocumentFormat> format = documentFormat(file.path());
+    if (!format) return file.named(format.failure());
+    file.kind_ = *format;
     return file;
 }
 

@@ -4,6 +4,7 @@
 #pragma once
 
 #include "cli/StandardStreams.h"
+#include "engine/DocumentFormat.h"
 #include "support/Failure.h"
 
 #include <optional>
@@ -13,7 +14,7 @@ namespace reelsweep {
 
 class InputFile {
 public:
-    enum class Kind { xmeml, fcpxml };
+    using Kind = DocumentFormat;
 
     /// Recognises the file by its root element. "-" is standard input, read to its end here. Fails
     /// with inputUnreadable, or inputInvalid when it is neither of the two kinds.

@@ -22,7 +22,7 @@ public:
     bool cancelled() const override { return cancelled_; }
     const std::vector<Failure>& failures() const override { return failures_; }
     const XMLDocument* result() override;
-    std::optional<HFSCodes> fileCodes() const override { return HFSCodes{0x584D4C20, 0x4B657947}; }
+    std::optional<HFSCodes> fileCodes() const override { return finalCutProXMLCodes; }
     const ChangeLedger& ledger() const override { return document_.changeLedger(); }
     const OptionList& options() const override { return options_; }
     std::string deliveryName() const override { return standalone_ ? "standalone" : "project"; }

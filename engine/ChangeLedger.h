@@ -5,6 +5,7 @@
 // Thread rule: written on the run's thread; read after the run.
 #pragma once
 
+#include "engine/Timecode.h"
 #include "xml/Frames.h"
 #include "xml/XMLNode.h"
 
@@ -67,6 +68,7 @@ class SequenceLedger {
 public:
     std::string title;
     std::string uuid;  ///< of the source sequence
+    SequenceTimecode timecode;
     std::size_t itemsBefore = 0;
     std::size_t itemsAfter = 0;
     std::vector<Change> changes;  ///< in the order in which they were made

@@ -6,13 +6,14 @@
 
 namespace reelsweep {
 
-void DocumentThread::start(std::function<void()> work) {
+void DocumentThread::start(std::function<void()> work, std::function<void()> ended) {
     wait();
     running_ = true;
-    thread_ = std::thread([this, work = std::move(work)] {
+    if (!ended) ended = [] {};  // wakes whoever waits
+    thread_ = std::thread([this, work = std::move(work), ended = std::move(ended)]() mutable {
         work();
         running_ = false;
-        Platform::current().mainThread->post([] {});  // wakes whoever waits
+        Platform::current().mainThread->post(std::move(ended));
     });
 }
 

@@ -13,8 +13,9 @@ class DocumentThread {
 public:
     ~DocumentThread() { wait(); }
 
-    /// Runs the work on a thread of its own, once the work before it has ended.
-    void start(std::function<void()> work);
+    /// Runs the work on a thread of its own, once the work before it has ended. `ended`, when
+    /// given, is run on the main thread afterwards, even when this object is gone by then.
+    void start(std::function<void()> work, std::function<void()> ended = {});
     /// Blocks until the work has ended. On the main thread events go on being handled meanwhile:
     /// the work may be waiting for the main thread to show something.
     void wait();

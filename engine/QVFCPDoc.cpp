@@ -3,7 +3,6 @@
 #include "engine/passes/Passes.h"
 #include "hosts/QVAppleEvents.h"
 #include "platform/Platform.h"
-#include "support/FinderInfo.h"
 #include "support/QVAlert.h"
 #include "support/QVException.h"
 #include "support/QVLog.h"
@@ -17,8 +16,7 @@ namespace reelsweep {
 
 namespace {
 
-constexpr std::uint32_t finalCutProProjectType = 0x46435046;     // FCPF
-constexpr HFSCodes finalCutProXMLCodes{0x584D4C20, 0x4B657947};  // "XML ", KeyG
+constexpr std::uint32_t finalCutProProjectType = 0x46435046;  // FCPF
 
 bool hasProjectExtension(const std::string& path) {
     const std::size_t dot = path.rfind('.');
@@ -28,12 +26,6 @@ bool hasProjectExtension(const std::string& path) {
     std::transform(extension.begin(), extension.end(), extension.begin(),
                    [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
     return extension == "fcp";
-}
-
-bool isNativeProject(const std::string& path) {
-    if (hasProjectExtension(path)) return true;
-    const auto codes = readHFSCodes(path);
-    return codes && codes->type == finalCutProProjectType;
 }
 
 }  // namespace
@@ -50,6 +42,12 @@ QVFCPDoc::~QVFCPDoc() {
 }
 
 // Opening and saving
+
+bool QVFCPDoc::isNativeProject(const std::string& path) {
+    if (hasProjectExtension(path)) return true;
+    const auto codes = readHFSCodes(path);
+    return codes && codes->type == finalCutProProjectType;
+}
 
 Outcome QVFCPDoc::readFromURL(const std::string& path, Verification verification) {
     waitUntilPopulated();
@@ -79,15 +77,31 @@ Outcome QVFCPDoc::verifySource() const {
 
 Outcome QVFCPDoc::writeToURL(const std::string& path, Overwrite overwrite,
                              bool refuseWhenChanged) const {
+    const Result<FileIdentity> written = write(path, overwrite, refuseWhenChanged);
+    return written ? Outcome(Done{}) : Outcome(written.failure());
+}
+
+Outcome QVFCPDoc::saveToURL(const std::string& path) {
+    const Result<FileIdentity> written = write(path, Overwrite::always, path == path_);
+    if (!written) return written.failure();
+    projectController_->xmlDoc()->setLoadedFile(*written);
+    path_ = path;
+    return Done{};
+}
+
+Result<FileIdentity> QVFCPDoc::write(const std::string& path, Overwrite overwrite,
+                                     bool refuseWhenChanged) const {
     const auto& document = projectController_->xmlDoc();
     if (!document)
         return Failure{FailureCode::outputFailed, "there is no document to save", path, 0, 0, ""};
     AtomicFile file(path, overwrite);
     if (refuseWhenChanged) file.expectUnchanged(document->loadedFile());
-    if (Outcome opened = file.open(); !opened) return opened;
+    if (Outcome opened = file.open(); !opened) return opened.failure();
     document->serialise(XMLFormat::pretty, file);
     writeHFSCodes(file.descriptor(), finalCutProXMLCodes);
-    return file.commit();
+    const FileIdentity identity = FileIdentity::ofDescriptor(file.descriptor());
+    if (Outcome committed = file.commit(); !committed) return committed.failure();
+    return identity;
 }
 
 bool QVFCPDoc::hasProjectNode() const {
@@ -120,9 +134,26 @@ void QVFCPDoc::populateSequencesForProject(const std::string&) {
 void QVFCPDoc::setSelected(std::size_t row, bool selected) {
     const auto records = sequenceArray();
     if (row < records->size()) (*records)[row]->selected = selected;
-    const bool any = std::any_of(records->begin(), records->end(),
+    enableProcessButton(*records);
+}
+
+void QVFCPDoc::setAllSelected(bool selected) {
+    const auto records = sequenceArray();
+    for (const auto& record : *records) record->selected = selected;
+    enableProcessButton(*records);
+}
+
+void QVFCPDoc::enableProcessButton(const SequenceArray& records) {
+    const bool any = std::any_of(records.begin(), records.end(),
                                  [](const auto& record) { return record->selected.load(); });
     view_.enableProcessButton(any);
+}
+
+bool QVFCPDoc::hasResults() const {
+    const auto records = sequenceArray();
+    return std::any_of(records->begin(), records->end(), [](const auto& record) {
+        return record->selected && record->processedXMLRepresentation;
+    });
 }
 
 // Progress and alerts
@@ -151,8 +182,8 @@ void QVFCPDoc::showAlert(const std::string& message, const std::string& informat
 
 // The run
 
-void QVFCPDoc::process(const OptionList& options) {
-    processThread_.start([this, options] { startProcessing(options); });
+void QVFCPDoc::process(const OptionList& options, std::function<void()> ended) {
+    processThread_.start([this, options] { startProcessing(options); }, std::move(ended));
 }
 
 void QVFCPDoc::startProcessing(const OptionList& options, Delivery delivery) {
@@ -193,6 +224,7 @@ XMLNode QVFCPDoc::applyPasses(XMLNode copy, QVSequence& record, const OptionList
     SequenceLedger& ledger = ledger_.sequences.emplace_back();
     ledger.title = record.title;
     ledger.uuid = record.uuid().value_or(std::string());
+    ledger.timecode = SequenceTimecode::of(copy);
     TimelineEdit edit(copy, ledger);
     const std::vector<std::string> ignored = ignoredEffects();
     PassRun run{edit, processingCancelled_, options, ignored,

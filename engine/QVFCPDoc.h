@@ -16,6 +16,7 @@
 #include "hosts/QVFCPProjectController.h"
 #include "support/AtomicFile.h"
 #include "support/Failure.h"
+#include "support/FinderInfo.h"
 
 #include <atomic>
 #include <functional>
@@ -31,6 +32,9 @@ namespace reelsweep {
 class PassRun;
 
 using SequenceArray = std::vector<std::shared_ptr<QVSequence>>;
+
+/// The codes of an XML file of Final Cut Pro: "XML ", KeyG.
+inline constexpr HFSCodes finalCutProXMLCodes{0x584D4C20, 0x4B657947};
 
 /// What a run does with its results.
 enum class Delivery {
@@ -63,7 +67,12 @@ public:
     /// Cut Pro. With `refuseWhenChanged` fails when `path` is not the file that was read any more.
     Outcome writeToURL(const std::string& path, Overwrite overwrite = Overwrite::always,
                        bool refuseWhenChanged = false) const;
+    /// The same, and `path` is the document's file from then on. With the path that it has already,
+    /// refuses to overwrite what another program wrote there.
+    Outcome saveToURL(const std::string& path);
     bool isFCPProject() const { return isFCPProject_; }
+    /// True for the path of a native Final Cut Pro project, by its extension or its HFS type.
+    static bool isNativeProject(const std::string& path);
     const std::string& path() const { return path_; }
     /// True when the XML holds a project that a bin can be added to.
     bool hasProjectNode() const;
@@ -77,12 +86,17 @@ public:
     void populateSequencesForProject(const std::string& path);
     /// Ticks or unticks a record; the process button follows.
     void setSelected(std::size_t row, bool selected);
+    /// The same for all records.
+    void setAllSelected(bool selected);
+    /// True when a run has made something of a ticked sequence.
+    bool hasResults() const;
 
     // The run
 
     /// Starts startProcessing on a thread of its own and returns at once. The options are the names
-    /// of the boxes that are on.
-    void process(const OptionList& options);
+    /// of the boxes that are on. `ended` is run on the main thread when the run is over, even when
+    /// the document is gone by then.
+    void process(const OptionList& options, std::function<void()> ended = {});
     /// Blocks until the run started by process() has ended, pumping when called on the main thread.
     void waitUntilProcessed() { processThread_.wait(); }
     /// The run: copies, renames and tidies every ticked sequence, then delivers.
@@ -128,6 +142,9 @@ public:
 private:
     using PassOperation = std::function<XMLNode(PassRun&)>;
 
+    Result<FileIdentity> write(const std::string& path, Overwrite overwrite,
+                               bool refuseWhenChanged) const;
+    void enableProcessButton(const SequenceArray& records);
     void setProgressLabelText(const std::string& text);
     void startProgress();
     void endProgress();

@@ -54,6 +54,7 @@ Outcome QVFCPXDoc::readFromURL(const std::string& path) {
         const std::string informative =
             "Please make sure you are importing the XML from an FCPX project, not an event.";
         showAlert(message, informative, AlertStyle::warning);
+        hasShownFailure_ = true;
         return Failure{FailureCode::inputInvalid, message + ". " + informative, path, 0, 0, ""};
     }
     path_ = path;
@@ -62,13 +63,29 @@ Outcome QVFCPXDoc::readFromURL(const std::string& path) {
 
 Outcome QVFCPXDoc::writeToURL(const std::string& path, Overwrite overwrite,
                               bool refuseWhenChanged) const {
+    const Result<FileIdentity> written = write(path, overwrite, refuseWhenChanged);
+    return written ? Outcome(Done{}) : Outcome(written.failure());
+}
+
+Outcome QVFCPXDoc::saveToURL(const std::string& path) {
+    const Result<FileIdentity> written = write(path, Overwrite::always, path == path_);
+    if (!written) return written.failure();
+    xmlDoc_->setLoadedFile(*written);
+    path_ = path;
+    return Done{};
+}
+
+Result<FileIdentity> QVFCPXDoc::write(const std::string& path, Overwrite overwrite,
+                                      bool refuseWhenChanged) const {
     if (!xmlDoc_)
         return Failure{FailureCode::outputFailed, "there is no result to save", path, 0, 0, ""};
     AtomicFile file(path, overwrite);
     if (refuseWhenChanged) file.expectUnchanged(xmlDoc_->loadedFile());
-    if (Outcome opened = file.open(); !opened) return opened;
+    if (Outcome opened = file.open(); !opened) return opened.failure();
     xmlDoc_->serialise(XMLFormat::pretty, file);
-    return file.commit();
+    const FileIdentity identity = FileIdentity::ofDescriptor(file.descriptor());
+    if (Outcome committed = file.commit(); !committed) return committed.failure();
+    return identity;
 }
 
 void QVFCPXDoc::setProgressLabelText(const std::string& text) {
@@ -82,8 +99,8 @@ void QVFCPXDoc::showAlert(const std::string& message, const std::string& informa
     QVAlert::alertSheet(message, informative, window, style);
 }
 
-void QVFCPXDoc::process(const OptionList& options) {
-    thread_.start([this, options] { startProcessing(options); });
+void QVFCPXDoc::process(const OptionList& options, std::function<void()> ended) {
+    thread_.start([this, options] { startProcessing(options); }, std::move(ended));
 }
 
 void QVFCPXDoc::startProcessing(const OptionList& options) {

@@ -16,6 +16,7 @@
 #include "xml/XMLDocument.h"
 
 #include <atomic>
+#include <functional>
 #include <memory>
 #include <string>
 
@@ -35,12 +36,18 @@ public:
     /// `refuseWhenChanged` fails when `path` is not the file that the run read any more.
     Outcome writeToURL(const std::string& path, Overwrite overwrite = Overwrite::always,
                        bool refuseWhenChanged = false) const;
+    /// The same, and `path` is the document's file from then on, which the next run reads. With the
+    /// path that it has already, refuses to overwrite what another program wrote there.
+    Outcome saveToURL(const std::string& path);
     const std::string& path() const { return path_; }
+    /// True when readFromURL failed and has told the user so.
+    bool hasShownFailure() const { return hasShownFailure_; }
     /// The result of the last run; null before the first and after a cancelled one.
     const std::shared_ptr<XMLDocument>& xmlDoc() const { return xmlDoc_; }
 
-    /// Starts startProcessing on a thread of its own and returns at once.
-    void process(const OptionList& options);
+    /// Starts startProcessing on a thread of its own and returns at once. `ended` is run on the main
+    /// thread when the run is over, even when the document is gone by then.
+    void process(const OptionList& options, std::function<void()> ended = {});
     /// Blocks until the run started by process() has ended, pumping when called on the main thread.
     void waitUntilProcessed() { thread_.wait(); }
     /// The run; the options are "removeFilters" and "removeMarkers", others are ignored.
@@ -59,6 +66,8 @@ public:
     std::shared_ptr<XMLDocument> removeMarkers(std::shared_ptr<XMLDocument> document);
 
 private:
+    Result<FileIdentity> write(const std::string& path, Overwrite overwrite,
+                               bool refuseWhenChanged) const;
     void processXML();
     SequenceLedger& ledgerOfRun();
     void setProgressLabelText(const std::string& text);
@@ -66,6 +75,7 @@ private:
 
     DocumentView& view_;
     std::string path_;
+    bool hasShownFailure_ = false;
     std::shared_ptr<XMLDocument> xmlDoc_;
     std::atomic<bool> processingCancelled_{false};
     RunResult runResult_;

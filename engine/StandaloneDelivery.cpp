@@ -162,4 +162,14 @@ Result<XMLDocument> standaloneDocument(QVFCPDoc& document) {
     return output;
 }
 
+Outcome writeStandaloneDocument(QVFCPDoc& document, const std::string& path) {
+    const Result<XMLDocument> standalone = standaloneDocument(document);
+    if (!standalone) return standalone.failure();
+    AtomicFile file(path, Overwrite::always);
+    if (Outcome opened = file.open(); !opened) return opened;
+    standalone->serialise(XMLFormat::pretty, file);
+    writeHFSCodes(file.descriptor(), finalCutProXMLCodes);
+    return file.commit();
+}
+
 }  // namespace reelsweep

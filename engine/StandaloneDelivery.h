@@ -8,6 +8,8 @@
 #include "support/Failure.h"
 #include "xml/XMLDocument.h"
 
+#include <string>
+
 namespace reelsweep {
 
 /// A new document with the header and the bin of QVFCPDoc::generateXMLOutput, holding every ticked
@@ -20,5 +22,9 @@ namespace reelsweep {
 /// reference. Fails with cancelled when the document's run was cancelled. The source document is
 /// not changed.
 Result<XMLDocument> standaloneDocument(QVFCPDoc& document);
+
+/// Writes that document to a file, which is replaced when it is there: pretty-printed, atomically,
+/// with the codes of an XML file of Final Cut Pro.
+Outcome writeStandaloneDocument(QVFCPDoc& document, const std::string& path);
 
 }  // namespace reelsweep

@@ -67,6 +67,8 @@ public:
 
     /// The file as it was when it was loaded; empty for a document from memory.
     const FileIdentity& loadedFile() const { return loadedFile_; }
+    /// From now on the document is that file, to which it was saved.
+    void setLoadedFile(const FileIdentity& identity) { loadedFile_ = identity; }
 
 private:
     struct Tree;

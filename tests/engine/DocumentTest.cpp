@@ -253,5 +253,25 @@ TEST(Document, SavesWithTheCodesOfAnInterchangeFile) {
     EXPECT_EQ(contentsOf(path), "somebody else's");
 }
 
+TEST(Document, SavesAgainAndAgainButNeverOverAnothersWork) {
+    const TemporaryFolder folder;
+    const std::string path = folder / "cut.xml";
+    writeFile(path, projectXML({sequenceXML("V1: A[0,9)")}));
+    Project project;
+    ASSERT_TRUE(project.document.readFromURL(path));
+    project.document.waitUntilPopulated();
+    ASSERT_TRUE(project.document.saveToURL(path));
+    ASSERT_TRUE(project.document.saveToURL(path));
+    const std::string other = folder / "other.xml";
+    ASSERT_TRUE(project.document.saveToURL(other));
+    EXPECT_EQ(project.document.path(), other);
+    ASSERT_TRUE(project.document.saveToURL(other));
+    writeFile(other, "somebody else's");
+    EXPECT_FALSE(project.document.saveToURL(other));
+    EXPECT_EQ(contentsOf(other), "somebody else's");
+    EXPECT_EQ(project.document.path(), other);
+    EXPECT_TRUE(project.document.saveToURL(path));
+}
+
 }  // namespace
 }  // namespace reelsweep::test
