@@ -17,17 +17,11 @@ std::string description(TrackLabel track) {
 }
 
 ItemTimes ItemTimes::of(XMLNode item) {
-    ItemTimes times;
-    for (XMLNode child = item.firstChild(); child; child = child.nextSibling()) {
-        const std::string_view name = child.name();
-        std::optional<Frames>* const time = name == "start" ? &times.start
-                                            : name == "end" ? &times.end
-                                            : name == "in"  ? &times.in
-                                            : name == "out" ? &times.out
-                                                            : nullptr;
-        if (time && !*time) *time = leadingFrames(child.stringValue());
-    }
-    return times;
+    const auto [start, end, in, out] = item.firstChildren({"start", "end", "in", "out"});
+    const auto read = [](XMLNode time) {
+        return time ? std::optional(leadingFrames(time.stringValue())) : std::nullopt;
+    };
+    return {read(start), read(end), read(in), read(out)};
 }
 
 std::string Change::name() const { return node.child("name").stringValue(); }

@@ -2,6 +2,9 @@
 
 #include "engine/Timeline.h"
 
+#include <algorithm>
+#include <stdexcept>
+
 namespace reelsweep {
 
 TimelineEdit::TimelineEdit(XMLNode sequence, SequenceLedger& ledger)
@@ -14,6 +17,7 @@ TimelineEdit::TimelineEdit(XMLNode sequence, SequenceLedger& ledger)
                     labels_[track] = TrackLabel{video, ++number};
     }
     ledger_.itemsBefore = countItems();
+    listElements(sequence);
 }
 
 void TimelineEdit::finish() { ledger_.itemsAfter = countItems(); }
@@ -62,6 +66,28 @@ TrackIndex& TimelineEdit::index(XMLNode track) {
 }
 
 // Nodes anywhere
+
+void TimelineEdit::listElements(XMLNode node) {
+    constexpr auto& names = listedNames;
+    node.forEachDescendant({names[0], names[1], names[2], names[3], names[4]}, [&](XMLNode found) {
+        const auto name = std::find(names.begin(), names.end(), found.name());
+        elements_[static_cast<std::size_t>(name - names.begin())].push_back(found);
+    });
+}
+
+bool TimelineEdit::isInSequence(XMLNode node) const {
+    while (node && node != sequence_) node = node.parent();
+    return bool(node);
+}
+
+std::vector<XMLNode> TimelineEdit::elementsNamed(std::string_view listedName) const {
+    const auto name = std::find(listedNames.begin(), listedNames.end(), listedName);
+    if (name == listedNames.end()) throw std::logic_error("not listed: " + std::string(listedName));
+    std::vector<XMLNode> found;
+    for (const XMLNode& element : elements_[static_cast<std::size_t>(name - listedNames.begin())])
+        if (isInSequence(element)) found.push_back(element);
+    return found;
+}
 
 void TimelineEdit::detach(XMLNode node, const std::string& reason) {
     const XMLNode parent = node.parent();
@@ -150,12 +176,14 @@ void TimelineEdit::split(TrackIndex& track, TrackIndex::Id id, FrameRange gap,
     trim(track, id, right);
     writeTimes(left, {.start = {}, .end = gap.start, .in = {}, .out = {}});
     insertAt(track, left, track.position(id));
+    listElements(left);
     Change& change = record(ChangeKind::split, left);
     change.before = whole;
 }
 
 void TimelineEdit::insertItem(TrackIndex& track, XMLNode item, std::size_t place) {
     insertAt(track, item, place);
+    listElements(item);
     Change& change = record(ChangeKind::inserted, item);
     change.trackBefore = {};
     change.before = {};

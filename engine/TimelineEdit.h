@@ -9,9 +9,11 @@
 #include "engine/TrackIndex.h"
 #include "xml/XMLNode.h"
 
+#include <array>
 #include <string>
 #include <string_view>
 #include <unordered_map>
+#include <vector>
 
 namespace reelsweep {
 
@@ -27,6 +29,14 @@ public:
     void finish();
 
     // Nodes anywhere in the sequence
+
+    /// The names of the elements that passes look for all over a sequence.
+    static constexpr std::array<std::string_view, 5> listedNames = {"track", "filter", "marker",
+                                                                    "collapsed", "mediaSource"};
+    /// All elements of one of these names that stand in the sequence now: in the order in which it
+    /// came, those of items that were made since at the end. One walk over the sequence serves all
+    /// names.
+    std::vector<XMLNode> elementsNamed(std::string_view listedName) const;
 
     /// Takes a node out; a node that is out already is left alone and not reported twice.
     void detach(XMLNode node, const std::string& reason);
@@ -66,6 +76,8 @@ private:
     std::size_t countItems() const;
     void writeTimes(XMLNode item, const ItemTimes& times);
     void forgetIndexes();
+    void listElements(XMLNode node);
+    bool isInSequence(XMLNode node) const;
     void insertAt(TrackIndex& track, XMLNode node, std::size_t place);
 
     XMLNode sequence_;
@@ -74,6 +86,7 @@ private:
     std::unordered_map<XMLNode, TrackLabel> labels_;
     SequenceIndex sequenceIndex_;
     std::unordered_map<XMLNode, TrackIndex> indexes_;
+    std::array<std::vector<XMLNode>, listedNames.size()> elements_;  ///< those taken out too
 };
 
 }  // namespace reelsweep

@@ -27,9 +27,10 @@ Edge readEdge(XMLNode element) {
 
 constexpr double largestExactInteger = 9007199254740992.0;  // 2^53
 
-bool agrees(double number, Frames frames, bool inTransition) {
-    return number == static_cast<double>(frames.count) && std::abs(number) < largestExactInteger &&
-           (frames == edgeInTransition) == inTransition;
+bool readsTheSameBothWays(const Edge& edge) {
+    return edge.number == static_cast<double>(edge.frames.count) &&
+           std::abs(edge.number) < largestExactInteger &&
+           (edge.frames == edgeInTransition) == edge.inTransition;
 }
 
 }  // namespace
@@ -70,6 +71,8 @@ TrackEntry TrackEntry::of(XMLNode node) {
     entry.end = end.frames;
     entry.endNumber = end.number;
     entry.endInTransition = end.inTransition;
+    entry.isPlain = entry.isTimed() && readsTheSameBothWays(start) && readsTheSameBothWays(end) &&
+                    !(entry.kind == Kind::transition && (start.inTransition || end.inTransition));
     for (XMLNode e = endElement; e; e = e.nextSibling("end")) {
         const double number = e == endElement ? end.number : readEdge(e).number;
         if (std::isnan(number)) continue;
@@ -95,12 +98,6 @@ int TrackEntry::searchInside(FrameRange range) const {
         endNumber <= static_cast<double>(range.end.count))
         return 1;
     return startNumber == -1 && endNumber == -1 ? 2 : 0;
-}
-
-bool TrackEntry::isPlain() const {
-    return isTimed() && agrees(startNumber, start, startInTransition) &&
-           agrees(endNumber, end, endInTransition) &&
-           !(kind == Kind::transition && (startInTransition || endInTransition));
 }
 
 SequenceIndex::Id SequenceIndex::add(XMLNode node) {
@@ -217,7 +214,7 @@ void TrackIndex::pull(Id id) {
     s.backwardStops = e.stopsBackwardWalk;
     s.forwardStops = e.stopsForwardWalk;
     s.middles = e.isMiddleOfChain();
-    s.oddities = !e.isPlain();
+    s.oddities = !e.isPlain;
     s.anyStartInTransition = e.startInTransition;
     s.anyEndInTransition = e.endInTransition;
     if (!e.startInTransition) s.smallestStart = s.largestStart = e.start;
@@ -267,7 +264,7 @@ SequenceIndex::Summary TrackIndex::countsUpTo(Id id) const {
         total.backwardStops += alone ? e.stopsBackwardWalk : s.backwardStops;
         total.forwardStops += alone ? e.stopsForwardWalk : s.forwardStops;
         total.middles += alone ? e.isMiddleOfChain() : s.middles;
-        total.oddities += alone ? !e.isPlain() : s.oddities;
+        total.oddities += alone ? !e.isPlain : s.oddities;
     };
     add(at(id).left, false);
     add(id, true);
@@ -474,7 +471,7 @@ bool TrackIndex::crossedAfter(Id id) const {
 bool TrackIndex::isChain(const Group& group) const {
     const SequenceIndex::Summary first = countsUpTo(group.first);
     const SequenceIndex::Summary last = countsUpTo(group.last);
-    const bool oddFirst = !entry(group.first).isPlain();
+    const bool oddFirst = !entry(group.first).isPlain;
     const bool forwardStopAtLast = entry(group.last).stopsForwardWalk;
     const bool forwardStopAtFirst = entry(group.first).stopsForwardWalk;
     const std::uint32_t forwardStopsBeforeLast =
@@ -569,16 +566,23 @@ void TrackIndex::refreshStops(Id id) {
     const bool transition = e.kind == TrackEntry::Kind::transition;
     const Id before = transition ? previous(id) : none;
     const Id after = transition ? next(id) : none;
-    e.stopsBackwardWalk =
+    const bool backward =
         !e.startInTransition && !(before != none && entry(before).endInTransition);
-    e.stopsForwardWalk = !e.endInTransition && !(after != none && entry(after).startInTransition);
+    const bool forward = !e.endInTransition && !(after != none && entry(after).startInTransition);
+    if (backward == e.stopsBackwardWalk && forward == e.stopsForwardWalk) return;
+    e.stopsBackwardWalk = backward;
+    e.stopsForwardWalk = forward;
     pullUpFrom(id);
+}
+
+void TrackIndex::refreshStopsAround(Id id) {
+    for (const Id changed : {id, previous(id), next(id)}) refreshStops(changed);
 }
 
 void TrackIndex::takeOver(TrackIndex& from, Id id, std::size_t place) {
     from.remove(id);
     paste(id, place);
-    for (const Id changed : {id, previous(id), next(id)}) refreshStops(changed);
+    refreshStopsAround(id);
 }
 
 void TrackIndex::remove(Id id) {
@@ -593,14 +597,17 @@ void TrackIndex::insertAt(std::size_t place, XMLNode node) {
     const Id id = sequence_->add(node);
     pull(id);
     paste(id, place);
-    for (const Id changed : {id, previous(id), next(id)}) refreshStops(changed);
+    refreshStopsAround(id);
 }
 
 void TrackIndex::reread(Id id) {
-    at(id).entry = TrackEntry::of(at(id).entry.node);
-    refreshStops(id);
-    refreshStops(previous(id));
-    refreshStops(next(id));
+    TrackEntry& entry = at(id).entry;
+    const TrackEntry before = entry;
+    entry = TrackEntry::of(before.node);
+    entry.stopsBackwardWalk = before.stopsBackwardWalk;
+    entry.stopsForwardWalk = before.stopsForwardWalk;
+    pullUpFrom(id);
+    refreshStopsAround(id);
 }
 
 }  // namespace reelsweep

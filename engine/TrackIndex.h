@@ -51,6 +51,8 @@ struct TrackEntry {
     bool endInTransition = false;
     bool stopsBackwardWalk = false;  ///< a walk back over edges of -1 ends here, at `start`
     bool stopsForwardWalk = false;
+    /// Numbers and integers agree, as they do in any file that an editing system wrote.
+    bool isPlain = false;
 
     bool isTimed() const { return kind != Kind::other; }
     /// Which of the searches for what stands in the way of a range finds the entry by its own
@@ -64,8 +66,6 @@ struct TrackEntry {
     bool isMiddleOfChain() const {
         return kind == Kind::item && startInTransition && endInTransition;
     }
-    /// Numbers and integers agree, as they do in any file that an editing system wrote.
-    bool isPlain() const;
 
     static TrackEntry of(XMLNode node);
 };
@@ -213,6 +213,7 @@ private:
     void pull(Id id);
     void pullUpFrom(Id id);
     void refreshStops(Id id);
+    void refreshStopsAround(Id id);
     Id leftmost(Id subtree) const;
     Id rightmost(Id subtree) const;
     void split(Id subtree, std::size_t leftCount, Id& left, Id& right);

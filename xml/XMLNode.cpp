@@ -86,6 +86,8 @@ std::string XMLNode::stringValue() const {
     if (attribute_) return pugi::xml_attribute(attribute_).value();
     const pugi::xml_node node(node_);
     if (node.type() != pugi::node_element) return node.value();
+    const pugi::xml_node only = node.first_child();
+    if (isTextType(only.type()) && !only.next_sibling()) return only.value();
     std::string text;
     appendDescendantText(node, text);
     return text;
@@ -121,6 +123,22 @@ XMLNode XMLNode::lastChild() const {
 XMLNode XMLNode::child(const char* name) const {
     if (attribute_) return {};
     return XMLAccess::handle(pugi::xml_node(node_).child(name));
+}
+
+void XMLNode::findFirstChildren(const std::string_view* names, XMLNode* found,
+                                std::size_t count) const {
+    if (attribute_) return;
+    std::size_t missing = count;
+    for (pugi::xml_node child = pugi::xml_node(node_).first_child(); child && missing > 0;
+         child = child.next_sibling()) {
+        const char* const own = child.name();  // empty for everything but elements and instructions
+        for (std::size_t i = 0; i < count; ++i) {
+            if (*own != names[i].front() || found[i] || names[i] != own) continue;
+            if (child.type() != pugi::node_element) continue;
+            found[i] = XMLAccess::handle(child);
+            --missing;
+        }
+    }
 }
 
 XMLNode XMLNode::nextSibling(const char* name) const {
@@ -187,12 +205,11 @@ public:
         : names_(names), visit_(visit) {}
 
     bool for_each(pugi::xml_node& node) override {
-        if (node.type() != pugi::node_element) return true;
         const char* const own = node.name();
         bool wanted = names_.size() == 0;
         for (const std::string_view name : names_)
             wanted = wanted || (*own == name[0] && name == own);
-        if (wanted) visit_(XMLAccess::handle(node));
+        if (wanted && node.type() == pugi::node_element) visit_(XMLAccess::handle(node));
         return true;
     }
 

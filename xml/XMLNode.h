@@ -8,6 +8,7 @@
 
 #include "support/Failure.h"
 
+#include <array>
 #include <cstddef>
 #include <functional>
 #include <initializer_list>
@@ -67,6 +68,14 @@ public:
     XMLNode lastChild() const;
     /// First child element of that name. The name must be NUL-terminated.
     XMLNode child(const char* name) const;
+    /// The first child element of each of these names, in the order of the names, null where there
+    /// is none. One walk over the children.
+    template <std::size_t count>
+    std::array<XMLNode, count> firstChildren(const std::string_view (&names)[count]) const {
+        std::array<XMLNode, count> found;
+        findFirstChildren(names, found.data(), count);
+        return found;
+    }
     /// Next sibling element of that name.
     XMLNode nextSibling(const char* name) const;
     /// Position among the parent's child nodes, from 0. O(position).
@@ -123,6 +132,7 @@ public:
 
 private:
     friend struct XMLAccess;
+    void findFirstChildren(const std::string_view* names, XMLNode* found, std::size_t count) const;
     XMLNode(pugi::xml_node_struct* node, pugi::xml_attribute_struct* attribute)
         : node_(node), attribute_(attribute) {}
 

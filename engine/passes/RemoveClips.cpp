@@ -67,14 +67,14 @@ XMLNode removeSilentAudioClips(PassRun& run, XMLNode sequence) {
 XMLNode collapseMulticlips(PassRun& run, XMLNode sequence) {
     run.setProgressLabelText("Collapsing multiclips...");
     std::vector<XMLNode> flags;
-    sequence.forEachDescendant({"collapsed"}, [&](XMLNode collapsed) {
+    for (const XMLNode& collapsed : run.edit.elementsNamed("collapsed")) {
         const XMLNode multiclip = collapsed.parent();
         const XMLNode clip = multiclip.parent();
         const XMLNode track = clip.parent();
         if (multiclip.isElement("multiclip") && clip.isElement("clipitem") &&
             track.isElement("track") && track.parent().isElement("video"))
             flags.push_back(collapsed);
-    });
+    }
     for (const XMLNode& flag : flags) {
         if (run.cancelled()) return {};
         run.edit.setText(flag, "TRUE");
@@ -85,11 +85,11 @@ XMLNode collapseMulticlips(PassRun& run, XMLNode sequence) {
 XMLNode removeUnusedTracks(PassRun& run, XMLNode sequence) {
     run.setProgressLabelText("Removing empty tracks...");
     std::vector<XMLNode> upperTracks;
-    sequence.forEachDescendant({"track"}, [&](XMLNode track) {
+    for (const XMLNode& track : run.edit.elementsNamed("track")) {
         const XMLNode parent = track.parent();
         if (parent.isElement("video") && parent.child("track") != track)
             upperTracks.push_back(track);
-    });
+    }
     for (const XMLNode& track : upperTracks) {
         if (run.cancelled()) return {};
         if (track.hasDescendant("clipitem") || track.hasDescendant("generatoritem")) continue;

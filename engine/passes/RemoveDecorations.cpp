@@ -9,11 +9,10 @@ namespace reelsweep::passes {
 namespace {
 
 XMLNode removeAllNamed(PassRun& run, XMLNode sequence, std::string_view element) {
-    std::vector<XMLNode> nodes;
-    sequence.forEachDescendant({element}, [&](XMLNode node) { nodes.push_back(node); });
-    for (const XMLNode& node : nodes) {
+    const std::string reason = "all " + std::string(element) + "s are removed";
+    for (const XMLNode& node : run.edit.elementsNamed(element)) {
         if (run.cancelled()) return {};
-        run.edit.detach(node, "all " + std::string(element) + "s are removed");
+        run.edit.detach(node, reason);
     }
     return sequence;
 }

@@ -24,13 +24,12 @@ std::string slugNumber(Frames frames) {
 // Slug3 and so on and refer to that file. There is no clip "Slug1": the id belongs to the file.
 class SlugMaker {
 public:
-    explicit SlugMaker(XMLNode sequence) {
+    SlugMaker(const TimelineEdit& edit, XMLNode sequence) {
         const XMLNode rate = sequence.child("rate");
         rateXML_ =
             rate ? serialise(rate) : "<rate><ntsc>false</ntsc><timebase>24</timebase></rate>";
-        sequence.forEachDescendant({"mediaSource"}, [&](XMLNode source) {
+        for (const XMLNode& source : edit.elementsNamed("mediaSource"))
             if (hasText(source, "Slug")) ++slugCount_;
-        });
     }
 
     /// A slug that fills the range.
@@ -107,7 +106,7 @@ XMLNode replaceGapsWithSlugs(PassRun& run, XMLNode sequence) {
         return sequence;
     }
     if (run.cancelled()) return {};
-    SlugMaker slugs(sequence);
+    SlugMaker slugs(run.edit, sequence);
     const std::vector<XMLNode> clips = clipsBelow(track);
     TrackIndex& index = run.edit.index(track);
     ClipRanges ranges(index);
