@@ -118,14 +118,14 @@ void TimelineEdit::setText(XMLNode element, std::string_view text) {
 }
 
 void TimelineEdit::writeTimes(XMLNode item, const ItemTimes& times) {
-    const auto write = [&](const char* name, const std::optional<Frames>& value) {
-        if (!value) return;
-        if (XMLNode element = item.child(name)) element.setText(value->text());
+    const auto write = [](XMLNode element, const std::optional<Frames>& value) {
+        if (element && value) element.setText(value->text());
     };
-    write("start", times.start);
-    write("end", times.end);
-    write("in", times.in);
-    write("out", times.out);
+    const auto [start, end, in, out] = item.firstChildren({"start", "end", "in", "out"});
+    write(start, times.start);
+    write(end, times.end);
+    write(in, times.in);
+    write(out, times.out);
 }
 
 void TimelineEdit::trim(XMLNode item, const ItemTimes& times) {

@@ -62,8 +62,8 @@ TrackEntry TrackEntry::of(XMLNode node) {
     else if (node.isElement("transitionitem"))
         entry.kind = Kind::transition;
 
-    const Edge start = readEdge(node.child("start"));
-    const XMLNode endElement = node.child("end");
+    const auto [startElement, endElement] = node.firstChildren({"start", "end"});
+    const Edge start = readEdge(startElement);
     const Edge end = readEdge(endElement);
     entry.start = start.frames;
     entry.startNumber = start.number;
@@ -526,16 +526,20 @@ void TrackIndex::split(Id subtree, std::size_t leftCount, Id& left, Id& right) {
     pull(subtree);
 }
 
-TrackIndex::Id TrackIndex::merge(Id left, Id right) {
-    if (left == none) return right;
-    if (right == none) return left;
+// Each entry of a tree is its root with equal chance: that keeps the tree balanced whatever is done
+// to it. True in `part` of `whole` cases.
+bool TrackIndex::chance(std::size_t part, std::size_t whole) {
     std::uint64_t& r = sequence_->random_;  // xorshift: quick, and the same on every run
     r ^= r << 13;
     r ^= r >> 7;
     r ^= r << 17;
-    // Each entry is the root with equal chance: that keeps the tree balanced whatever is done to
-    // it.
-    if (r % (count(left) + count(right)) < count(left)) {
+    return r % whole < part;
+}
+
+TrackIndex::Id TrackIndex::merge(Id left, Id right) {
+    if (left == none) return right;
+    if (right == none) return left;
+    if (chance(count(left), count(left) + count(right))) {
         const Id merged = merge(at(left).right, right);
         at(left).right = merged;
         pull(left);
@@ -548,16 +552,31 @@ TrackIndex::Id TrackIndex::merge(Id left, Id right) {
 }
 
 void TrackIndex::cut(Id id) {
-    Id before = none, rest = none, alone = none, after = none;
-    split(root_, position(id), before, rest);
-    split(rest, 1, alone, after);
-    setRoot(merge(before, after));
+    const Id parent = at(id).parent;
+    Id& slot = parent == none ? root_ : at(parent).left == id ? at(parent).left : at(parent).right;
+    slot = merge(at(id).left, at(id).right);
+    if (slot != none) at(slot).parent = parent;
+    at(id).left = at(id).right = at(id).parent = none;
+    pullUpFrom(parent);
 }
 
 void TrackIndex::paste(Id id, std::size_t place) {
+    Id parent = none;
+    Id* slot = &root_;
+    while (*slot != none && !chance(1, count(*slot) + 1)) {
+        parent = *slot;
+        const std::size_t leftCount = count(at(parent).left);
+        slot = place <= leftCount ? &at(parent).left : &at(parent).right;
+        if (place > leftCount) place -= leftCount + 1;
+    }
     Id before = none, after = none;
-    split(root_, place, before, after);
-    setRoot(merge(merge(before, id), after));
+    split(*slot, place, before, after);
+    at(id).left = before;
+    at(id).right = after;
+    at(id).parent = parent;
+    pull(id);
+    *slot = id;
+    pullUpFrom(parent);
 }
 
 void TrackIndex::refreshStops(Id id) {

@@ -218,6 +218,7 @@ private:
     Id rightmost(Id subtree) const;
     void split(Id subtree, std::size_t leftCount, Id& left, Id& right);
     Id merge(Id left, Id right);
+    bool chance(std::size_t part, std::size_t whole);
     void setRoot(Id id);
     void cut(Id id);
     void paste(Id id, std::size_t place);

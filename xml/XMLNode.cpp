@@ -13,9 +13,10 @@ bool isTextType(pugi::xml_node_type type) {
     return type == pugi::node_pcdata || type == pugi::node_cdata;
 }
 
-bool hasName(const pugi::xml_node& node, std::string_view name) {
-    const char* own = node.name();
-    return std::strncmp(own, name.data(), name.size()) == 0 && own[name.size()] == '\0';
+// The name first: most nodes differ in its first letter already. Some other kinds have names too.
+bool isElementNamed(const pugi::xml_node& node, std::string_view name) {
+    const char* const own = node.name();
+    return *own == name.front() && name == own && node.type() == pugi::node_element;
 }
 
 void appendDescendantText(const pugi::xml_node& node, std::string& text) {
@@ -65,8 +66,7 @@ XMLKind XMLNode::kind() const {
 
 bool XMLNode::isElement(std::string_view wanted) const {
     if (attribute_) return false;
-    const pugi::xml_node node(node_);
-    return node.type() == pugi::node_element && hasName(node, wanted);
+    return isElementNamed(pugi::xml_node(node_), wanted);
 }
 
 bool XMLNode::isText() const { return !attribute_ && isTextType(pugi::xml_node(node_).type()); }
@@ -191,7 +191,7 @@ XMLNode XMLNode::nextElement(const XMLNode& topNode, std::string_view name) cons
             if (!node || node == top) return {};
             node = node.next_sibling();
         }
-        if (node.type() == pugi::node_element && (name.empty() || hasName(node, name)))
+        if (name.empty() ? node.type() == pugi::node_element : isElementNamed(node, name))
             return XMLAccess::handle(node);
     }
 }
@@ -202,19 +202,25 @@ class DescendantWalker final : public pugi::xml_tree_walker {
 public:
     DescendantWalker(std::initializer_list<std::string_view> names,
                      const std::function<void(XMLNode)>& visit)
-        : names_(names), visit_(visit) {}
+        : names_(names), visit_(visit) {
+        firstLetters_.fill(names.size() == 0);
+        for (const std::string_view name : names) firstLetters_[letter(name[0])] = true;
+    }
 
     bool for_each(pugi::xml_node& node) override {
         const char* const own = node.name();
+        if (!firstLetters_[letter(*own)]) return true;
         bool wanted = names_.size() == 0;
-        for (const std::string_view name : names_)
-            wanted = wanted || (*own == name[0] && name == own);
+        for (const std::string_view name : names_) wanted = wanted || name == own;
         if (wanted && node.type() == pugi::node_element) visit_(XMLAccess::handle(node));
         return true;
     }
 
 private:
+    static std::size_t letter(char c) { return static_cast<unsigned char>(c); }
+
     std::initializer_list<std::string_view> names_;
+    std::array<bool, 256> firstLetters_{};
     const std::function<void(XMLNode)>& visit_;
 };
 

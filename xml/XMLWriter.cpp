@@ -4,7 +4,7 @@ namespace reelsweep {
 
 namespace {
 
-constexpr std::size_t pieceBytes = std::size_t{256} * 1024;
+constexpr std::size_t pieceBytes = std::size_t{1024} * 1024;
 
 }  // namespace
 
@@ -16,20 +16,33 @@ void XMLWriter::write(const pugi::xml_node& node) {
 }
 
 void XMLWriter::write(const void* data, std::size_t size) {
-    std::string_view text(static_cast<const char*>(data), size);
-    for (;;) {
-        const std::size_t carriageReturn = text.find('\r');
-        buffer_.append(text.substr(0, carriageReturn));
-        if (carriageReturn == std::string_view::npos) break;
-        buffer_ += "&#13;";
-        text.remove_prefix(carriageReturn + 1);
+    filling_.append(static_cast<const char*>(data), size);
+    if (filling_.size() < pieceBytes) return;
+    if (delivery_.valid()) delivery_.get();
+    std::swap(filling_, full_);
+    filling_.clear();
+    delivery_ = std::async(std::launch::async, [this] { deliver(full_); });
+}
+
+void XMLWriter::deliver(std::string_view piece) {
+    std::size_t carriageReturn = piece.find('\r');
+    if (carriageReturn == std::string_view::npos) {
+        sink_.write(piece);
+        return;
     }
-    if (buffer_.size() >= pieceBytes) flush();
+    std::string escaped;
+    escaped.reserve(piece.size() + piece.size() / 16);
+    for (; carriageReturn != std::string_view::npos; carriageReturn = piece.find('\r')) {
+        escaped.append(piece.substr(0, carriageReturn)).append("&#13;");
+        piece.remove_prefix(carriageReturn + 1);
+    }
+    sink_.write(escaped.append(piece));
 }
 
 void XMLWriter::flush() {
-    if (!buffer_.empty()) sink_.write(buffer_);
-    buffer_.clear();
+    if (delivery_.valid()) delivery_.get();
+    if (!filling_.empty()) deliver(filling_);
+    filling_.clear();
 }
 
 }  // namespace reelsweep

@@ -4,13 +4,15 @@
 #include "support/AtomicFile.h"
 #include "xml/XMLDocument.h"
 
+#include <future>
 #include <pugixml.hpp>
 #include <string>
 #include <string_view>
 
 namespace reelsweep {
 
-// Writes nodes to a sink in large pieces.
+// Writes nodes to a sink in large pieces: while the sink takes one, the next is formatted, so the sink
+// is used from another thread, one piece at a time. A text of less than a piece starts no thread.
 //
 // pugixml puts a carriage return of a text out as it is, and a parser reads that as a line feed: a
 // name would change with every load and save. So every carriage return in the output becomes a
@@ -21,14 +23,18 @@ public:
     XMLWriter(ByteSink& sink, XMLFormat format) : sink_(sink), format_(format) {}
 
     void write(const pugi::xml_node& node);
+    /// Returns when the sink has everything.
     void flush();
 
 private:
     void write(const void* data, std::size_t size) override;
+    void deliver(std::string_view piece);
 
     ByteSink& sink_;
     XMLFormat format_;
-    std::string buffer_;
+    std::string filling_;
+    std::string full_;  ///< what the sink takes now
+    std::future<void> delivery_;
 };
 
 }  // namespace reelsweep

@@ -102,9 +102,9 @@ struct FirstValues {
     bool crops = false;
 };
 
-FirstValues firstValues(XMLNode clip) {
+FirstValues firstValues(XMLNode firstFilter) {
     FirstValues found;
-    for (const XMLNode filter : childrenNamed(clip, "filter")) {
+    for (XMLNode filter = firstFilter; filter; filter = filter.nextSibling("filter")) {
         for (const XMLNode effect : childrenNamed(filter, "effect")) {
             if (!found.opacity && hasText(effect.child("name"), "Opacity"))
                 found.opacity = parameterValue(effect, "opacity");
@@ -118,10 +118,11 @@ FirstValues firstValues(XMLNode clip) {
 }  // namespace
 
 bool isClipTransparent(XMLNode clip, const std::vector<std::string>& ignoredEffects) {
-    const XMLNode compositeMode = clip.child("compositemode").firstText();
+    const auto [modeElement, firstFilter] = clip.firstChildren({"compositemode", "filter"});
+    const XMLNode compositeMode = modeElement.firstText();
     if (compositeMode && compositeMode.value() != "normal") return true;
-    if (clip.child("filter")) {
-        const FirstValues values = firstValues(clip);
+    if (firstFilter) {
+        const FirstValues values = firstValues(firstFilter);
         if (isBelowHundred(values.opacity) || values.crops || isBelowHundred(values.mix))
             return true;
     }
@@ -129,7 +130,7 @@ bool isClipTransparent(XMLNode clip, const std::vector<std::string>& ignoredEffe
         const XMLNode name = clip.child("effect").child("name").firstText();
         if (name && isTransparentEffect(name.value(), ignoredEffects)) return true;
     }
-    for (const XMLNode filter : childrenNamed(clip, "filter")) {
+    for (XMLNode filter = firstFilter; filter; filter = filter.nextSibling("filter")) {
         const XMLNode effect = filter.child("effect");
         if (!effect) continue;
         const auto name = QVXMLParser::nameForNode(effect);
