@@ -3,6 +3,7 @@
 #include "platform/posix/BuildBundle.h"
 #include "platform/posix/ConsoleAlertPresenter.h"
 #include "platform/posix/HomeFolders.h"
+#include "platform/posix/LibArchiver.h"
 #include "platform/posix/PolkitPrivileges.h"
 #include "platform/posix/PosixProcessLauncher.h"
 #include "platform/posix/PropertyListDefaults.h"
@@ -33,7 +34,7 @@ Platform& Platform::current() {
 void Platform::install(Platform platform) {
     assert(platform.mainThread && platform.alertPresenter && platform.userDefaults &&
            platform.bundle && platform.workspace && platform.folders && platform.console &&
-           platform.processLauncher && platform.privileges);
+           platform.processLauncher && platform.privileges && platform.archiver);
     const std::lock_guard lock(firstUse);
     if (Platform* const present = installed)
         *present = std::move(platform);
@@ -50,6 +51,7 @@ Platform Platform::commandLine() {
     platform.folders = std::make_unique<HomeFolders>();
     platform.console = std::make_unique<StandardConsole>();
     platform.processLauncher = std::make_unique<PosixProcessLauncher>();
+    platform.archiver = std::make_unique<LibArchiver>();
     platform.privileges =
         std::make_unique<PolkitPrivileges>(std::make_unique<PosixProcessLauncher>());
     const auto library = platform.folders->path(StandardDirectory::library, FolderDomain::user);

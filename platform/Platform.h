@@ -8,6 +8,7 @@
 #pragma once
 
 #include "platform/AlertPresenter.h"
+#include "platform/Archiver.h"
 #include "platform/Bundle.h"
 #include "platform/Console.h"
 #include "platform/MainThread.h"
@@ -31,6 +32,7 @@ struct Platform {
     std::unique_ptr<Console> console;
     std::unique_ptr<ProcessLauncher> processLauncher;
     std::unique_ptr<Privileges> privileges;
+    std::unique_ptr<Archiver> archiver;
 
     /// The platform in use.
     static Platform& current();

@@ -6,6 +6,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <system_error>
 #include <vector>
 
 namespace reelsweep {
@@ -19,6 +20,13 @@ public:
 
     /// Where the application with the bundle identifier is installed; empty when it is not.
     virtual std::optional<std::string> applicationPath(std::string_view identifier) const = 0;
+
+    /// True for a folder that people handle as one file, such as an application.
+    virtual bool isFilePackage(const std::string& path) const;
+
+    /// Moves an item to the desktop's Trash, from which it can be restored. Answers the error, or
+    /// none; the item is then where it was.
+    virtual std::error_code recycle(const std::string& path);
 };
 
 /// A machine on which no other application is installed or runs: what the command line works with,

@@ -1,5 +1,7 @@
 #include "support/AtomicFile.h"
 
+#include "platform/posix/Rename.h"
+
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -54,12 +56,9 @@ std::string siblingName(const std::string& target, unsigned attempt) {
            std::to_string(attempt) + ".tmp";
 }
 
-// Renames only when nothing is at the new path.
-bool renameWithoutReplacing(const char* from, const char* to) {
-    if (renameat2(AT_FDCWD, from, AT_FDCWD, to, RENAME_NOREPLACE) == 0) return true;
-    if (errno != EINVAL && errno != ENOSYS) return false;
-    // Some file systems lack that rename; a hard link never replaces either.
-    return link(from, to) == 0 && unlink(from) == 0;
+std::error_code renameReplacing(const std::string& from, const std::string& to) {
+    if (std::rename(from.c_str(), to.c_str()) == 0) return {};
+    return {errno, std::generic_category()};
 }
 
 constexpr const char* existsAlready = "there is a file already";
@@ -139,12 +138,13 @@ Outcome AtomicFile::commit() {
     if (close(std::exchange(descriptor_, -1)) != 0) return failure("could not be written", errno);
     if (expected_.known() && FileIdentity::ofFile(target_) != expected_)
         return failure("was changed by another program since it was read; nothing was written", 0);
-    const bool placed = overwrite_ == Overwrite::never
-                            ? renameWithoutReplacing(temporary_.c_str(), target_.c_str())
-                            : rename(temporary_.c_str(), target_.c_str()) == 0;
-    if (!placed)
-        return errno == EEXIST ? failure(existsAlready, 0)
-                               : failure("could not be put in place", errno);
+    const std::error_code error = overwrite_ == Overwrite::never
+                                      ? renameWithoutReplacing(temporary_, target_)
+                                      : renameReplacing(temporary_, target_);
+    if (error)
+        return error == std::errc::file_exists
+                   ? failure(existsAlready, 0)
+                   : failure("could not be put in place", error.value());
     temporary_.clear();
     syncFolder(folderOf(target_));
     return Done{};

@@ -38,4 +38,14 @@ bool writeHFSCodes(int descriptor, HFSCodes codes) {
     return fsetxattr(descriptor, attributeName, info.data(), info.size(), 0) == 0;
 }
 
+std::optional<FinderInfoBytes> readFinderInfo(const std::string& path) {
+    FinderInfoBytes info{};
+    if (getxattr(path.c_str(), attributeName, info.data(), info.size()) < 0) return {};
+    return info;
+}
+
+bool writeFinderInfo(const std::string& path, const FinderInfoBytes& info) {
+    return setxattr(path.c_str(), attributeName, info.data(), info.size(), 0) == 0;
+}
+
 }  // namespace reelsweep

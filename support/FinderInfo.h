@@ -4,6 +4,7 @@
 // Thread rule: plain functions, any thread.
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -21,5 +22,12 @@ std::optional<HFSCodes> readHFSCodes(const std::string& path);
 /// Sets the codes of an open file. False where the file system keeps none; the file is good
 /// without.
 bool writeHFSCodes(int descriptor, HFSCodes codes);
+
+/// The Finder information as it is stored.
+using FinderInfoBytes = std::array<unsigned char, 32>;
+
+/// Nothing when the item has none or the file system keeps none. False when it could not be stored.
+std::optional<FinderInfoBytes> readFinderInfo(const std::string& path);
+bool writeFinderInfo(const std::string& path, const FinderInfoBytes& info);
 
 }  // namespace reelsweep

@@ -1,7 +1,8 @@
 #include "support/QVAuthorization.h"
 
 #include "platform/Platform.h"
-#include "support/Format.h"
+#include "support/ConsoleLog.h"
+#include "support/FileSystem.h"
 #include "support/QVLocalPaths.h"
 #include "support/QVLog.h"
 #include "support/QVTaskEx.h"
@@ -21,24 +22,6 @@ namespace {
 namespace fs = std::filesystem;
 
 bool runsAsRoot() { return Platform::current().folders->userIdentifier() == 0; }
-
-template <class... Args>
-void consoleLog(std::string_view format, const Args&... args) {
-    Platform::current().console->log(formatText(format, args...));
-}
-
-/// False, said on the console, for a path that must not be touched.
-bool mayTouch(const std::string& path, std::string_view refusal) {
-    if (!QVLocalPaths::leadsToSystemDirectory(path, true)) return true;
-    consoleLog(refusal, path);
-    return false;
-}
-
-/// Something is there, were it only a link that leads nowhere.
-bool itemExists(const std::string& path) {
-    std::error_code error;
-    return fs::exists(fs::symlink_status(path, error));
-}
 
 /// The path in a form that no tool takes for an option.
 std::string operand(const std::string& path) { return path.starts_with('-') ? "./" + path : path; }
@@ -141,7 +124,7 @@ bool QVAuthorization::authTrashFile(const std::string& path, bool deleteOnRootAc
     const std::string trash = runsAsRoot() && userDirectory_ ? *userDirectory_ + "/.Trash"
                                                              : QVLocalPaths::trashDirectory();
     std::string target = trash + "/" + nameOf(path);
-    if (itemExists(target)) target = stamped(target);
+    if (filesystem::itemExists(target)) target = stamped(target);
     // The target, not the item, is what has always been deleted here.
     if (!userDirectory_ && deleteOnRootAccount && runsAsRoot()) return authRemoveFile(target);
     std::error_code error;
@@ -183,7 +166,7 @@ bool QVAuthorization::authMoveFile(const std::optional<std::string>& path,
         consoleLog("Error in authMoveFile: new path is null");
     if (!path || !destination) return false;
     if (!mayTouch(*path, "Unable to move path %@ because it is a system directory.")) return false;
-    if (!itemExists(*path)) return false;
+    if (!filesystem::itemExists(*path)) return false;
     return runTool("/bin/mv", {"-f", operand(*path), operand(*destination)});
 }
 
@@ -194,7 +177,7 @@ bool QVAuthorization::authCopyFile(const std::optional<std::string>& path,
     else if (!destination)
         consoleLog("Error in authCopyFile: new path is null");
     if (!path || !destination) return false;
-    if (!itemExists(*path)) return false;
+    if (!filesystem::itemExists(*path)) return false;
     return runTool("/bin/cp", {"-f", "-p", "-R", operand(*path), operand(*destination)});
 }
 
@@ -215,7 +198,7 @@ bool QVAuthorization::runTool(const std::string& tool, const std::vector<std::st
 
 int QVAuthorization::authExecTask(const std::string& tool,
                                   const std::vector<std::string>& parameters, bool async) {
-    if (!itemExists(tool)) {
+    if (!filesystem::itemExists(tool)) {
         consoleLog("Unable to execute task: path %@ doesn't exist", tool);
         return toolMissing;
     }
