@@ -1,6 +1,7 @@
 #include "bench/Steps.h"
 
 #include "engine/QVFCPDoc.h"
+#include "engine/SilentView.h"
 
 #include <algorithm>
 #include <chrono>
@@ -9,17 +10,6 @@
 namespace reelsweep {
 
 namespace {
-
-class SilentView final : public DocumentView {
-public:
-    void startProgress() override {}
-    void endProgress() override {}
-    void setProgressLabelText(const std::string&) override {}
-    void reloadTable() override {}
-    void enableProcessButton(bool) override {}
-    void markChanged() override {}
-    WindowRef window() override { return {}; }
-};
 
 std::vector<Step> timeStepsOnce(const std::string& input, const std::string& output) {
     SilentView view;

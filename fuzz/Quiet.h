@@ -3,7 +3,7 @@
 // Thread rule: main thread.
 #pragma once
 
-#include "engine/DocumentView.h"
+#include "engine/SilentView.h"
 
 #include <string>
 
@@ -15,17 +15,6 @@ void installQuietPlatform();
 
 /// A file in that folder.
 std::string temporaryPath(const char* name);
-
-class SilentView final : public DocumentView {
-public:
-    void startProgress() override {}
-    void endProgress() override {}
-    void setProgressLabelText(const std::string&) override {}
-    void reloadTable() override {}
-    void enableProcessButton(bool) override {}
-    void markChanged() override {}
-    WindowRef window() override { return {}; }
-};
 
 /// Ends the process as a finding when a promise does not hold.
 inline void require(bool holds) {
