@@ -2,6 +2,7 @@
 
 #include "platform/posix/BuildBundle.h"
 #include "platform/posix/ConsoleAlertPresenter.h"
+#include "platform/posix/CurlHttpClient.h"
 #include "platform/posix/HomeFolders.h"
 #include "platform/posix/LibArchiver.h"
 #include "platform/posix/PolkitPrivileges.h"
@@ -34,7 +35,8 @@ Platform& Platform::current() {
 void Platform::install(Platform platform) {
     assert(platform.mainThread && platform.alertPresenter && platform.userDefaults &&
            platform.bundle && platform.workspace && platform.folders && platform.console &&
-           platform.processLauncher && platform.privileges && platform.archiver);
+           platform.httpClient && platform.processLauncher && platform.privileges &&
+           platform.archiver);
     const std::lock_guard lock(firstUse);
     if (Platform* const present = installed)
         *present = std::move(platform);
@@ -50,6 +52,7 @@ Platform Platform::commandLine() {
     platform.workspace = std::make_unique<EmptyWorkspace>();
     platform.folders = std::make_unique<HomeFolders>();
     platform.console = std::make_unique<StandardConsole>();
+    platform.httpClient = std::make_unique<CurlHttpClient>();
     platform.processLauncher = std::make_unique<PosixProcessLauncher>();
     platform.archiver = std::make_unique<LibArchiver>();
     platform.privileges =

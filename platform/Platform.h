@@ -11,6 +11,7 @@
 #include "platform/Archiver.h"
 #include "platform/Bundle.h"
 #include "platform/Console.h"
+#include "platform/HttpClient.h"
 #include "platform/MainThread.h"
 #include "platform/Privileges.h"
 #include "platform/ProcessLauncher.h"
@@ -30,6 +31,7 @@ struct Platform {
     std::unique_ptr<Workspace> workspace;
     std::unique_ptr<StandardFolders> folders;
     std::unique_ptr<Console> console;
+    std::unique_ptr<HttpClient> httpClient;
     std::unique_ptr<ProcessLauncher> processLauncher;
     std::unique_ptr<Privileges> privileges;
     std::unique_ptr<Archiver> archiver;

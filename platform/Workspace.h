@@ -18,6 +18,9 @@ public:
     /// The bundle identifiers of the applications that run now.
     virtual std::vector<std::string> runningApplicationIdentifiers() const = 0;
 
+    /// Opens a web address with the user's application for it; false when there is none.
+    virtual bool openURL(const std::string&) { return false; }
+
     /// Where the application with the bundle identifier is installed; empty when it is not.
     virtual std::optional<std::string> applicationPath(std::string_view identifier) const = 0;
 

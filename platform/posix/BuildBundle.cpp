@@ -9,6 +9,8 @@ std::optional<std::string> BuildBundle::identifier() const { return "com.quorvan
 std::optional<std::string> BuildBundle::infoValue(std::string_view key) const {
     if (key == "CFBundleIdentifier") return identifier();
     if (key == "CFBundleVersion" || key == "CFBundleShortVersionString") return REELSWEEP_VERSION;
+    if (key == "QVQCCollectionSite") return REELSWEEP_QC_COLLECTION_SITE;
+    if (key == "QVQCInformationSite") return REELSWEEP_QC_INFORMATION_SITE;
     return {};
 }
 
