@@ -22,6 +22,14 @@ public:
 
     /// The absolute path of the running executable; empty when it cannot be found out.
     virtual std::optional<std::string> executablePath() const = 0;
+
+    /// The absolute path of the folder that holds the program and what comes with it.
+    virtual std::optional<std::string> bundlePath() const = 0;
+
+    /// The absolute path of an item that comes with the program, such as "Bug Reporter" of the type
+    /// "app"; empty when there is none.
+    virtual std::optional<std::string> resourcePath(std::string_view name,
+                                                    std::string_view type) const = 0;
 };
 
 }  // namespace reelsweep

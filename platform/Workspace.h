@@ -24,6 +24,14 @@ public:
     /// Where the application with the bundle identifier is installed; empty when it is not.
     virtual std::optional<std::string> applicationPath(std::string_view identifier) const = 0;
 
+    /// Opens a file with the application that the desktop has for such files. False when there is
+    /// none, or no desktop. Returns while the application starts.
+    virtual bool openFile(const std::string& path);
+    /// Opens a file with the application at a path: a program, or a folder that is one.
+    virtual bool openFile(const std::string& path, const std::string& application);
+    /// Opens a file with the application that has the bundle identifier.
+    virtual bool openFileWithIdentifier(const std::string& path, std::string_view identifier);
+
     /// True for a folder that people handle as one file, such as an application.
     virtual bool isFilePackage(const std::string& path) const;
 

@@ -1,7 +1,6 @@
 #include "support/LogFiles.h"
 
 #include "platform/Platform.h"
-#include "platform/PropertyList.h"
 #include "platform/posix/FileReplacement.h"
 #include "platform/posix/FolderLock.h"
 #include "support/Format.h"
@@ -70,20 +69,6 @@ LogFiles::Start LogFiles::startFresh() const {
 
 int LogFiles::openExisting() const {
     return ::open(current_.c_str(), O_WRONLY | O_APPEND | O_CLOEXEC);
-}
-
-bool loggingIsDisabledByPreference() {
-    const std::optional<std::string> folder = QVLocalPaths::prefsDirectory(true);
-    if (!folder) return false;
-    const auto preferences = readPropertyList(*folder + "/com.quorvane.global.plist");
-    const PropertyList* const value = preferences ? preferences->find("disable-logging") : nullptr;
-    if (!value) return false;
-    // The number has to equal true, so 2 does not disable, and of the texts only "1" does.
-    if (const auto* text = value->as<std::string>()) return *text == "1";
-    if (const auto* flag = value->as<bool>()) return *flag;
-    if (const auto* number = value->as<std::int64_t>()) return *number == 1;
-    if (const auto* real = value->as<double>()) return *real == 1.0;
-    return false;
 }
 
 }  // namespace reelsweep

@@ -43,7 +43,4 @@ private:
     std::string current_;
 };
 
-/// True when the preference file that all programs of the family share switches logging off.
-bool loggingIsDisabledByPreference();
-
 }  // namespace reelsweep

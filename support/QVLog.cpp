@@ -2,6 +2,7 @@
 
 #include "platform/Platform.h"
 #include "platform/SystemInfo.h"
+#include "support/FamilyPreferences.h"
 #include "support/LogFiles.h"
 #include "support/LogText.h"
 #include "support/QVException.h"
@@ -303,7 +304,7 @@ void QVLog::createNewLog(std::string_view name, bool noPrinting) {
 
 bool QVLog::startFile(std::string_view name) {
     setFile(-1);
-    if (loggingIsDisabledByPreference()) {
+    if (familyPreferenceIsOne("disable-logging")) {
         print("Logging is disabled\n");
         loggingDisabled_ = true;
         return false;
