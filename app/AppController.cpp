@@ -1,0 +1,99 @@
+#include "app/AppController.h"
+
+#include "app/DocumentWindow.h"
+#include "app/FileDrop.h"
+#include "app/MainMenu.h"
+#include "app/OptionBoxes.h"
+#include "app/StartWindow.h"
+#include "platform/Platform.h"
+#include "support/QVLog.h"
+
+#include <QApplication>
+#include <QFileDialog>
+#include <QTimer>
+
+namespace reelsweep {
+
+namespace {
+
+constexpr const char* logName = "Reelsweep";
+constexpr const char* openPanelKey = "showOpenDialogAtStartup";
+// Files that the desktop hands over may come a little later than the start.
+constexpr std::chrono::seconds startupPause{1};
+
+}  // namespace
+
+AppController::AppController() {
+    QVLog::createNewLog(logName, true);
+    registerDefaults();
+    connect(&documents_, &DocumentController::windowMade, this, &AppController::windowMade);
+}
+
+AppController::~AppController() = default;
+
+void AppController::registerDefaults() {
+    OptionBoxes::registerDefaults();
+    Platform::current().userDefaults->registerDefaults({{openPanelKey, PropertyList(1)}});
+}
+
+void AppController::applicationDidFinishLaunching(const QStringList& files) {
+    documents_.open(files);
+    if (documents_.windows().isEmpty()) {
+        showStartWindow();
+        if (files.isEmpty()) performStartupAction();
+    }
+    QTimer::singleShot(startupPause, this, [this] {
+        const bool someWindow =
+            QApplication::activeWindow() || !QApplication::topLevelWidgets().isEmpty();
+        if (!someWindow) performStartupAction();
+    });
+}
+
+void AppController::performStartupAction() {
+    if (Platform::current().userDefaults->integerForKey(openPanelKey) == 1) openFile();
+}
+
+void AppController::applicationWillTerminate() {}
+
+void AppController::openFile() {
+    if (openPanel_) {
+        openPanel_->raise();
+        openPanel_->activateWindow();
+        return;
+    }
+    openPanel_ = new QFileDialog(QApplication::activeWindow(),
+                                 tr("Browse for a Final Cut Pro project or XML file"));
+    openPanel_->setAttribute(Qt::WA_DeleteOnClose);
+    openPanel_->setFileMode(QFileDialog::ExistingFiles);
+    openPanel_->setNameFilters(
+        {tr("Projects and XML files (*.fcp *.xml *.fcpxml)"), tr("All files (*)")});
+    if (const QStringList recent = DocumentController::recentFiles(); !recent.isEmpty())
+        openPanel_->setDirectory(QFileInfo(recent.constFirst()).absolutePath());
+    connect(openPanel_, &QFileDialog::filesSelected, &documents_,
+            [this](const QStringList& paths) { documents_.open(paths); });
+    openPanel_->open();
+}
+
+void AppController::showStartWindow() {
+    startWindow_ = new StartWindow;
+    new MainMenu(startWindow_, *this, nullptr);
+    startWindow_->setRecentFiles(DocumentController::recentFiles());
+    connect(&documents_, &DocumentController::recentFilesChanged, startWindow_,
+            [this] { startWindow_->setRecentFiles(DocumentController::recentFiles()); });
+    connect(startWindow_, &StartWindow::openRequested, this, &AppController::openFile);
+    connect(startWindow_, &StartWindow::fileChosen, this,
+            [this](const QString& path) { documents_.open(path); });
+    connect(new FileDrop(startWindow_), &FileDrop::dropped, &documents_,
+            [this](const QStringList& paths) { documents_.open(paths); });
+    startWindow_->show();
+}
+
+void AppController::windowMade(DocumentWindow* window) {
+    new MainMenu(window, *this, window);
+    connect(new FileDrop(window), &FileDrop::dropped, &documents_,
+            [this](const QStringList& paths) { documents_.open(paths); });
+    // Only now: a program whose last window goes has ended.
+    if (startWindow_) QTimer::singleShot(0, startWindow_, &QObject::deleteLater);
+}
+
+}  // namespace reelsweep

@@ -1,0 +1,190 @@
+#include "app/ChangeReportView.h"
+
+#include "app/Text.h"
+#include "engine/report/ChangeCSV.h"
+#include "platform/Platform.h"
+#include "platform/qt/WindowRefs.h"
+#include "support/AtomicFile.h"
+#include "support/QVAlert.h"
+
+#include <QClipboard>
+#include <QFileDialog>
+#include <QGuiApplication>
+#include <QHBoxLayout>
+#include <QHeaderView>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QTreeView>
+
+namespace reelsweep {
+
+namespace {
+
+// Typing is not held up by a filter over a long list.
+constexpr std::chrono::milliseconds filterPause{150};
+// Up to this many changes are laid open at once.
+constexpr std::size_t shortList = 500;
+
+QTreeView* makeTree(ChangeReportModel& model) {
+    auto* const tree = new QTreeView;
+    tree->setObjectName(QStringLiteral("changesTree"));
+    tree->setAccessibleName(ChangeReportView::tr("Changes"));
+    tree->setUniformRowHeights(true);
+    tree->setAlternatingRowColors(true);
+    tree->setSelectionMode(QAbstractItemView::ExtendedSelection);
+    tree->setModel(&model);
+    const int width = tree->fontMetrics().averageCharWidth();
+    const int widths[] = {34, 26, 33, 33, 40};
+    for (int column = 0; column < ChangeReportModel::columns; ++column)
+        tree->setColumnWidth(column, width * widths[column]);
+    return tree;
+}
+
+}  // namespace
+
+ChangeReportView::ChangeReportView(QWidget* parent)
+    : QWidget(parent),
+      filter_(new QLineEdit),
+      tree_(makeTree(model_)),
+      totals_(new QLabel),
+      export_(new QPushButton(tr("Export &Report…"))) {
+    filter_->setObjectName(QStringLiteral("changesFilter"));
+    filter_->setAccessibleName(tr("Filter changes"));
+    filter_->setPlaceholderText(tr("Filter by name, track, kind or reason"));
+    filter_->setClearButtonEnabled(true);
+    totals_->setObjectName(QStringLiteral("changesTotals"));
+    totals_->setWordWrap(true);
+    totals_->setTextInteractionFlags(Qt::TextSelectableByMouse);
+    export_->setObjectName(QStringLiteral("exportReportBtn"));
+
+    auto* const top = new QHBoxLayout;
+    top->addWidget(filter_, 1);
+    top->addWidget(export_);
+    auto* const layout = new QVBoxLayout(this);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->addLayout(top);
+    layout->addWidget(tree_, 1);
+    layout->addWidget(totals_);
+
+    filterDelay_.setSingleShot(true);
+    filterDelay_.setInterval(filterPause);
+    connect(filter_, &QLineEdit::textChanged, this, [this] { filterDelay_.start(); });
+    connect(&filterDelay_, &QTimer::timeout, this, &ChangeReportView::applyFilter);
+    connect(export_, &QPushButton::clicked, this, &ChangeReportView::exportReport);
+    connect(tree_->selectionModel(), &QItemSelectionModel::selectionChanged, this,
+            &ChangeReportView::selectionChanged);
+    showTotals();
+}
+
+void ChangeReportView::showLedger(const ChangeLedger* ledger, ReportedDocument document) {
+    filterDelay_.stop();
+    filter_->clear();
+    filterDelay_.stop();
+    ledger_ = ledger;
+    document_ = std::move(document);
+    model_.setLedger(ledger);
+    export_->setEnabled(ledger != nullptr);
+    expandWhatIsShort();
+    showTotals();
+    emit selectionChanged();
+}
+
+void ChangeReportView::focusFilter() {
+    filter_->setFocus(Qt::ShortcutFocusReason);
+    filter_->selectAll();
+}
+
+void ChangeReportView::applyFilter() {
+    model_.setFilter(filter_->text());
+    expandWhatIsShort();
+    showTotals();
+    emit selectionChanged();
+}
+
+void ChangeReportView::expandWhatIsShort() {
+    if (model_.listing().shown() <= shortList)
+        tree_->expandAll();
+    else
+        tree_->expandToDepth(0);
+}
+
+void ChangeReportView::showTotals() {
+    const ChangeListing& listing = model_.listing();
+    if (listing.total() == 0) {
+        totals_->setText(ledger_ ? tr("Nothing had to be changed.") : QString());
+        return;
+    }
+    QStringList parts;
+    for (std::size_t kind = 0; kind < changeKindCount; ++kind)
+        if (const std::size_t count = listing.totals()[kind]) {
+            const std::string word(description(static_cast<ChangeKind>(kind)));
+            parts += tr("%L1 %2", "a number of changes of a kind")
+                         .arg(count)
+                         .arg(QCoreApplication::translate("ChangeKind", word.c_str()));
+        }
+    const QString counted =
+        listing.shown() == listing.total()
+            ? tr("%L1 changes").arg(listing.total())
+            : tr("%L1 of %L2 changes").arg(listing.shown()).arg(listing.total());
+    totals_->setText(parts.isEmpty() ? counted : counted + ": " + parts.join(", "));
+}
+
+bool ChangeReportView::hasSelection() const { return tree_->selectionModel()->hasSelection(); }
+
+void ChangeReportView::copySelection() {
+    QModelIndexList rows = tree_->selectionModel()->selectedRows();
+    // In the order of the screen, not of the clicks.
+    const auto place = [](QModelIndex index) {
+        std::vector<int> path;
+        for (; index.isValid(); index = index.parent()) path.insert(path.begin(), index.row());
+        return path;
+    };
+    std::sort(rows.begin(), rows.end(),
+              [&](const QModelIndex& a, const QModelIndex& b) { return place(a) < place(b); });
+    QStringList lines;
+    for (const QModelIndex& row : rows) lines += model_.rowText(row);
+    if (!lines.isEmpty()) QGuiApplication::clipboard()->setText(lines.join('\n') + '\n');
+}
+
+void ChangeReportView::exportReport() {
+    if (!ledger_) return;
+    auto* const dialog = new QFileDialog(this, tr("Export Report"));
+    dialog->setAttribute(Qt::WA_DeleteOnClose);
+    dialog->setAcceptMode(QFileDialog::AcceptSave);
+    const QString csv = tr("Comma-separated values (*.csv)");
+    const QString json = tr("JSON (*.json)");
+    dialog->setNameFilters({csv, json});
+    dialog->setDefaultSuffix(QStringLiteral("csv"));
+    connect(dialog, &QFileDialog::filterSelected, dialog, [dialog, json](const QString& chosen) {
+        dialog->setDefaultSuffix(chosen == json ? QStringLiteral("json") : QStringLiteral("csv"));
+    });
+    const QFileInfo input(toQString(document_.input));
+    dialog->setDirectory(input.absolutePath());
+    dialog->selectFile(input.completeBaseName() + tr("-changes"));
+    connect(dialog, &QFileDialog::fileSelected, this, [this](const QString& path) {
+        const Outcome written = writeReport(toText(path));
+        if (!written)
+            QVAlert::alertSheet(toText(tr("The report could not be written")), {}, {}, {},
+                                written.failure().description(), windowRef(window()), false);
+    });
+    dialog->open();
+}
+
+Outcome ChangeReportView::writeReport(const std::string& path) const {
+    if (!ledger_) return Failure{FailureCode::usage, "there is no report", path, 0, 0, ""};
+    AtomicFile file(path, Overwrite::always);
+    if (Outcome opened = file.open(); !opened) return opened;
+    if (QFileInfo(toQString(path)).suffix().compare("json", Qt::CaseInsensitive) == 0) {
+        const std::string version =
+            Platform::current().bundle->infoValue("CFBundleShortVersionString").value_or("");
+        ChangeReport report(file, {"reelsweep", version, false});
+        report.addDocument(document_, ledger_);
+        report.finish();
+    } else {
+        writeChangesCSV(*ledger_, file);
+    }
+    return file.commit();
+}
+
+}  // namespace reelsweep

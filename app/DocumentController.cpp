@@ -1,0 +1,110 @@
+#include "app/DocumentController.h"
+
+#include "app/QVFCPDocWindow.h"
+#include "app/QVFCPXDocWindow.h"
+#include "app/Text.h"
+#include "engine/DocumentFormat.h"
+#include "platform/Platform.h"
+#include "support/QVAlert.h"
+#include "support/QVLog.h"
+
+#include <QFileInfo>
+
+namespace reelsweep {
+
+namespace {
+
+constexpr const char* recentKey = "recentDocuments";
+constexpr qsizetype recentLimit = 10;
+
+void storeRecentFiles(const QStringList& paths) {
+    PropertyList::Array array;
+    for (const QString& path : paths) array.emplace_back(toText(path));
+    if (const auto error = Platform::current().userDefaults->setObject(recentKey, array))
+        QVLog::appendLog("Unable to store the recent files - %@", error.message());
+}
+
+Result<DocumentWindow*> makeWindow(const std::string& path) {
+    if (QVFCPDoc::isNativeProject(path)) return new QVFCPDocWindow;
+    const Result<DocumentFormat> format = documentFormat(path);
+    if (!format) return format.failure();
+    if (*format == DocumentFormat::fcpxml) return new QVFCPXDocWindow;
+    return new QVFCPDocWindow;
+}
+
+}  // namespace
+
+DocumentWindow* DocumentController::open(const QString& path) {
+    const QString absolute = QFileInfo(path).absoluteFilePath();
+    if (DocumentWindow* const present = windowOf(absolute)) {
+        present->show();
+        present->raise();
+        present->activateWindow();
+        return present;
+    }
+    const Result<DocumentWindow*> made = makeWindow(toText(absolute));
+    if (!made) {
+        tellOfFailure(absolute, toQString(made.failure().description()));
+        return nullptr;
+    }
+    DocumentWindow* const window = *made;
+    connect(window, &DocumentWindow::pathChanged, this, &DocumentController::noteRecentFile);
+    if (const Outcome opened = window->open(toText(absolute)); !opened) {
+        if (!window->hasShownFailure())
+            tellOfFailure(absolute, toQString(opened.failure().description()));
+        delete window;
+        return nullptr;
+    }
+    windows_ += window;
+    connect(window, &QObject::destroyed, this, &DocumentController::windowsChanged,
+            Qt::QueuedConnection);
+    emit windowMade(window);
+    window->show();
+    emit windowsChanged();
+    return window;
+}
+
+void DocumentController::open(const QStringList& paths) {
+    for (const QString& path : paths) open(path);
+}
+
+QList<DocumentWindow*> DocumentController::windows() const {
+    QList<DocumentWindow*> open;
+    for (const QPointer<DocumentWindow>& window : windows_)
+        // One that was closed lives a little longer, unseen.
+        if (window && window->isVisible()) open += window;
+    return open;
+}
+
+DocumentWindow* DocumentController::windowOf(const QString& path) const {
+    for (DocumentWindow* const window : windows())
+        if (QFileInfo(toQString(window->path())) == QFileInfo(path)) return window;
+    return nullptr;
+}
+
+void DocumentController::tellOfFailure(const QString& path, const QString& reason) {
+    QVAlert::alertSheet(toText(tr("“%1” could not be opened").arg(QFileInfo(path).fileName())), {},
+                        {}, {}, toText(reason), {}, false);
+}
+
+QStringList DocumentController::recentFiles() {
+    QStringList paths;
+    for (const std::string& path : Platform::current().userDefaults->stringArrayForKey(recentKey))
+        paths += toQString(path);
+    return paths;
+}
+
+void DocumentController::noteRecentFile(const QString& path) {
+    QStringList paths = recentFiles();
+    paths.removeAll(path);
+    paths.prepend(path);
+    storeRecentFiles(paths.mid(0, recentLimit));
+    emit recentFilesChanged();
+}
+
+void DocumentController::clearRecentFiles() {
+    storeRecentFiles({});
+    emit recentFilesChanged();
+}
+
+}  // namespace reelsweep

@@ -1,0 +1,125 @@
+// DocumentWindow: the window of one document: running, saving, closing, the report.
+//
+// What is particular to a kind of document is in QVFCPDocWindow and QVFCPXDocWindow.
+// Owner: itself; a window that is closed goes away. Thread rule: main thread.
+#pragma once
+
+#include "app/AlertReply.h"
+#include "app/ChangeReportView.h"
+#include "app/OptionBoxes.h"
+#include "app/ProgressSheet.h"
+#include "engine/ChangeLedger.h"
+#include "engine/DocumentView.h"
+#include "engine/RunResult.h"
+#include "support/Failure.h"
+
+#include <QMainWindow>
+
+#include <functional>
+#include <memory>
+#include <string>
+
+class QLabel;
+class QPushButton;
+class QTabWidget;
+
+namespace reelsweep {
+
+class DocumentWindow : public QMainWindow, public DocumentView {
+    Q_OBJECT
+
+public:
+    /// Opens the file. Fails also when the window's description is missing.
+    Outcome open(const std::string& path);
+    /// True when open failed and the user has been told so.
+    virtual bool hasShownFailure() const { return false; }
+
+    virtual const std::string& path() const = 0;
+    virtual bool isFCPProject() const { return false; }
+    /// True when there are results that can be written to a file of their own.
+    virtual bool canExport() const { return false; }
+    /// True when the document has a list of sequences to tick.
+    virtual bool hasSequences() const { return false; }
+    bool isRunning() const { return running_; }
+    bool canProcess() const;
+    ChangeReportView& report() { return *report_; }
+    bool isShowingReport() const;
+
+    // Actions of the menus and buttons
+    void process();
+    void cancelProgress();
+    void save();
+    void saveAs();
+    void revert();
+    void findChanges();
+    virtual void exportTidied() {}
+    virtual void sendToFCP() {}
+    virtual void selectAllSequences(bool) {}
+
+signals:
+    /// What menus offer may have changed.
+    void stateChanged();
+    /// The document was opened from, or saved under, this path.
+    void pathChanged(const QString& path);
+
+protected:
+    DocumentWindow(const QString& interfaceName, OptionBoxes::For format);
+
+    // What a kind of document does
+
+    /// Reads the file into a new document, which takes the place of the old one when it is good.
+    virtual Outcome read(const std::string& path) = 0;
+    virtual Outcome write(const std::string& path) = 0;
+    virtual void startRun(const OptionList& options, std::function<void()> ended) = 0;
+    virtual void cancelRun() = 0;
+    virtual const ChangeLedger& ledger() const = 0;
+    virtual const RunResult& runResult() const = 0;
+    virtual ReportedDocument reported() const = 0;
+    virtual QString idleStatus() const = 0;
+
+    // DocumentView
+    void startProgress() override;
+    void endProgress() override;
+    void setProgressLabelText(const std::string& text) override;
+    void reloadTable() override {}
+    void enableProcessButton(bool enabled) override;
+    void markChanged() override;
+    WindowRef window() override;
+
+    void closeEvent(QCloseEvent* event) override;
+
+    QWidget* content() { return content_; }
+    const OptionList& options() const { return options_; }
+    void showStatus(const QString& text);
+    /// Tells of something that went wrong, without waiting.
+    void tell(const QString& message, const QString& informative);
+    QString displayName() const;
+    /// Asks for a file to write to.
+    void askForFile(const QString& title, const QString& suggestion,
+                    std::function<void(const std::string&)> chosen);
+
+private:
+    void buildInterface(const QString& interfaceName, OptionBoxes::For format);
+    bool saveTo(const std::string& path);
+    void runEnded();
+    void showReport();
+    void askToStop();
+    void askToSave();
+    void reload();
+
+    QWidget* content_ = nullptr;
+    QTabWidget* tabs_ = nullptr;
+    QLabel* status_ = nullptr;
+    QPushButton* processButton_ = nullptr;
+    ChangeReportView* report_ = nullptr;
+    ProgressSheet* progress_ = nullptr;
+    std::unique_ptr<OptionBoxes> boxes_;
+    OptionList options_;  ///< of the last run
+    AlertReply question_;
+    bool running_ = false;
+    bool cancelled_ = false;
+    bool closeWhenEnded_ = false;
+    bool discardChanges_ = false;
+};
+
+}  // namespace reelsweep

@@ -1,0 +1,160 @@
+#include "app/MainMenu.h"
+
+#include "app/AppController.h"
+#include "app/DocumentWindow.h"
+#include "app/Text.h"
+
+#include <QApplication>
+#include <QClipboard>
+#include <QFileInfo>
+#include <QLineEdit>
+#include <QMainWindow>
+#include <QMenuBar>
+
+#include <utility>
+
+namespace reelsweep {
+
+namespace {
+
+QAction* separator(QMenu* menu) { return menu->addSeparator(); }
+
+}  // namespace
+
+MainMenu::MainMenu(QMainWindow* window, AppController& controller, DocumentWindow* document)
+    : QObject(window), window_(*window), controller_(controller), document_(document) {
+    buildFileMenu();
+    buildEditMenu();
+    if (document_) buildSequenceMenu();
+    buildWindowMenu();
+    buildHelpMenu();
+    if (document_) connect(document_, &DocumentWindow::stateChanged, this, &MainMenu::validate);
+    validate();
+}
+
+QAction* MainMenu::item(const char* name) const {
+    return findChild<QAction*>(QString::fromLatin1(name));
+}
+
+QAction* MainMenu::add(QMenu* menu, const char* name, const QString& text, const QKeySequence& keys,
+                       std::function<void()> action) {
+    auto* const item = new QAction(text, this);
+    item->setObjectName(QString::fromLatin1(name));
+    item->setShortcut(keys);
+    connect(item, &QAction::triggered, this, [run = std::move(action)] { run(); });
+    menu->addAction(item);
+    return item;
+}
+
+void MainMenu::buildFileMenu() {
+    QMenu* const menu = window_.menuBar()->addMenu(tr("&File"));
+    connect(menu, &QMenu::aboutToShow, this, &MainMenu::validate);
+    add(menu, "openFile:", tr("&Open…"), QKeySequence::Open, [this] { controller_.openFile(); });
+    recentMenu_ = menu->addMenu(tr("Open &Recent"));
+    connect(recentMenu_, &QMenu::aboutToShow, this, &MainMenu::fillRecentMenu);
+    separator(menu);
+    add(menu, "performClose:", tr("&Close"), QKeySequence::Close, [this] { window_.close(); });
+    if (document_) {
+        add(menu, "saveDocument:", tr("&Save"), QKeySequence::Save, [this] { document_->save(); });
+        add(menu, "saveDocumentAs:", tr("Save &As…"), QKeySequence(tr("Ctrl+Shift+S")),
+            [this] { document_->saveAs(); });
+        add(menu, "revertDocumentToSaved:", tr("Re&vert to Saved"), {},
+            [this] { document_->revert(); });
+        separator(menu);
+        add(menu, "exportTidied:", tr("&Export Tidied Sequences…"), QKeySequence(tr("Ctrl+E")),
+            [this] { document_->exportTidied(); });
+        add(menu, "exportReport:", tr("Export Re&port…"), QKeySequence(tr("Ctrl+Shift+E")),
+            [this] { document_->report().exportReport(); });
+    }
+    separator(menu);
+    add(menu, "terminate:", tr("&Quit"), QKeySequence::Quit,
+        [] { QApplication::closeAllWindows(); });
+}
+
+void MainMenu::buildEditMenu() {
+    QMenu* const menu = window_.menuBar()->addMenu(tr("&Edit"));
+    if (document_) {
+        add(menu, "copy:", tr("&Copy"), QKeySequence::Copy, [this] {
+            auto* const field = qobject_cast<QLineEdit*>(QApplication::focusWidget());
+            if (field && field->hasSelectedText())
+                field->copy();
+            else
+                document_->report().copySelection();
+        });
+        add(menu, "findChanges:", tr("&Find in Changes"), QKeySequence::Find,
+            [this] { document_->findChanges(); });
+        separator(menu);
+    }
+}
+
+void MainMenu::buildSequenceMenu() {
+    QMenu* const menu = window_.menuBar()->addMenu(tr("&Sequence"));
+    add(menu, "process:", tr("&Process"), QKeySequence(tr("Ctrl+Return")),
+        [this] { document_->process(); });
+    separator(menu);
+    add(menu, "tickAll:", tr("&Tick All"), QKeySequence(tr("Ctrl+T")),
+        [this] { document_->selectAllSequences(true); });
+    add(menu, "untickAll:", tr("&Untick All"), QKeySequence(tr("Ctrl+Shift+T")),
+        [this] { document_->selectAllSequences(false); });
+}
+
+void MainMenu::buildWindowMenu() {
+    windowMenu_ = window_.menuBar()->addMenu(tr("&Window"));
+    connect(windowMenu_, &QMenu::aboutToShow, this, &MainMenu::fillWindowMenu);
+}
+
+void MainMenu::buildHelpMenu() { window_.menuBar()->addMenu(tr("&Help")); }
+
+void MainMenu::fillRecentMenu() {
+    recentMenu_->clear();
+    for (const QString& path : DocumentController::recentFiles()) {
+        QString name = QFileInfo(path).fileName();
+        QAction* const item = recentMenu_->addAction(name.replace('&', "&&"));
+        item->setToolTip(path);
+        connect(item, &QAction::triggered, this,
+                [this, path] { controller_.documents().open(path); });
+    }
+    recentMenu_->addSeparator();
+    connect(recentMenu_->addAction(tr("&Clear Menu")), &QAction::triggered, this,
+            [this] { controller_.documents().clearRecentFiles(); });
+}
+
+void MainMenu::fillWindowMenu() {
+    windowMenu_->clear();
+    for (DocumentWindow* const window : controller_.documents().windows()) {
+        QString name = QFileInfo(toQString(window->path())).fileName();
+        QAction* const item = windowMenu_->addAction(name.replace('&', "&&"));
+        item->setCheckable(true);
+        item->setChecked(window == &window_);
+        connect(item, &QAction::triggered, window, [window] {
+            window->raise();
+            window->activateWindow();
+        });
+    }
+    if (windowMenu_->isEmpty()) windowMenu_->addAction(tr("No documents"))->setEnabled(false);
+}
+
+void MainMenu::validate() {
+    if (!document_) return;
+    validateSaving();
+    const bool running = document_->isRunning();
+    const bool hasReport = document_->isShowingReport();
+    item("exportTidied:")->setEnabled(document_->canExport());
+    item("exportReport:")->setEnabled(hasReport);
+    item("findChanges:")->setEnabled(!running);
+    item("process:")->setEnabled(document_->canProcess());
+    item("tickAll:")->setEnabled(document_->hasSequences() && !running);
+    item("untickAll:")->setEnabled(document_->hasSequences() && !running);
+}
+
+// Ctrl+S is for whatever hands the results back: a file is saved, a native project is sent.
+void MainMenu::validateSaving() {
+    const bool isNative = document_->isFCPProject();
+    for (const char* const name : {"saveDocument:", "saveDocumentAs:", "revertDocumentToSaved:"}) {
+        item(name)->setVisible(!isNative);
+        item(name)->setEnabled(!isNative);
+    }
+    item("saveDocument:")->setShortcut(isNative ? QKeySequence() : QKeySequence::Save);
+}
+
+}  // namespace reelsweep

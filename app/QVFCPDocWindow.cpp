@@ -1,0 +1,134 @@
+#include "app/QVFCPDocWindow.h"
+
+#include "app/InterfaceDescription.h"
+#include "app/Text.h"
+#include "engine/StandaloneDelivery.h"
+
+#include <QFileInfo>
+#include <QGuiApplication>
+#include <QHeaderView>
+#include <QKeyEvent>
+#include <QPushButton>
+#include <QTableView>
+
+namespace reelsweep {
+
+QVFCPDocWindow::QVFCPDocWindow()
+    : DocumentWindow(QStringLiteral("QVFCPDoc"), OptionBoxes::For::xmeml),
+      model_(new SequenceModel(
+          [this](std::size_t row, bool selected) { document_->setSelected(row, selected); }, this)),
+      document_(std::make_unique<QVFCPDoc>(*this)) {
+    if (content()) buildTable();
+}
+
+void QVFCPDocWindow::buildTable() {
+    table_ = outlet<QTableView>(*content(), "sequenceTableView");
+    table_->setModel(model_);
+    table_->installEventFilter(this);
+    QHeaderView* const columns = table_->horizontalHeader();
+    columns->setHighlightSections(false);
+    columns->setSectionResizeMode(SequenceModel::selectedColumn, QHeaderView::ResizeToContents);
+    columns->setSectionResizeMode(SequenceModel::sequenceColumn, QHeaderView::Stretch);
+    // Rows of one height: nobody measures ten thousand of them.
+    QHeaderView* const rows = table_->verticalHeader();
+    rows->hide();
+    rows->setSectionResizeMode(QHeaderView::Fixed);
+    rows->setDefaultSectionSize(table_->fontMetrics().height() * 8 / 5);
+    columns->setResizeContentsPrecision(0);
+
+    auto* const exportButton = outlet<QPushButton>(*content(), "exportBtn");
+    connect(exportButton, &QPushButton::clicked, this, &QVFCPDocWindow::exportTidied);
+    connect(this, &DocumentWindow::stateChanged, this,
+            [this, exportButton] { exportButton->setVisible(canExport()); });
+    resize(sizeHint().expandedTo(
+        QSize(fontMetrics().averageCharWidth() * 110, fontMetrics().height() * 32)));
+}
+
+Outcome QVFCPDocWindow::read(const std::string& path) {
+    auto document = std::make_unique<QVFCPDoc>(*this);
+    const Outcome opened = document->readFromURL(path);
+    if (!opened) return opened;
+    populated_ = false;
+    model_->setRecords(std::make_shared<SequenceArray>());
+    document_ = std::move(document);
+    return opened;
+}
+
+// Called when the list is there, which a thread of the document builds.
+void QVFCPDocWindow::reloadTable() {
+    populated_ = true;
+    model_->setRecords(document_->sequenceArray());
+    if (model_->rowCount() > 0) table_->setCurrentIndex(model_->index(0, 0));
+    document_->setAllSelected(false);
+}
+
+void QVFCPDocWindow::enableProcessButton(bool enabled) {
+    showStatus(idleStatus());
+    DocumentWindow::enableProcessButton(enabled);
+}
+
+void QVFCPDocWindow::selectAllSequences(bool selected) {
+    document_->setAllSelected(selected);
+    model_->reloadSelection();
+}
+
+void QVFCPDocWindow::toggleSelectedRows() {
+    const QModelIndexList rows = table_->selectionModel()->selectedRows();
+    if (rows.isEmpty()) return;
+    // As the first goes, so go the others.
+    const bool tick = rows.constFirst().data(Qt::CheckStateRole).toInt() != Qt::Checked;
+    for (const QModelIndex& row : rows)
+        model_->setData(row, tick ? Qt::Checked : Qt::Unchecked, Qt::CheckStateRole);
+}
+
+bool QVFCPDocWindow::eventFilter(QObject* watched, QEvent* event) {
+    if (watched == table_ && event->type() == QEvent::KeyPress &&
+        static_cast<QKeyEvent*>(event)->key() == Qt::Key_Space) {
+        toggleSelectedRows();
+        return true;
+    }
+    return DocumentWindow::eventFilter(watched, event);
+}
+
+void QVFCPDocWindow::startRun(const OptionList& options, std::function<void()> ended) {
+    document_->process(options, std::move(ended));
+}
+
+bool QVFCPDocWindow::canExport() const {
+    return !isRunning() && !document_->processingCancelled() && document_->hasResults();
+}
+
+void QVFCPDocWindow::exportTidied() {
+    if (!canExport()) return;
+    const QString name = QFileInfo(toQString(path())).completeBaseName() + tr("-Tidied.xml");
+    askForFile(tr("Export Tidied Sequences"), name, [this](const std::string& chosen) {
+        QGuiApplication::setOverrideCursor(Qt::WaitCursor);
+        const Outcome written = writeStandaloneDocument(*document_, chosen);
+        QGuiApplication::restoreOverrideCursor();
+        if (written)
+            showStatus(tr("Exported to %1").arg(toQString(chosen)));
+        else
+            tell(tr("The tidied sequences could not be exported"),
+                 toQString(written.failure().description()));
+    });
+}
+
+ReportedDocument QVFCPDocWindow::reported() const {
+    ReportedDocument reported;
+    reported.input = path();
+    reported.format = "xmeml";
+    reported.passes = options();
+    if (runResult().delivered) reported.delivery = "project";
+    for (const Failure& failure : runResult().failures)
+        reported.errors.push_back(failure.description());
+    return reported;
+}
+
+QString QVFCPDocWindow::idleStatus() const {
+    const int count = model_->rowCount();
+    if (!populated_) return tr("Listing the sequences…");
+    if (count == 0) return tr("This file holds no sequence.");
+    return tr("%L1 of %L2 sequences ticked").arg(model_->selectedCount()).arg(count);
+}
+
+}  // namespace reelsweep

@@ -1,0 +1,52 @@
+// QVFCPDocWindow: the window of an XMEML file or a native Final Cut Pro project.
+//
+// Thread rule: main thread.
+#pragma once
+
+#include "app/DocumentWindow.h"
+#include "app/SequenceModel.h"
+#include "engine/QVFCPDoc.h"
+
+class QTableView;
+
+namespace reelsweep {
+
+class QVFCPDocWindow final : public DocumentWindow {
+    Q_OBJECT
+
+public:
+    QVFCPDocWindow();
+
+    const std::string& path() const override { return document_->path(); }
+    bool isFCPProject() const override { return document_->isFCPProject(); }
+    bool canExport() const override;
+    bool hasSequences() const override { return model_->rowCount() > 0; }
+    void exportTidied() override;
+    void selectAllSequences(bool selected) override;
+
+protected:
+    Outcome read(const std::string& path) override;
+    Outcome write(const std::string& path) override { return document_->saveToURL(path); }
+    void startRun(const OptionList& options, std::function<void()> ended) override;
+    void cancelRun() override { document_->cancelProgress(); }
+    const ChangeLedger& ledger() const override { return document_->changeLedger(); }
+    const RunResult& runResult() const override { return document_->runResult(); }
+    ReportedDocument reported() const override;
+    QString idleStatus() const override;
+
+    void reloadTable() override;
+    void enableProcessButton(bool enabled) override;
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
+private:
+    void buildTable();
+    void toggleSelectedRows();
+
+    QTableView* table_ = nullptr;
+    SequenceModel* model_ = nullptr;
+    bool populated_ = false;  ///< the list is there
+    /// The last member: when it goes it may still have something to say to the others.
+    std::unique_ptr<QVFCPDoc> document_;
+};
+
+}  // namespace reelsweep

@@ -1,0 +1,79 @@
+#include "app/AppController.h"
+#include "app/Text.h"
+#include "platform/Platform.h"
+#include "platform/qt/QtAlertPresenter.h"
+#include "platform/qt/QtMainThread.h"
+#include "support/QVLog.h"
+
+#include <QApplication>
+#include <QIcon>
+
+#include <cstdio>
+#include <string_view>
+
+namespace {
+
+constexpr const char* usage =
+    "usage: reelsweep [FILE...]\n"
+    "\n"
+    "Opens XMEML and FCPXML files in windows. To tidy files without windows: reelsweep-cli.\n"
+    "\n"
+    "  -h, --help     this text\n"
+    "  -v, --version  the version\n";
+
+std::string version() {
+    return reelsweep::Platform::current()
+        .bundle->infoValue("CFBundleShortVersionString")
+        .value_or("unknown");
+}
+
+// Options that need no windows, and so no display. True when there was one.
+bool answeredWithoutWindows(int argc, char** argv) {
+    for (int i = 1; i < argc; ++i) {
+        const std::string_view argument = argv[i];
+        if (argument == "--") return false;
+        if (argument == "-h" || argument == "--help") {
+            std::fputs(usage, stdout);
+            return true;
+        }
+        if (argument == "-v" || argument == "--version") {
+            std::printf("reelsweep %s\n", version().c_str());
+            return true;
+        }
+    }
+    return false;
+}
+
+QStringList filesOf(QStringList arguments) {
+    arguments.removeFirst();
+    arguments.removeOne(QStringLiteral("--"));
+    return arguments;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    using namespace reelsweep;
+    if (answeredWithoutWindows(argc, argv)) return 0;
+    QApplication application(argc, argv);
+    QApplication::setApplicationName(QStringLiteral("Reelsweep"));
+    QApplication::setApplicationDisplayName(QStringLiteral("Reelsweep"));
+    QApplication::setDesktopFileName(QStringLiteral("com.quorvane.Reelsweep"));
+    QApplication::setWindowIcon(QIcon(QStringLiteral(":/images/com.quorvane.Reelsweep.svg")));
+
+    Platform platform = Platform::commandLine();
+    platform.mainThread = std::make_unique<QtMainThread>();
+    platform.alertPresenter = std::make_unique<QtAlertPresenter>();
+    Platform::install(std::move(platform));
+    QApplication::setApplicationVersion(toQString(version()));
+
+    int code = 0;
+    {
+        AppController controller;
+        controller.applicationDidFinishLaunching(filesOf(QApplication::arguments()));
+        code = QApplication::exec();
+        controller.applicationWillTerminate();
+    }
+    QVLog::finishWriting();
+    return code;
+}

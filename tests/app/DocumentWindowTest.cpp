@@ -1,0 +1,262 @@
+// Windows of documents: open, tick, process, save, close.
+#include "tests/app/AppTest.h"
+#include "tests/timeline/Timeline.h"
+
+#include <QLineEdit>
+#include <QSignalSpy>
+
+namespace reelsweep::test {
+namespace {
+
+const char* const timeline = "V1: A[0,100) !B[100,150) V2: C[150,200)";
+const char* const completed = "Processing complete: Please save the XML file.";
+
+std::string film() { return projectXML({sequenceXML(timeline), sequenceXML(timeline)}); }
+
+TEST_F(AppTest, TidiesAFileFromOpeningToSavingAndReopening) {
+    DocumentWindow* const window = open("film.xml", film());
+    ASSERT_TRUE(window);
+    EXPECT_FALSE(processButton(window)->isEnabled());
+    tick(window, 1);
+    EXPECT_TRUE(processButton(window)->isEnabled());
+    tick(window, 1);
+    EXPECT_FALSE(processButton(window)->isEnabled());
+    tick(window, 1);
+    EXPECT_FALSE(window->isWindowModified());
+
+    EXPECT_EQ(process(window), completed);
+    EXPECT_EQ(shownAlert()->windowModality(), Qt::WindowModal);
+    EXPECT_EQ(shownAlert()->parentWidget(), window);
+    EXPECT_TRUE(answerAlert("OK"));
+    ASSERT_TRUE(ends(window));
+    EXPECT_TRUE(window->isWindowModified());
+    EXPECT_TRUE(tree(window)->isVisible());
+    EXPECT_EQ(tree(window)->model()->rowCount(), 1);
+
+    menuItem(window, "saveDocument:")->trigger();
+    EXPECT_FALSE(window->isWindowModified());
+    EXPECT_TRUE(window->close());
+    DocumentWindow* const again = controller.documents().open(toQString(folder / "film.xml"));
+    ASSERT_TRUE(again);
+    ASSERT_TRUE(comesTrue([&] { return table(again)->model()->rowCount() == 3; }));
+    EXPECT_EQ(table(again)->model()->index(2, 1).data().toString(), "Harbour-Tidied");
+}
+
+TEST_F(AppTest, KeepsTheStatesOfItsOptions) {
+    DocumentWindow* const window = open("film.xml", film());
+    const auto checked = [](const DocumentWindow* of) {
+        QStringList names;
+        for (const QCheckBox* const box : of->findChildren<QCheckBox*>())
+            if (box->isChecked()) names += box->objectName().remove("CheckBox");
+        names.sort();
+        return toText(names.join(' '));
+    };
+    EXPECT_EQ(checked(window),
+              "collapseTracks collapseUncompositedClips removeDisabledAudioClips "
+              "removeDisabledVideoClips removeUnusedTracks");
+    EXPECT_EQ(window->findChildren<QCheckBox*>().size(), 12);
+    setOptions(window, {"replaceGaps", "collapseTracks"});
+    EXPECT_EQ(checked(open("other.xml", film())), "collapseTracks replaceGaps");
+    UserDefaults& defaults = *Platform::current().userDefaults;
+    EXPECT_EQ(defaults.integerForKey("collapseVideoLayers"), 1);
+    EXPECT_EQ(defaults.integerForKey("removeUnusedVideoTracks"), 0);
+    for (const PassRow& pass : passTable())
+        defaults.removeObject(OptionBoxes::defaultsKey(pass.option));
+}
+
+// A run long enough to be met in the middle.
+std::string longFilm() {
+    std::string clips;
+    for (int i = 0; i < 20'000; ++i)
+        clips += " C[" + std::to_string(i * 10) + "," + std::to_string(i * 10 + 5) + ")";
+    const std::string sequence = sequenceXML("V1:" + clips + " V2:" + clips + " V3:" + clips);
+    return projectXML({sequence, sequence, sequence});
+}
+
+QDialog* progressSheet(const DocumentWindow* window) {
+    return child<QDialog>(window, "windowProgress");
+}
+
+void startLongRun(DocumentWindow* window) {
+    window->selectAllSequences(true);
+    window->process();
+    ASSERT_TRUE(comesTrue([&] { return progressSheet(window)->isVisible(); }));
+}
+
+TEST_F(AppTest, CancelsARunAndChangesNothing) {
+    DocumentWindow* const window = open("long.xml", longFilm());
+    ASSERT_NO_FATAL_FAILURE(startLongRun(window));
+    QTest::keyClick(progressSheet(window), Qt::Key_Escape);
+    ASSERT_TRUE(ends(window));
+    EXPECT_EQ(shownAlert(), nullptr);
+    EXPECT_FALSE(progressSheet(window)->isVisible());
+    EXPECT_FALSE(window->isWindowModified());
+    EXPECT_FALSE(menuItem(window, "exportTidied:")->isEnabled());
+}
+
+TEST_F(AppTest, AsksBeforeItStopsARunToCloseTheWindow) {
+    DocumentWindow* const window = open("long.xml", longFilm());
+    ASSERT_NO_FATAL_FAILURE(startLongRun(window));
+    EXPECT_FALSE(window->close());
+    EXPECT_EQ(alertText().substr(0, 33), "“long.xml” is being processed");
+    // The progress sheet keeps its place: the question stands free.
+    EXPECT_EQ(shownAlert()->parentWidget(), nullptr);
+    EXPECT_TRUE(answerAlert("Stop and Close"));
+    EXPECT_TRUE(comesTrue([&] { return controller.documents().windows().isEmpty(); }));
+}
+
+TEST_F(AppTest, RunsTwoDocumentsAtOnce) {
+    DocumentWindow* const first = open("first.xml", film());
+    DocumentWindow* const second = open("second.xml", film());
+    for (DocumentWindow* const window : {first, second}) {
+        tick(window, 0);
+        QTest::mouseClick(processButton(window), Qt::LeftButton);
+    }
+    ASSERT_TRUE(comesTrue([&] { return first->isWindowModified() && second->isWindowModified(); }));
+    for (int alerts = 0; alerts < 2; ++alerts) {
+        EXPECT_EQ(alertText(), completed);
+        EXPECT_TRUE(answerAlert("OK"));
+    }
+    EXPECT_TRUE(ends(first) && ends(second));
+}
+
+TEST_F(AppTest, OffersToExportTheResultsOfAFileWithoutAProject) {
+    const std::string xml = "<xmeml version=\"5\">" + sequenceXML(timeline) + "</xmeml>";
+    DocumentWindow* const window = open("cut.xml", xml);
+    tick(window, 0);
+    EXPECT_FALSE(child<QPushButton>(window, "exportBtn")->isVisible());
+    EXPECT_EQ(process(window).substr(0, 21), "No project node found");
+    answerAlert("OK");
+    ASSERT_TRUE(ends(window));
+    EXPECT_FALSE(window->isWindowModified());
+    ASSERT_TRUE(menuItem(window, "exportTidied:")->isEnabled());
+    ASSERT_TRUE(child<QPushButton>(window, "exportBtn")->isVisible());
+    QTest::mouseClick(child<QPushButton>(window, "exportBtn"), Qt::LeftButton);
+    auto* const panel = window->findChild<QFileDialog*>();
+    ASSERT_TRUE(panel);
+    panel->selectFile(toQString(folder / "out.xml"));
+    QMetaObject::invokeMethod(panel, "accept");
+    const std::string written = contentsOf(folder / "out.xml");
+    EXPECT_NE(written.find("<name>Harbour-Tidied</name>"), std::string::npos);
+    EXPECT_NE(written.find("<name>Reelsweep</name>"), std::string::npos);
+}
+
+TEST_F(AppTest, RefusesToSaveOverWhatAnotherProgramWrote) {
+    DocumentWindow* const window = open("film.xml", film());
+    tick(window, 0);
+    process(window);
+    answerAlert("OK");
+    ASSERT_TRUE(ends(window));
+    writeFile(folder / "film.xml", "somebody else's");
+    press(window, QKeySequence::Save);
+    EXPECT_NE(alertText().find("was changed by another program"), std::string::npos);
+    EXPECT_TRUE(answerAlert("Save As…"));
+    EXPECT_EQ(contentsOf(folder / "film.xml"), "somebody else's");
+    EXPECT_TRUE(window->isWindowModified());
+    auto* const panel = window->findChild<QFileDialog*>();
+    ASSERT_TRUE(panel);
+    panel->selectFile(toQString(folder / "mine.xml"));
+    QMetaObject::invokeMethod(panel, "accept");
+    EXPECT_FALSE(window->isWindowModified());
+    EXPECT_EQ(window->path(), folder / "mine.xml");
+}
+
+TEST_F(AppTest, AsksWhatToDoWithUnsavedChanges) {
+    const std::string source = film();
+    const struct {
+        const char* answer;
+        bool closes;
+        bool saves;
+    } rows[] = {{"Cancel", false, false}, {"Don't Save", true, false}, {"Save", true, true}};
+    for (const auto& row : rows) {
+        const std::string name = std::string(row.answer) + ".xml";
+        DocumentWindow* const window = open(name, source);
+        tick(window, 0);
+        process(window);
+        answerAlert("OK");
+        ASSERT_TRUE(ends(window));
+        window->close();
+        EXPECT_EQ(alertText(), "Do you want to save the changes to “" + name +
+                                   "”?: They will be lost otherwise.");
+        EXPECT_TRUE(answerAlert(row.answer));
+        EXPECT_EQ(window->isVisible(), !row.closes);
+        EXPECT_EQ(contentsOf(folder / name) != source, row.saves) << row.answer;
+    }
+}
+
+TEST_F(AppTest, RevertsToTheFile) {
+    DocumentWindow* const window = open("film.xml", film());
+    tick(window, 0);
+    process(window);
+    answerAlert("OK");
+    ASSERT_TRUE(ends(window));
+    menuItem(window, "revertDocumentToSaved:")->trigger();
+    alertText();
+    EXPECT_TRUE(answerAlert("Revert"));
+    EXPECT_FALSE(window->isWindowModified());
+    EXPECT_TRUE(comesTrue([&] { return table(window)->model()->rowCount() == 2; }));
+    EXPECT_FALSE(tree(window)->isVisible());
+    EXPECT_FALSE(processButton(window)->isEnabled());
+}
+
+TEST_F(AppTest, SaysWhyAFileCannotBeOpened) {
+    const struct {
+        const char* name;
+        const char* contents;
+        const char* alert;
+    } rows[] = {
+        {"broken.xml", "<xmeml>\n<sequence>", "broken.xml:2:"},
+        {"page.xml", "<html/>", "is neither XMEML nor FCPXML: its root element is \"html\""},
+        {"event.fcpxml", "<fcpxml><library><event/></library></fcpxml>", "Invalid FCPX project"},
+        {"project.fcp", "KG", "export it as XML"},
+    };
+    for (const auto& row : rows) {
+        // The opening of an event waits for its alert itself.
+        std::string shown;
+        QTimer looking;
+        QObject::connect(&looking, &QTimer::timeout, [&] {
+            if (!shownAlert()) return;
+            shown = alertText();
+            answerAlert("OK");
+        });
+        looking.start(1);
+        EXPECT_EQ(open(row.name, row.contents), nullptr);
+        EXPECT_TRUE(comesTrue([&] { return !shown.empty(); }));
+        EXPECT_NE(shown.find(row.alert), std::string::npos) << shown;
+    }
+    EXPECT_TRUE(controller.documents().windows().isEmpty());
+}
+
+TEST_F(AppTest, BringsTheWindowOfAnOpenFileToTheFront) {
+    DocumentWindow* const window = open("film.xml", film());
+    EXPECT_EQ(controller.documents().open(toQString(folder.path() + "/./film.xml")), window);
+    EXPECT_EQ(DocumentController::recentFiles().constFirst(), toQString(folder / "film.xml"));
+}
+
+TEST_F(AppTest, TidiesFCPXMLAsAWhole) {
+    DocumentWindow* const window =
+        open("film.fcpxml",
+             "<fcpxml><library><event><project name=\"P\"><sequence><spine><clip name=\"A\">"
+             "<marker/></clip></spine></sequence></project></event></library></fcpxml>");
+    ASSERT_TRUE(window);
+    EXPECT_EQ(window->findChildren<QCheckBox*>().size(), 2);
+    setOptions(window, {"removeMarkers"});
+    EXPECT_EQ(process(window), completed);
+    answerAlert("OK");
+    ASSERT_TRUE(ends(window));
+    menuItem(window, "saveDocument:")->trigger();
+    EXPECT_EQ(contentsOf(folder / "film.fcpxml").find("marker"), std::string::npos);
+    setOptions(window, {});
+}
+
+TEST_F(AppTest, SavesNothingOfAnFCPXMLFileBeforeARun) {
+    const std::string xml = "<fcpxml><project><sequence/></project></fcpxml>";
+    DocumentWindow* const window = open("film.fcpxml", xml);
+    menuItem(window, "saveDocument:")->trigger();
+    EXPECT_NE(alertText().find("there is no result to save"), std::string::npos);
+    answerAlert("Cancel");
+    EXPECT_EQ(contentsOf(folder / "film.fcpxml"), xml);
+}
+
+}  // namespace
+}  // namespace reelsweep::test
