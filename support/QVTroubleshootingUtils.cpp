@@ -103,7 +103,7 @@ private:
             });
             for (const std::string& spelling : {name, lower}) {
                 const std::string item = "com.quorvane." + spelling + ".plist";
-                if (!filesystem::itemExists(folder + "/" + item)) continue;
+                if (!filesystem::itemExists(fs::path(folder) / item)) continue;
                 if (!gather(folder, item)) return false;
                 break;
             }
