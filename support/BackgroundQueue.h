@@ -26,6 +26,12 @@ public:
         changed_.notify_one();
     }
 
+    /// Drops what has not begun.
+    void cancel() {
+        const std::lock_guard lock(mutex_);
+        queue_.clear();
+    }
+
     /// Waits until everything is done. For the owner, who adds nothing meanwhile.
     void finish() {
         {
