@@ -4,13 +4,23 @@
 #include "app/FileDrop.h"
 #include "app/MainMenu.h"
 #include "app/OptionBoxes.h"
+#include "app/PreferencesWindow.h"
+#include "app/QVSiteLinks.h"
 #include "app/StartWindow.h"
+#include "app/Text.h"
 #include "platform/Platform.h"
+#include "support/QVAlert.h"
+#include "support/QVBugReporter.h"
+#include "support/QVLocalPaths.h"
 #include "support/QVLog.h"
+#include "support/QVTroubleshootingUtils.h"
 
 #include <QApplication>
 #include <QFileDialog>
+#include <QFileInfo>
 #include <QTimer>
+
+#include <algorithm>
 
 namespace reelsweep {
 
@@ -21,15 +31,31 @@ constexpr const char* openPanelKey = "showOpenDialogAtStartup";
 // Files that the desktop hands over may come a little later than the start.
 constexpr std::chrono::seconds startupPause{1};
 
+constexpr const char* aboutFailure = "Error: unable to load About dialog.";
+constexpr const char* reportProblem = "Please report this error to Quorvane.";
+constexpr std::string_view webName = "cutbench";
+
+// The name of this program on web forms.
+std::string shortName() {
+    return Platform::current().bundle->infoValue("QVShortName").value_or("cut_bench");
+}
+
+void openPage(const QVSiteLinks::URL& address) {
+    if (address) Platform::current().workspace->openURL(*address);
+}
+
 }  // namespace
 
 AppController::AppController() {
+    // Before the log is a new one: what is said of the last run belongs to that run's log.
+    QVLog::sharedController().setAppName(logName);
+    QVBugReporter::startBugReporter();
     QVLog::createNewLog(logName, true);
     registerDefaults();
     connect(&documents_, &DocumentController::windowMade, this, &AppController::windowMade);
 }
 
-AppController::~AppController() = default;
+AppController::~AppController() { delete preferences_; }
 
 void AppController::registerDefaults() {
     OptionBoxes::registerDefaults();
@@ -53,7 +79,52 @@ void AppController::performStartupAction() {
     if (Platform::current().userDefaults->integerForKey(openPanelKey) == 1) openFile();
 }
 
-void AppController::applicationWillTerminate() {}
+void AppController::applicationWillTerminate() { QVBugReporter::stopBugReporter(); }
+
+bool AppController::isFinalCutProRunning() {
+    const auto running = Platform::current().workspace->runningApplicationIdentifiers();
+    return std::find(running.begin(), running.end(), "com.apple.FinalCutPro") != running.end();
+}
+
+void AppController::showPreferences() {
+    if (!preferences_) preferences_ = new PreferencesWindow;
+    preferences_->show();
+    preferences_->raise();
+    preferences_->activateWindow();
+}
+
+void AppController::showAboutDialog() {
+    if (about_.show()) return;
+    QVLog::appendLog("%@ %@", aboutFailure, reportProblem);
+    QVAlert::alertSheet(aboutFailure, reportProblem, {});
+}
+
+void AppController::helpUserManual() {
+    const auto library = QVLocalPaths::libraryDirectory(false);
+    if (!library) return;
+    const std::string manual = *library + "/Documentation/Quorvane/Cutbench User Manual.pdf";
+    if (QFileInfo::exists(toQString(manual))) Platform::current().workspace->openFile(manual);
+}
+
+void AppController::helpCutbenchHome() { openPage(QVSiteLinks::cutbenchURL()); }
+
+void AppController::helpReportBug() {
+    openPage(QVSiteLinks::bugReportURLWithAppName(webName, shortName()));
+}
+
+void AppController::helpSuggestFeature() {
+    openPage(QVSiteLinks::featureRequestURLWithAppName(webName, shortName()));
+}
+
+void AppController::helpSupport() { openPage(QVSiteLinks::supportURLForAppName(webName)); }
+
+void AppController::helpQVHome() { openPage(QVSiteLinks::quorvaneURL()); }
+
+void AppController::viewLog() { QVTroubleshootingUtils::viewLogForApp(logName); }
+
+void AppController::viewTaskLog() { QVTroubleshootingUtils::viewTaskLogForApp(logName); }
+
+void AppController::gatherLogs() { QVTroubleshootingUtils::gatherLogsForAppWithName(logName); }
 
 void AppController::openFile() {
     if (openPanel_) {

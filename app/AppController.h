@@ -4,6 +4,7 @@
 #pragma once
 
 #include "app/DocumentController.h"
+#include "app/QVAboutDialogController.h"
 
 #include <QObject>
 #include <QPointer>
@@ -14,13 +15,15 @@ class QMainWindow;
 
 namespace reelsweep {
 
+class PreferencesWindow;
 class StartWindow;
 
 class AppController final : public QObject {
     Q_OBJECT
 
 public:
-    /// Starts the log and registers the default settings. A platform must be installed.
+    /// Notices a crash of the last run, starts a new log and registers the default settings. A
+    /// platform must be installed.
     AppController();
     ~AppController() override;
 
@@ -28,11 +31,28 @@ public:
     void applicationDidFinishLaunching(const QStringList& files);
     /// Shows the open panel, if the user wants that at the start.
     void performStartupAction();
-    /// The program ends.
+    /// Records that the program ends as it should.
     void applicationWillTerminate();
 
     /// Shows the panel in which files are chosen to be opened.
     void openFile();
+
+    /// True while a Final Cut Pro runs, whose projects could be opened.
+    static bool isFinalCutProRunning();
+
+    void showPreferences();
+    void showAboutDialog();
+
+    // Help menu
+    static void helpUserManual();
+    static void helpCutbenchHome();
+    static void helpReportBug();
+    static void helpSuggestFeature();
+    static void helpSupport();
+    static void helpQVHome();
+    static void viewLog();
+    static void viewTaskLog();
+    static void gatherLogs();
 
     DocumentController& documents() { return documents_; }
 
@@ -44,6 +64,8 @@ private:
     DocumentController documents_;
     QPointer<StartWindow> startWindow_;
     QPointer<QFileDialog> openPanel_;
+    QPointer<PreferencesWindow> preferences_;
+    QVAboutDialogController about_;
 };
 
 }  // namespace reelsweep

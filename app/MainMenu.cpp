@@ -2,6 +2,7 @@
 
 #include "app/AppController.h"
 #include "app/DocumentWindow.h"
+#include "app/QVSiteLinks.h"
 #include "app/Text.h"
 
 #include <QApplication>
@@ -41,7 +42,7 @@ QAction* MainMenu::add(QMenu* menu, const char* name, const QString& text, const
     auto* const item = new QAction(text, this);
     item->setObjectName(QString::fromLatin1(name));
     item->setShortcut(keys);
-    connect(item, &QAction::triggered, this, [run = std::move(action)] { run(); });
+    if (action) connect(item, &QAction::triggered, this, [run = std::move(action)] { run(); });
     menu->addAction(item);
     return item;
 }
@@ -50,6 +51,7 @@ void MainMenu::buildFileMenu() {
     QMenu* const menu = window_.menuBar()->addMenu(tr("&File"));
     connect(menu, &QMenu::aboutToShow, this, &MainMenu::validate);
     add(menu, "openFile:", tr("&Open…"), QKeySequence::Open, [this] { controller_.openFile(); });
+    add(menu, "openFCPProject:", tr("Open &Final Cut Pro Project…"), {}, {});
     recentMenu_ = menu->addMenu(tr("Open &Recent"));
     connect(recentMenu_, &QMenu::aboutToShow, this, &MainMenu::fillRecentMenu);
     separator(menu);
@@ -85,6 +87,8 @@ void MainMenu::buildEditMenu() {
             [this] { document_->findChanges(); });
         separator(menu);
     }
+    add(menu, "showPreferences:", tr("P&references…"), QKeySequence(tr("Ctrl+,")),
+        [this] { controller_.showPreferences(); });
 }
 
 void MainMenu::buildSequenceMenu() {
@@ -103,7 +107,28 @@ void MainMenu::buildWindowMenu() {
     connect(windowMenu_, &QMenu::aboutToShow, this, &MainMenu::fillWindowMenu);
 }
 
-void MainMenu::buildHelpMenu() { window_.menuBar()->addMenu(tr("&Help")); }
+void MainMenu::buildHelpMenu() {
+    QMenu* const menu = window_.menuBar()->addMenu(tr("&Help"));
+    add(menu, "helpUserManual:", tr("User &Manual"), QKeySequence::HelpContents,
+        AppController::helpUserManual);
+    // Without a web site there are no pages to show.
+    if (QVSiteLinks::quorvaneURL()) {
+        add(menu, "helpCutbenchHome:", tr("Cutbench &Home Page"), {},
+            AppController::helpCutbenchHome);
+        add(menu, "helpSupport:", tr("&Support"), {}, AppController::helpSupport);
+        add(menu, "helpReportBug:", tr("Report a &Bug…"), {}, AppController::helpReportBug);
+        add(menu, "helpSuggestFeature:", tr("Suggest a &Feature…"), {},
+            AppController::helpSuggestFeature);
+        add(menu, "helpQVHome:", tr("&Quorvane Home Page"), {}, AppController::helpQVHome);
+    }
+    QMenu* const logs = menu->addMenu(tr("&Logs"));
+    add(logs, "viewLog:", tr("View &Log"), {}, AppController::viewLog);
+    add(logs, "viewTaskLog:", tr("View &Task Log"), {}, AppController::viewTaskLog);
+    add(logs, "gatherLogs:", tr("&Gather Logs"), {}, AppController::gatherLogs);
+    separator(menu);
+    add(menu, "showAboutDialog:", tr("&About Reelsweep"), {},
+        [this] { controller_.showAboutDialog(); });
+}
 
 void MainMenu::fillRecentMenu() {
     recentMenu_->clear();
@@ -135,6 +160,7 @@ void MainMenu::fillWindowMenu() {
 }
 
 void MainMenu::validate() {
+    item("openFCPProject:")->setEnabled(AppController::isFinalCutProRunning());
     if (!document_) return;
     validateSaving();
     const bool running = document_->isRunning();

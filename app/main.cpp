@@ -1,14 +1,17 @@
 #include "app/AppController.h"
+#include "app/TerminationSignals.h"
 #include "app/Text.h"
 #include "platform/Platform.h"
 #include "platform/qt/QtAlertPresenter.h"
 #include "platform/qt/QtMainThread.h"
+#include "platform/qt/QtWorkspace.h"
 #include "support/QVLog.h"
 
 #include <QApplication>
 #include <QIcon>
 
 #include <cstdio>
+#include <cstdlib>
 #include <string_view>
 
 namespace {
@@ -64,12 +67,19 @@ int main(int argc, char** argv) {
     Platform platform = Platform::commandLine();
     platform.mainThread = std::make_unique<QtMainThread>();
     platform.alertPresenter = std::make_unique<QtAlertPresenter>();
+    platform.workspace = std::make_unique<QtWorkspace>(std::move(platform.workspace));
     Platform::install(std::move(platform));
     QApplication::setApplicationVersion(toQString(version()));
 
     int code = 0;
     {
         AppController controller;
+        // Runs may be going and alerts waiting for answers; the system does not wait for them.
+        const TerminationSignals requests([&controller] {
+            controller.applicationWillTerminate();
+            QVLog::finishWriting();
+            std::_Exit(0);
+        });
         controller.applicationDidFinishLaunching(filesOf(QApplication::arguments()));
         code = QApplication::exec();
         controller.applicationWillTerminate();

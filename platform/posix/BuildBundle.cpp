@@ -10,6 +10,7 @@ std::optional<std::string> BuildBundle::infoValue(std::string_view key) const {
     if (key == "CFBundleName") return "Reelsweep";
     if (key == "CFBundleIdentifier") return identifier();
     if (key == "CFBundleVersion" || key == "CFBundleShortVersionString") return REELSWEEP_VERSION;
+    if (key == "QVSiteRoot") return REELSWEEP_SITE_ROOT;
     if (key == "QVQCCollectionSite") return REELSWEEP_QC_COLLECTION_SITE;
     if (key == "QVQCInformationSite") return REELSWEEP_QC_INFORMATION_SITE;
     return {};

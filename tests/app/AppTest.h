@@ -66,7 +66,12 @@ inline bool answerAlert(const QString& title) {
 
 class AppTest : public testing::Test {
 protected:
-    AppTest() { Platform::current().userDefaults->setObject("showOpenDialogAtStartup", 0); }
+    AppTest() {
+        UserDefaults& defaults = *Platform::current().userDefaults;
+        for (const PassRow& pass : passTable())
+            defaults.removeObject(OptionBoxes::defaultsKey(pass.option));
+        defaults.setObject("showOpenDialogAtStartup", 0);
+    }
     ~AppTest() override {
         // Some go with others.
         QList<QPointer<QWidget>> windows;

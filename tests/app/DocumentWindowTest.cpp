@@ -60,8 +60,6 @@ TEST_F(AppTest, KeepsTheStatesOfItsOptions) {
     UserDefaults& defaults = *Platform::current().userDefaults;
     EXPECT_EQ(defaults.integerForKey("collapseVideoLayers"), 1);
     EXPECT_EQ(defaults.integerForKey("removeUnusedVideoTracks"), 0);
-    for (const PassRow& pass : passTable())
-        defaults.removeObject(OptionBoxes::defaultsKey(pass.option));
 }
 
 // A run long enough to be met in the middle.
@@ -246,7 +244,6 @@ TEST_F(AppTest, TidiesFCPXMLAsAWhole) {
     ASSERT_TRUE(ends(window));
     menuItem(window, "saveDocument:")->trigger();
     EXPECT_EQ(contentsOf(folder / "film.fcpxml").find("marker"), std::string::npos);
-    setOptions(window, {});
 }
 
 TEST_F(AppTest, SavesNothingOfAnFCPXMLFileBeforeARun) {

@@ -1,0 +1,279 @@
+// The application around its documents: start, menus, preferences, About box, end.
+#include "app/InterfaceDescription.h"
+#include "app/PreferencesWindow.h"
+#include "app/QVSiteLinks.h"
+#include "app/StartWindow.h"
+#include "platform/posix/BuildBundle.h"
+#include "support/QVLocalPaths.h"
+#include "support/QVLog.h"
+#include "tests/app/AppTest.h"
+#include "tests/timeline/Timeline.h"
+
+#include <QDropEvent>
+#include <QLineEdit>
+#include <QListView>
+#include <QMimeData>
+#include <QProcess>
+#include <QUrl>
+
+#include <filesystem>
+
+#include <unistd.h>
+
+namespace reelsweep::test {
+namespace {
+
+// The window of a class that is on the screen; null when there is none.
+template <class Window>
+Window* shown(const char* name = nullptr) {
+    for (QWidget* const widget : QApplication::topLevelWidgets())
+        if (auto* const window = qobject_cast<Window*>(widget); window && window->isVisible())
+            if (!name || window->objectName() == QLatin1String(name)) return window;
+    return nullptr;
+}
+
+QFileDialog* openPanel() { return shown<QFileDialog>(); }
+StartWindow* startWindow() { return shown<StartWindow>(); }
+
+TEST_F(AppTest, AsksForFilesAtTheStartOnlyWhenThatIsWanted) {
+    controller.applicationDidFinishLaunching({});
+    ASSERT_TRUE(startWindow());
+    EXPECT_EQ(openPanel(), nullptr);
+    EXPECT_TRUE(controller.documents().windows().isEmpty());
+
+    Platform::current().userDefaults->setObject("showOpenDialogAtStartup", 1);
+    controller.performStartupAction();
+    ASSERT_TRUE(openPanel());
+    writeFile(folder / "film.xml", projectXML({sequenceXML("V1: A[0,9)")}));
+    openPanel()->selectFile(toQString(folder / "film.xml"));
+    QMetaObject::invokeMethod(openPanel(), "accept");
+    EXPECT_TRUE(comesTrue([] { return startWindow() == nullptr; }));
+    EXPECT_EQ(controller.documents().windows().size(), 1);
+}
+
+TEST_F(AppTest, OpensFilesThatAreDroppedOnAWindow) {
+    controller.applicationDidFinishLaunching({});
+    QList<QUrl> urls;
+    for (const char* const name : {"a.xml", "b.xml"}) {
+        writeFile(folder / name, projectXML({sequenceXML("V1: A[0,9)")}));
+        urls += QUrl::fromLocalFile(toQString(folder / name));
+    }
+    QMimeData files;
+    files.setUrls(urls);
+    QDragEnterEvent enter(QPoint(1, 1), Qt::MoveAction | Qt::CopyAction, &files, Qt::LeftButton,
+                          {});
+    QApplication::sendEvent(startWindow(), &enter);
+    EXPECT_TRUE(enter.isAccepted());
+    QDropEvent drop(QPointF(1, 1), Qt::CopyAction | Qt::MoveAction, &files, Qt::LeftButton, {});
+    QApplication::sendEvent(startWindow(), &drop);
+    EXPECT_EQ(drop.dropAction(), Qt::CopyAction);
+    EXPECT_EQ(controller.documents().windows().size(), 2);
+}
+
+TEST_F(AppTest, OffersFinalCutProProjectsOnlyWhileItRuns) {
+    DocumentWindow* const window = open("film.xml", projectXML({sequenceXML("V1: A[0,9)")}));
+    EXPECT_FALSE(menuItem(window, "openFCPProject:")->isEnabled());
+    for (const char* const name : {"saveDocument:", "saveDocumentAs:", "revertDocumentToSaved:"})
+        EXPECT_TRUE(menuItem(window, name)->isEnabled()) << name;
+    EXPECT_EQ(menuItem(window, "saveDocument:")->shortcut(), QKeySequence("Ctrl+S"));
+    EXPECT_FALSE(menuItem(window, "exportTidied:")->isEnabled());
+}
+
+std::vector<std::string> exclusions() {
+    return Platform::current().userDefaults->stringArrayForKey("ignoredFilters");
+}
+
+TEST_F(AppTest, EditsTheFilterExclusions) {
+    controller.showPreferences();
+    auto* const window = shown<PreferencesWindow>();
+    ASSERT_TRUE(window);
+    auto* const list = child<QListView>(window, "exclusionsList");
+    auto* const add = child<QPushButton>(window, "addExclusionBtn");
+    auto* const remove = child<QPushButton>(window, "removeExclusionBtn");
+    ASSERT_TRUE(list && add && remove);
+    EXPECT_FALSE(remove->isEnabled());
+    QTest::mouseClick(add, Qt::LeftButton);
+    EXPECT_EQ(exclusions(), std::vector<std::string>{""});
+    // The new row is being edited.
+    auto* const editor = list->findChild<QLineEdit*>();
+    ASSERT_TRUE(editor);
+    QTest::keyClicks(editor, "Blur");
+    QTest::keyClick(editor, Qt::Key_Return);
+    EXPECT_TRUE(comesTrue([] { return exclusions() == std::vector<std::string>{"Blur"}; }));
+    list->clearSelection();
+    EXPECT_FALSE(remove->isEnabled());
+    list->selectAll();
+    QTest::mouseClick(remove, Qt::LeftButton);
+    EXPECT_TRUE(exclusions().empty());
+}
+
+TEST_F(AppTest, StoresWhetherUsageMayBeLogged) {
+    const std::string path = *QVLocalPaths::prefsDirectory(true) + "/com.quorvane.qc.plist";
+    PreferencesWindow window;
+    auto* const box = child<QCheckBox>(&window, "usageLoggingCheckBox");
+    for (const bool on : {true, false}) {
+        box->setChecked(on);
+        const auto settings = readPropertyList(path);
+        ASSERT_TRUE(settings && settings->find("logQC"));
+        EXPECT_EQ(settings->find("logQC")->boolValue(), on);
+        EXPECT_EQ(PreferencesWindow().findChild<QCheckBox*>("usageLoggingCheckBox")->isChecked(),
+                  on);
+    }
+}
+
+TEST_F(AppTest, SaysWhatItIs) {
+    controller.showAboutDialog();
+    auto* const window = shown<QWidget>("QVAbout");
+    ASSERT_TRUE(window);
+    const std::string version = *Platform::current().bundle->infoValue("CFBundleVersion");
+    EXPECT_EQ(toText(child<QLabel>(window, "versionLabel")->text()),
+              version + " (" + version + ")\n\nCutbench  ()");
+    EXPECT_EQ(toText(window->windowTitle()), "About reelsweep_app_tests");
+}
+
+TEST_F(AppTest, SaysWhenTheAboutBoxIsMissing) {
+    InterfaceDescription::setFolder(":/nowhere");
+    std::string shown;
+    QTimer looking;
+    QObject::connect(&looking, &QTimer::timeout, [&] {
+        if (!shownAlert()) return;
+        shown = alertText();
+        answerAlert("OK");
+    });
+    looking.start(1);
+    controller.showAboutDialog();
+    InterfaceDescription::setFolder(":/interface");
+    EXPECT_EQ(shown, "Error: unable to load About dialog.: Please report this error to Quorvane.");
+    QVLog::finishWriting();
+    EXPECT_NE(
+        contentsOf(QVLog::availableLogs().at(0))
+            .find("Error: unable to load About dialog. Please report this error to Quorvane."),
+        std::string::npos);
+}
+
+// A program that knows a web site.
+class SiteBundle final : public Bundle {
+public:
+    std::optional<std::string> identifier() const override { return build_.identifier(); }
+    std::optional<std::string> infoValue(std::string_view key) const override {
+        if (key == "QVSiteRoot") return "https://example.org";
+        if (key == "CFBundleShortVersionString") return "1.2 b";
+        return build_.infoValue(key);
+    }
+    std::optional<std::string> executablePath() const override { return build_.executablePath(); }
+    std::optional<std::string> bundlePath() const override { return build_.bundlePath(); }
+    std::optional<std::string> resourcePath(std::string_view name,
+                                            std::string_view type) const override {
+        return build_.resourcePath(name, type);
+    }
+
+private:
+    BuildBundle build_;
+};
+
+TEST_F(AppTest, LeadsToPagesOfTheSiteWhenThereIsOne) {
+    EXPECT_FALSE(QVSiteLinks::quorvaneURL());
+    QMainWindow without;
+    const MainMenu plain(&without, controller, nullptr);
+    EXPECT_EQ(plain.item("helpSupport:"), nullptr);
+
+    std::unique_ptr<Bundle> bundle = std::make_unique<SiteBundle>();
+    bundle.swap(Platform::current().bundle);
+    QMainWindow with;
+    const MainMenu full(&with, controller, nullptr);
+    EXPECT_NE(full.item("helpSupport:"), nullptr);
+    const std::string root = "https://example.org";
+    const std::optional<std::string> sub = "cut bench";
+    const std::pair<QVSiteLinks::URL, std::string> rows[] = {
+        {QVSiteLinks::quorvaneURL(), ""},
+        {QVSiteLinks::cutbenchURL(), "/cutbench"},
+        {QVSiteLinks::supportURLForAppName("cutbench"), "/support/cutbench"},
+        {QVSiteLinks::bugReportURLWithAppName("a", sub),
+         "/support/a/bugreport/?app=cut bench&version=1.2%20b"},
+        {QVSiteLinks::bugReportURLWithAppName("a", {}), "/support/a/bugreport/?version=1.2%20b"},
+        {QVSiteLinks::bugReportURLWithAppName("a", {}, {}), "/support/a/bugreport/"},
+        {QVSiteLinks::featureRequestURLWithAppName("a", sub),
+         "/support/a/featurerequest/?app=cut bench"},
+    };
+    for (const auto& [address, path] : rows) EXPECT_EQ(address, root + path);
+    bundle.swap(Platform::current().bundle);
+}
+
+// The program itself, in a home of its own.
+class RunningProgram {
+public:
+    explicit RunningProgram(const std::string& home) {
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert("HOME", toQString(home));
+        environment.insert("QT_QPA_PLATFORM", "offscreen");
+        process_.setProcessEnvironment(environment);
+        if (::geteuid() == 0) {
+            // The log of root lies elsewhere; an ordinary user's is what matters here.
+            constexpr uid_t nobody = 65534;
+            std::filesystem::permissions(home, std::filesystem::perms::all);
+            process_.setChildProcessModifier(
+                [] { [[maybe_unused]] const int done = ::setuid(nobody); });
+        }
+        process_.start(REELSWEEP_APP, QStringList());
+    }
+    QProcess& process() { return process_; }
+    bool ends() { return process_.waitForFinished(10'000); }
+
+private:
+    QProcess process_;
+};
+
+std::string logsOf(const std::string& home) {
+    std::string text;
+    for (const char* const number : {"1", "2", "3"})
+        text += contentsOf(home + "/Library/Logs/Quorvane/Reelsweep." + number + ".log");
+    return text;
+}
+
+bool hasLaunched(const std::string& home) {
+    const std::string settings = home + "/Library/Preferences/com.quorvane.Reelsweep.plist";
+    const auto list = readPropertyList(settings);
+    return list && list->find("launch") && !logsOf(home).empty();
+}
+
+TEST(Program, NoticesThatItsLastRunCrashedButNotThatItWasAskedToEnd) {
+    const struct {
+        bool killed;
+        bool noticed;
+    } rows[] = {{false, false}, {true, true}};
+    for (const auto& row : rows) {
+        const TemporaryFolder home;
+        RunningProgram first(home.path());
+        ASSERT_TRUE(comesTrue([&] { return hasLaunched(home.path()); }));
+        row.killed ? first.process().kill() : first.process().terminate();
+        ASSERT_TRUE(first.ends());
+        // What a system writes about a crash.
+        writeFile(home / "Library/Logs/DiagnosticReports/Reelsweep_1.crash", "report");
+        RunningProgram second(home.path());
+        ASSERT_TRUE(comesTrue([&] {
+            return !contentsOf(home / "Library/Logs/Quorvane/Reelsweep.2.log").empty() &&
+                   !contentsOf(home / "Library/Logs/Quorvane/Reelsweep.1.log").empty();
+        }));
+        second.process().terminate();
+        ASSERT_TRUE(second.ends());
+        EXPECT_EQ(second.process().exitCode(), 0);
+        EXPECT_EQ(
+            logsOf(home.path()).find("Application crashed on last launch") != std::string::npos,
+            row.noticed);
+    }
+}
+
+TEST(Program, AnswersQuestionsAboutItselfWithoutADisplay) {
+    QProcess program;
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert("QT_QPA_PLATFORM", "xcb");
+    environment.remove("DISPLAY");
+    program.setProcessEnvironment(environment);
+    program.start(REELSWEEP_APP, {"--help"});
+    ASSERT_TRUE(program.waitForFinished());
+    EXPECT_EQ(program.exitCode(), 0);
+    EXPECT_EQ(toText(program.readAllStandardOutput()).substr(0, 26), "usage: reelsweep [FILE...]");
+}
+
+}  // namespace
+}  // namespace reelsweep::test
