@@ -18,7 +18,7 @@ public:
 
     /// Runs the work on the main thread and returns when it is done. On the main thread it runs at
     /// once, ahead of what is queued. What the work throws is thrown to the caller.
-    virtual void runAndWait(std::function<void()> work) = 0;
+    void runAndWait(std::function<void()> work);
 
     /// Queues the work for the main thread and returns at once.
     virtual void post(std::function<void()> work) = 0;

@@ -4,7 +4,6 @@
 #include <cerrno>
 #include <climits>
 #include <cstdint>
-#include <future>
 #include <system_error>
 
 #include <poll.h>
@@ -21,17 +20,6 @@ QueueMainThread::QueueMainThread()
 QueueMainThread::~QueueMainThread() { ::close(event_); }
 
 bool QueueMainThread::isMainThread() const { return std::this_thread::get_id() == thread_; }
-
-void QueueMainThread::runAndWait(std::function<void()> work) {
-    if (isMainThread()) {
-        work();
-        return;
-    }
-    std::packaged_task<void()> task(std::move(work));
-    std::future<void> done = task.get_future();
-    post([&task] { task(); });
-    done.get();
-}
 
 void QueueMainThread::post(std::function<void()> work) {
     const std::lock_guard lock(mutex_);

@@ -21,7 +21,6 @@ public:
     QueueMainThread& operator=(const QueueMainThread&) = delete;
 
     bool isMainThread() const override;
-    void runAndWait(std::function<void()> work) override;
     void post(std::function<void()> work) override;
     /// Also returns, false, as soon as wake() is called or a signal handler ran.
     bool pumpOne(std::chrono::milliseconds maxWait) override;

@@ -6,7 +6,6 @@
 #include <QThread>
 #include <QTimer>
 
-#include <future>
 #include <utility>
 
 namespace reelsweep {
@@ -22,17 +21,6 @@ QtMainThread::QtMainThread() : receiver_(*this) {}
 QtMainThread::~QtMainThread() = default;
 
 bool QtMainThread::isMainThread() const { return QThread::currentThread() == receiver_.thread(); }
-
-void QtMainThread::runAndWait(std::function<void()> work) {
-    if (isMainThread()) {
-        work();
-        return;
-    }
-    std::packaged_task<void()> task(std::move(work));
-    std::future<void> done = task.get_future();
-    post([&task] { task(); });
-    done.get();
-}
 
 void QtMainThread::post(std::function<void()> work) {
     const std::lock_guard lock(mutex_);

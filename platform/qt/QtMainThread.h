@@ -21,7 +21,6 @@ public:
     QtMainThread& operator=(const QtMainThread&) = delete;
 
     bool isMainThread() const override;
-    void runAndWait(std::function<void()> work) override;
     void post(std::function<void()> work) override;
     /// One round of Qt's event loop: what is pending, or else the first that comes.
     bool pumpOne(std::chrono::milliseconds maxWait) override;
