@@ -13,6 +13,7 @@
 #include "support/QVBugReporter.h"
 #include "support/QVLocalPaths.h"
 #include "support/QVLog.h"
+#include "support/QVQC.h"
 #include "support/QVTroubleshootingUtils.h"
 
 #include <QApplication>
@@ -63,6 +64,7 @@ void AppController::registerDefaults() {
 }
 
 void AppController::applicationDidFinishLaunching(const QStringList& files) {
+    softwareUpdate_.awakeFromNib();
     documents_.open(files);
     if (documents_.windows().isEmpty()) {
         showStartWindow();
@@ -73,13 +75,17 @@ void AppController::applicationDidFinishLaunching(const QStringList& files) {
             QApplication::activeWindow() || !QApplication::topLevelWidgets().isEmpty();
         if (!someWindow) performStartupAction();
     });
+    QVQC::sharedController().loadQC({});
 }
 
 void AppController::performStartupAction() {
     if (Platform::current().userDefaults->integerForKey(openPanelKey) == 1) openFile();
 }
 
-void AppController::applicationWillTerminate() { QVBugReporter::stopBugReporter(); }
+void AppController::applicationWillTerminate() {
+    QVBugReporter::stopBugReporter();
+    QVQC::sharedController().willTerminate();
+}
 
 bool AppController::isFinalCutProRunning() {
     const auto running = Platform::current().workspace->runningApplicationIdentifiers();

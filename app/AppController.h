@@ -5,6 +5,7 @@
 
 #include "app/DocumentController.h"
 #include "app/QVAboutDialogController.h"
+#include "support/QVSoftwareUpdate.h"
 
 #include <QObject>
 #include <QPointer>
@@ -31,7 +32,7 @@ public:
     void applicationDidFinishLaunching(const QStringList& files);
     /// Shows the open panel, if the user wants that at the start.
     void performStartupAction();
-    /// Records that the program ends as it should.
+    /// Records that the program ends as it should, and writes what is kept of its use.
     void applicationWillTerminate();
 
     /// Shows the panel in which files are chosen to be opened.
@@ -66,6 +67,7 @@ private:
     QPointer<QFileDialog> openPanel_;
     QPointer<PreferencesWindow> preferences_;
     QVAboutDialogController about_;
+    QVSoftwareUpdate softwareUpdate_;
 };
 
 }  // namespace reelsweep

@@ -35,7 +35,7 @@ QTreeView* makeTree(ChangeReportModel& model) {
     tree->setSelectionMode(QAbstractItemView::ExtendedSelection);
     tree->setModel(&model);
     const int width = tree->fontMetrics().averageCharWidth();
-    const int widths[] = {34, 26, 33, 33, 40};
+    const int widths[] = {44, 26, 36, 36, 40};
     for (int column = 0; column < ChangeReportModel::columns; ++column)
         tree->setColumnWidth(column, width * widths[column]);
     return tree;

@@ -126,6 +126,8 @@ void MainMenu::buildHelpMenu() {
     add(logs, "viewTaskLog:", tr("View &Task Log"), {}, AppController::viewTaskLog);
     add(logs, "gatherLogs:", tr("&Gather Logs"), {}, AppController::gatherLogs);
     separator(menu);
+    add(menu, "menuSoftwareUpdate:", tr("Check for &Updates…"), {},
+        QVSoftwareUpdate::manualUpdateCheck);
     add(menu, "showAboutDialog:", tr("&About Reelsweep"), {},
         [this] { controller_.showAboutDialog(); });
 }

@@ -2,8 +2,8 @@
 
 #include "app/Text.h"
 #include "platform/Platform.h"
-#include "support/QVLocalPaths.h"
 #include "support/QVLog.h"
+#include "support/QVQC.h"
 
 #include <QCheckBox>
 #include <QGroupBox>
@@ -20,17 +20,6 @@ namespace {
 
 constexpr const char* exclusionsKey = "ignoredFilters";
 constexpr const char* openPanelKey = "showOpenDialogAtStartup";
-constexpr const char* usageKey = "logQC";
-
-std::string usageFile() {
-    return QVLocalPaths::prefsDirectory(true).value_or("") + "/com.quorvane.qc.plist";
-}
-
-bool isUsageLogged() {
-    const auto settings = readPropertyList(usageFile());
-    const PropertyList* const value = settings ? settings->find(usageKey) : nullptr;
-    return value && value->integerValue() == 1;
-}
 
 }  // namespace
 
@@ -88,7 +77,7 @@ PreferencesWindow::PreferencesWindow()
         Platform::current().userDefaults->setObject(openPanelKey, PropertyList(on ? 1 : 0));
     });
     logging_->setObjectName(QStringLiteral("usageLoggingCheckBox"));
-    logging_->setChecked(isUsageLogged());
+    logging_->setChecked(QVQC::sharedController().shouldLog());
     connect(logging_, &QCheckBox::toggled, this, &PreferencesWindow::prefsToggleQCLogging);
 
     auto* const layout = new QVBoxLayout(this);
@@ -136,11 +125,7 @@ void PreferencesWindow::prefsRemoveFilterExclusion() {
 }
 
 void PreferencesWindow::prefsToggleQCLogging(bool on) {
-    PropertyList settings = readPropertyList(usageFile()).value_or(PropertyList());
-    if (auto* const values = settings.as<PropertyList::Dictionary>())
-        (*values)[usageKey] = PropertyList(on);
-    if (const auto error = writePropertyList(usageFile(), settings))
-        QVLog::appendLog("Unable to store the usage setting - %@", error.message());
+    QVQC::sharedController().toggleQCLogging(on);
 }
 
 }  // namespace reelsweep

@@ -41,7 +41,7 @@ void QVFCPDocWindow::buildTable() {
     connect(this, &DocumentWindow::stateChanged, this,
             [this, exportButton] { exportButton->setVisible(canExport()); });
     resize(sizeHint().expandedTo(
-        QSize(fontMetrics().averageCharWidth() * 110, fontMetrics().height() * 32)));
+        QSize(fontMetrics().averageCharWidth() * 150, fontMetrics().height() * 32)));
 }
 
 Outcome QVFCPDocWindow::read(const std::string& path) {

@@ -45,8 +45,12 @@ MessageBox::MessageBox(const AlertRequest& request, QWidget* parent,
     setText(shown(request.messageText));
     setInformativeText(shown(request.informativeText));
     // Texts are shown as they are, and Qt would take this one for rich text.
-    if (auto* const label = findChild<QLabel*>(QStringLiteral("qt_msgbox_informativelabel")))
+    if (auto* const label = findChild<QLabel*>(QStringLiteral("qt_msgbox_informativelabel"))) {
         label->setTextFormat(Qt::PlainText);
+        // A line of some words, not a narrow column.
+        if (!request.informativeText.empty())
+            label->setMinimumWidth(fontMetrics().averageCharWidth() * 50);
+    }
     setWindowTitle(QApplication::applicationDisplayName());
 
     add(request.defaultButtonTitle.value_or(tr("OK").toStdString()), AcceptRole,

@@ -1,0 +1,173 @@
+// reelsweep-shots FOLDER [PREFIX] [dark]: pictures of every window and state, to be looked at.
+//
+// Everything is real: the windows, the sample project, a run over it. HOME should be a folder of
+// its own.
+#include "app/InterfaceDescription.h"
+#include "app/StartWindow.h"
+#include "platform/qt/QtAlertPresenter.h"
+#include "platform/qt/QtMainThread.h"
+#include "tests/app/AppTest.h"
+#include "tests/timeline/Timeline.h"
+
+#include <QIcon>
+#include <QLineEdit>
+#include <QStyleFactory>
+#include <QTabWidget>
+
+#include <cstdio>
+
+namespace reelsweep::test {
+namespace {
+
+QPalette darkPalette() {
+    QPalette palette(QColor(53, 53, 53), QColor(35, 35, 35));
+    palette.setColor(QPalette::Base, QColor(38, 38, 38));
+    palette.setColor(QPalette::AlternateBase, QColor(46, 46, 46));
+    palette.setColor(QPalette::Window, QColor(53, 53, 53));
+    palette.setColor(QPalette::Highlight, QColor(61, 110, 165));
+    for (const auto role : {QPalette::Text, QPalette::WindowText, QPalette::ButtonText,
+                            QPalette::HighlightedText, QPalette::BrightText})
+        palette.setColor(role, QColor(235, 235, 235));
+    palette.setColor(QPalette::PlaceholderText, QColor(150, 150, 150));
+    palette.setColor(QPalette::Link, QColor(120, 170, 230));
+    for (const auto role : {QPalette::Text, QPalette::WindowText, QPalette::ButtonText})
+        palette.setColor(QPalette::Disabled, role, QColor(130, 130, 130));
+    return palette;
+}
+
+class Photographer {
+public:
+    Photographer(QString folder, QString prefix)
+        : folder_(std::move(folder)), prefix_(std::move(prefix)) {}
+
+    void take(QWidget* window, const char* name) {
+        const bool exposed = QTest::qWaitForWindowExposed(window);
+        QCoreApplication::processEvents();
+        if (!exposed || !window->grab().save(folder_ + '/' + prefix_ + name + ".png")) {
+            std::fprintf(stderr, "reelsweep-shots: cannot write %s\n", name);
+            failed_ = true;
+        }
+    }
+    bool failed() const { return failed_; }
+
+private:
+    QString folder_;
+    QString prefix_;
+    bool failed_ = false;
+};
+
+template <class Window>
+Window* shown(const char* name = nullptr) {
+    for (QWidget* const widget : QApplication::topLevelWidgets())
+        if (auto* const window = qobject_cast<Window*>(widget); window && window->isVisible())
+            if (!name || window->objectName() == QLatin1String(name)) return window;
+    return nullptr;
+}
+
+void closeDown(DocumentWindow* window) {
+    window->setWindowModified(false);
+    window->close();
+}
+
+void shootDocument(AppController& controller, Photographer& photographer) {
+    DocumentWindow* const window =
+        controller.documents().open(REELSWEEP_SOURCE_FOLDER "/resources/sample/harbour.xml");
+    comesTrue([&] { return window->hasSequences(); });
+    photographer.take(window, "document-opened");
+    window->selectAllSequences(true);
+    photographer.take(window, "document-ticked");
+    window->process();
+    auto* const sheet = child<QDialog>(window, "windowProgress");
+    comesTrue([&] { return sheet->isVisible() || shownAlert(); });
+    alertText();
+    photographer.take(shownAlert(), "alert-complete");
+    answerAlert("OK");
+    comesTrue([&] { return !window->isRunning(); });
+    photographer.take(window, "document-changes");
+    child<QLineEdit>(window, "changesFilter")->setText("disabled");
+    comesTrue([&] { return child<QLabel>(window, "changesTotals")->text().contains(" of "); });
+    photographer.take(window, "document-changes-filtered");
+    window->close();
+    alertText();
+    photographer.take(shownAlert(), "alert-save");
+    answerAlert("Don't Save");
+    // The sheet, as it is while a run is going.
+    auto* const busy =
+        controller.documents().open(REELSWEEP_SOURCE_FOLDER "/resources/sample/harbour.xml");
+    auto* const progress = busy->findChild<ProgressSheet*>("windowProgress");
+    progress->begin();
+    progress->setLabelText("Removing disabled video clips...");
+    photographer.take(progress, "progress");
+    progress->end();
+    closeDown(busy);
+}
+
+void shootOthers(AppController& controller, Photographer& photographer,
+                 const TemporaryFolder& folder) {
+    DocumentWindow* const fcpx =
+        controller.documents().open(REELSWEEP_SOURCE_FOLDER "/resources/sample/harbour.fcpxml");
+    photographer.take(fcpx, "fcpxml-opened");
+    closeDown(fcpx);
+
+    writeFile(folder / "cut.xml", "<xmeml version=\"5\">" +
+                                      sequenceXML("V1: A[0,100) !B[100,150) V2: C[150,200)") +
+                                      "</xmeml>");
+    DocumentWindow* const cut = controller.documents().open(toQString(folder / "cut.xml"));
+    comesTrue([&] { return cut->hasSequences(); });
+    cut->selectAllSequences(true);
+    cut->process();
+    alertText();
+    photographer.take(shownAlert(), "alert-no-project");
+    answerAlert("OK");
+    comesTrue([&] { return !cut->isRunning(); });
+    photographer.take(cut, "document-without-project");
+    closeDown(cut);
+
+    writeFile(folder / "broken.xml", "<xmeml version=\"5\">\n<sequence>\n");
+    controller.documents().open(toQString(folder / "broken.xml"));
+    alertText();
+    photographer.take(shownAlert(), "alert-broken");
+    answerAlert("OK");
+
+    Platform::current().userDefaults->setObject(
+        "ignoredFilters", PropertyList::Array{PropertyList("Colour Corrector 3-way")});
+    controller.showPreferences();
+    photographer.take(shown<QWidget>("preferencesWindow"), "preferences");
+    controller.showAboutDialog();
+    photographer.take(shown<QWidget>("QVAbout"), "about");
+}
+
+int run(const QStringList& arguments) {
+    QApplication::setStyle(QStyleFactory::create("Fusion"));
+    if (arguments.contains("dark")) QApplication::setPalette(darkPalette());
+    Platform::current().userDefaults->setObject("showOpenDialogAtStartup", 0);
+    Photographer photographer(arguments.value(1), arguments.value(2));
+    const TemporaryFolder folder;
+    AppController controller;
+    controller.applicationDidFinishLaunching({});
+    controller.documents().clearRecentFiles();
+    photographer.take(shown<StartWindow>(), "start");
+    shootDocument(controller, photographer);
+    shootOthers(controller, photographer, folder);
+    return photographer.failed() ? 1 : 0;
+}
+
+}  // namespace
+}  // namespace reelsweep::test
+
+int main(int argc, char** argv) {
+    using namespace reelsweep;
+    QApplication application(argc, argv);
+    QApplication::setApplicationDisplayName("Reelsweep");
+    QApplication::setQuitOnLastWindowClosed(false);
+    QApplication::setWindowIcon(QIcon(":/images/com.quorvane.Reelsweep.svg"));
+    if (argc < 2) {
+        std::fputs("usage: reelsweep-shots FOLDER [PREFIX] [dark]\n", stderr);
+        return 2;
+    }
+    Platform platform = Platform::commandLine();
+    platform.mainThread = std::make_unique<QtMainThread>();
+    platform.alertPresenter = std::make_unique<QtAlertPresenter>();
+    Platform::install(std::move(platform));
+    return test::run(QApplication::arguments());
+}
