@@ -56,12 +56,8 @@ Outcome QVFCPDoc::readFromURL(const std::string& path, Verification verification
     isFCPProject_ = isNativeProject(path);
     if (isFCPProject_) {
         QVLog::appendLog("Loading FCP project");
-        return Failure{FailureCode::inputInvalid,
-                       "is a native Final Cut Pro project; export it as XML and open that",
-                       path,
-                       0,
-                       0,
-                       ""};
+        populateThread_.start([this, path] { populateSequencesForProject(path); });
+        return Done{};
     }
     projectController_->setXmlDocFromFilePath(path, verification);
     QVLog::appendLog("Loading XML file");
@@ -92,7 +88,7 @@ Outcome QVFCPDoc::saveToURL(const std::string& path) {
 Result<FileIdentity> QVFCPDoc::write(const std::string& path, Overwrite overwrite,
                                      bool refuseWhenChanged) const {
     const auto& document = projectController_->xmlDoc();
-    if (!document)
+    if (!document || isFCPProject_)
         return Failure{FailureCode::outputFailed, "there is no document to save", path, 0, 0, ""};
     AtomicFile file(path, overwrite);
     if (refuseWhenChanged) file.expectUnchanged(document->loadedFile());
@@ -115,15 +111,20 @@ std::shared_ptr<const SequenceArray> QVFCPDoc::sequenceArray() const {
     return sequences_;
 }
 
-void QVFCPDoc::populateSequencesForProject(const std::string&) {
+void QVFCPDoc::populateSequencesForProject(const std::string& path) {
     if (!projectController_) return;
-    auto records = std::make_shared<SequenceArray>();
-    // Every sequence with a name, nested ones too: what the query ".//sequence/name/.." finds.
-    if (const auto& document = projectController_->xmlDoc())
-        document->node().forEachDescendant({"sequence"}, [&](XMLNode sequence) {
-            if (sequence.child("name"))
-                records->push_back(QVSequence::sequenceWithXMLRepresentation(sequence));
-        });
+    std::shared_ptr<SequenceArray> records;
+    if (isFCPProject_) {
+        records = recordsFromFCP(path);
+    } else {
+        records = std::make_shared<SequenceArray>();
+        // Every sequence with a name, nested ones too: what the query ".//sequence/name/.." finds.
+        if (const auto& document = projectController_->xmlDoc())
+            document->node().forEachDescendant({"sequence"}, [&](XMLNode sequence) {
+                if (sequence.child("name"))
+                    records->push_back(QVSequence::sequenceWithXMLRepresentation(sequence));
+            });
+    }
     {
         const std::lock_guard lock(sequencesMutex_);
         sequences_ = std::move(records);
@@ -210,12 +211,13 @@ void QVFCPDoc::deliver(Delivery delivery) {
         QVLog::appendLog("Unable to load XML data - %@", verified.failure().description());
         runResult_.failures.push_back(verified.failure());
     } else if (delivery == Delivery::toSource) {
-        processXML();
+        isFCPProject_ ? sendToFCP() : processXML();
     }
 }
 
 void QVFCPDoc::processSequence(QVSequence& record, const OptionList& options) {
-    const XMLNode copy = renameSequence(record.xmlRepresentation.copy());
+    const XMLNode copy = renameSequence(workingCopy(record));
+    if (!copy) return;
     record.newUUID = QVXMLParser::uuidForNode(copy);
     record.processedXMLRepresentation = applyPasses(copy, record, options);
 }

@@ -53,6 +53,8 @@ public:
 
     /// Opens a path: a native project (extension "fcp" in any case, or HFS type FCPF) or an XML
     /// file. The sequences are listed on a thread of their own; waitUntilPopulated() waits for it.
+    /// A native project always opens: its sequences are asked of the running Final Cut Pro, and
+    /// nothing is read from its file.
     /// A file that is not valid XML fails with inputInvalid, file and line.
     /// With deferred verification that answer may come later, from verifySource() and from the run,
     /// which delivers nothing from such a file.
@@ -71,6 +73,11 @@ public:
     /// refuses to overwrite what another program wrote there.
     Outcome saveToURL(const std::string& path);
     bool isFCPProject() const { return isFCPProject_; }
+    /// Whether Final Cut Pro may be started, and a native project be opened in it, when that is
+    /// needed. It may, unless told otherwise; before readFromURL.
+    void setLaunchesFCP(bool launches) { launchesFCP_ = launches; }
+    /// Why the sequences of a native project could not be listed; nothing when they were.
+    std::optional<Failure> listFailure() const;
     /// True for the path of a native Final Cut Pro project, by its extension or its HFS type.
     static bool isNativeProject(const std::string& path);
     const std::string& path() const { return path_; }
@@ -103,6 +110,10 @@ public:
     void startProcessing(const OptionList& options, Delivery delivery = Delivery::toSource);
     /// Asks the run to stop; nothing is delivered then.
     void cancelProgress() { processingCancelled_ = true; }
+    /// Sends a native project's ticked sequences to Final Cut Pro as a new bin: the results of the
+    /// last run, or the sources where there are none. Opens the copies there, and lists the
+    /// sequences anew, unticked. Ends every run over a native project; any thread.
+    void sendToFCP();
     bool processingCancelled() const { return processingCancelled_; }
     const RunResult& runResult() const { return runResult_; }
     const ChangeLedger& changeLedger() const { return ledger_; }
@@ -153,6 +164,13 @@ private:
     XMLNode applyPasses(XMLNode copy, QVSequence& record, const OptionList& options);
     void deliver(Delivery delivery);
     void processXML();
+    void deliverToFCP();
+    void openCopiesInFCP();
+    std::shared_ptr<SequenceArray> recordsFromFCP(const std::string& path);
+    XMLNode workingCopy(QVSequence& record);
+    bool fetchSequence(QVSequence& record);
+    void failSequence(const std::string& message, const std::string& logged,
+                      const std::string& informative);
     Result<XMLNode> makeBin(XMLNode project);
     void failDelivery(const std::string& logLine, const std::string& message,
                       const std::string& informative);
@@ -163,8 +181,10 @@ private:
     std::string path_;
     std::unique_ptr<QVFCPProjectController> projectController_;
     bool isFCPProject_ = false;
+    bool launchesFCP_ = true;
     mutable std::mutex sequencesMutex_;
     std::shared_ptr<const SequenceArray> sequences_;
+    std::optional<Failure> listFailure_;
     std::atomic<bool> processingCancelled_{false};
     std::vector<std::string> extraIgnoredEffects_;
     RunResult runResult_;

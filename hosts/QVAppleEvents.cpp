@@ -1,95 +1,344 @@
 #include "hosts/QVAppleEvents.h"
 
+#include "platform/PercentEscapes.h"
 #include "platform/Platform.h"
-#include "platform/PropertyList.h"
-#include "support/QVLocalPaths.h"
-#include "support/Utf16.h"
-#include "xml/Frames.h"
+#include "support/ConsoleLog.h"
+#include "support/QVException.h"
+#include "support/TextEncoding.h"
+#include "xml/QVXMLParser.h"
 
 #include <algorithm>
+#include <exception>
 #include <filesystem>
-#include <vector>
+#include <utility>
 
 namespace reelsweep {
 
 namespace {
 
-int leadingInteger(std::string_view text) { return static_cast<int>(leadingFrames(text).count); }
+using Data = QVAppleEvents::Data;
 
-std::string finalCutProPath() {
-    if (const auto path = Platform::current().workspace->applicationPath("com.apple.FinalCutPro"))
-        return *path;
-    const std::string applications =
-        QVLocalPaths::applicationDirectory(false).value_or("/Applications");
-    const std::string inStudio = applications + "/Final Cut Studio/Final Cut Pro.app";
-    std::error_code ignored;
-    return std::filesystem::exists(inStudio, ignored) ? inStudio
-                                                      : applications + "/Final Cut Pro.app";
+constexpr const char* notRunning = "Error: Final Cut Pro is not running.";
+constexpr std::chrono::seconds importTimeout{600};
+constexpr std::size_t longestPath = 4096;
+
+// Runs an operation; an exception is logged under the operation's name and answered as `failed`.
+template <class Operation, class Answer>
+Answer guarded(const char* method, Answer failed, Operation operation) {
+    try {
+        return operation();
+    } catch (const std::exception& exception) {
+        QVException::logException(exception, method);
+        return failed;
+    }
 }
 
-std::vector<std::string> partsOf(const std::string& version) {
-    std::vector<std::string> parts;
-    std::size_t from = 0;
-    for (;;) {
-        const std::size_t dot = version.find('.', from);
-        parts.push_back(version.substr(from, dot - from));
-        if (dot == std::string::npos) return parts;
-        from = dot + 1;
+// One path for a file, whatever way it is named; nothing when there is no such file.
+std::optional<std::string> fileReference(const std::string& path) {
+    std::error_code error;
+    const auto canonical = std::filesystem::canonical(path, error);
+    if (error || path.empty()) return {};
+    return canonical.string();
+}
+
+// The path that a file reference stands for; nothing when it stands for none.
+std::optional<std::string> pathOfReference(const AppleEventDescriptor& reference) {
+    const bool isPath = reference.data.starts_with('/') && reference.data.size() <= longestPath &&
+                        reference.data.find('\0') == std::string::npos;
+    return isPath ? std::optional(reference.data) : std::nullopt;
+}
+
+bool isUTF8(std::string_view bytes) {
+    // A replacement character that was not there says that something could not be decoded.
+    return decodedText(bytes, TextEncoding::utf8) == bytes;
+}
+
+AppleEvent eventTo(const char* eventID) {
+    return {QVAppleEvents::finalCutProIdentifier, "KeyG", eventID};
+}
+
+// False when the transport could not carry so much.
+bool put(AppleEvent& event, const char* keyword, const char* type, std::string data) {
+    if (data.size() > Platform::current().appleEvents->maximumBytes()) return false;
+    event.parameters.push_back({keyword, type, std::move(data)});
+    return true;
+}
+
+// A failure's reason stands on a line before the operation's own message.
+AppleEventReply send(const AppleEvent& event) {
+    AppleEventReply reply = Platform::current().appleEvents->send(event);
+    if (reply.error != appleEventError::none)
+        consoleLog("Apple event %@: %@ (%d)", event.eventID, reply.reason, reply.error);
+    return reply;
+}
+
+bool open(const std::string& projectPath, LaunchOption option) {
+    return Platform::current().workspace->openFile(projectPath,
+                                                   QVAppleEvents::finalCutProIdentifier, option);
+}
+
+// The XML of a reply; nothing, said on the console, when it holds none.
+std::optional<Data> xmlOfReply(AppleEventReply reply) {
+    const AppleEventDescriptor* const xml = reply.find("xmlD");
+    if (!xml || xml->type != "utf8") {
+        consoleLog("Error getting XML information");
+        return {};
     }
+    if (!isUTF8(xml->data)) {
+        consoleLog("Error retrieving XML data");
+        return {};
+    }
+    return QVAppleEvents::formatData(xml->data);
+}
+
+// Whether the event can go out, and what it took to get there.
+struct Readiness {
+    bool ready = false;
+    bool openedProject = false;
+};
+
+Readiness makeReady(const std::string& projectPath, bool launchFCP) {
+    if (!QVAppleEvents::isFCPRunning()) {
+        if (!launchFCP) return {};
+        open(projectPath, LaunchOption::async);
+    }
+    if (QVAppleEvents::isProjectOpen(projectPath)) return {true, false};
+    if (!launchFCP) {
+        consoleLog("Error: project is not open.");
+        return {};
+    }
+    // After a launch this asks a second time: Final Cut Pro drops what it was asked for while its
+    // splash screen was up.
+    open(projectPath, LaunchOption::async);
+    return {true, true};
+}
+
+// Sends an event about a project, or about one of its items. Nothing, said on the console, when it
+// failed.
+std::optional<AppleEventReply> ask(const char* eventID, const std::string& projectPath,
+                                   const std::string* item, bool launchFCP) {
+    if (!Platform::current().appleEvents->isAvailable()) {
+        consoleLog("Error creating app description");
+        return {};
+    }
+    AppleEvent event = eventTo(eventID);
+    event.launchTarget = launchFCP;
+    if (auto reference = fileReference(projectPath)) {
+        if (!put(event, "fcpP", "fsrf", std::move(*reference))) {
+            consoleLog("Error adding project file to AppleEvent query");
+            return {};
+        }
+        if (item && !put(event, "fcIU", "utf8", *item)) {
+            consoleLog("Error adding destination project file to AppleEvent query");
+            return {};
+        }
+    }
+    AppleEventReply reply = send(event);
+    if (reply.error != appleEventError::none) {
+        consoleLog("Error sending AppleEvent");
+        return {};
+    }
+    return reply;
+}
+
+std::optional<Data> fetch(const char* eventID, const std::string& projectPath,
+                          const std::string* item, bool launchFCP, bool closeProject) {
+    const Readiness readiness = makeReady(projectPath, launchFCP);
+    if (!readiness.ready) return {};
+    auto reply = ask(eventID, projectPath, item, launchFCP);
+    if (!reply) return {};
+    auto data = xmlOfReply(std::move(*reply));
+    if (data && closeProject && readiness.openedProject)
+        QVAppleEvents::closeProject(projectPath, true);
+    return data;
+}
+
+// Save and close: the project twice, as a reference and as a URL, and a flag.
+bool sendAboutFile(const char* eventID, const std::string& projectPath, AppleEventDescriptor flag) {
+    if (!QVAppleEvents::isFCPRunning()) {
+        consoleLog(notRunning);
+        return false;
+    }
+    AppleEvent event = eventTo(eventID);
+    if (auto reference = fileReference(projectPath)) {
+        if (!put(event, "fcpP", "fsrf", std::move(*reference))) {
+            consoleLog("Error adding source project file to AppleEvent query");
+            return false;
+        }
+        if (!put(event, "fcpU", "furl", percentEscapedPath(projectPath))) {
+            consoleLog("Error adding destination project file to AppleEvent query");
+            return false;
+        }
+        if (!put(event, flag.keyword.c_str(), flag.type.c_str(), std::move(flag.data))) {
+            consoleLog("Error adding overwrite flag to AppleEvent query");
+            return false;
+        }
+    }
+    if (send(event).error == appleEventError::none) return true;
+    consoleLog("Error sending AppleEvent");
+    return false;
+}
+
+// A 32-bit number as the wire has it: the most significant byte first.
+std::string longData(std::uint32_t value) {
+    std::string data;
+    for (int shift = 24; shift >= 0; shift -= 8)
+        data += static_cast<char>((value >> static_cast<unsigned>(shift)) & 0xFFU);
+    return data;
 }
 
 }  // namespace
 
-std::string QVAppleEvents::generateUUID() { return QVLocalPaths::uuid(); }
-
-std::string QVAppleEvents::finalCutProVersionString() {
-    const auto info = readPropertyList(finalCutProPath() + "/Contents/Info.plist");
-    const PropertyList* version = info ? info->find("CFBundleShortVersionString") : nullptr;
-    const std::string* text = version ? version->as<std::string>() : nullptr;
-    return text ? *text : "7.0";
+bool QVAppleEvents::isFCPRunning() {
+    const auto running = Platform::current().workspace->runningApplicationIdentifiers();
+    return std::find(running.begin(), running.end(), finalCutProIdentifier) != running.end();
 }
 
-int QVAppleEvents::finalCutProMajorVersion() {
-    const std::string version = finalCutProVersionString();
-    if (version.empty()) return 7;
-    // Only the first digit is read: Final Cut Pro never had a two-digit major version in this
-    // series.
-    return leadingInteger(version.substr(0, 1));
-}
-
-int QVAppleEvents::maximumXMEMLVersion() {
-    std::vector<std::string> parts = partsOf(finalCutProVersionString());
-    // Counts what it appended against what is still missing, so a one-part version gains one part
-    // only and the third is out of range: such a version never shipped, and callers handle the
-    // exception.
-    if (parts.size() < 3) {
-        std::size_t appended = 0;
-        do {
-            parts.push_back("0");
-            ++appended;
-        } while (appended < 3 - std::min<std::size_t>(parts.size(), 3));
-    }
-    const int major = leadingInteger(parts.at(0));
-    const int minor = leadingInteger(parts.at(1));
-    const int patch = leadingInteger(parts.at(2));
-    if (major < 5) return 1;
-    if (major == 5) return minor == 1 && patch < 2 ? 2 : 3;
-    return major == 6 ? 4 : 5;
-}
-
-std::string QVAppleEvents::escapeCharactersInXMLString(std::string_view text) {
-    std::u16string escaped;
-    for (const char16_t unit : utf16FromUtf8(text)) {
-        if (unit != 13 && unit < 160) {
-            escaped += unit;
-            continue;
+std::optional<std::vector<std::string>> QVAppleEvents::listOfOpenFCPProjects() {
+    using Paths = std::optional<std::vector<std::string>>;
+    return guarded("+[QVAppleEvents listOfOpenFCPProjects]", Paths(), []() -> Paths {
+        if (!isFCPRunning()) {
+            consoleLog(notRunning);
+            return {};
         }
-        escaped += u"&#";
-        for (const char digit : std::to_string(static_cast<unsigned>(unit)))
-            escaped += static_cast<char16_t>(digit);
-        escaped += u';';
+        std::vector<std::string> paths;
+        const AppleEventReply reply = send(eventTo("fcLP"));
+        const AppleEventDescriptor* const list = reply.find("fcOP");
+        if (reply.error != appleEventError::none || !list || list->type != "list") return paths;
+        for (const AppleEventDescriptor& record : list->items) {
+            const auto reference =
+                std::find_if(record.items.begin(), record.items.end(),
+                             [](const auto& item) { return item.keyword == "fcPf"; });
+            if (record.type != "reco" || reference == record.items.end() ||
+                reference->type != "fsrf")
+                break;
+            if (auto path = pathOfReference(*reference)) paths.push_back(std::move(*path));
+        }
+        return paths;
+    });
+}
+
+bool QVAppleEvents::isProjectOpen(const std::string& projectPath) {
+    const auto open = listOfOpenFCPProjects().value_or(std::vector<std::string>());
+    const auto reference = fileReference(projectPath);
+    return std::any_of(open.begin(), open.end(), [&](const std::string& path) {
+        return path == projectPath || (reference && fileReference(path) == reference);
+    });
+}
+
+bool QVAppleEvents::sendXMLToFCP(std::string_view xml, const std::string& projectPath) {
+    return guarded("+[QVAppleEvents sendXMLToFCP:projectPath:]", false, [&] {
+        if (!Platform::current().appleEvents->isAvailable()) {
+            consoleLog("Error creating AEDescription: %d", appleEventError::connectionInvalid);
+            return false;
+        }
+        AppleEvent event = eventTo("iXML");
+        event.timeout = importTimeout;
+        auto reference = fileReference(projectPath);
+        if (reference && !put(event, "fcpP", "fsrf", std::move(*reference))) {
+            consoleLog("Error creating project FSRef: %d", appleEventError::paramError);
+            return false;
+        }
+        if (!put(event, "xmlD", "utf8", escapeCharactersInXMLString(xml))) {
+            consoleLog("Error adding XML data to event: %d", appleEventError::paramError);
+            return false;
+        }
+        const AppleEventReply reply = send(event);
+        if (reply.error == appleEventError::none) return true;
+        consoleLog("Error sending AppleEvent: %d", reply.error);
+        return false;
+    });
+}
+
+std::optional<std::string> QVAppleEvents::getProjectXML(const std::string& projectPath,
+                                                        bool launchFCP, bool closeProject) {
+    return getProjectXMLData(projectPath, launchFCP, closeProject);
+}
+
+std::optional<Data> QVAppleEvents::getProjectXMLData(const std::string& projectPath, bool launchFCP,
+                                                     bool closeProject) {
+    return guarded("+[QVAppleEvents getProjectXMLData:launchFCP:closeProject:]",
+                   std::optional<Data>(),
+                   [&] { return fetch("eXML", projectPath, nullptr, launchFCP, closeProject); });
+}
+
+std::optional<std::string> QVAppleEvents::getItemXML(const std::string& item,
+                                                     const std::string& projectPath, bool launchFCP,
+                                                     bool /*closeProject*/) {
+    // The flag is ignored: people go on editing the project that they asked an item of.
+    return getItemXMLData(item, projectPath, launchFCP);
+}
+
+std::optional<Data> QVAppleEvents::getItemXMLData(const std::string& item,
+                                                  const std::string& projectPath, bool launchFCP,
+                                                  bool closeProject) {
+    return guarded("+[QVAppleEvents getItemXMLData:forProject:launchFCP:closeProject:]",
+                   std::optional<Data>(),
+                   [&] { return fetch("gXML", projectPath, &item, launchFCP, closeProject); });
+}
+
+std::optional<std::string> QVAppleEvents::getTOC(const std::string& projectPath, bool launchFCP) {
+    return getTOCData(projectPath, launchFCP);
+}
+
+std::optional<Data> QVAppleEvents::getTOCData(const std::string& projectPath, bool launchFCP) {
+    using Answer = std::optional<Data>;
+    return guarded("+[QVAppleEvents getTOCData:launchFCP:]", Answer(), [&]() -> Answer {
+        if (!isFCPRunning()) {
+            if (!launchFCP) return {};
+            open(projectPath, LaunchOption::async);
+        }
+        // Lists are fetched while documents open, so nothing comes to the front and nothing is said
+        // of a project that is not open.
+        if (!isProjectOpen(projectPath)) {
+            if (!launchFCP) return {};
+            open(projectPath, LaunchOption::withoutActivation);
+        }
+        auto reply = ask("eTCX", projectPath, nullptr, launchFCP);
+        return reply ? xmlOfReply(std::move(*reply)) : Answer();
+    });
+}
+
+std::optional<SequenceListing> QVAppleEvents::sequencesInProject(const std::string& projectPath,
+                                                                 bool launchFCP) {
+    const auto data = finalCutProMajorVersion() < 7 ? getProjectXMLData(projectPath, launchFCP)
+                                                    : getTOCData(projectPath, launchFCP);
+    if (!data || data->empty()) return {};
+    Result<XMLDocument> parsed = XMLDocument::parse(*data, projectPath);
+    if (!parsed) {
+        consoleLog("Error: %@", parsed.failure().description());
+        return {};
     }
-    return utf8FromUtf16(escaped);
+    SequenceListing listing{std::make_shared<XMLDocument>(std::move(*parsed)), {}};
+    listing.document->node().forEachDescendant({"sequence"}, [&](XMLNode sequence) {
+        if (sequence.child("name")) listing.sequences.push_back(sequence);
+    });
+    return listing;
+}
+
+void QVAppleEvents::openItem(const std::string& item, const std::string& projectPath,
+                             bool launchFCP) {
+    guarded("+[QVAppleEvents openItem:forProject:launchFCP:]", false, [&] {
+        return makeReady(projectPath, launchFCP).ready &&
+               ask("fcOI", projectPath, &item, launchFCP).has_value();
+    });
+}
+
+bool QVAppleEvents::saveProject(const std::string& projectPath) {
+    return guarded("+[QVAppleEvents saveProject:]", false, [&] {
+        return sendAboutFile("sfcP", projectPath, {"fsOF", "bool", "\x01"});
+    });
+}
+
+void QVAppleEvents::closeProject(const std::string& projectPath, bool saveChanges) {
+    guarded("+[QVAppleEvents closeProject:saveChanges:]", false, [&] {
+        return sendAboutFile("cfcP", projectPath, {"fcCF", "long", longData(saveChanges ? 0 : 1)});
+    });
+}
+
+Data QVAppleEvents::formatData(Data data) {
+    if (data.ends_with('\0')) data.pop_back();
+    return data;
 }
 
 }  // namespace reelsweep

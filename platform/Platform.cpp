@@ -9,6 +9,8 @@
 #include "platform/posix/PosixProcessLauncher.h"
 #include "platform/posix/PropertyListDefaults.h"
 #include "platform/posix/QueueMainThread.h"
+#include "platform/posix/SessionBusTransport.h"
+#include "platform/posix/SessionBusWorkspace.h"
 #include "platform/posix/StandardConsole.h"
 
 #include <atomic>
@@ -36,7 +38,7 @@ void Platform::install(Platform platform) {
     assert(platform.mainThread && platform.alertPresenter && platform.userDefaults &&
            platform.bundle && platform.workspace && platform.folders && platform.console &&
            platform.httpClient && platform.processLauncher && platform.privileges &&
-           platform.archiver);
+           platform.archiver && platform.appleEvents);
     const std::lock_guard lock(firstUse);
     if (Platform* const present = installed)
         *present = std::move(platform);
@@ -49,7 +51,7 @@ Platform Platform::commandLine() {
     platform.mainThread = std::make_unique<QueueMainThread>();
     platform.alertPresenter = std::make_unique<ConsoleAlertPresenter>();
     platform.bundle = std::make_unique<BuildBundle>();
-    platform.workspace = std::make_unique<EmptyWorkspace>();
+    platform.workspace = std::make_unique<SessionBusWorkspace>();
     platform.folders = std::make_unique<HomeFolders>();
     platform.console = std::make_unique<StandardConsole>();
     platform.httpClient = std::make_unique<CurlHttpClient>();
@@ -60,6 +62,10 @@ Platform Platform::commandLine() {
     const auto library = platform.folders->path(StandardDirectory::library, FolderDomain::user);
     platform.userDefaults = std::make_unique<PropertyListDefaults>(
         platform.bundle->identifier().value_or(""), library ? *library + "/Preferences" : "");
+    SessionBusTransport::Settings events;
+    if (const auto seconds = platform.userDefaults->integerForKey("appleEventTimeout"); seconds > 0)
+        events.everyTimeout = std::chrono::seconds(seconds);
+    platform.appleEvents = std::make_unique<SessionBusTransport>(events);
     return platform;
 }
 

@@ -8,6 +8,7 @@
 #pragma once
 
 #include "platform/AlertPresenter.h"
+#include "platform/AppleEventTransport.h"
 #include "platform/Archiver.h"
 #include "platform/Bundle.h"
 #include "platform/Console.h"
@@ -35,13 +36,16 @@ struct Platform {
     std::unique_ptr<ProcessLauncher> processLauncher;
     std::unique_ptr<Privileges> privileges;
     std::unique_ptr<Archiver> archiver;
+    std::unique_ptr<AppleEventTransport> appleEvents;
 
     /// The platform in use.
     static Platform& current();
     /// Replaces the platform in use, whose ports end here. Every port must be set.
     static void install(Platform platform);
     /// The platform of a program without windows: a queue as main thread (the calling thread),
-    /// alerts on standard error, settings in the Preferences folder, no other applications.
+    /// alerts on standard error, settings in the Preferences folder, other applications over the
+    /// session bus. The setting "appleEventTimeout" (seconds), when there is one, is how long every
+    /// event waits for its reply.
     static Platform commandLine();
 };
 

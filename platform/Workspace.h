@@ -11,6 +11,11 @@
 
 namespace reelsweep {
 
+enum class LaunchOption {
+    async,              ///< the application comes to the front
+    withoutActivation,  ///< what is in front stays there
+};
+
 class Workspace {
 public:
     virtual ~Workspace() = default;
@@ -38,14 +43,18 @@ public:
     /// Moves an item to the desktop's Trash, from which it can be restored. Answers the error, or
     /// none; the item is then where it was.
     virtual std::error_code recycle(const std::string& path);
-};
 
-/// A machine on which no other application is installed or runs: what the command line works with,
-/// which never drives one.
-class EmptyWorkspace final : public Workspace {
-public:
-    std::vector<std::string> runningApplicationIdentifiers() const override { return {}; }
-    std::optional<std::string> applicationPath(std::string_view) const override { return {}; }
+    /// The executable file of the application, when it runs; the first one, when it runs twice.
+    virtual std::optional<std::string> runningExecutable(std::string_view identifier) const = 0;
+
+    /// Asks the application to open a file, and starts it when it does not run. Returns when the
+    /// request is on its way, without waiting for the application. False when there is no way to
+    /// ask.
+    virtual bool openFile(const std::string& path, std::string_view identifier,
+                          LaunchOption option) = 0;
+
+    /// Starts the application in the folder of an application bundle, without waiting for it.
+    virtual bool openApplication(const std::string& bundlePath) = 0;
 };
 
 }  // namespace reelsweep

@@ -61,11 +61,9 @@ TEST(Document, ListsEverySequenceThatHasAName) {
 TEST(Document, SaysWhyAFileCannotBeOpened) {
     const TemporaryFolder folder;
     writeFile(folder / "broken.xml", "<xmeml>\n<sequence>\n</xmeml>");
-    writeFile(folder / "native.FCP", "native");
     const std::pair<std::string, FailureCode> rows[] = {
         {folder / "broken.xml", FailureCode::inputInvalid},
         {folder / "absent.xml", FailureCode::inputUnreadable},
-        {folder / "native.FCP", FailureCode::inputInvalid},
     };
     for (const auto& [path, code] : rows) {
         Project project;
@@ -76,7 +74,6 @@ TEST(Document, SaysWhyAFileCannotBeOpened) {
         EXPECT_EQ(opened.failure().file, path);
         EXPECT_EQ(opened.failure().line, path.ends_with("broken.xml") ? 3 : 0);
         EXPECT_TRUE(project.document.sequenceArray()->empty());
-        EXPECT_EQ(project.document.isFCPProject(), path.ends_with(".FCP"));
     }
 }
 
