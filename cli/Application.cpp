@@ -5,6 +5,7 @@
 #include "platform/Platform.h"
 #include "platform/posix/ConsoleAlertPresenter.h"
 #include "platform/posix/QueueMainThread.h"
+#include "platform/posix/StandardConsole.h"
 #include "support/QVLog.h"
 
 #include <unistd.h>
@@ -15,9 +16,31 @@
 
 namespace reelsweep {
 
+namespace {
+
+// Lines for the system console, put where they do not run into the progress line.
+class TerminalConsole final : public Console {
+public:
+    TerminalConsole(MainThread& mainThread, Terminal& terminal)
+        : mainThread_(mainThread), terminal_(terminal) {}
+
+    void print(std::string_view text) override { standard_.print(text); }
+    void log(std::string_view line) override {
+        mainThread_.post([this, text = std::string(line)] { terminal_.print(text); });
+    }
+
+private:
+    MainThread& mainThread_;
+    Terminal& terminal_;
+    StandardConsole standard_;
+};
+
+}  // namespace
+
 Application::Application() {
     Platform platform = Platform::commandLine();
     auto mainThread = std::make_unique<QueueMainThread>();
+    platform.console = std::make_unique<TerminalConsole>(*mainThread, terminal_);
     mainThread_ = mainThread.get();
     platform.mainThread = std::move(mainThread);
     platform.alertPresenter =
@@ -98,6 +121,8 @@ ExitCode Application::printForUser(std::string_view lines) {
 }
 
 void Application::leave(ExitCode code) {
+    while (mainThread_->pumpOne(std::chrono::milliseconds(0))) {
+    }
     QVLog::finishWriting();
     ::_exit(static_cast<int>(code));
 }

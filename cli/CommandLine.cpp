@@ -30,7 +30,8 @@ Examples:
 constexpr std::string_view tidyFooter =
     R"(The source sequences are never changed: the result holds renamed copies
 ("NAME-Tidied") in a bin named "Reelsweep". Only removeFilters and removeMarkers
-apply to FCPXML, where the document itself is tidied.
+apply to FCPXML, where the document itself is tidied. The result of a native
+project (film.fcp) is sent to Final Cut Pro, which opens the copies.
 
 Examples:
   reelsweep-cli tidy film.xml
@@ -41,12 +42,19 @@ Examples:
       several files, with a report of every change
   reelsweep-cli tidy film.xml --passes removeDisabledVideoClips,replaceGaps --dry-run
       only show what would be done
+  reelsweep-cli tidy film.fcp --sequence "Reel 1" --launch
+      a sequence of a project in Final Cut Pro, which may be started for it
   cat film.xml | reelsweep-cli tidy - > tidied.xml
       as part of a pipe)";
 
 constexpr std::string_view passesFooter = R"(Examples:
   reelsweep-cli passes
   reelsweep-cli tidy film.xml --passes removeFilters,removeMarkers)";
+
+constexpr std::string_view projectsFooter = R"(Examples:
+  reelsweep-cli projects
+  reelsweep-cli projects --json | jq -r '.[]'
+      the paths alone, for scripts)";
 
 // The commands as data: this table drives dispatch and help.
 struct CommandRow {
@@ -56,16 +64,18 @@ struct CommandRow {
     CommandRun (*define)(CLI::App& parser);
 };
 
-constexpr std::array<CommandRow, 3> table = {{
+constexpr std::array<CommandRow, 4> table = {{
     {"list", "list the sequences of a file", listFooter, defineList},
     {"tidy", "tidy the sequences of files", tidyFooter, defineTidy},
     {"passes", "list the clean-up passes", passesFooter, definePasses},
+    {"projects", "list the projects that are open in Final Cut Pro", projectsFooter,
+     defineProjects},
 }};
 
 std::string generalHelp() {
     std::string help =
-        "Reelsweep tidies edited video timelines: XMEML (Final Cut Pro 7 interchange XML)\n"
-        "and FCPXML.\n\n"
+        "Reelsweep tidies edited video timelines: XMEML (Final Cut Pro 7 interchange XML),\n"
+        "FCPXML, and native projects that are open in Final Cut Pro.\n\n"
         "Usage: reelsweep-cli COMMAND [OPTIONS] [FILE...]\n\n"
         "Commands:\n";
     for (const CommandRow& row : table) help += fmt::format("  {:<8} {}\n", row.name, row.summary);

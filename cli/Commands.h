@@ -21,6 +21,7 @@ using CommandRun = std::function<ExitCode(Application&)>;
 
 CommandRun defineList(CLI::App& parser);
 CommandRun definePasses(CLI::App& parser);
+CommandRun defineProjects(CLI::App& parser);
 CommandRun defineTidy(CLI::App& parser);
 
 /// Parses the arguments (without the program's name) and runs the command. Answers the exit code.

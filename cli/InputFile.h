@@ -16,8 +16,8 @@ class InputFile {
 public:
     using Kind = DocumentFormat;
 
-    /// Recognises the file by its root element. "-" is standard input, read to its end here. Fails
-    /// with inputUnreadable, or inputInvalid when it is neither of the two kinds.
+    /// Recognises what the file is. "-" is standard input, read to its end here. Fails
+    /// with inputUnreadable, or inputInvalid when it is of no known kind.
     static Result<InputFile> open(const std::string& argument);
 
     Kind kind() const { return kind_; }

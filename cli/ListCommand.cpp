@@ -1,6 +1,7 @@
 #include "cli/Application.h"
 #include "cli/Commands.h"
 #include "cli/InputFile.h"
+#include "cli/NativeProject.h"
 #include "cli/TextTable.h"
 #include "engine/QVFCPDoc.h"
 #include "engine/QVFCPXDoc.h"
@@ -22,6 +23,7 @@ using Json = nlohmann::ordered_json;
 struct ListOptions {
     std::string file;
     bool json = false;
+    bool launch = false;
 };
 
 std::string dumped(const Json& list) {
@@ -32,6 +34,9 @@ std::string dumped(const Json& list) {
 std::string sequencesAsJson(const std::vector<SequenceSummary>& sequences) {
     Json list = Json::array();
     for (const SequenceSummary& sequence : sequences) {
+        const auto counted = [&](std::size_t count) {
+            return sequence.isShortForm ? Json(nullptr) : Json(count);
+        };
         const std::string timecodeText =
             timecode(sequence.length, sequence.rate, sequence.dropFrame);
         const bool timed = sequence.rate.known();
@@ -44,9 +49,9 @@ std::string sequencesAsJson(const std::vector<SequenceSummary>& sequences) {
                         {"timebase", timed ? Json(sequence.rate.timebase) : Json(nullptr)},
                         {"ntsc", sequence.rate.ntsc},
                         {"dropFrame", sequence.dropFrame},
-                        {"videoTracks", sequence.videoTracks},
-                        {"audioTracks", sequence.audioTracks},
-                        {"items", sequence.items}});
+                        {"videoTracks", counted(sequence.videoTracks)},
+                        {"audioTracks", counted(sequence.audioTracks)},
+                        {"items", counted(sequence.items)}});
     }
     return dumped(list);
 }
@@ -65,10 +70,13 @@ std::string sequencesAsText(const std::vector<SequenceSummary>& sequences) {
     const auto orDash = [](const std::string& text) { return text.empty() ? "-" : text; };
     for (std::size_t i = 0; i < sequences.size(); ++i) {
         const SequenceSummary& sequence = sequences[i];
+        const auto counted = [&](std::size_t count) {
+            return sequence.isShortForm ? "-" : std::to_string(count);
+        };
         table.addRow({std::to_string(i + 1), sequence.title, sequence.length.text(),
                       orDash(timecode(sequence.length, sequence.rate, sequence.dropFrame)),
-                      orDash(description(sequence.rate)), std::to_string(sequence.videoTracks),
-                      std::to_string(sequence.audioTracks), std::to_string(sequence.items),
+                      orDash(description(sequence.rate)), counted(sequence.videoTracks),
+                      counted(sequence.audioTracks), counted(sequence.items),
                       orDash(sequence.uuid.value_or(""))});
     }
     return table.text();
@@ -91,17 +99,23 @@ std::string projectsAsText(const std::vector<FCPXProjectSummary>& projects) {
     return table.text();
 }
 
-ExitCode listSequences(Application& application, const InputFile& file, bool json) {
+ExitCode listSequences(Application& application, const InputFile& file,
+                       const ListOptions& options) {
     const auto document = std::make_shared<QVFCPDoc>(application.terminal());
     application.keep(document);
-    if (const Outcome read = document->readFromURL(file.path()); !read)
-        return application.fail(file.named(read.failure()));
+    const Outcome read = file.kind() == InputFile::Kind::nativeProject
+                             ? openNativeProject(*document, file.path(), options.launch)
+                             : document->readFromURL(file.path());
+    if (!read) return application.fail(file.named(read.failure()));
     document->waitUntilPopulated();
 
     std::vector<SequenceSummary> sequences;
-    for (const auto& sequence : *document->sequenceArray())
+    for (const auto& sequence : *document->sequenceArray()) {
         sequences.push_back(SequenceSummary::of(sequence->xmlRepresentation));
-    return application.printData(json ? sequencesAsJson(sequences) : sequencesAsText(sequences));
+        sequences.back().isShortForm = sequence->isPlaceholder;
+    }
+    return application.printData(options.json ? sequencesAsJson(sequences)
+                                              : sequencesAsText(sequences));
 }
 
 ExitCode listProjects(Application& application, const InputFile& file, bool json) {
@@ -120,10 +134,14 @@ ExitCode listProjects(Application& application, const InputFile& file, bool json
 
 CommandRun defineList(CLI::App& parser) {
     const auto options = std::make_shared<ListOptions>();
-    parser.add_option("FILE", options->file, "The XMEML or FCPXML file; - reads standard input")
+    parser
+        .add_option("FILE", options->file,
+                    "The XMEML or FCPXML file or native project;\n- reads standard input")
         ->required()
         ->type_name("");
     parser.add_flag("--json", options->json, "Print a JSON array in place of the table");
+    parser.add_flag("--launch", options->launch,
+                    "Final Cut Pro may be started, and a native project\nbe opened in it");
     return [options](Application& application) {
         application.openLog();
         application.setCurrentFile(InputFile::displayNameOf(options->file));
@@ -131,7 +149,7 @@ CommandRun defineList(CLI::App& parser) {
         if (!file) return application.fail(file.failure());
         return file->kind() == InputFile::Kind::fcpxml
                    ? listProjects(application, *file, options->json)
-                   : listSequences(application, *file, options->json);
+                   : listSequences(application, *file, *options);
     };
 }
 

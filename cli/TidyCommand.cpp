@@ -115,7 +115,9 @@ CommandRun defineTidy(CLI::App& parser) {
     const auto one = [](CLI::Option* option, const char* value) {
         return option->type_name(value)->allow_extra_args(false);
     };
-    parser.add_option("FILE", o.files, "XMEML or FCPXML files; - reads standard input")
+    parser
+        .add_option("FILE", o.files,
+                    "XMEML or FCPXML files or native projects;\n- reads standard input")
         ->required()
         ->type_name("");
 
@@ -163,6 +165,10 @@ CommandRun defineTidy(CLI::App& parser) {
         "FILE")
         ->group(where);
     parser.add_flag("--force", o.force, "Replace outputs that exist already")->group(where);
+    parser
+        .add_flag("--launch", o.launch,
+                  "Final Cut Pro may be started, and a native project\nbe opened in it")
+        ->group(what);
     parser.add_flag("--dry-run", o.dryRun, "Do everything but write the results")->group(where);
     parser.add_flag("--quiet", o.quiet, "Print errors only")->group(where);
 

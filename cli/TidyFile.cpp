@@ -14,6 +14,19 @@
 
 namespace reelsweep {
 
+namespace {
+
+const char* nameOf(InputFile::Kind kind) {
+    switch (kind) {
+        case InputFile::Kind::fcpxml: return "fcpxml";
+        case InputFile::Kind::nativeProject: return "fcp";
+        case InputFile::Kind::xmeml: break;
+    }
+    return "xmeml";
+}
+
+}  // namespace
+
 TidyFile::TidyFile(Application& application, const TidyPlan& plan, const PlannedFile& planned)
     : application_(application), plan_(plan), planned_(planned) {
     reported_.input = InputFile::displayNameOf(planned.input);
@@ -35,7 +48,8 @@ ExitCode TidyFile::run() {
 
 Outcome TidyFile::open() {
     // Nobody should wait for a result that then cannot be written.
-    const bool toFile = planned_.output != standardStreamPath && !planned_.inPlace && !plan_.dryRun;
+    const bool toFile = planned_.output != standardStreamPath && !planned_.inPlace &&
+                        !planned_.native && !plan_.dryRun;
     if (toFile)
         if (Outcome writable = checkWritable(planned_.output, plan_.force); !writable)
             return writable;
@@ -43,7 +57,7 @@ Outcome TidyFile::open() {
     Result<InputFile> file = InputFile::open(planned_.input);
     if (!file) return file.failure();
     file_.emplace(std::move(*file));
-    reported_.format = file_->kind() == InputFile::Kind::fcpxml ? "fcpxml" : "xmeml";
+    reported_.format = nameOf(file_->kind());
 
     Terminal& terminal = application_.terminal();
     work_ = TidyWork::make(file_->kind(), terminal);
@@ -109,7 +123,7 @@ ExitCode TidyFile::conclude() {
     ExitCode next = ExitCode::done;
     if (!saved_)
         next = application_.fail(saved_.failure());
-    else if (work_->result())
+    else if (work_->result() || work_->isSent())
         next = showResult();
     return code == ExitCode::done ? next : code;
 }
@@ -121,6 +135,8 @@ ExitCode TidyFile::showResult() {
     lines += resultTable(work_->ledger());
     if (plan_.dryRun)
         lines += "Dry run: nothing was written\n";
+    else if (work_->isSent())
+        lines += "Sent to Final Cut Pro\n";
     else if (planned_.output != standardStreamPath)
         lines += fmt::format("Wrote {}\n", singleLine(planned_.output));
     if (isOneOfMany) lines += "\n";

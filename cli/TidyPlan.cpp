@@ -3,6 +3,7 @@
 #include "cli/InputFile.h"
 #include "cli/Nearest.h"
 #include "cli/StandardStreams.h"
+#include "engine/QVFCPDoc.h"
 #include "support/AtomicFile.h"
 
 #include <fmt/format.h>
@@ -91,6 +92,13 @@ Outcome checkCombinations(const TidyOptions& options) {
         return usage("--in-place needs a file, not standard input");
     if (readsStandardInput && !options.outputFolder.empty())
         return usage("standard input has no name to write under; use -o");
+    const auto native =
+        std::find_if(options.files.begin(), options.files.end(), QVFCPDoc::isNativeProject);
+    if (native != options.files.end() && (places > 0 || options.delivery == "standalone"))
+        return usage(
+            "is a native project, whose result goes to Final Cut Pro; -o, --output-dir, "
+            "--in-place and --deliver standalone do not apply",
+            *native);
     return Done{};
 }
 
@@ -113,6 +121,7 @@ Outcome checkPlaces(const TidyPlan& plan) {
                });
     };
     for (const PlannedFile& file : plan.files) {
+        if (file.native) continue;
         if (!file.inPlace && isInput(file.output))
             return usage("is an input too; to replace it, use --in-place", file.output);
         if (const Outcome claimed = claim(file.output, InputFile::displayNameOf(file.input));
@@ -145,12 +154,15 @@ Result<TidyPlan> planTidy(const TidyOptions& options) {
                     : options.delivery == "standalone" ? DeliveryChoice::standalone
                                                        : DeliveryChoice::automatic;
     plan.report = options.report;
+    plan.launch = options.launch;
     plan.dryRun = options.dryRun;
     plan.force = options.force;
     plan.quiet = options.quiet;
     for (const std::string& input : options.files) {
-        PlannedFile file{input, input, options.inPlace};
-        if (!options.output.empty())
+        PlannedFile file{input, input, options.inPlace, QVFCPDoc::isNativeProject(input)};
+        if (file.native)
+            file.output.clear();
+        else if (!options.output.empty())
             file.output = options.output;
         else if (!options.inPlace && input != standardStreamPath)
             file.output = tidiedName(input, options.outputFolder);

@@ -23,6 +23,7 @@ struct TidyOptions {
     bool inPlace = false;
     std::string delivery = "auto";
     std::string report;
+    bool launch = false;
     bool dryRun = false;
     bool force = false;
     bool quiet = false;
@@ -42,8 +43,9 @@ enum class DeliveryChoice {
 
 struct PlannedFile {
     std::string input;   ///< "-" for standard input
-    std::string output;  ///< "-" for standard output
+    std::string output;  ///< "-" for standard output; empty for a native project
     bool inPlace = false;
+    bool native = false;  ///< the result goes to Final Cut Pro
 };
 
 struct TidyPlan {
@@ -53,6 +55,7 @@ struct TidyPlan {
     std::vector<std::string> ignoredEffects;
     DeliveryChoice delivery = DeliveryChoice::automatic;
     std::string report;  ///< empty for none; "-" for standard output
+    bool launch = false;
     bool dryRun = false;
     bool force = false;
     bool quiet = false;

@@ -1,5 +1,6 @@
 #include "cli/TidyWork.h"
 
+#include "cli/NativeProject.h"
 #include "cli/SequenceChoice.h"
 #include "engine/QVFCPDoc.h"
 #include "engine/QVFCPXDoc.h"
@@ -25,7 +26,13 @@ public:
     std::optional<HFSCodes> fileCodes() const override { return finalCutProXMLCodes; }
     const ChangeLedger& ledger() const override { return document_.changeLedger(); }
     const OptionList& options() const override { return options_; }
-    std::string deliveryName() const override { return standalone_ ? "standalone" : "project"; }
+    bool isSent() const override {
+        return document_.isFCPProject() && (dryRun_ || document_.runResult().delivered);
+    }
+    std::string deliveryName() const override {
+        if (document_.isFCPProject()) return "host";
+        return standalone_ ? "standalone" : "project";
+    }
 
 private:
     Outcome choose(const TidyPlan& plan);
@@ -33,6 +40,7 @@ private:
     QVFCPDoc document_;
     OptionList options_;
     bool standalone_ = false;
+    bool dryRun_ = false;
     bool cancelled_ = false;
     std::vector<Failure> failures_;
     std::optional<XMLDocument> standaloneDocument_;
@@ -43,6 +51,12 @@ Outcome XMEMLWork::open(const InputFile& file, const TidyPlan& plan) {
     if (!options) return options.failure();
     options_ = *options;
 
+    dryRun_ = plan.dryRun;
+    if (file.kind() == InputFile::Kind::nativeProject) {
+        if (Outcome opened = openNativeProject(document_, file.path(), plan.launch); !opened)
+            return opened;
+        return choose(plan);
+    }
     // The check goes on beside the passes; the run says when the file turns out to be broken.
     const Outcome read = document_.readFromURL(file.path(), Verification::deferred);
     if (!read) return read;
@@ -55,7 +69,8 @@ Outcome XMEMLWork::open(const InputFile& file, const TidyPlan& plan) {
 
 Outcome XMEMLWork::choose(const TidyPlan& plan) {
     standalone_ = plan.delivery == DeliveryChoice::standalone ||
-                  (plan.delivery == DeliveryChoice::automatic && !document_.hasProjectNode());
+                  (plan.delivery == DeliveryChoice::automatic && !document_.isFCPProject() &&
+                   !document_.hasProjectNode());
 
     const auto sequences = document_.sequenceArray();
     if (sequences->empty())
@@ -68,7 +83,9 @@ Outcome XMEMLWork::choose(const TidyPlan& plan) {
 }
 
 void XMEMLWork::run() {
-    document_.startProcessing(options_, standalone_ ? Delivery::none : Delivery::toSource);
+    // Final Cut Pro has no way back.
+    const bool keeps = standalone_ || (document_.isFCPProject() && dryRun_);
+    document_.startProcessing(options_, keeps ? Delivery::none : Delivery::toSource);
     failures_ = document_.runResult().failures;
     cancelled_ = document_.runResult().cancelled;
     if (!standalone_ || cancelled_ || !failures_.empty()) return;
@@ -83,7 +100,7 @@ void XMEMLWork::run() {
 
 const XMLDocument* XMEMLWork::result() {
     if (standalone_) return standaloneDocument_ ? &*standaloneDocument_ : nullptr;
-    if (!document_.runResult().delivered) return nullptr;
+    if (!document_.runResult().delivered || document_.isFCPProject()) return nullptr;
     return document_.projectController().xmlDoc().get();
 }
 

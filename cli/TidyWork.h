@@ -36,7 +36,10 @@ public:
     virtual bool cancelled() const = 0;
     /// Of sequences and of the delivery.
     virtual const std::vector<Failure>& failures() const = 0;
-    /// What is to be saved; null when the delivery failed.
+    /// True when the result went to Final Cut Pro, or would have but for a dry run: nothing is to
+    /// be saved then.
+    virtual bool isSent() const { return false; }
+    /// What is to be saved; null when the delivery failed, and for a native project.
     virtual const XMLDocument* result() = 0;
     virtual const ChangeLedger& ledger() const = 0;
 
@@ -44,8 +47,8 @@ public:
 
     /// The passes of the run.
     virtual const OptionList& options() const = 0;
-    /// Where the tidied sequences go: "project", "standalone", or "document" for the whole
-    /// document.
+    /// Where the tidied sequences go: "project", "standalone", "host" for Final Cut Pro, or
+    /// "document" for the whole document.
     virtual std::string deliveryName() const = 0;
     /// The type and creator codes that a file of this kind carries, if any.
     virtual std::optional<HFSCodes> fileCodes() const = 0;

@@ -21,9 +21,9 @@ namespace reelsweep {
 /// What a report says about a document beside its changes.
 struct ReportedDocument {
     std::string input;                  ///< file name as the user gave it
-    std::string format;                 ///< "xmeml", "fcpxml"; empty when it was not recognised
+    std::string format;                 ///< "xmeml", "fcpxml", "fcp"; empty when it was not recognised
     std::vector<std::string> passes;    ///< option names of the run, in run order
-    std::string delivery;               ///< "project", "standalone", "document"; empty for none
+    std::string delivery;               ///< "project", "standalone", "host", "document", or empty
     std::optional<std::string> output;  ///< the file written, if any
     std::vector<std::string> errors;    ///< messages, in order
 };

@@ -64,7 +64,6 @@ TEST(BadInput, IsRefusedWithFileAndLine) {
         {"page.html", "<html><body/></html>",
          ": is neither XMEML nor FCPXML: its root element is \"html\""},
         {"nosequence.xml", "<xmeml><project/></xmeml>", ": holds no sequence"},
-        {"project.fcp", good, ": is a native Final Cut Pro project"},
         {"broken.fcpxml", "<fcpxml>\n<library></fcpxml>", ":2:"},
         {"event.fcpxml", "<fcpxml><event name=\"Day 1\"/></fcpxml>",
          ": Invalid FCPX project: Please make sure you are importing the XML from an FCPX "
