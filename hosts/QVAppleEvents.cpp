@@ -73,8 +73,8 @@ AppleEventReply send(const AppleEvent& event) {
 }
 
 bool open(const std::string& projectPath, LaunchOption option) {
-    return Platform::current().workspace->openFile(projectPath,
-                                                   QVAppleEvents::finalCutProIdentifier, option);
+    return Platform::current().workspace->openFileWithIdentifier(
+        projectPath, QVAppleEvents::finalCutProIdentifier, option);
 }
 
 // The XML of a reply; nothing, said on the console, when it holds none.

@@ -17,12 +17,14 @@ std::optional<std::string> ApplicationBundle::infoValue(const std::string& bundl
 }
 
 std::optional<std::string> ApplicationBundle::executablePath(const std::string& bundlePath) {
-    const std::string name =
-        infoValue(bundlePath, "CFBundleExecutable").value_or(fs::path(bundlePath).stem().string());
-    std::string path = bundlePath + "/Contents/MacOS/" + name;
     std::error_code error;
+    if (fs::is_regular_file(bundlePath, error)) return bundlePath;
+    const fs::path bundle(bundlePath);
+    const fs::path name =
+        infoValue(bundlePath, "CFBundleExecutable").value_or(bundle.stem().string());
+    const fs::path path = bundle / "Contents/MacOS" / name.filename();
     if (!fs::is_regular_file(path, error)) return {};
-    return path;
+    return path.string();
 }
 
 }  // namespace reelsweep

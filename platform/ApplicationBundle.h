@@ -11,7 +11,7 @@ struct ApplicationBundle {
     static std::optional<std::string> infoValue(const std::string& bundlePath,
                                                 const std::string& key);
     /// The program in the bundle: Contents/MacOS and "CFBundleExecutable", or else the bundle's own
-    /// name. Nothing when there is no such file.
+    /// name. Nothing when there is no such file. A path of a plain file is a program itself.
     static std::optional<std::string> executablePath(const std::string& bundlePath);
 };
 

@@ -1,7 +1,7 @@
 #include "platform/Workspace.h"
 
+#include "platform/ApplicationBundle.h"
 #include "platform/Platform.h"
-#include "platform/PropertyList.h"
 #include "platform/posix/DesktopTrash.h"
 
 #include <algorithm>
@@ -14,16 +14,13 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// The program of an application; empty when there is none.
-fs::path programOf(const fs::path& application) {
-    std::error_code error;
-    if (fs::is_regular_file(application, error)) return application;
-    fs::path program = application.stem();
-    if (const auto info = readPropertyList((application / "Contents/Info.plist").string()))
-        if (const PropertyList* const name = info->find("CFBundleExecutable"))
-            if (const auto* text = name->as<std::string>()) program = *text;
-    program = application / "Contents/MacOS" / program.filename();
-    return fs::is_regular_file(program, error) ? program : fs::path();
+bool launch(const std::string& application, const std::vector<std::string>& arguments) {
+    const auto program = ApplicationBundle::executablePath(application);
+    if (!program) return false;
+    LaunchRequest request;
+    request.path = *program;
+    request.arguments = arguments;
+    return Platform::current().processLauncher->launch(request).child != nullptr;
 }
 
 }  // namespace
@@ -31,17 +28,16 @@ fs::path programOf(const fs::path& application) {
 bool Workspace::openFile(const std::string&) { return false; }
 
 bool Workspace::openFile(const std::string& path, const std::string& application) {
-    LaunchRequest request;
-    request.path = programOf(application).string();
-    request.arguments = {path};
-    if (request.path.empty()) return false;
-    return Platform::current().processLauncher->launch(request).child != nullptr;
+    return launch(application, {path});
 }
 
-bool Workspace::openFileWithIdentifier(const std::string& path, std::string_view identifier) {
+bool Workspace::openFileWithIdentifier(const std::string& path, std::string_view identifier,
+                                       LaunchOption) {
     const auto application = applicationPath(identifier);
     return application && openFile(path, *application);
 }
+
+bool Workspace::openApplication(const std::string& application) { return launch(application, {}); }
 
 bool Workspace::isFilePackage(const std::string& path) const {
     constexpr std::array<std::string_view, 8> packages{

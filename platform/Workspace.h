@@ -28,14 +28,21 @@ public:
 
     /// Where the application with the bundle identifier is installed; empty when it is not.
     virtual std::optional<std::string> applicationPath(std::string_view identifier) const = 0;
+    /// The executable file of the application, when it runs.
+    virtual std::optional<std::string> runningExecutable(std::string_view) const { return {}; }
 
     /// Opens a file with the application that the desktop has for such files. False when there is
     /// none, or no desktop. Returns while the application starts.
     virtual bool openFile(const std::string& path);
     /// Opens a file with the application at a path: a program, or a folder that is one.
     virtual bool openFile(const std::string& path, const std::string& application);
-    /// Opens a file with the application that has the bundle identifier.
-    virtual bool openFileWithIdentifier(const std::string& path, std::string_view identifier);
+    /// Asks the application with the bundle identifier to open a file, and starts it when it does
+    /// not run. Returns when the request is on its way, without waiting for the application. False
+    /// when there is no way to ask.
+    virtual bool openFileWithIdentifier(const std::string& path, std::string_view identifier,
+                                        LaunchOption option = LaunchOption::async);
+    /// Starts the application at a path, without waiting for it.
+    virtual bool openApplication(const std::string& application);
 
     /// True for a folder that people handle as one file, such as an application.
     virtual bool isFilePackage(const std::string& path) const;
@@ -43,18 +50,6 @@ public:
     /// Moves an item to the desktop's Trash, from which it can be restored. Answers the error, or
     /// none; the item is then where it was.
     virtual std::error_code recycle(const std::string& path);
-
-    /// The executable file of the application, when it runs; the first one, when it runs twice.
-    virtual std::optional<std::string> runningExecutable(std::string_view identifier) const = 0;
-
-    /// Asks the application to open a file, and starts it when it does not run. Returns when the
-    /// request is on its way, without waiting for the application. False when there is no way to
-    /// ask.
-    virtual bool openFile(const std::string& path, std::string_view identifier,
-                          LaunchOption option) = 0;
-
-    /// Starts the application in the folder of an application bundle, without waiting for it.
-    virtual bool openApplication(const std::string& bundlePath) = 0;
 };
 
 }  // namespace reelsweep

@@ -57,11 +57,19 @@ BusMessage SessionBus::call(const BusMessage& message, std::chrono::microseconds
     return reply;
 }
 
-std::vector<std::string> SessionBus::ownedNames() const {
+bool SessionBus::knows(std::string_view name) const {
+    for (const char* const question : {"ListNames", "ListActivatableNames"}) {
+        const std::vector<std::string> known = names(question);
+        if (std::find(known.begin(), known.end(), name) != known.end()) return true;
+    }
+    return false;
+}
+
+std::vector<std::string> SessionBus::names(const char* question) const {
     std::vector<std::string> names;
     BusError error;
     const BusMessage reply =
-        call(methodCall(daemonName, daemonPath, daemonName, "ListNames"), busAnswerTimeout, error);
+        call(methodCall(daemonName, daemonPath, daemonName, question), busAnswerTimeout, error);
     if (!reply.get() || sd_bus_message_enter_container(reply.get(), 'a', "s") < 0) return names;
     const char* name = nullptr;
     while (sd_bus_message_read_basic(reply.get(), 's', &name) > 0)

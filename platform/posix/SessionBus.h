@@ -74,11 +74,15 @@ public:
                     BusError& error) const;
 
     /// The well-known names that are owned now.
-    std::vector<std::string> ownedNames() const;
+    std::vector<std::string> ownedNames() const { return names("ListNames"); }
+    /// True for a name that is owned, or that the bus can start an application for.
+    bool knows(std::string_view name) const;
     /// The process that owns a name; 0 when nobody does.
     pid_t ownerOf(std::string_view name) const;
 
 private:
+    std::vector<std::string> names(const char* question) const;
+
     sd_bus* bus_ = nullptr;
 };
 

@@ -64,12 +64,13 @@ std::optional<std::string> SessionBusWorkspace::runningExecutable(
     return error ? std::nullopt : std::optional(path.string());
 }
 
-bool SessionBusWorkspace::openFile(const std::string& path, std::string_view identifier,
-                                   LaunchOption option) {
+bool SessionBusWorkspace::openFileWithIdentifier(const std::string& path,
+                                                 std::string_view identifier, LaunchOption option) {
     const std::lock_guard lock(mutex_);
     if (!launching_ || sd_bus_is_open(launching_->get()) <= 0)
         launching_ = std::make_unique<SessionBus>();
-    if (!*launching_) return false;
+    if (!launching_->knows(identifier))
+        return Workspace::openFileWithIdentifier(path, identifier, option);
     std::error_code error;
     const std::string uri = "file://" + percentEscapedPath(fs::absolute(path, error).string());
     const BusMessage request = launching_->methodCall(identifier, applicationObjectPath(identifier),
@@ -81,14 +82,6 @@ bool SessionBusWorkspace::openFile(const std::string& path, std::string_view ide
            sd_bus_message_set_expect_reply(request.get(), 0) >= 0 &&
            sd_bus_send(launching_->get(), request.get(), nullptr) >= 0 &&
            sd_bus_flush(launching_->get()) >= 0;
-}
-
-bool SessionBusWorkspace::openApplication(const std::string& bundlePath) {
-    const auto executable = ApplicationBundle::executablePath(bundlePath);
-    if (!executable) return false;
-    LaunchRequest request;
-    request.path = *executable;
-    return Platform::current().processLauncher->launch(request).child != nullptr;
 }
 
 }  // namespace reelsweep

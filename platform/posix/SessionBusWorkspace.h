@@ -22,9 +22,9 @@ public:
     std::vector<std::string> runningApplicationIdentifiers() const override;
     std::optional<std::string> applicationPath(std::string_view identifier) const override;
     std::optional<std::string> runningExecutable(std::string_view identifier) const override;
-    bool openFile(const std::string& path, std::string_view identifier,
-                  LaunchOption option) override;
-    bool openApplication(const std::string& bundlePath) override;
+    /// Asks over the bus where that knows the application.
+    bool openFileWithIdentifier(const std::string& path, std::string_view identifier,
+                                LaunchOption option = LaunchOption::async) override;
 
 private:
     std::mutex mutex_;

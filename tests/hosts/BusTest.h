@@ -87,8 +87,8 @@ protected:
     std::string openProject(const std::string& name, const std::string& contents) {
         const std::string path = project(name);
         writeFile(path, contents);
-        Platform::current().workspace->openFile(path, QVAppleEvents::finalCutProIdentifier,
-                                                LaunchOption::async);
+        Platform::current().workspace->openFileWithIdentifier(
+            path, QVAppleEvents::finalCutProIdentifier, LaunchOption::async);
         EXPECT_TRUE(until(
             [&] { return QVAppleEvents::isFCPRunning() && QVAppleEvents::isProjectOpen(path); }));
         console->take();

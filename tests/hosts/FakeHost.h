@@ -80,14 +80,13 @@ private:
                                  : std::vector<std::string>{};
         }
         std::optional<std::string> applicationPath(std::string_view) const override { return {}; }
-        std::optional<std::string> runningExecutable(std::string_view) const override { return {}; }
-        bool openFile(const std::string& path, std::string_view, LaunchOption option) override {
+        bool openFileWithIdentifier(const std::string& path, std::string_view,
+                                    LaunchOption option) override {
             host_.requests +=
                 option == LaunchOption::async ? "open async " : "open withoutActivation ";
             host_.requests += path + "\n";
             return true;
         }
-        bool openApplication(const std::string&) override { return false; }
 
     private:
         FakeHost& host_;

@@ -33,7 +33,7 @@ TEST_F(Transport, SaysThatNobodyIsThere) {
     EXPECT_FALSE(transport.isAvailable());
     EXPECT_EQ(transport.send(listEvent).reason, "there is no session bus");
     EXPECT_FALSE(QVAppleEvents::isFCPRunning());
-    EXPECT_FALSE(Platform::current().workspace->openFile(
+    EXPECT_FALSE(Platform::current().workspace->openFileWithIdentifier(
         "/film.fcp", QVAppleEvents::finalCutProIdentifier, LaunchOption::async));
     EXPECT_FALSE(QVAppleEvents::sendXMLToFCP("<xmeml/>", ""));
     EXPECT_EQ(console->take(), "Error creating AEDescription: -609\n");

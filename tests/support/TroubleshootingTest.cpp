@@ -31,7 +31,8 @@ public:
         opened.push_back(path);
         return true;
     }
-    bool openFileWithIdentifier(const std::string& path, std::string_view identifier) override {
+    bool openFileWithIdentifier(const std::string& path, std::string_view identifier,
+                                LaunchOption) override {
         opened.push_back(path + " with " + std::string(identifier));
         return true;
     }
