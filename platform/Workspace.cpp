@@ -3,6 +3,7 @@
 #include "platform/ApplicationBundle.h"
 #include "platform/Platform.h"
 #include "platform/posix/DesktopTrash.h"
+#include "platform/posix/SessionBusApplications.h"
 
 #include <algorithm>
 #include <array>
@@ -25,6 +26,10 @@ bool launch(const std::string& application, const std::vector<std::string>& argu
 
 }  // namespace
 
+std::optional<std::string> Workspace::runningExecutable(std::string_view identifier) const {
+    return executableOnSessionBus(identifier);
+}
+
 bool Workspace::openFile(const std::string&) { return false; }
 
 bool Workspace::openFile(const std::string& path, const std::string& application) {
@@ -32,7 +37,8 @@ bool Workspace::openFile(const std::string& path, const std::string& application
 }
 
 bool Workspace::openFileWithIdentifier(const std::string& path, std::string_view identifier,
-                                       LaunchOption) {
+                                       LaunchOption option) {
+    if (openFileOverSessionBus(path, identifier, option)) return true;
     const auto application = applicationPath(identifier);
     return application && openFile(path, *application);
 }

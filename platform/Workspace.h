@@ -29,7 +29,7 @@ public:
     /// Where the application with the bundle identifier is installed; empty when it is not.
     virtual std::optional<std::string> applicationPath(std::string_view identifier) const = 0;
     /// The executable file of the application, when it runs.
-    virtual std::optional<std::string> runningExecutable(std::string_view) const { return {}; }
+    virtual std::optional<std::string> runningExecutable(std::string_view identifier) const;
 
     /// Opens a file with the application that the desktop has for such files. False when there is
     /// none, or no desktop. Returns while the application starts.
@@ -37,7 +37,7 @@ public:
     /// Opens a file with the application at a path: a program, or a folder that is one.
     virtual bool openFile(const std::string& path, const std::string& application);
     /// Asks the application with the bundle identifier to open a file, and starts it when it does
-    /// not run. Returns when the request is on its way, without waiting for the application. False
+    /// not run: over the session bus where that knows the application. Returns when the request is on its way, without waiting for the application. False
     /// when there is no way to ask.
     virtual bool openFileWithIdentifier(const std::string& path, std::string_view identifier,
                                         LaunchOption option = LaunchOption::async);
