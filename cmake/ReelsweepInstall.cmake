@@ -1,0 +1,73 @@
+# What is installed, and the Debian packages: the programs, and the library as a CMake package.
+include(GNUInstallDirs)
+include(CMakePackageConfigHelpers)
+
+set(layers platform support xml hosts engine)
+
+# The programs
+install(TARGETS reelsweep-cli COMPONENT programs)
+install(FILES ${CMAKE_SOURCE_DIR}/resources/man/reelsweep-cli.1
+        DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT programs)
+install(FILES ${CMAKE_SOURCE_DIR}/resources/completion/reelsweep-cli
+        DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions COMPONENT programs)
+if(REELSWEEP_APP)
+    set(desktop ${CMAKE_SOURCE_DIR}/resources/desktop/com.quorvane.Reelsweep)
+    install(TARGETS reelsweep COMPONENT programs)
+    install(FILES ${CMAKE_SOURCE_DIR}/resources/man/reelsweep.1
+            DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT programs)
+    install(FILES ${desktop}.desktop
+            DESTINATION ${CMAKE_INSTALL_DATADIR}/applications COMPONENT programs)
+    install(FILES ${desktop}.metainfo.xml
+            DESTINATION ${CMAKE_INSTALL_DATADIR}/metainfo COMPONENT programs)
+    install(FILES ${desktop}.mime.xml RENAME com.quorvane.Reelsweep.xml
+            DESTINATION ${CMAKE_INSTALL_DATADIR}/mime/packages COMPONENT programs)
+    install(FILES ${CMAKE_SOURCE_DIR}/resources/images/com.quorvane.Reelsweep.svg
+            DESTINATION ${CMAKE_INSTALL_DATADIR}/icons/hicolor/scalable/apps COMPONENT programs)
+endif()
+
+# The library: find_package(Reelsweep), Reelsweep::reelsweep_engine
+set(package_folder ${CMAKE_INSTALL_LIBDIR}/cmake/Reelsweep)
+foreach(layer IN LISTS layers)
+    install(TARGETS reelsweep_${layer} EXPORT ReelsweepTargets
+            ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT library
+            INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/reelsweep)
+    install(DIRECTORY ${CMAKE_SOURCE_DIR}/${layer}
+            DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/reelsweep COMPONENT library
+            FILES_MATCHING PATTERN "*.h" PATTERN qt EXCLUDE)
+endforeach()
+install(EXPORT ReelsweepTargets NAMESPACE Reelsweep::
+        DESTINATION ${package_folder} COMPONENT library)
+configure_package_config_file(${CMAKE_SOURCE_DIR}/cmake/ReelsweepConfig.cmake.in
+    ${CMAKE_BINARY_DIR}/ReelsweepConfig.cmake INSTALL_DESTINATION ${package_folder})
+write_basic_package_version_file(${CMAKE_BINARY_DIR}/ReelsweepConfigVersion.cmake
+    COMPATIBILITY SameMinorVersion)
+install(FILES ${CMAKE_BINARY_DIR}/ReelsweepConfig.cmake
+              ${CMAKE_BINARY_DIR}/ReelsweepConfigVersion.cmake
+        DESTINATION ${package_folder} COMPONENT library)
+
+# The Debian packages: reelsweep, and libreelsweep-dev
+set(CPACK_GENERATOR DEB)
+set(CPACK_PACKAGE_VENDOR Quorvane)
+set(CPACK_PACKAGE_CONTACT "Reelsweep maintainers <maintainers@reelsweep.invalid>")
+set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
+set(CPACK_COMPONENTS_ALL programs library)
+set(CPACK_STRIP_FILES ON)
+set(CPACK_DEB_COMPONENT_INSTALL ON)
+set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+set(CPACK_DEBIAN_PACKAGE_SECTION video)
+set(CPACK_COMPONENT_PROGRAMS_DESCRIPTION "${PROJECT_DESCRIPTION}
+ Opens timelines that editing systems export as XMEML or FCPXML and makes
+ tidied copies of their sequences, in windows or from the command line.")
+set(CPACK_DEBIAN_PROGRAMS_PACKAGE_NAME reelsweep)
+set(CPACK_DEBIAN_PROGRAMS_PACKAGE_SHLIBDEPS ON)
+if(REELSWEEP_APP)
+    # The icons' plugin is loaded by name, so no program is linked to it.
+    set(CPACK_DEBIAN_PROGRAMS_PACKAGE_DEPENDS "libqt6svg6")
+endif()
+set(CPACK_COMPONENT_LIBRARY_DESCRIPTION "${PROJECT_DESCRIPTION} - library
+ The engine of Reelsweep as a static library with headers and a CMake package.")
+set(CPACK_DEBIAN_LIBRARY_PACKAGE_NAME libreelsweep-dev)
+set(CPACK_DEBIAN_LIBRARY_PACKAGE_SECTION libdevel)
+set(CPACK_DEBIAN_LIBRARY_PACKAGE_DEPENDS
+    "libpugixml-dev, libexpat1-dev, nlohmann-json3-dev, libplist-dev, libarchive-dev, libcurl4-openssl-dev, libssl-dev, pkg-config")
+include(CPack)

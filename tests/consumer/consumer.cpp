@@ -1,0 +1,34 @@
+// A program of somebody else's: tidies a file without any window and says what came of it.
+#include "engine/DocumentView.h"
+#include "engine/QVFCPDoc.h"
+
+#include <cstdio>
+
+namespace {
+
+class NoView final : public reelsweep::DocumentView {
+public:
+    void startProgress() override {}
+    void endProgress() override {}
+    void setProgressLabelText(const std::string&) override {}
+    void reloadTable() override {}
+    void enableProcessButton(bool) override {}
+    void markChanged() override { changed = true; }
+    reelsweep::WindowRef window() override { return {}; }
+
+    bool changed = false;
+};
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    if (argc != 2) return 2;
+    NoView view;
+    reelsweep::QVFCPDoc document(view);
+    if (!document.readFromURL(argv[1])) return 3;
+    document.waitUntilPopulated();
+    document.setAllSelected(true);
+    document.startProcessing({"removeDisabledVideoClips"});
+    std::printf("%zu sequences\n", document.changeLedger().sequences.size());
+    return view.changed && document.runResult().delivered ? 0 : 1;
+}
