@@ -62,6 +62,8 @@ void MainMenu::buildFileMenu() {
             [this] { document_->saveAs(); });
         add(menu, "revertDocumentToSaved:", tr("Re&vert to Saved"), {},
             [this] { document_->revert(); });
+        add(menu, "sendToFCP:", tr("&Send to Final Cut Pro"), QKeySequence::Save,
+            [this] { document_->sendToFCP(); });
         separator(menu);
         add(menu, "exportTidied:", tr("&Export Tidied Sequences…"), QKeySequence(tr("Ctrl+E")),
             [this] { document_->exportTidied(); });
@@ -183,6 +185,9 @@ void MainMenu::validateSaving() {
         item(name)->setEnabled(!isNative);
     }
     item("saveDocument:")->setShortcut(isNative ? QKeySequence() : QKeySequence::Save);
+    item("sendToFCP:")->setVisible(isNative);
+    item("sendToFCP:")->setEnabled(isNative);
+    item("sendToFCP:")->setShortcut(isNative ? QKeySequence::Save : QKeySequence());
 }
 
 }  // namespace reelsweep

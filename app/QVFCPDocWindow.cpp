@@ -60,6 +60,8 @@ void QVFCPDocWindow::reloadTable() {
     model_->setRecords(document_->sequenceArray());
     if (model_->rowCount() > 0) table_->setCurrentIndex(model_->index(0, 0));
     document_->setAllSelected(false);
+    if (const auto failure = document_->listFailure())
+        tell(tr("The sequences could not be listed"), toQString(failure->description()));
 }
 
 void QVFCPDocWindow::enableProcessButton(bool enabled) {
@@ -91,7 +93,12 @@ bool QVFCPDocWindow::eventFilter(QObject* watched, QEvent* event) {
 }
 
 void QVFCPDocWindow::startRun(const OptionList& options, std::function<void()> ended) {
+    processedRecords_ = document_->sequenceArray();
     document_->process(options, std::move(ended));
+}
+
+void QVFCPDocWindow::sendToFCP() {
+    if (isFCPProject() && !isRunning()) document_->sendToFCP();
 }
 
 bool QVFCPDocWindow::canExport() const {

@@ -22,6 +22,7 @@ public:
     bool canExport() const override;
     bool hasSequences() const override { return model_->rowCount() > 0; }
     void exportTidied() override;
+    void sendToFCP() override;
     void selectAllSequences(bool selected) override;
 
 protected:
@@ -45,6 +46,9 @@ private:
     QTableView* table_ = nullptr;
     SequenceModel* model_ = nullptr;
     bool populated_ = false;  ///< the list is there
+    /// The records of the last run: sequences that were fetched live with them, and the report
+    /// speaks of those, also when the list was built anew.
+    std::shared_ptr<const SequenceArray> processedRecords_;
     /// The last member: when it goes it may still have something to say to the others.
     std::unique_ptr<QVFCPDoc> document_;
 };

@@ -67,7 +67,7 @@ int main(int argc, char** argv) {
     Platform platform = Platform::commandLine();
     platform.mainThread = std::make_unique<QtMainThread>();
     platform.alertPresenter = std::make_unique<QtAlertPresenter>();
-    platform.workspace = std::make_unique<QtWorkspace>(std::move(platform.workspace));
+    platform.workspace = std::make_unique<QtWorkspace>();
     Platform::install(std::move(platform));
     QApplication::setApplicationVersion(toQString(version()));
 

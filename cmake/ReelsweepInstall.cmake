@@ -69,5 +69,5 @@ set(CPACK_COMPONENT_LIBRARY_DESCRIPTION "${PROJECT_DESCRIPTION} - library
 set(CPACK_DEBIAN_LIBRARY_PACKAGE_NAME libreelsweep-dev)
 set(CPACK_DEBIAN_LIBRARY_PACKAGE_SECTION libdevel)
 set(CPACK_DEBIAN_LIBRARY_PACKAGE_DEPENDS
-    "libpugixml-dev, libexpat1-dev, nlohmann-json3-dev, libplist-dev, libarchive-dev, libcurl4-openssl-dev, libssl-dev, pkg-config")
+    "libpugixml-dev, libexpat1-dev, nlohmann-json3-dev, libplist-dev, libarchive-dev, libcurl4-openssl-dev, libssl-dev, libsystemd-dev, pkg-config")
 include(CPack)

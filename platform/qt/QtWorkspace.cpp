@@ -6,8 +6,6 @@
 #include <QString>
 #include <QUrl>
 
-#include <utility>
-
 namespace reelsweep {
 
 namespace {
@@ -20,17 +18,6 @@ bool openOnDesktop(const QUrl& url) {
 }
 
 }  // namespace
-
-QtWorkspace::QtWorkspace(std::unique_ptr<Workspace> applications)
-    : applications_(std::move(applications)) {}
-
-std::vector<std::string> QtWorkspace::runningApplicationIdentifiers() const {
-    return applications_->runningApplicationIdentifiers();
-}
-
-std::optional<std::string> QtWorkspace::applicationPath(std::string_view identifier) const {
-    return applications_->applicationPath(identifier);
-}
 
 bool QtWorkspace::openURL(const std::string& address) {
     const QUrl url(QString::fromStdString(address));

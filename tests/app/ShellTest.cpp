@@ -77,6 +77,20 @@ TEST_F(AppTest, OffersFinalCutProProjectsOnlyWhileItRuns) {
         EXPECT_TRUE(menuItem(window, name)->isEnabled()) << name;
     EXPECT_EQ(menuItem(window, "saveDocument:")->shortcut(), QKeySequence("Ctrl+S"));
     EXPECT_FALSE(menuItem(window, "exportTidied:")->isEnabled());
+    EXPECT_FALSE(menuItem(window, "sendToFCP:")->isVisible());
+    EXPECT_TRUE(menuItem(window, "sendToFCP:")->shortcut().isEmpty());
+
+    // A native project goes back to Final Cut Pro where a file is saved.
+    writeFile(folder / "film.fcp", "KG");
+    DocumentWindow* const native = controller.documents().open(toQString(folder / "film.fcp"));
+    ASSERT_TRUE(native);
+    EXPECT_NE(alertText().find("The sequences could not be listed"), std::string::npos);
+    answerAlert("OK");
+    for (const char* const name : {"saveDocument:", "saveDocumentAs:", "revertDocumentToSaved:"})
+        EXPECT_FALSE(menuItem(native, name)->isVisible()) << name;
+    EXPECT_TRUE(menuItem(native, "saveDocument:")->shortcut().isEmpty());
+    EXPECT_TRUE(menuItem(native, "sendToFCP:")->isEnabled());
+    EXPECT_EQ(menuItem(native, "sendToFCP:")->shortcut(), QKeySequence("Ctrl+S"));
 }
 
 std::vector<std::string> exclusions() {
