@@ -55,19 +55,29 @@ void ChangeListing::setFilter(std::string_view text) {
 void ChangeListing::addSequence(std::size_t index, const std::string& filter) {
     const SequenceLedger& ledger = sequence(index);
     total_ += ledger.changes.size();
-    for (const PassRow& pass : passTable()) {
-        const bool whole = lowered(std::string(pass.title)).find(filter) != std::string::npos;
-        Group group{index, pass.title, {}};
-        for (std::size_t i = 0; i < ledger.changes.size(); ++i) {
-            const Change& change = ledger.changes[i];
-            if (change.pass != pass.option) continue;
-            if (!whole && !holds(ledger, change, filter)) continue;
-            group.changes.push_back(static_cast<std::uint32_t>(i));
-            ++totals_[static_cast<std::size_t>(change.kind)];
-        }
-        shown_ += group.changes.size();
-        if (!group.changes.empty()) groups_.push_back(std::move(group));
+    const auto passes = passTable();
+    std::vector<Group> found;
+    std::vector<bool> whole;  // the pass itself is what the filter looks for
+    for (const PassRow& pass : passes) {
+        found.push_back({index, pass.title, {}});
+        whole.push_back(lowered(std::string(pass.title)).find(filter) != std::string::npos);
     }
+    std::size_t pass = 0;
+    for (std::size_t i = 0; i < ledger.changes.size(); ++i) {
+        const Change& change = ledger.changes[i];
+        // The changes of a pass come in a row, so the pass is seldom looked for.
+        if (pass == passes.size() || passes[pass].option != change.pass)
+            pass = static_cast<std::size_t>(
+                std::find_if(passes.begin(), passes.end(),
+                             [&](const PassRow& row) { return row.option == change.pass; }) -
+                passes.begin());
+        if (pass == passes.size() || (!whole[pass] && !holds(ledger, change, filter))) continue;
+        found[pass].changes.push_back(static_cast<std::uint32_t>(i));
+        ++totals_[static_cast<std::size_t>(change.kind)];
+        ++shown_;
+    }
+    for (Group& group : found)
+        if (!group.changes.empty()) groups_.push_back(std::move(group));
 }
 
 std::pair<std::size_t, std::size_t> ChangeListing::groupsOfSequence(std::size_t index) const {

@@ -1,0 +1,91 @@
+// reelsweep-gap: how long a window keeps the user waiting during a run, at most.
+//
+// Processes a sequence of 50,000 items with all options in a real window, and prints the largest
+// time between two handled events, and when it was.
+#include "platform/qt/QtAlertPresenter.h"
+#include "platform/qt/QtMainThread.h"
+#include "tests/app/AppTest.h"
+#include "tests/timeline/Timeline.h"
+
+#include <QElapsedTimer>
+
+#include <algorithm>
+#include <cstdio>
+
+namespace reelsweep::test {
+namespace {
+
+constexpr int tracks = 10;
+constexpr int itemsOnTrack = 5'000;
+
+std::string film() {
+    std::string timeline;
+    for (int track = 1; track <= tracks; ++track) {
+        timeline += " V" + std::to_string(track) + ":";
+        for (int item = 0; item < itemsOnTrack; ++item) {
+            const int start = item * 100 + track * 7;
+            timeline += std::string(item % 5 == 0 ? " !C[" : " C[") + std::to_string(start) + "," +
+                        std::to_string(start + 60) + ")+Blur'M";
+        }
+    }
+    return projectXML({sequenceXML(timeline)});
+}
+
+int run() {
+    const TemporaryFolder folder;
+    writeFile(folder / "film.xml", film());
+    AppController controller;
+    DocumentWindow* const window = controller.documents().open(toQString(folder / "film.xml"));
+    if (!window || !comesTrue([&] { return window->hasSequences(); })) return 1;
+    for (QCheckBox* const box : window->findChildren<QCheckBox*>()) box->setChecked(true);
+    window->selectAllSequences(true);
+
+    QElapsedTimer clock;
+    qint64 last = 0;
+    qint64 largest = 0;
+    qint64 when = 0;
+    int events = 0;
+    QTimer pulse;
+    QObject::connect(&pulse, &QTimer::timeout, [&] {
+        const qint64 now = clock.nsecsElapsed();
+        if (now - last > largest) {
+            largest = now - last;
+            when = last;
+        }
+        last = now;
+        ++events;
+    });
+    pulse.start(1);
+    clock.start();
+    window->process();
+    const bool ended = comesTrue([] { return shownAlert() != nullptr; });
+    const qint64 total = clock.elapsed();
+    QTest::qWait(200);
+    pulse.stop();
+    answerAlert("OK");
+    comesTrue([&] { return !window->isRunning(); });
+    std::size_t changes = 0;
+    if (auto* const tree = child<QTreeView>(window, "changesTree"))
+        changes = static_cast<ChangeReportModel*>(tree->model())->listing().total();
+    std::printf("items: %d, changes: %zu, run: %lld ms, events: %d\n", tracks * itemsOnTrack,
+                changes, static_cast<long long>(total), events);
+    std::printf("largest gap between two events: %.1f ms, %.0f ms after the start\n",
+                static_cast<double>(largest) / 1e6, static_cast<double>(when) / 1e6);
+    window->setWindowModified(false);
+    window->close();
+    return ended ? 0 : 1;
+}
+
+}  // namespace
+}  // namespace reelsweep::test
+
+int main(int argc, char** argv) {
+    using namespace reelsweep;
+    QApplication application(argc, argv);
+    QApplication::setQuitOnLastWindowClosed(false);
+    Platform platform = Platform::commandLine();
+    platform.mainThread = std::make_unique<QtMainThread>();
+    platform.alertPresenter = std::make_unique<QtAlertPresenter>();
+    Platform::install(std::move(platform));
+    return test::run();
+}
