@@ -1,6 +1,8 @@
 #include "engine/passes/ObscuredClips.h"
 #include "support/QVLog.h"
 
+#include <algorithm>
+
 namespace reelsweep::passes {
 
 namespace {
@@ -70,8 +72,8 @@ Found findOverlapped(const TrackIndex& lower, FrameRange range) {
     Id hit = lower.firstInTheWay(range);
     while (hit != TrackIndex::none) {
         const TrackIndex::Run run = lower.run(hit);
-        // A range from -1 on reaches edges inside transitions too.
-        if (run.isChain && range.start > edgeInTransition)
+        // A range that starts or ends at -1 reaches the edges inside transitions by themselves.
+        if (run.isChain && std::min(range.start, range.end) > edgeInTransition)
             findInChain(lower, run, range, found);
         else
             findInRun(lower, run, range, found);

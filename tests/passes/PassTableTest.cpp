@@ -306,6 +306,10 @@ TEST(MergeClips, CutsWhatAnOpaqueClipHides) {
             // An open edge reads as -1.
             {"V1: x[90,110) A[-1,150) V2: B[100,200)",
              "V1: x[90,100) A[-1,100)@0:151 V2: B[100,200)"},
+            // A clip without end hides up to -1: the transition around its start is cut, not its
+            // chain.
+            {"V1: x[73,30) A[-1,-1) x2[35,46) V2: B[56,-1)",
+             "V1: x[73,30) A[-1,-1) x2[35,56) x2[-1,46) V2: B[56,-1)"},
         });
 }
 
