@@ -78,7 +78,7 @@ bool open(const std::string& projectPath, LaunchOption option) {
 }
 
 // The XML of a reply; nothing, said on the console, when it holds none.
-std::optional<Data> xmlOfReply(AppleEventReply reply) {
+std::optional<Data> xmlOfReply(const AppleEventReply& reply) {
     const AppleEventDescriptor* const xml = reply.find("xmlD");
     if (!xml || xml->type != "utf8") {
         consoleLog("Error getting XML information");
@@ -145,9 +145,9 @@ std::optional<Data> fetch(const char* eventID, const std::string& projectPath,
                           const std::string* item, bool launchFCP, bool closeProject) {
     const Readiness readiness = makeReady(projectPath, launchFCP);
     if (!readiness.ready) return {};
-    auto reply = ask(eventID, projectPath, item, launchFCP);
+    const auto reply = ask(eventID, projectPath, item, launchFCP);
     if (!reply) return {};
-    auto data = xmlOfReply(std::move(*reply));
+    auto data = xmlOfReply(*reply);
     if (data && closeProject && readiness.openedProject)
         QVAppleEvents::closeProject(projectPath, true);
     return data;
@@ -294,8 +294,8 @@ std::optional<Data> QVAppleEvents::getTOCData(const std::string& projectPath, bo
             if (!launchFCP) return {};
             open(projectPath, LaunchOption::withoutActivation);
         }
-        auto reply = ask("eTCX", projectPath, nullptr, launchFCP);
-        return reply ? xmlOfReply(std::move(*reply)) : Answer();
+        const auto reply = ask("eTCX", projectPath, nullptr, launchFCP);
+        return reply ? xmlOfReply(*reply) : Answer();
     });
 }
 

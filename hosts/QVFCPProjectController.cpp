@@ -1,9 +1,20 @@
 #include "hosts/QVFCPProjectController.h"
 
+#include "hosts/QVAppleEvents.h"
+#include "hosts/QVPremiereEvents.h"
+#include "support/ConsoleLog.h"
+#include "support/QVAlert.h"
+#include "support/QVFileManager.h"
+#include "support/QVLocalPaths.h"
+#include "support/QVLog.h"
 #include "xml/QVXMLParser.h"
 #include "xml/XMLQuery.h"
 
+#include <chrono>
 #include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <thread>
 
 namespace reelsweep {
 
@@ -25,6 +36,58 @@ bool QVFCPProjectController::setXmlDocFromFilePath(const std::string& path,
     else
         loadFailure_ = loaded.failure();
     return true;
+}
+
+bool QVFCPProjectController::setXmlDocFromText(const std::string& text, const std::string& name) {
+    loadFailure_.reset();
+    xmlDoc_.reset();
+    Result<XMLDocument> parsed = XMLDocument::parse(text, name);
+    if (parsed)
+        xmlDoc_ = std::make_shared<XMLDocument>(std::move(*parsed));
+    else
+        loadFailure_ = parsed.failure();
+    return parsed.ok();
+}
+
+bool QVFCPProjectController::loadXMLFromFCP(const std::string& projectPath) {
+    std::error_code error;
+    if (!std::filesystem::exists(projectPath, error)) return false;
+    const auto xml = QVAppleEvents::getProjectXML(projectPath, true);
+    if (!xml || xml->empty()) return false;
+    setXmlDocFromText(*xml, projectPath);
+    return true;
+}
+
+bool QVFCPProjectController::loadTOCFromFCP(const std::string& projectPath) {
+    std::error_code error;
+    if (!std::filesystem::exists(projectPath, error)) return false;
+    const auto xml = QVAppleEvents::getTOCData(projectPath, true);
+    if (!xml || xml->empty()) return false;
+    if (setXmlDocFromText(*xml, projectPath)) return true;
+    consoleLog("Error importing XML: %@", loadFailure_->description());
+    return false;
+}
+
+bool QVFCPProjectController::loadXMLFromPremiere(const std::string& projectPath) {
+    constexpr std::chrono::microseconds pause{500};
+    constexpr double creationTimeout = 10.0;  // seconds
+    const std::string file = QVLocalPaths::tempFile();
+    QVPremiereEvents::openProject(projectPath);
+    std::this_thread::sleep_for(pause);
+    QVPremiereEvents::exportFCPXML(file);
+    QVFileManager::waitForFileCreation(file, creationTimeout);
+    QVFileManager::waitForFileWrites(file);
+    std::this_thread::sleep_for(pause);
+    std::ifstream stream(file, std::ios::binary);
+    if (!stream) return false;
+    const std::string xml{std::istreambuf_iterator<char>(stream), {}};
+    if (setXmlDocFromText(xml, file)) return true;
+    QVLog::appendLog("Error loading XML data: %@", loadFailure_->description());
+    QVAlert::alertSheet("No XML data found",
+                        "The project may have taken too long to load - wait until it has "
+                        "completely loaded in Premiere and then load it in this application.",
+                        WindowRef());
+    return false;
 }
 
 std::optional<std::vector<XMLNode>> QVFCPProjectController::nodesForQuery(

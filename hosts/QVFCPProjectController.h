@@ -32,6 +32,21 @@ public:
                                Verification verification = Verification::beforeUse);
     const std::optional<Failure>& loadFailure() const { return loadFailure_; }
 
+    // From editing applications, which are started when needed. Each replaces the document; false,
+    // with the old one kept, when nothing was received. Each blocks until the application answered.
+
+    /// The whole project from Final Cut Pro. True also for XML that does not parse: then there is
+    /// no document.
+    bool loadXMLFromFCP(const std::string& projectPath);
+    /// The project's table of contents. False, and no document, also for XML that does not parse.
+    bool loadTOCFromFCP(const std::string& projectPath);
+    /// A Premiere Pro project, exported to a temporary file that is left there. False, and no
+    /// document, also for XML that does not parse; that shows an alert.
+    bool loadXMLFromPremiere(const std::string& projectPath);
+    /// Load what the title of a menu item names.
+    void fcpProjectSelect(const std::string& title) { loadXMLFromFCP(title); }
+    void xmlDocSelect(const std::string& title) { setXmlDocFromFilePath(title); }
+
     // Queries run on the whole document, as they are written.
 
     XMLNode firstNodeForQuery(std::string_view query) const;
@@ -49,6 +64,9 @@ public:
     std::vector<std::string> masterClipPaths;
 
 private:
+    /// Replaces the document; false when the text does not parse.
+    bool setXmlDocFromText(const std::string& text, const std::string& name);
+
     std::shared_ptr<XMLDocument> xmlDoc_;
     std::optional<Failure> loadFailure_;
 };

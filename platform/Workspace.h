@@ -37,8 +37,8 @@ public:
     /// Opens a file with the application at a path: a program, or a folder that is one.
     virtual bool openFile(const std::string& path, const std::string& application);
     /// Asks the application with the bundle identifier to open a file, and starts it when it does
-    /// not run: over the session bus where that knows the application. Returns when the request is on its way, without waiting for the application. False
-    /// when there is no way to ask.
+    /// not run: over the session bus where that knows the application. Returns when the request is
+    /// on its way, without waiting for the application. False when there is no way to ask.
     virtual bool openFileWithIdentifier(const std::string& path, std::string_view identifier,
                                         LaunchOption option = LaunchOption::async);
     /// Starts the application at a path, without waiting for it.

@@ -48,7 +48,7 @@ public:
     std::string_view message() const { return error_.message ? error_.message : ""; }
 
 private:
-    sd_bus_error error_ = SD_BUS_ERROR_NULL;
+    sd_bus_error error_{};
 };
 
 class SessionBus {

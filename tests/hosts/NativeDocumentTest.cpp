@@ -1,4 +1,5 @@
 // Native projects: listed, fetched, tidied, sent back and opened in a host on a real bus.
+#include "hosts/QVFCPProjectLoader.h"
 #include "tests/hosts/BusTest.h"
 #include "tests/timeline/LogCapture.h"
 #include "tests/timeline/Project.h"
@@ -241,6 +242,41 @@ TEST_F(NativeDocument, OfAnOldHostAreListedInFull) {
     native->document.setSelected(1, true);
     setFaults("gXML refuse");
     EXPECT_EQ(run(*native, {"removeMarkers"}), complete);
+}
+
+TEST_F(NativeDocument, LoadIntoAController) {
+    const std::string path = openProject("film.fcp", threeReels);
+    QVFCPProjectController controller;
+    EXPECT_TRUE(controller.loadXMLFromFCP(path));
+    EXPECT_TRUE(controller.nodeWithUUID("U3", "sequence").child("media"));
+    EXPECT_TRUE(controller.loadTOCFromFCP(path));
+    EXPECT_FALSE(controller.nodeWithUUID("U3", "sequence").child("media"));
+    const auto held = controller.xmlDoc();
+    EXPECT_FALSE(controller.loadXMLFromFCP(folder / "absent.fcp"));
+    setFaults("* blank");
+    EXPECT_FALSE(controller.loadXMLFromFCP(path));
+    EXPECT_FALSE(controller.loadTOCFromFCP(path));
+    EXPECT_EQ(controller.xmlDoc(), held);
+    setFaults("eTCX mistyped");
+    EXPECT_FALSE(controller.loadTOCFromFCP(path));
+    EXPECT_EQ(controller.xmlDoc(), held);
+}
+
+TEST_F(NativeDocument, AreOfferedForOpeningWhileTheHostRuns) {
+    EXPECT_FALSE(QVFCPProjectLoader().canOpen());
+    const std::string a = openProject("a.fcp", threeReels);
+    const std::string b = openProject("b.fcp", threeReels);
+    const QVFCPProjectLoader loader;
+    EXPECT_TRUE(loader.canOpen());
+    Strings opened;
+    const auto failures = loader.openProjects({1, 7, 0}, [&](const std::string& path) -> Outcome {
+        opened.push_back(path);
+        if (path == b) return Failure{FailureCode::inputUnreadable, "no", path, 0, 0, ""};
+        return Done{};
+    });
+    EXPECT_EQ(opened, (Strings{a, b}));
+    ASSERT_EQ(failures.size(), 1U);
+    EXPECT_EQ(failures[0].file, b);
 }
 
 }  // namespace
