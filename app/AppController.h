@@ -4,6 +4,7 @@
 #pragma once
 
 #include "app/DocumentController.h"
+#include "app/ProjectLoaderDialog.h"
 #include "app/QVAboutDialogController.h"
 #include "support/QVSoftwareUpdate.h"
 
@@ -38,6 +39,8 @@ public:
     /// Shows the panel in which files are chosen to be opened.
     void openFile();
 
+    /// Shows the projects that Final Cut Pro has open, to choose from.
+    void openFCPProject() { projectLoader_.showOpenDialog(); }
     /// True while a Final Cut Pro runs, whose projects could be opened.
     static bool isFinalCutProRunning();
 
@@ -66,6 +69,7 @@ private:
     QPointer<StartWindow> startWindow_;
     QPointer<QFileDialog> openPanel_;
     QPointer<PreferencesWindow> preferences_;
+    ProjectLoaderDialog projectLoader_;
     QVAboutDialogController about_;
     QVSoftwareUpdate softwareUpdate_;
 };

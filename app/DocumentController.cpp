@@ -34,7 +34,7 @@ Result<DocumentWindow*> makeWindow(const std::string& path) {
 
 }  // namespace
 
-DocumentWindow* DocumentController::open(const QString& path) {
+DocumentWindow* DocumentController::open(const QString& path, const QString& failure) {
     const QString absolute = QFileInfo(path).absoluteFilePath();
     if (DocumentWindow* const present = windowOf(absolute)) {
         present->show();
@@ -44,14 +44,13 @@ DocumentWindow* DocumentController::open(const QString& path) {
     }
     const Result<DocumentWindow*> made = makeWindow(toText(absolute));
     if (!made) {
-        tellOfFailure(absolute, toQString(made.failure().description()));
+        tellOfFailure(absolute, failure, made.failure());
         return nullptr;
     }
     DocumentWindow* const window = *made;
     connect(window, &DocumentWindow::pathChanged, this, &DocumentController::noteRecentFile);
     if (const Outcome opened = window->open(toText(absolute)); !opened) {
-        if (!window->hasShownFailure())
-            tellOfFailure(absolute, toQString(opened.failure().description()));
+        if (!window->hasShownFailure()) tellOfFailure(absolute, failure, opened.failure());
         delete window;
         return nullptr;
     }
@@ -82,9 +81,11 @@ DocumentWindow* DocumentController::windowOf(const QString& path) const {
     return nullptr;
 }
 
-void DocumentController::tellOfFailure(const QString& path, const QString& reason) {
-    QVAlert::alertSheet(toText(tr("“%1” could not be opened").arg(QFileInfo(path).fileName())), {},
-                        {}, {}, toText(reason), {}, false);
+void DocumentController::tellOfFailure(const QString& path, const QString& message,
+                                       const Failure& reason) {
+    const QString usual = tr("“%1” could not be opened").arg(QFileInfo(path).fileName());
+    QVAlert::alertSheet(toText(message.isEmpty() ? usual : message), {}, {}, {},
+                        reason.description(), {}, false);
 }
 
 QStringList DocumentController::recentFiles() {

@@ -3,6 +3,8 @@
 // Owner: AppController. Thread rule: main thread.
 #pragma once
 
+#include "support/Failure.h"
+
 #include <QList>
 #include <QObject>
 #include <QPointer>
@@ -20,7 +22,8 @@ public:
 
     /// Opens a file in a window of its own, or brings its window to the front. A file that cannot
     /// be opened is told of in an alert; the answer is null then.
-    DocumentWindow* open(const QString& path);
+    /// `failure` is the message of that alert, when it is not to be the usual one.
+    DocumentWindow* open(const QString& path, const QString& failure = {});
     void open(const QStringList& paths);
 
     /// The open windows, in the order in which they were opened.
@@ -38,7 +41,7 @@ signals:
 private:
     DocumentWindow* windowOf(const QString& path) const;
     void noteRecentFile(const QString& path);
-    static void tellOfFailure(const QString& path, const QString& reason);
+    static void tellOfFailure(const QString& path, const QString& message, const Failure& reason);
 
     QList<QPointer<DocumentWindow>> windows_;
 };

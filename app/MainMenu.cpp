@@ -42,7 +42,7 @@ QAction* MainMenu::add(QMenu* menu, const char* name, const QString& text, const
     auto* const item = new QAction(text, this);
     item->setObjectName(QString::fromLatin1(name));
     item->setShortcut(keys);
-    if (action) connect(item, &QAction::triggered, this, [run = std::move(action)] { run(); });
+    connect(item, &QAction::triggered, this, [run = std::move(action)] { run(); });
     menu->addAction(item);
     return item;
 }
@@ -51,7 +51,8 @@ void MainMenu::buildFileMenu() {
     QMenu* const menu = window_.menuBar()->addMenu(tr("&File"));
     connect(menu, &QMenu::aboutToShow, this, &MainMenu::validate);
     add(menu, "openFile:", tr("&Open…"), QKeySequence::Open, [this] { controller_.openFile(); });
-    add(menu, "openFCPProject:", tr("Open &Final Cut Pro Project…"), {}, {});
+    add(menu, "openFCPProject:", tr("Open &Final Cut Pro Project…"), {},
+        [this] { controller_.openFCPProject(); });
     recentMenu_ = menu->addMenu(tr("Open &Recent"));
     connect(recentMenu_, &QMenu::aboutToShow, this, &MainMenu::fillRecentMenu);
     separator(menu);

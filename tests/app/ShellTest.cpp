@@ -93,6 +93,16 @@ TEST_F(AppTest, OffersFinalCutProProjectsOnlyWhileItRuns) {
     EXPECT_EQ(menuItem(native, "sendToFCP:")->shortcut(), QKeySequence("Ctrl+S"));
 }
 
+TEST_F(AppTest, OffersNoProjectToOpenWhileFinalCutProHasNone) {
+    controller.openFCPProject();
+    auto* const dialog = shown<QDialog>("QVFCPProjectLoader");
+    ASSERT_TRUE(dialog);
+    EXPECT_EQ(dialog->windowModality(), Qt::ApplicationModal);
+    EXPECT_FALSE(child<QPushButton>(dialog, "openBtn")->isEnabled());
+    QTest::keyClick(dialog, Qt::Key_Escape);
+    EXPECT_FALSE(shown<QDialog>("QVFCPProjectLoader"));
+}
+
 std::vector<std::string> exclusions() {
     return Platform::current().userDefaults->stringArrayForKey("ignoredFilters");
 }
@@ -145,24 +155,27 @@ TEST_F(AppTest, SaysWhatItIs) {
     EXPECT_EQ(toText(window->windowTitle()), "About reelsweep_app_tests");
 }
 
-TEST_F(AppTest, SaysWhenTheAboutBoxIsMissing) {
+TEST_F(AppTest, SaysWhichWindowIsMissing) {
     InterfaceDescription::setFolder(":/nowhere");
     std::string shown;
     QTimer looking;
     QObject::connect(&looking, &QTimer::timeout, [&] {
         if (!shownAlert()) return;
-        shown = alertText();
+        shown += alertText() + "\n";
         answerAlert("OK");
     });
     looking.start(1);
     controller.showAboutDialog();
+    controller.openFCPProject();
     InterfaceDescription::setFolder(":/interface");
-    EXPECT_EQ(shown, "Error: unable to load About dialog.: Please report this error to Quorvane.");
+    const std::string about = "Error: unable to load About dialog.";
+    const std::string report = "Please report this error to Quorvane.";
+    EXPECT_EQ(shown, about + ": " + report +
+                         "\nCritical error: unable to load FCP project loader dialog.: "
+                         "You must reinstall the application.\n");
     QVLog::finishWriting();
-    EXPECT_NE(
-        contentsOf(QVLog::availableLogs().at(0))
-            .find("Error: unable to load About dialog. Please report this error to Quorvane."),
-        std::string::npos);
+    EXPECT_NE(contentsOf(QVLog::availableLogs().at(0)).find(about + " " + report),
+              std::string::npos);
 }
 
 // A program that knows a web site.
