@@ -48,9 +48,8 @@ void openPage(const QVSiteLinks::URL& address) {
 }  // namespace
 
 AppController::AppController()
-    : projectLoader_([this](const QStringList& paths) {
-          for (const QString& path : paths) documents_.open(path, tr("Error loading project"));
-      }) {
+    : projectLoader_(
+          [this](const QString& path) { documents_.open(path, tr("Error loading project")); }) {
     // Before the log is a new one: what is said of the last run belongs to that run's log.
     QVLog::sharedController().setAppName(logName);
     QVBugReporter::startBugReporter();

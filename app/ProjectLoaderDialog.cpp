@@ -2,7 +2,6 @@
 
 #include "app/InterfaceDescription.h"
 #include "app/Text.h"
-#include "hosts/QVAppleEvents.h"
 #include "platform/Platform.h"
 #include "support/QVAlert.h"
 
@@ -21,7 +20,7 @@ constexpr const char* remedy = "You must reinstall the application.";
 
 }  // namespace
 
-ProjectLoaderDialog::ProjectLoaderDialog(std::function<void(const QStringList&)> open)
+ProjectLoaderDialog::ProjectLoaderDialog(std::function<void(const QString&)> open)
     : open_(std::move(open)) {}
 
 ProjectLoaderDialog::~ProjectLoaderDialog() { delete dialog_; }
@@ -38,21 +37,18 @@ void ProjectLoaderDialog::showOpenDialog() {
     loaded.release();
     dialog_->setAttribute(Qt::WA_DeleteOnClose);
     dialog_->setWindowModality(Qt::ApplicationModal);
-    QStringList paths;
-    for (const std::string& path :
-         QVAppleEvents::listOfOpenFCPProjects().value_or(std::vector<std::string>()))
-        paths += toQString(path);
-    fill(paths);
+    loader_.emplace();
+    fill();
     dialog_->show();
 }
 
-void ProjectLoaderDialog::fill(const QStringList& paths) {
+void ProjectLoaderDialog::fill() {
     auto* const list = outlet<QListWidget>(*dialog_, "projectsTable");
     auto* const openButton = outlet<QPushButton>(*dialog_, "openBtn");
     const QFileIconProvider icons;
-    for (const QString& path : paths)
-        list->addItem(new QListWidgetItem(icons.icon(QFileInfo(path)), path));
-    openButton->setEnabled(!paths.isEmpty());
+    for (const std::string& path : loader_->projects())
+        list->addItem(new QListWidgetItem(icons.icon(QFileInfo(toQString(path))), toQString(path)));
+    openButton->setEnabled(loader_->canOpen());
     QObject::connect(openButton, &QPushButton::clicked, dialog_, [this] { openProject(); });
     QObject::connect(list, &QListWidget::itemActivated, dialog_, [this] { openProject(); });
     QObject::connect(outlet<QPushButton>(*dialog_, "cancelBtn"), &QPushButton::clicked, dialog_,
@@ -61,12 +57,15 @@ void ProjectLoaderDialog::fill(const QStringList& paths) {
 
 void ProjectLoaderDialog::openProject() {
     const auto* const list = outlet<QListWidget>(*dialog_, "projectsTable");
-    QStringList chosen;
+    std::vector<std::size_t> rows;
     for (int row = 0; row < list->count(); ++row)
-        if (list->item(row)->isSelected()) chosen += list->item(row)->text();
-    if (chosen.isEmpty()) return;
+        if (list->item(row)->isSelected()) rows.push_back(static_cast<std::size_t>(row));
+    if (rows.empty()) return;
     dialog_->close();
-    open_(chosen);
+    loader_->openProjects(rows, [this](const std::string& path) {
+        open_(toQString(path));
+        return Outcome(Done{});
+    });
 }
 
 }  // namespace reelsweep

@@ -4,18 +4,21 @@
 // Owner: AppController. Thread rule: main thread.
 #pragma once
 
+#include "hosts/QVFCPProjectLoader.h"
+
 #include <QDialog>
 #include <QPointer>
-#include <QStringList>
 
 #include <functional>
+#include <optional>
 
 namespace reelsweep {
 
 class ProjectLoaderDialog {
 public:
-    /// `open` gets the paths that the user chose, in the order of the list.
-    explicit ProjectLoaderDialog(std::function<void(const QStringList&)> open);
+    /// `open` gets the paths that the user chose, one by one in the order of the list, and tells
+    /// the user of those that cannot be opened.
+    explicit ProjectLoaderDialog(std::function<void(const QString&)> open);
     ~ProjectLoaderDialog();
 
     /// Asks Final Cut Pro for its projects and shows them; the rest of the program waits until the
@@ -23,10 +26,11 @@ public:
     void showOpenDialog();
 
 private:
-    void fill(const QStringList& paths);
+    void fill();
     void openProject();
 
-    const std::function<void(const QStringList&)> open_;
+    const std::function<void(const QString&)> open_;
+    std::optional<QVFCPProjectLoader> loader_;
     QPointer<QDialog> dialog_;
 };
 
