@@ -12,12 +12,15 @@
 #include <array>
 #include <cstddef>
 #include <deque>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
 namespace reelsweep {
+
+class XMLDocument;
 
 enum class ChangeKind { removed, moved, trimmed, split, inserted, changed };
 inline constexpr std::size_t changeKindCount = 6;
@@ -66,6 +69,9 @@ struct Change {
 /// The changes of one sequence.
 class SequenceLedger {
 public:
+    /// Where the changes' nodes are: a document that was fetched for the run, which the ledger
+    /// keeps alive; null for nodes of the file's document.
+    std::shared_ptr<const XMLDocument> document;
     std::string title;
     std::string uuid;  ///< of the source sequence
     SequenceTimecode timecode;

@@ -224,6 +224,7 @@ void QVFCPDoc::processSequence(QVSequence& record, const OptionList& options) {
 
 XMLNode QVFCPDoc::applyPasses(XMLNode copy, QVSequence& record, const OptionList& options) {
     SequenceLedger& ledger = ledger_.sequences.emplace_back();
+    ledger.document = record.fetchedDocument;
     ledger.title = record.title;
     ledger.uuid = record.uuid().value_or(std::string());
     ledger.timecode = SequenceTimecode::of(copy);
