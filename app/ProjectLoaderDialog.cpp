@@ -34,7 +34,7 @@ void ProjectLoaderDialog::showOpenDialog() {
         QVAlert::alertSheet(missing, std::string("OK"), {}, {}, remedy, {}, true);
         return;
     }
-    loaded.release();
+    (void)loaded.release();  // it is dialog_ now
     dialog_->setAttribute(Qt::WA_DeleteOnClose);
     dialog_->setWindowModality(Qt::ApplicationModal);
     loader_.emplace();
