@@ -14,7 +14,7 @@ AppleEventReply failed(std::int32_t error, std::string reason) {
 std::string seconds(std::chrono::milliseconds time) {
     const auto count = time.count();
     std::string text = std::to_string(count / 1000);
-    if (count % 1000 != 0) text += "." + std::to_string(1000 + count % 1000).substr(1);
+    if (count % 1000 != 0) text.append(".").append(std::to_string(1000 + count % 1000), 1);
     return text;
 }
 

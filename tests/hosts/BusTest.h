@@ -94,7 +94,7 @@ protected:
         console->take();
         return path;
     }
-    /// How the host is to misbehave; see tests/hosts/DemoHost.h.
+    /// How the host is to misbehave; see demo/DemoHost.h.
     void setFaults(const std::string& lines) const { writeFile(folder / "faults", lines); }
     std::string openedItems() const { return contentsOf(folder / "opened-items"); }
 

@@ -1,4 +1,4 @@
-#include "tests/hosts/DemoHost.h"
+#include "demo/DemoHost.h"
 
 #include "platform/PercentEscapes.h"
 #include "platform/posix/AppleEventWire.h"

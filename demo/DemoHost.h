@@ -18,7 +18,7 @@
 
 #include "platform/AppleEventTransport.h"
 #include "platform/posix/SessionBus.h"
-#include "tests/hosts/HostProjects.h"
+#include "demo/HostProjects.h"
 
 #include <chrono>
 #include <string>

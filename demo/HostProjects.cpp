@@ -1,4 +1,4 @@
-#include "tests/hosts/HostProjects.h"
+#include "demo/HostProjects.h"
 
 #include "support/AtomicFile.h"
 
