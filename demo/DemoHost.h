@@ -16,9 +16,9 @@
 // Thread rule: one thread.
 #pragma once
 
+#include "demo/HostProjects.h"
 #include "platform/AppleEventTransport.h"
 #include "platform/posix/SessionBus.h"
-#include "demo/HostProjects.h"
 
 #include <chrono>
 #include <string>
