@@ -11,7 +11,7 @@ set -euo pipefail
 
 cd "${1:?usage: check-layers.sh ROOT}"
 folders=()
-for folder in platform support xml hosts engine cli app demo tests bench fuzz; do
+for folder in platform support xml hosts engine cli app demo tests bench fuzz tools; do
     if [[ -d $folder ]]; then folders+=("$folder"); fi
 done
 ((${#folders[@]})) || {
