@@ -27,4 +27,6 @@ if ! read -r -t 60 number <&3; then
     exit 1
 fi
 
+# With no bus named at all, libdbus tries to start one for the display, and loses memory over it.
+export DBUS_SESSION_BUS_ADDRESS=unix:path=$folder/no-bus
 DISPLAY=:$number "$@" 3>&-
