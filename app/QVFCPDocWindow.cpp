@@ -123,9 +123,9 @@ void QVFCPDocWindow::exportTidied() {
 ReportedDocument QVFCPDocWindow::reported() const {
     ReportedDocument reported;
     reported.input = path();
-    reported.format = "xmeml";
+    reported.format = isFCPProject() ? "fcp" : "xmeml";
     reported.passes = options();
-    if (runResult().delivered) reported.delivery = "project";
+    if (runResult().delivered) reported.delivery = isFCPProject() ? "host" : "project";
     for (const Failure& failure : runResult().failures)
         reported.errors.push_back(failure.description());
     return reported;

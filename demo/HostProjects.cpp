@@ -95,7 +95,7 @@ std::optional<std::string> HostProjects::tableOfContents(const std::string& path
     return copy->serialise(XMLFormat::pretty);
 }
 
-bool HostProjects::importXML(const std::string& path, std::string xml) {
+bool HostProjects::importXML(const std::string& path, const std::string& xml) {
     const auto project = projects_.find(path.empty() && !order_.empty() ? order_.front() : path);
     const Result<XMLDocument> received = XMLDocument::parse(withJoinedSurrogates(xml), "import");
     if (project == projects_.end() || !received || !received->rootElement().isElement("xmeml"))

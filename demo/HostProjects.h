@@ -27,7 +27,7 @@ public:
     std::optional<std::string> tableOfContents(const std::string& path) const;
 
     /// Adds what the document holds to the project, or to the first one without a path.
-    bool importXML(const std::string& path, std::string xml);
+    bool importXML(const std::string& path, const std::string& xml);
     /// The name of an item; nothing when the project holds no such item.
     std::optional<std::string> itemName(const std::string& path, const std::string& uuid) const;
     /// Writes the project to its file, or, with a destination, to that file.

@@ -29,15 +29,16 @@ bool startsWithAnyCase(std::string_view text, std::string_view prefix) {
            });
 }
 
-std::vector<std::string> entriesWithPrefix(const std::string& folder, std::string_view prefix) {
-    std::vector<std::string> names;
+// What lies in a folder under a name with the prefix, sorted.
+std::vector<fs::path> entriesWithPrefix(const std::string& folder, std::string_view prefix) {
+    std::vector<fs::path> entries;
     std::error_code error;
     fs::directory_iterator entry(folder, error);
     for (; !error && entry != fs::directory_iterator(); entry.increment(error))
-        if (std::string name = entry->path().filename(); startsWithAnyCase(name, prefix))
-            names.push_back(std::move(name));
-    std::sort(names.begin(), names.end());
-    return names;
+        if (startsWithAnyCase(entry->path().filename().string(), prefix))
+            entries.push_back(entry->path());
+    std::sort(entries.begin(), entries.end());
+    return entries;
 }
 
 // The version that an application's folder states in its configuration file.
@@ -46,8 +47,8 @@ struct Configuration {
     std::optional<std::string> version;
 };
 
-Configuration configurationOf(const std::string& applicationFolder) {
-    const std::string path = applicationFolder + "/Configuration/XManConfig.xml";
+Configuration configurationOf(const fs::path& applicationFolder) {
+    const std::string path = applicationFolder / "Configuration/XManConfig.xml";
     std::error_code error;
     if (!fs::exists(path, error)) return {};
     const Result<XMLDocument> document = XMLDocument::load(path);
@@ -81,9 +82,9 @@ Versions QVPremiere::versionsForAppName(const std::string& prefix) {
 
 Versions QVPremiere::versionsForAppName(const std::string& prefix, const std::string& folder) {
     Versions versions;
-    for (const std::string& name : entriesWithPrefix(folder, prefix)) {
-        const std::string applicationFolder = folder + "/" + name;
-        const std::string bundle = applicationFolder + "/" + name + ".app";
+    for (const fs::path& applicationFolder : entriesWithPrefix(folder, prefix)) {
+        const std::string bundle =
+            applicationFolder / (applicationFolder.filename().string() + ".app");
         std::error_code error;
         auto version = fs::is_directory(bundle, error)
                            ? ApplicationBundle::infoValue(bundle, "CFBundleVersionString")
@@ -98,15 +99,14 @@ Versions QVPremiere::suiteVersions() { return fromBothPlaces(suiteVersionsInFold
 
 Versions QVPremiere::suiteVersionsInFolder(const std::string& folder) {
     Versions versions;
-    for (const std::string& name : entriesWithPrefix(folder, premierePrefix)) {
-        const std::string applicationFolder = folder + "/" + name;
+    for (const fs::path& applicationFolder : entriesWithPrefix(folder, premierePrefix)) {
         if (const Configuration configuration = configurationOf(applicationFolder);
             configuration.exists) {
             if (configuration.version) versions.push_back(*configuration.version);
             continue;
         }
-        const auto bundles = QVFileManager::filesMatchingWildcardPath(applicationFolder +
-                                                                      "/Adobe Premiere Pro *.app");
+        const auto bundles = QVFileManager::filesMatchingWildcardPath(applicationFolder /
+                                                                      "Adobe Premiere Pro *.app");
         if (bundles.empty()) continue;
         if (const auto version = ApplicationBundle::infoValue(bundles.front(), "CFBundleVersion"))
             versions.push_back(twoParts(*version));

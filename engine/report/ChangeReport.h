@@ -20,8 +20,8 @@ namespace reelsweep {
 
 /// What a report says about a document beside its changes.
 struct ReportedDocument {
-    std::string input;                  ///< file name as the user gave it
-    std::string format;                 ///< "xmeml", "fcpxml", "fcp"; empty when it was not recognised
+    std::string input;   ///< file name as the user gave it
+    std::string format;  ///< "xmeml", "fcpxml", "fcp"; empty when it was not recognised
     std::vector<std::string> passes;    ///< option names of the run, in run order
     std::string delivery;               ///< "project", "standalone", "host", "document", or empty
     std::optional<std::string> output;  ///< the file written, if any

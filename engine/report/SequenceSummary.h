@@ -22,7 +22,7 @@ struct SequenceSummary {
     bool dropFrame = false;  ///< its time code is counted in drop-frame
     std::size_t videoTracks = 0;
     std::size_t audioTracks = 0;
-    std::size_t items = 0;  ///< clips, generators and transitions that stand in tracks
+    std::size_t items = 0;     ///< clips, generators and transitions that stand in tracks
     bool isShortForm = false;  ///< a host's listing, which says nothing of tracks and items
 
     static SequenceSummary of(XMLNode sequence);

@@ -13,6 +13,7 @@
 #include <filesystem>
 #include <functional>
 #include <memory>
+#include <regex>
 #include <string>
 #include <vector>
 
@@ -65,15 +66,12 @@ private:
     std::unique_ptr<EnvironmentVariable> address_;
 };
 
-class BusTest : public testing::Test {
-protected:
-    BusTest() {
-        auto recording = std::make_unique<RecordingConsole>();
-        console = recording.get();
-        Platform::current().console = std::move(recording);
+/// The demo host, which starts when it is first sent something, and the folder of its projects.
+class HostOnABus {
+public:
+    HostOnABus() {
         Platform::current().workspace = std::make_unique<SessionBusWorkspace>();
         setTimeout(std::chrono::seconds(60));
-        shownAlerts().clear();
     }
 
     static void setTimeout(std::chrono::milliseconds timeout) {
@@ -84,14 +82,13 @@ protected:
 
     std::string project(const std::string& name) const { return folder / name; }
     /// Writes a project file and has the host open it, which starts the host.
-    std::string openProject(const std::string& name, const std::string& contents) {
+    std::string openProject(const std::string& name, const std::string& contents) const {
         const std::string path = project(name);
         writeFile(path, contents);
         Platform::current().workspace->openFileWithIdentifier(
             path, QVAppleEvents::finalCutProIdentifier, LaunchOption::async);
         EXPECT_TRUE(until(
             [&] { return QVAppleEvents::isFCPRunning() && QVAppleEvents::isProjectOpen(path); }));
-        console->take();
         return path;
     }
     /// How the host is to misbehave; see demo/DemoHost.h.
@@ -109,6 +106,29 @@ protected:
 
     TemporaryFolder folder;
     PrivateBus bus{folder.path()};
+};
+
+/// A text without what differs from run to run.
+inline std::string withoutUuids(const std::string& text) {
+    return std::regex_replace(text, std::regex("[0-9A-F]{8}(-[0-9A-F]{4}){3}-[0-9A-F]{12}"),
+                              "UUID");
+}
+
+class BusTest : public testing::Test, protected HostOnABus {
+protected:
+    BusTest() {
+        auto recording = std::make_unique<RecordingConsole>();
+        console = recording.get();
+        Platform::current().console = std::move(recording);
+        shownAlerts().clear();
+    }
+
+    std::string openProject(const std::string& name, const std::string& contents) const {
+        std::string path = HostOnABus::openProject(name, contents);
+        console->take();
+        return path;
+    }
+
     RecordingConsole* console = nullptr;
 };
 

@@ -6,17 +6,11 @@
 #include "xml/QVXMLParser.h"
 
 #include <sys/xattr.h>
-#include <regex>
 
 namespace reelsweep::test {
 namespace {
 
 using Strings = std::vector<std::string>;
-
-std::string withoutUuids(const std::string& text) {
-    return std::regex_replace(text, std::regex("[0-9A-F]{8}(-[0-9A-F]{4}){3}-[0-9A-F]{12}"),
-                              "UUID");
-}
 
 std::string reel(const std::string& name, const std::string& uuid, const std::string& timeline) {
     std::string xml = sequenceXML(timeline);
