@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# demo.sh PROGRAMS FOLDER: the native flow on the command line, with the demo host in place of the
-# editing application. Runs inside dbus-run-session.
+# demo.sh PROGRAMS FOLDER: the native flow with the demo host in place of the editing application:
+# on the command line, and in a window where there is a display. Runs inside dbus-run-session.
 set -euo pipefail
 programs=$1 folder=$2
 export HOME=$folder/home
@@ -30,3 +30,12 @@ show list "$folder/harbour.fcp"
 
 printf '\nopened in the host:\n'
 cat "$folder/opened-items"
+
+if [[ -z ${DISPLAY:-}${WAYLAND_DISPLAY:-} ]]; then
+    printf '\nThere is no display, so the second project is not opened in a window.\n'
+    exit
+fi
+printf '\nThe second project is open in a window: tick, process, and see here what the host does.\n'
+exec 4<&"${host[0]}"  # a job in the background does not get the other one
+cat <&4 &
+"$programs/reelsweep" "$folder/pier.fcp"

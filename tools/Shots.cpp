@@ -135,6 +135,8 @@ void shootOthers(AppController& controller, Photographer& photographer,
     photographer.take(shown<QWidget>("preferencesWindow"), "preferences");
     controller.showAboutDialog();
     photographer.take(shown<QWidget>("QVAbout"), "about");
+    controller.openFCPProject();
+    photographer.take(shown<QDialog>("QVFCPProjectLoader"), "project-loader");
 }
 
 int run(const QStringList& arguments) {
