@@ -59,8 +59,8 @@ Outcome XMEMLWork::open(const InputFile& file, const TidyPlan& plan) {
     }
     // The check goes on beside the passes; the run says when the file turns out to be broken.
     const Outcome read = document_.readFromURL(file.path(), Verification::deferred);
-    if (!read) return read;
     document_.waitUntilPopulated();
+    if (!read) return read;
     const Outcome chosen = choose(plan);
     if (!chosen)
         if (const Outcome verified = document_.verifySource(); !verified) return verified;
