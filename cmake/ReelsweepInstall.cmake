@@ -55,17 +55,17 @@ set(CPACK_STRIP_FILES ON)
 set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_SECTION video)
-set(CPACK_COMPONENT_PROGRAMS_DESCRIPTION "${PROJECT_DESCRIPTION}
- Opens timelines that editing systems export as XMEML or FCPXML and makes
- tidied copies of their sequences, in windows or from the command line.")
+set(CPACK_COMPONENT_PROGRAMS_DESCRIPTION
+    "Opens timelines that editing systems export as XMEML or FCPXML and makes
+tidied copies of their sequences, in windows or from the command line.")
 set(CPACK_DEBIAN_PROGRAMS_PACKAGE_NAME reelsweep)
 set(CPACK_DEBIAN_PROGRAMS_PACKAGE_SHLIBDEPS ON)
 if(REELSWEEP_APP)
     # The icons' plugin is loaded by name, so no program is linked to it.
     set(CPACK_DEBIAN_PROGRAMS_PACKAGE_DEPENDS "libqt6svg6")
 endif()
-set(CPACK_COMPONENT_LIBRARY_DESCRIPTION "${PROJECT_DESCRIPTION} - library
- The engine of Reelsweep as a static library with headers and a CMake package.")
+set(CPACK_COMPONENT_LIBRARY_DESCRIPTION
+    "The engine of Reelsweep as a static library with headers and a CMake package.")
 set(CPACK_DEBIAN_LIBRARY_PACKAGE_NAME libreelsweep-dev)
 set(CPACK_DEBIAN_LIBRARY_PACKAGE_SECTION libdevel)
 set(CPACK_DEBIAN_LIBRARY_PACKAGE_DEPENDS
