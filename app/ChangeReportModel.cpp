@@ -114,7 +114,7 @@ QVariant ChangeReportModel::data(const QModelIndex& index, int role) const {
     } else {
         count = listing_.groups()[groupOfPass(index)].changes.size();
     }
-    return count == 1 ? tr("1 change") : tr("%L1 changes").arg(count);
+    return changeCount(count);
 }
 
 QVariant ChangeReportModel::headerData(int section, Qt::Orientation orientation, int role) const {

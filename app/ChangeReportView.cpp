@@ -125,8 +125,8 @@ void ChangeReportView::showTotals() {
         }
     const QString counted =
         listing.shown() == listing.total()
-            ? tr("%L1 changes").arg(listing.total())
-            : tr("%L1 of %L2 changes").arg(listing.shown()).arg(listing.total());
+            ? changeCount(listing.total())
+            : tr("%L1 of %2").arg(listing.shown()).arg(changeCount(listing.total()));
     totals_->setText(parts.isEmpty() ? counted : counted + ": " + parts.join(", "));
 }
 

@@ -154,7 +154,8 @@ void DocumentWindow::runEnded() {
     if (runResult().cancelled)
         showStatus(tr("Cancelled. Nothing was changed."));
     else
-        showStatus(tr("%L1 changes in %L2 sequences").arg(changes).arg(ledger().sequences.size()));
+        showStatus(
+            tr("%1 in %2").arg(changeCount(changes), sequenceCount(ledger().sequences.size())));
     for (const Failure& failure : runResult().failures)
         // The run has shown all others itself.
         if (failure.code == FailureCode::internal)

@@ -135,7 +135,9 @@ QString QVFCPDocWindow::idleStatus() const {
     const int count = model_->rowCount();
     if (!populated_) return tr("Listing the sequences…");
     if (count == 0) return tr("This file holds no sequence.");
-    return tr("%L1 of %L2 sequences ticked").arg(model_->selectedCount()).arg(count);
+    return tr("%L1 of %2 ticked")
+        .arg(model_->selectedCount())
+        .arg(sequenceCount(static_cast<std::size_t>(count)));
 }
 
 }  // namespace reelsweep
