@@ -2,11 +2,10 @@
 
 #include "platform/Platform.h"
 #include "support/QVLog.h"
+#include "tests/platform/TemporaryFolder.h"
 
 #include <unistd.h>
 #include <cstdlib>
-#include <filesystem>
-#include <system_error>
 
 namespace reelsweep {
 
@@ -28,26 +27,12 @@ public:
     }
 };
 
-struct TemporaryFolder {
-    std::string path = (parent() / "reelsweep-fuzz-XXXXXX").string();
-
-    TemporaryFolder() { require(mkdtemp(path.data()) != nullptr); }
-    ~TemporaryFolder() {
-        std::error_code ignored;
-        std::filesystem::remove_all(path, ignored);
-    }
-    // In memory where that is possible: saving waits for the disk, a hundred times a second.
-    static std::filesystem::path parent() {
-        const std::filesystem::path memory = "/dev/shm";
-        return access(memory.c_str(), W_OK) == 0 ? memory : std::filesystem::temp_directory_path();
-    }
-    TemporaryFolder(const TemporaryFolder&) = delete;
-    TemporaryFolder& operator=(const TemporaryFolder&) = delete;
-};
-
 const std::string& temporaryFolder() {
-    static const TemporaryFolder folder;
-    return folder.path;
+    // In memory where that is possible: saving waits for the disk, a hundred times a second.
+    static const test::EnvironmentVariable place(
+        "TMPDIR", access("/dev/shm", W_OK) == 0 ? "/dev/shm" : "/tmp");
+    static const test::TemporaryFolder folder;
+    return folder.path();
 }
 
 }  // namespace

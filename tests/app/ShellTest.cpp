@@ -3,10 +3,10 @@
 #include "app/PreferencesWindow.h"
 #include "app/QVSiteLinks.h"
 #include "app/StartWindow.h"
-#include "platform/posix/BuildBundle.h"
 #include "support/QVLocalPaths.h"
 #include "support/QVLog.h"
 #include "tests/app/AppTest.h"
+#include "tests/support/Fakes.h"
 #include "tests/timeline/Timeline.h"
 
 #include <QDropEvent>
@@ -178,33 +178,15 @@ TEST_F(AppTest, SaysWhichWindowIsMissing) {
               std::string::npos);
 }
 
-// A program that knows a web site.
-class SiteBundle final : public Bundle {
-public:
-    std::optional<std::string> identifier() const override { return build_.identifier(); }
-    std::optional<std::string> infoValue(std::string_view key) const override {
-        if (key == "QVSiteRoot") return "https://example.org";
-        if (key == "CFBundleShortVersionString") return "1.2 b";
-        return build_.infoValue(key);
-    }
-    std::optional<std::string> executablePath() const override { return build_.executablePath(); }
-    std::optional<std::string> bundlePath() const override { return build_.bundlePath(); }
-    std::optional<std::string> resourcePath(std::string_view name,
-                                            std::string_view type) const override {
-        return build_.resourcePath(name, type);
-    }
-
-private:
-    BuildBundle build_;
-};
-
 TEST_F(AppTest, LeadsToPagesOfTheSiteWhenThereIsOne) {
     EXPECT_FALSE(QVSiteLinks::quorvaneURL());
     QMainWindow without;
     const MainMenu plain(&without, controller, nullptr);
     EXPECT_EQ(plain.item("helpSupport:"), nullptr);
 
-    std::unique_ptr<Bundle> bundle = std::make_unique<SiteBundle>();
+    std::unique_ptr<Bundle> bundle =
+        std::make_unique<FakeBundle>("", FakeBundle::Info{{"QVSiteRoot", "https://example.org"},
+                                                          {"CFBundleShortVersionString", "1.2 b"}});
     bundle.swap(Platform::current().bundle);
     QMainWindow with;
     const MainMenu full(&with, controller, nullptr);

@@ -230,13 +230,20 @@ TEST(Document, RunsOnAThreadOfItsOwnAndTellsTheMainThread) {
     EXPECT_TRUE(project.document.runResult().delivered);
 }
 
-TEST(Document, SavesWithTheCodesOfAnInterchangeFile) {
+// A document that was read from a file.
+class SavedDocument : public testing::Test {
+protected:
+    SavedDocument() {
+        writeFile(path, projectXML({sequenceXML("V1: A[0,9)")}));
+        EXPECT_TRUE(project.document.readFromURL(path));
+        project.document.waitUntilPopulated();
+    }
     const TemporaryFolder folder;
     const std::string path = folder / "cut.xml";
-    writeFile(path, projectXML({sequenceXML("V1: A[0,9)")}));
     Project project;
-    ASSERT_TRUE(project.document.readFromURL(path));
-    project.document.waitUntilPopulated();
+};
+
+TEST_F(SavedDocument, HasTheCodesOfAnInterchangeFile) {
     EXPECT_FALSE(project.document.writeToURL(path, Overwrite::never));
     ASSERT_TRUE(project.document.writeToURL(folder / "out.xml", Overwrite::never));
     EXPECT_EQ(contentsOf(folder / "out.xml"), project.xml());
@@ -250,13 +257,7 @@ TEST(Document, SavesWithTheCodesOfAnInterchangeFile) {
     EXPECT_EQ(contentsOf(path), "somebody else's");
 }
 
-TEST(Document, SavesAgainAndAgainButNeverOverAnothersWork) {
-    const TemporaryFolder folder;
-    const std::string path = folder / "cut.xml";
-    writeFile(path, projectXML({sequenceXML("V1: A[0,9)")}));
-    Project project;
-    ASSERT_TRUE(project.document.readFromURL(path));
-    project.document.waitUntilPopulated();
+TEST_F(SavedDocument, IsSavedAgainAndAgainButNeverOverAnothersWork) {
     ASSERT_TRUE(project.document.saveToURL(path));
     ASSERT_TRUE(project.document.saveToURL(path));
     const std::string other = folder / "other.xml";

@@ -258,7 +258,7 @@ TEST_F(HostFaults, IncludeAHostThatDiesInTheMiddle) {
             EXPECT_EQ(reply.error, appleEventError::connectionInvalid);
             EXPECT_EQ(reply.reason, "it went away without an answer");
         }
-        EXPECT_TRUE(until([] { return !QVAppleEvents::isFCPRunning(); }));
+        EXPECT_TRUE(pumpUntil([] { return !QVAppleEvents::isFCPRunning(); }));
     }
 }
 

@@ -11,7 +11,6 @@
 
 #include <chrono>
 #include <filesystem>
-#include <functional>
 #include <memory>
 #include <regex>
 #include <string>
@@ -87,22 +86,13 @@ public:
         writeFile(path, contents);
         Platform::current().workspace->openFileWithIdentifier(
             path, QVAppleEvents::finalCutProIdentifier, LaunchOption::async);
-        EXPECT_TRUE(until(
+        EXPECT_TRUE(pumpUntil(
             [&] { return QVAppleEvents::isFCPRunning() && QVAppleEvents::isProjectOpen(path); }));
         return path;
     }
     /// How the host is to misbehave; see demo/DemoHost.h.
     void setFaults(const std::string& lines) const { writeFile(folder / "faults", lines); }
     std::string openedItems() const { return contentsOf(folder / "opened-items"); }
-
-    static bool until(const std::function<bool()>& condition) {
-        const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds(60);
-        while (!condition()) {
-            if (std::chrono::steady_clock::now() > limit) return false;
-            Platform::current().mainThread->pumpOne(std::chrono::milliseconds(5));
-        }
-        return true;
-    }
 
     TemporaryFolder folder;
     PrivateBus bus{folder.path()};

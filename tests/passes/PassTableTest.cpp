@@ -1,6 +1,7 @@
 // What each pass makes of small timelines, written by hand. The plain twin must agree with each.
 #include "platform/Platform.h"
 #include "tests/plain/PassPairs.h"
+#include "tests/platform/Matching.h"
 #include "tests/timeline/Project.h"
 
 #include <gtest/gtest.h>
@@ -381,36 +382,24 @@ bool isTransparent(const std::string& switches, const char* opening = "",
 TEST(ClipTransparency, IsDecidedByOpacityModeCropMixAndEffects) {
     // Numbers are read up to the first character that is no digit. A mode without text says
     // nothing, nor does a clip's own effect or an effect behind the first one of a filter.
-    const std::string opaque[] = {
-        "",
-        "%100^normal",
-        "%100.0",
-        "%",
-        "^",
-        "%100%50",
-        "+curl",
-        "=Text",
-        effect("Crop", "left", "0"),
-        effect("Crop", "edgefeather", "9"),
-        effect("Crop", "left", "+9"),
-        effect("Blur", "mix", "100"),
-        effect("Blur", "opacity", "50"),
-        "{<filter><effect><name>Blur</name></effect><effect><name>Star</name></effect></filter>}"};
+    std::vector<std::string> opaque = words("%100^normal %100.0 % ^ %100%50 +curl =Text");
+    for (const std::string& more :
+         {std::string(), effect("Crop", "left", "0"), effect("Crop", "edgefeather", "9"),
+          effect("Crop", "left", "+9"), effect("Blur", "mix", "100"),
+          effect("Blur", "opacity", "50"),
+          std::string("{<filter><effect><name>Blur</name></effect>"
+                      "<effect><name>Star</name></effect></filter>}")})
+        opaque.push_back(more);
     for (const std::string& switches : opaque) EXPECT_FALSE(isTransparent(switches)) << switches;
-    const std::string transparent[] = {
-        "%99",
-        "%99.9",
-        "%x",
-        "^screen",
-        "^Normal",
-        "+Curl",
-        "+Blur+Curl",
-        "+Color_Key",
-        effect("Crop", "left", "1"),
-        effect("Crop", "softness", "0.5"),
-        effect("Blur", "mix", "99"),
-        "{<filter><effect><parameter><name>Star</name></parameter></effect></filter>}",
-        "{<filter><effect id='Star'/></filter>}"};
+    std::vector<std::string> transparent =
+        words("%99 %99.9 %x ^screen ^Normal +Curl +Blur+Curl +Color_Key");
+    for (const std::string& more :
+         {effect("Crop", "left", "1"), effect("Crop", "softness", "0.5"),
+          effect("Blur", "mix", "99"),
+          std::string("{<filter><effect><parameter><name>Star</name></parameter></effect>"
+                      "</filter>}"),
+          std::string("{<filter><effect id='Star'/></filter>}")})
+        transparent.push_back(more);
     for (const std::string& switches : transparent)
         EXPECT_TRUE(isTransparent(switches)) << switches;
     EXPECT_TRUE(isTransparent("=Text", "~"));

@@ -3,14 +3,13 @@
 #pragma once
 
 #include "platform/Platform.h"
+#include "tests/platform/Pumping.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cerrno>
-#include <chrono>
 #include <filesystem>
-#include <functional>
 #include <string>
 #include <vector>
 
@@ -26,11 +25,11 @@ public:
     }
     void TearDown() override {
         finish();
-        EXPECT_TRUE(within60Seconds([] {
+        EXPECT_TRUE(pumpUntil([] {
             siginfo_t child{};
             return ::waitid(P_ALL, 0, &child, WEXITED | WNOHANG | WNOWAIT) != 0 && errno == ECHILD;
         })) << "a child is left";
-        EXPECT_TRUE(within60Seconds([this] {
+        EXPECT_TRUE(pumpUntil([this] {
             const auto now = openDescriptors();
             return std::includes(before_.begin(), before_.end(), now.begin(), now.end());
         })) << "open: "
@@ -56,15 +55,6 @@ private:
         }
         std::sort(open.begin(), open.end());
         return open;
-    }
-
-    static bool within60Seconds(const std::function<bool()>& condition) {
-        const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds(60);
-        while (!condition()) {
-            if (std::chrono::steady_clock::now() > limit) return false;
-            Platform::current().mainThread->pumpOne(std::chrono::milliseconds(10));
-        }
-        return true;
     }
 
     std::vector<std::string> before_;

@@ -1,10 +1,13 @@
-// Pattern: a POSIX extended regular expression that a whole text may match.
+// Pattern: a POSIX extended regular expression that a whole text may match. words: a table's texts
+// in one.
 #pragma once
 
 #include <regex.h>
 
+#include <sstream>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 namespace reelsweep::test {
 
@@ -25,5 +28,13 @@ public:
 private:
     regex_t form_{};
 };
+
+/// The parts of a text between its blanks.
+inline std::vector<std::string> words(const std::string& text) {
+    std::istringstream stream(text);
+    std::vector<std::string> parts;
+    for (std::string part; stream >> part;) parts.push_back(part);
+    return parts;
+}
 
 }  // namespace reelsweep::test

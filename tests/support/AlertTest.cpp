@@ -1,27 +1,13 @@
 #include "support/QVAlert.h"
 #include "tests/support/FakePresenter.h"
-#include "tests/support/TestPlatform.h"
-
-#include <gtest/gtest.h>
-
-#include <atomic>
-#include <chrono>
-#include <future>
-#include <thread>
-#include <vector>
+#include "tests/support/ServiceTest.h"
 
 namespace reelsweep {
 namespace {
 
 using namespace std::chrono_literals;
 using test::FakePresenter;
-
-class FakeConsole : public Console {
-public:
-    void print(std::string_view) override {}
-    void log(std::string_view line) override { lines.emplace_back(line); }
-    std::vector<std::string> lines;
-};
+using test::pumpUntil;
 
 class Listener : public AlertDelegate {
 public:
@@ -34,31 +20,14 @@ public:
     std::string heard;
 };
 
-class Alert : public testing::Test {
+class Alert : public test::ServiceTest {
 protected:
     Alert() {
-        auto fakePresenter = std::make_unique<FakePresenter>();
-        presenter = fakePresenter.get();
-        Platform::current().alertPresenter = std::move(fakePresenter);
-        auto fakeConsole = std::make_unique<FakeConsole>();
-        console = fakeConsole.get();
-        Platform::current().console = std::move(fakeConsole);
+        auto fake = std::make_unique<FakePresenter>();
+        presenter = fake.get();
+        Platform::current().alertPresenter = std::move(fake);
     }
-
-    /// Keeps the main thread going until the condition holds; false when it takes forever.
-    template <class Condition>
-    bool pumpUntil(Condition condition) {
-        const auto limit = std::chrono::steady_clock::now() + 30s;
-        while (!condition()) {
-            if (std::chrono::steady_clock::now() > limit) return false;
-            Platform::current().mainThread->pumpOne(10ms);
-        }
-        return true;
-    }
-
-    test::TestHome home;
     FakePresenter* presenter = nullptr;
-    FakeConsole* console = nullptr;
 };
 
 TEST_F(Alert, ABackgroundThreadWaitsForTheButtonAndTheAlertGoesAway) {
@@ -110,8 +79,8 @@ TEST_F(Alert, ADelegateWithoutTheMessageGetsNoAlert) {
     Listener listener;
     EXPECT_EQ(QVAlert::alertSheet("a", {}, {}, {}, "", {}, &listener, "other:", true), -1);
     EXPECT_EQ(QVAlert::alertSheet("a", {}, {}, {}, "", {}, nullptr, "other:", true), -1);
-    const std::string line = "Alert error: delegate does not respond to selector other:";
-    EXPECT_EQ(console->lines, (std::vector<std::string>{line, line}));
+    const std::string line = "Alert error: delegate does not respond to selector other:\n";
+    EXPECT_EQ(console->take(), line + line);
     EXPECT_TRUE(presenter->shown.empty());
 }
 

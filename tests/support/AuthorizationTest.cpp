@@ -15,6 +15,8 @@ namespace {
 
 namespace fs = std::filesystem;
 using test::contentsOf;
+using test::pumpUntil;
+using test::words;
 using test::writeFile;
 
 /// A system that grants or refuses the right, and runs tools as this user when it grants it.
@@ -69,65 +71,21 @@ TEST_F(Authorization, EveryPathThatLeadsToAProtectedFolderIsRefused) {
     fs::create_directory_symlink("/usr", home / "usrLink");
     fs::create_symlink("loop", home / "loop");
     const std::string name = "/" + fs::path(home.path()).filename().string();
-    std::vector<std::string> refused{"/",
-                                     "//",
-                                     "/.",
-                                     "/..",
-                                     "/../..",
-                                     "/usr",
-                                     "/usr/",
-                                     "/usr//",
-                                     "//usr",
-                                     "/usr/.",
-                                     "/usr/./",
-                                     "/usr/bin/..",
-                                     "/usr/bin/../",
-                                     "/usr/local/../",
-                                     "/tmp/../usr",
-                                     "/./usr",
-                                     "/bin",
-                                     "/sbin",
-                                     "/var",
-                                     "/var/",
-                                     "/var/tmp/..",
-                                     "/System",
-                                     "/System/",
-                                     "/System/Library",
-                                     "/Applications",
-                                     "/Applications/",
-                                     "/Applications/x/..",
-                                     "/Applications/Utilities",
-                                     home / "machine/Preferences",
-                                     "/Library/Caches",
-                                     "/Library/Application Support",
-                                     "/Library/Documentation",
-                                     "/Users/Shared",
-                                     "/Users/../Users/Shared/",
-                                     home.path(),
-                                     home.path() + "/",
-                                     home.path() + "/..." + "/..",
-                                     home.path() + "/.." + name,
-                                     home / "machine",
-                                     home / "Desktop",
-                                     home / "Desktop/",
-                                     home / "Documents",
-                                     home / "Documents//",
-                                     home / "Documents/Sub/..",
-                                     home / "./Documents",
-                                     home / "Library",
-                                     home / "Library/Preferences",
-                                     home / "Library/Caches",
-                                     home / "Library/Application Support",
-                                     home / "Applications",
-                                     home / "Applications/Utilities",
-                                     home / "homeLink",
-                                     home / "homeLink/",
-                                     home / "homeLink/Documents",
-                                     home / "homeLink/Documents/Sub/..",
-                                     home / "usrLink",
-                                     home / "usrLink/",
-                                     home / "usrLink/.",
-                                     home / "homeLink/usrLink"};
+    std::vector<std::string> refused = words(
+        "/ // /. /.. /../.. /usr /usr/ /usr// //usr /usr/. /usr/./ /usr/bin/.. /usr/bin/../ "
+        "/usr/local/../ /tmp/../usr /./usr /bin /sbin /var /var/ /var/tmp/.. /System /System/ "
+        "/System/Library /Applications /Applications/ /Applications/x/.. /Applications/Utilities "
+        "/Library/Caches /Library/Documentation /Users/Shared /Users/../Users/Shared/");
+    for (const std::string& path :
+         words("machine/Preferences machine Desktop Desktop/ Documents Documents// "
+               "Documents/Sub/.. ./Documents Library Library/Preferences Library/Caches "
+               "Applications Applications/Utilities homeLink homeLink/ homeLink/Documents "
+               "homeLink/Documents/Sub/.. usrLink usrLink/ usrLink/. homeLink/usrLink"))
+        refused.push_back(home / path);
+    for (const std::string& path :
+         {std::string("/Library/Application Support"), home / "Library/Application Support",
+          home.path(), home.path() + "/", home.path() + "/.../..", home.path() + "/.." + name})
+        refused.push_back(path);
     // Nothing would be granted either, so that a guard that fails costs nothing but this test.
     use(Privileges::Answer::refused);
     QVAuthorization authorization(true);

@@ -10,6 +10,7 @@ namespace reelsweep {
 namespace {
 
 using test::TestHome;
+using test::words;
 
 /// The folders of a system whose user lives in /Users/x.
 class FixedFolders : public StandardFolders {
@@ -82,88 +83,35 @@ TEST(LocalPaths, RootsLibraryMovesUnderTheUsersHome) {
 TEST(LocalPaths, ProtectsSystemFoldersAndNotWhatUsersKeepInTheirs) {
     const TestHome home;
     useFolders(std::make_unique<FixedFolders>(1000));
+    // The slash at an end takes the character before it along.
     const struct {
-        const char* path;
+        const char* paths;
         bool protectedExactly;
         bool isProtected;
     } rows[] = {
-        {"/", true, true},
-        {"", false, false},
-        {"/a", false, false},
-        {"/usr", true, true},
-        // The slash takes the character before it along.
-        {"/usr/", false, false},
-        {"/usr//", true, true},
-        {"/usrä/", true, true},
-        {"/usr/bin", false, true},
-        {"/usr/local", false, true},
-        {"/usr/local/bin", false, false},
-        {"/usrs", false, false},
-        {"/Applications", true, true},
-        {"/Applications/", false, false},
-        {"/Applications/Editor.app", false, false},
-        {"/Users/Shared", true, true},
-        {"/Users/x", true, true},
-        {"/Users/x/Documents", true, true},
-        {"/Users/x/Documents/cut.xml", false, false},
-        {"/Users/x/Library/Preferences", true, true},
-        {"/Library/Preferences", true, true},
-        {"/System/Library", true, true},
-        {"/System/x", false, true},
-        {"/var/log", false, true},
-        {"/private/var", false, false},
-        {"/private/var/x", false, true},
-        {"/bin/x", false, true},
-        {"/sbin/x", false, true},
-        {"//", false, false},
-        {"/.", false, false},
-        {"usr", false, false},
-        {"/USR", false, false},
-        {"/usr//bin", false, true},
-        {"/usr/.", false, true},
-        {"/usr/../home/x", false, true},
-        {"/usr/local/", false, true},
-        {"/usr/local/x/", false, false},
-        {"/usr/localx", false, true},
-        {"/var", true, true},
-        {"/var/", false, false},
-        {"/var/x/", false, true},
-        {"/variable", false, false},
-        {"/bin", true, true},
-        {"/bin/", false, false},
-        {"/binary", false, false},
-        {"/sbin", true, true},
-        {"/sbin/", false, false},
-        {"/System", true, true},
-        {"/System/", false, false},
-        {"/SystemX", false, false},
-        {"/System/Library/x", false, true},
-        {"/private", false, false},
-        {"/private/var/", false, false},
-        {"/private/variable", false, false},
-        {"/private/usr/bin", false, false},
-        {"/Users", false, false},
-        {"/Users/Shared/", false, false},
-        {"/Users/Shared/x", false, false},
-        {"/Users/x/", false, false},
-        {"/Users/x/Library", true, true},
-        {"/Users/x/Library/", false, false},
-        {"/Users/x/Library/Logs", false, false},
-        {"/Users/x/Applications", true, true},
-        {"/Users/x/Documents/", false, false},
-        {"/Users/y", false, false},
-        {"Users/x", false, false},
-        {"/Library", true, true},
-        {"/Library/", false, false},
-        {"/Library/Preferences/x.plist", false, false},
-        {"/home/x", false, false},
-        {"/tmp", false, false},
+        {"/ /usr /usr// /usrä/ /Applications /Users/Shared /Users/x /Users/x/Documents "
+         "/Users/x/Library/Preferences /Library/Preferences /System/Library /var /bin /sbin "
+         "/System /Users/x/Library /Users/x/Applications /Library",
+         true, true},
+        {"/usr/bin /usr/local /System/x /var/log /private/var/x /bin/x /sbin/x /usr//bin "
+         "/usr/. /usr/../home/x /usr/local/ /usr/localx /var/x/ /System/Library/x",
+         false, true},
+        {"/a /usr/ /usr/local/bin /usrs /Applications/ /Applications/Editor.app "
+         "/Users/x/Documents/cut.xml /private/var // /. usr /USR /usr/local/x/ /var/ /variable "
+         "/bin/ /binary /sbin/ /System/ /SystemX /private /private/var/ /private/variable "
+         "/private/usr/bin /Users /Users/Shared/ /Users/Shared/x /Users/x/ /Users/x/Library/ "
+         "/Users/x/Library/Logs /Users/x/Documents/ /Users/y Users/x /Library/ "
+         "/Library/Preferences/x.plist /home/x /tmp",
+         false, false},
     };
     for (const auto& row : rows) {
-        SCOPED_TRACE(row.path);
-        EXPECT_EQ(QVLocalPaths::isPathSystemDirectory(row.path, true), row.protectedExactly);
-        EXPECT_EQ(QVLocalPaths::isPathSystemDirectory(row.path), row.isProtected);
+        for (const std::string& path : words(row.paths)) {
+            SCOPED_TRACE(path);
+            EXPECT_EQ(QVLocalPaths::isPathSystemDirectory(path, true), row.protectedExactly);
+            EXPECT_EQ(QVLocalPaths::isPathSystemDirectory(path), row.isProtected);
+        }
     }
+    EXPECT_FALSE(QVLocalPaths::isPathSystemDirectory(""));
 }
 
 TEST(LocalPaths, KnowsBackupsByAWholeComponentUnderVolumes) {

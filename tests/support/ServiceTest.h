@@ -5,38 +5,19 @@
 
 #include "platform/posix/PosixProcessLauncher.h"
 #include "support/QVLog.h"
+#include "tests/platform/Pumping.h"
+#include "tests/support/Fakes.h"
 #include "tests/support/TestPlatform.h"
 
 #include <gtest/gtest.h>
 
 #include <chrono>
-#include <functional>
 #include <future>
-#include <mutex>
 #include <sstream>
 #include <string>
 #include <vector>
 
 namespace reelsweep::test {
-
-class RecordingConsole : public Console {
-public:
-    void print(std::string_view text) override { add(text); }
-    void log(std::string_view line) override { add(std::string(line) + "\n"); }
-    /// Everything since the last call.
-    std::string take() {
-        const std::lock_guard lock(mutex_);
-        return std::exchange(text_, {});
-    }
-
-private:
-    void add(std::string_view text) {
-        const std::lock_guard lock(mutex_);
-        text_ += text;
-    }
-    std::mutex mutex_;
-    std::string text_;
-};
 
 class ServiceTest : public testing::Test {
 protected:
@@ -63,16 +44,6 @@ protected:
             if (line.ends_with("Running in 64-bit mode")) inHeader = false;
         }
         return texts;
-    }
-
-    /// Keeps the main thread going until the condition holds; false when it takes forever.
-    static bool pumpUntil(const std::function<bool()>& condition) {
-        const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds(60);
-        while (!condition()) {
-            if (std::chrono::steady_clock::now() > limit) return false;
-            Platform::current().mainThread->pumpOne(std::chrono::milliseconds(10));
-        }
-        return true;
     }
 
     /// What the work answers on another thread, while the main thread goes on.

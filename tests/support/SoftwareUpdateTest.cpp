@@ -10,6 +10,7 @@ namespace {
 
 namespace fs = std::filesystem;
 using test::contentsOf;
+using test::pumpUntil;
 using test::writeFile;
 
 /// A machine whose Applications and temporary folders are a test's own.
@@ -29,26 +30,11 @@ private:
     const std::string root_;
 };
 
-class OwnBundle : public Bundle {
-public:
-    explicit OwnBundle(std::string folder) : folder_(std::move(folder)) {}
-    std::optional<std::string> identifier() const override { return {}; }
-    std::optional<std::string> infoValue(std::string_view) const override { return {}; }
-    std::optional<std::string> executablePath() const override { return {}; }
-    std::optional<std::string> bundlePath() const override { return folder_; }
-    std::optional<std::string> resourcePath(std::string_view, std::string_view) const override {
-        return {};
-    }
-
-private:
-    const std::string folder_;
-};
-
 class SoftwareUpdate : public test::ServiceTest {
 protected:
     SoftwareUpdate() {
         Platform::current().folders = std::make_unique<Machine>(home / "machine");
-        Platform::current().bundle = std::make_unique<OwnBundle>(own);
+        Platform::current().bundle = std::make_unique<test::FakeBundle>(own);
         fs::create_directories(home / "machine/temporary");
     }
 

@@ -12,6 +12,7 @@ namespace reelsweep {
 namespace {
 
 using namespace std::chrono_literals;
+using test::pumpUntil;
 using Lines = std::vector<std::string>;
 
 constexpr const char* shell = "/bin/sh";

@@ -17,54 +17,19 @@ namespace {
 namespace fs = std::filesystem;
 using namespace std::chrono_literals;
 using test::contentsOf;
+using test::pumpUntil;
 using test::writeFile;
 using Names = std::vector<std::string>;
 using Date = PropertyList::Date;
 
-/// Starts programs by their path, and notes what the desktop is asked to open.
-class NotingWorkspace : public Workspace {
-public:
-    std::vector<std::string> runningApplicationIdentifiers() const override { return {}; }
-    std::optional<std::string> applicationPath(std::string_view) const override { return {}; }
-    using Workspace::openFile;
-    bool openFile(const std::string& path) override {
-        opened.push_back(path);
-        return true;
-    }
-    bool openFileWithIdentifier(const std::string& path, std::string_view identifier,
-                                LaunchOption) override {
-        opened.push_back(path + " with " + std::string(identifier));
-        return true;
-    }
-    Names opened;
-};
-
-/// A program with a folder of its own.
-class FakeBundle : public Bundle {
-public:
-    explicit FakeBundle(std::string folder) : folder_(std::move(folder)) {}
-    std::optional<std::string> identifier() const override { return {}; }
-    std::optional<std::string> infoValue(std::string_view key) const override {
-        return key == "CFBundleName" ? std::optional<std::string>("Reelsweep") : std::nullopt;
-    }
-    std::optional<std::string> executablePath() const override { return folder_ + "/program"; }
-    std::optional<std::string> bundlePath() const override { return folder_; }
-    std::optional<std::string> resourcePath(std::string_view name,
-                                            std::string_view type) const override {
-        return folder_ + "/Resources/" + std::string(name) + "." + std::string(type);
-    }
-
-private:
-    std::string folder_;
-};
-
 class Troubleshooting : public test::ServiceTest {
 protected:
     Troubleshooting() : temporary_("TMPDIR", (home / "tmp").c_str()) {
-        auto noting = std::make_unique<NotingWorkspace>();
+        auto noting = std::make_unique<test::NotingWorkspace>();
         workspace = noting.get();
         Platform::current().workspace = std::move(noting);
-        Platform::current().bundle = std::make_unique<FakeBundle>(home / "bundle");
+        Platform::current().bundle = std::make_unique<test::FakeBundle>(
+            home / "bundle", test::FakeBundle::Info{{"CFBundleName", "Reelsweep"}});
         auto fake = std::make_unique<test::FakePresenter>();
         presenter = fake.get();
         presenter->answerAtOnce = alertDefaultReturn;
@@ -82,7 +47,7 @@ protected:
         presenter->shown.clear();
         return texts;
     }
-    NotingWorkspace* workspace = nullptr;
+    test::NotingWorkspace* workspace = nullptr;
     test::FakePresenter* presenter = nullptr;
 
 private:
@@ -91,47 +56,39 @@ private:
 
 TEST_F(Troubleshooting, ALastRunWithoutACleanExitIsACrashWhenThereIsAReportOfIt) {
     const Date launch{1'000'000s};
-    const std::string user = "Library/Logs/CrashReporter/";
-    const std::string diagnostic = "Library/Logs/DiagnosticReports/";
-    const std::string machine = "machine/Logs/CrashReporter/";
-    const std::string machineDiagnostic = "machine/Logs/DiagnosticReports/";
+    const Date after = launch + 1s;
+    const std::string user = "Library/Logs/CrashReporter/Reelsweep_1";
+    const std::string user2 = "Library/Logs/CrashReporter/Reelsweep_2";
+    const std::string diagnostic = "Library/Logs/DiagnosticReports/Reelsweep_1";
+    const std::string machine = "machine/Logs/CrashReporter/Reelsweep_1";
+    const std::string machineDiagnostic = "machine/Logs/DiagnosticReports/Reelsweep_2";
+    const std::string otherCase = "Library/Logs/CrashReporter/rEELSWEEP_";
+    const std::string noUnderscore = "Library/Logs/CrashReporter/Reelsweep.crash";
+    const std::string inTheMiddle = "Library/Logs/CrashReporter/A Reelsweep_";
     struct Row {
         std::optional<Date> launch;
         std::optional<Date> exit;
         std::vector<std::pair<std::string, Date>> reports;
         std::string found;
     };
-    const Date after = launch + 1s;
     const std::vector<Row> rows{
-        {{}, {}, {{user + "Reelsweep_1.crash", after}}, ""},
-        {{}, launch - 1s, {{user + "Reelsweep_1.crash", after}}, ""},
-        {launch, {}, {{user + "Reelsweep_1.crash", after}}, user + "Reelsweep_1.crash"},
-        {launch, launch - 1s, {{user + "Reelsweep_1.crash", after}}, user + "Reelsweep_1.crash"},
-        {launch, launch, {{user + "Reelsweep_1.crash", after}}, ""},
-        {launch, after, {{user + "Reelsweep_1.crash", after}}, ""},
+        {{}, {}, {{user, after}}, ""},
+        {{}, launch - 1s, {{user, after}}, ""},
+        {launch, {}, {{user, after}}, user},
+        {launch, launch - 1s, {{user, after}}, user},
+        {launch, launch, {{user, after}}, ""},
+        {launch, after, {{user, after}}, ""},
         {launch, {}, {}, ""},
         // A report of an earlier crash.
-        {launch, {}, {{user + "Reelsweep_1.crash", launch}}, ""},
-        {launch, {}, {{user + "rEELSWEEP_", after}}, user + "rEELSWEEP_"},
-        {launch, {}, {{user + "Reelsweep.crash", after}, {user + "A Reelsweep_", after}}, ""},
+        {launch, {}, {{user, launch}}, ""},
+        {launch, {}, {{otherCase, after}}, otherCase},
+        {launch, {}, {{noUnderscore, after}, {inTheMiddle, after}}, ""},
         // Of the reports of a folder the last counts, and of the folders the first that has one.
-        {launch, {}, {{user + "Reelsweep_1", after}, {user + "Reelsweep_2", launch}}, ""},
-        {launch,
-         {},
-         {{user + "Reelsweep_1", launch}, {diagnostic + "Reelsweep_1", after}},
-         diagnostic + "Reelsweep_1"},
-        {launch,
-         {},
-         {{machine + "Reelsweep_2", after}, {diagnostic + "Reelsweep_1", after}},
-         diagnostic + "Reelsweep_1"},
-        {launch,
-         {},
-         {{machineDiagnostic + "Reelsweep_2", after}, {machine + "Reelsweep_1", after}},
-         machine + "Reelsweep_1"},
-        {launch,
-         {},
-         {{machineDiagnostic + "Reelsweep_2", after}},
-         machineDiagnostic + "Reelsweep_2"},
+        {launch, {}, {{user, after}, {user2, launch}}, ""},
+        {launch, {}, {{user, launch}, {diagnostic, after}}, diagnostic},
+        {launch, {}, {{machine, after}, {diagnostic, after}}, diagnostic},
+        {launch, {}, {{machineDiagnostic, after}, {machine, after}}, machine},
+        {launch, {}, {{machineDiagnostic, after}}, machineDiagnostic},
     };
     for (std::size_t row = 0; row < rows.size(); ++row) {
         SCOPED_TRACE(row);

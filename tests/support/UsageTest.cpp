@@ -16,19 +16,8 @@ namespace {
 using namespace std::chrono_literals;
 using Behaviour = test::LoopbackServer::Behaviour;
 using test::contentsOf;
+using test::pumpUntil;
 using test::writeFile;
-
-/// A desktop with a web browser.
-class Desktop : public Workspace {
-public:
-    std::vector<std::string> runningApplicationIdentifiers() const override { return {}; }
-    std::optional<std::string> applicationPath(std::string_view) const override { return {}; }
-    bool openURL(const std::string& address) override {
-        opened.push_back(address);
-        return true;
-    }
-    std::vector<std::string> opened;
-};
 
 class Usage : public test::ServiceTest {
 protected:
@@ -37,7 +26,7 @@ protected:
         auto somebody = std::make_unique<test::FakePresenter>();
         person = somebody.get();
         platform.alertPresenter = std::move(somebody);
-        auto screen = std::make_unique<Desktop>();
+        auto screen = std::make_unique<test::NotingWorkspace>();
         desktop = screen.get();
         platform.workspace = std::move(screen);
     }
@@ -85,7 +74,7 @@ protected:
 
     test::EnvironmentVariable noProxy{"no_proxy", "*"};
     test::FakePresenter* person = nullptr;
-    Desktop* desktop = nullptr;
+    test::NotingWorkspace* desktop = nullptr;
     const std::vector<std::string> both{"launch", "specs"};
 };
 
