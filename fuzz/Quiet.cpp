@@ -1,6 +1,7 @@
 #include "fuzz/Quiet.h"
 
 #include "platform/Platform.h"
+#include "platform/posix/ConsoleAlertPresenter.h"
 #include "support/QVLog.h"
 #include "tests/platform/TemporaryFolder.h"
 
@@ -10,22 +11,6 @@
 namespace reelsweep {
 
 namespace {
-
-class AnsweredAlerts final : public AlertPresenter {
-    class Alert final : public PresentedAlert {
-        bool isVisible() const override { return false; }
-        void orderOut() override {}
-    };
-
-public:
-    bool hasAttachedSheet(WindowRef) const override { return false; }
-    void makeKeyAndOrderFront(WindowRef) override {}
-    std::unique_ptr<PresentedAlert> begin(const AlertRequest&, WindowRef,
-                                          std::function<void(long)> didEnd) override {
-        didEnd(alertDefaultReturn);
-        return std::make_unique<Alert>();
-    }
-};
 
 const std::string& temporaryFolder() {
     // In memory where that is possible: saving waits for the disk, a hundred times a second.
@@ -46,7 +31,8 @@ void installQuietPlatform() {
         global.emplace("disable-logging", "1");
         writePropertyList(preferences + "/com.quorvane.global.plist", PropertyList(global));
         Platform platform = Platform::commandLine();
-        platform.alertPresenter = std::make_unique<AnsweredAlerts>();
+        platform.alertPresenter =
+            std::make_unique<ConsoleAlertPresenter>([](std::string_view, AlertStyle) {});
         Platform::install(std::move(platform));
         QVLog::createNewLog("fuzz", true);
         return true;

@@ -56,14 +56,6 @@ private:
     bool failed_ = false;
 };
 
-template <class Window>
-Window* shown(const char* name = nullptr) {
-    for (QWidget* const widget : QApplication::topLevelWidgets())
-        if (auto* const window = qobject_cast<Window*>(widget); window && window->isVisible())
-            if (!name || window->objectName() == QLatin1String(name)) return window;
-    return nullptr;
-}
-
 void closeDown(DocumentWindow* window) {
     window->setWindowModified(false);
     window->close();

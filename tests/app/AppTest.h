@@ -38,6 +38,15 @@ Widget* child(const QWidget* window, const char* name) {
     return window->findChild<Widget*>(QString::fromLatin1(name));
 }
 
+/// The window of a class that is on the screen; null when there is none.
+template <class Window>
+Window* shown(const char* name = nullptr) {
+    for (QWidget* const widget : QApplication::topLevelWidgets())
+        if (auto* const window = qobject_cast<Window*>(widget); window && window->isVisible())
+            if (!name || window->objectName() == QLatin1String(name)) return window;
+    return nullptr;
+}
+
 /// The alert on the screen; null when there is none. `sheet` tells whether it belongs to a window.
 inline QMessageBox* shownAlert() {
     for (QWidget* const widget : QApplication::allWidgets())

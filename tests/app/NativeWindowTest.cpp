@@ -27,10 +27,8 @@ protected:
 
     /// The list of projects on the screen; null when there is none.
     static QListWidget* projectList() {
-        for (QWidget* const widget : QApplication::topLevelWidgets())
-            if (widget->isVisible() && widget->objectName() == "QVFCPProjectLoader")
-                return child<QListWidget>(widget, "projectsTable");
-        return nullptr;
+        auto* const dialog = shown<QDialog>("QVFCPProjectLoader");
+        return dialog ? child<QListWidget>(dialog, "projectsTable") : nullptr;
     }
     DocumentWindow* openFromList(int row) {
         QListWidget* const list = projectList();

@@ -23,15 +23,6 @@
 namespace reelsweep::test {
 namespace {
 
-// The window of a class that is on the screen; null when there is none.
-template <class Window>
-Window* shown(const char* name = nullptr) {
-    for (QWidget* const widget : QApplication::topLevelWidgets())
-        if (auto* const window = qobject_cast<Window*>(widget); window && window->isVisible())
-            if (!name || window->objectName() == QLatin1String(name)) return window;
-    return nullptr;
-}
-
 QFileDialog* openPanel() { return shown<QFileDialog>(); }
 StartWindow* startWindow() { return shown<StartWindow>(); }
 

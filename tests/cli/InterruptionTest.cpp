@@ -5,7 +5,6 @@
 
 #include <gtest/gtest.h>
 
-#include <array>
 #include <csignal>
 
 #include <poll.h>
@@ -42,8 +41,7 @@ TEST(Interruption, OfARunLeavesNothingBehind) {
             // The label may be read when the work is over already.
             Ended ended;
             for (int attempt = 0; attempt < 20 && ended.status != 130; ++attempt) {
-                const Workplace workplace;
-                workplace.write("in.xml", longProject());
+                const Workplace workplace(longProject());
                 Program program(workplace,
                                 {"tidy", "in.xml", "--passes", "all", "--report", "r.json"},
                                 {.errorIsTerminal = true});
@@ -73,8 +71,7 @@ Ended signalledDuringSave(const Workplace& workplace, int signal,
 TEST(Interruption, OfASaveLeavesNothingBehind) {
     Ended ended;
     for (int attempt = 0; attempt < 20 && ended.status != 130; ++attempt) {
-        const Workplace workplace;
-        workplace.write("in.xml", longProject());
+        const Workplace workplace(longProject());
         ended = signalledDuringSave(workplace, SIGINT, {"tidy", "in.xml"});
         if (ended.status == 130) {
             EXPECT_EQ(workplace.listing(), "in.xml");

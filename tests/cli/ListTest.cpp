@@ -35,8 +35,7 @@ TEST(List, ShowsSequencesInAlignedColumns) {
 }
 
 TEST(List, PrintsJson) {
-    const Workplace workplace;
-    workplace.write("in.xml", withoutProject({dropFrame, "V1: A[0,100) B[100,-1)"}));
+    const Workplace workplace(withoutProject({dropFrame, "V1: A[0,100) B[100,-1)"}));
     const Ended ended =
         run(workplace, {"list", "--json", "-"}, {.input = workplace.read("in.xml")});
     EXPECT_EQ(ended.status, 0);

@@ -1,6 +1,8 @@
 #include "tests/cli/Program.h"
 
 #include "tests/timeline/Timeline.h"
+#include "xml/QVXMLParser.h"
+#include "xml/XMLDocument.h"
 
 #include <array>
 #include <csignal>
@@ -136,6 +138,16 @@ std::vector<std::string> numbered(const std::vector<std::string>& timelines) {
 
 std::string project(const std::vector<std::string>& timelines) {
     return projectXML(numbered(timelines));
+}
+
+std::string sequencesOf(const std::string& bytes) {
+    const Result<XMLDocument> document = XMLDocument::parse(bytes);
+    if (!document) return document.failure().description();
+    std::string text;
+    const auto sequences = QVXMLParser::nodesForQuery(".//sequence", document->node());
+    for (const XMLNode& sequence : *sequences)
+        text += QVXMLParser::nameForNode(sequence).value_or("?") + ": " + notation(sequence) + "\n";
+    return text;
 }
 
 std::string withoutProject(const std::vector<std::string>& timelines) {

@@ -14,6 +14,9 @@ namespace reelsweep::test {
 /// Files for the program to work on. Its children run in it.
 class Workplace {
 public:
+    Workplace() = default;
+    /// With a file "in.xml".
+    explicit Workplace(std::string_view contents) { write("in.xml", contents); }
     std::string operator/(std::string_view name) const { return folder_ / name; }
     const std::string& path() const { return folder_.path(); }
     const std::string& home() const { return home_.path(); }
@@ -79,6 +82,8 @@ Ended run(const Workplace& workplace, std::vector<std::string> arguments,
 std::string project(const std::vector<std::string>& timelines);
 /// The same sequences without a project around them.
 std::string withoutProject(const std::vector<std::string>& timelines);
+/// Every sequence of a document in that notation, as "NAME: NOTATION" lines.
+std::string sequencesOf(const std::string& bytes);
 /// A project that takes the program long enough to be interrupted: some ten megabytes.
 const std::string& longProject();
 

@@ -4,7 +4,6 @@
 
 #include "engine/PassTable.h"
 #include "tests/timeline/Timeline.h"
-#include "xml/QVXMLParser.h"
 #include "xml/XMLDocument.h"
 
 #include <gtest/gtest.h>
@@ -23,17 +22,6 @@ using Json = nlohmann::json;
 
 // Two reels in which the default passes and the marker pass have something to do.
 const std::string reels = project({"V1: A[0,100)'M !B[100,200) V2: C[100,150)", "V1: D[0,50)"});
-
-/// Every sequence of a file, as "NAME: NOTATION" lines.
-std::string sequencesOf(const std::string& bytes) {
-    const Result<XMLDocument> document = XMLDocument::parse(bytes);
-    if (!document) return document.failure().description();
-    std::string text;
-    const auto sequences = QVXMLParser::nodesForQuery(".//sequence", document->node());
-    for (const XMLNode& sequence : *sequences)
-        text += QVXMLParser::nameForNode(sequence).value_or("?") + ": " + notation(sequence) + "\n";
-    return text;
-}
 
 const std::string sources =
     "Reel 1: V1: A[0,100)'M !B[100,200) V2: C[100,150)\nReel 2: V1: D[0,50)\n";
@@ -108,8 +96,7 @@ TEST(Tidy, TakesTheUsersWordForSeeThroughEffects) {
     const std::string stacked = project({"V1: A[0,100) V2: B[0,100)+Veil"});
     const std::string hidden = "Reel 1-Tidied: V1: B[0,100)+Veil\n";
     const std::string kept = "Reel 1-Tidied: V1: A[0,100) V2: B[0,100)+Veil\n";
-    const Workplace workplace;
-    workplace.write("in.xml", stacked);
+    const Workplace workplace(stacked);
     EXPECT_EQ(run(workplace, {"tidy", "in.xml", "-o", "a.xml"}).status, 0);
     EXPECT_EQ(run(workplace, {"tidy", "in.xml", "-o", "b.xml", "--ignored-effect", "Veil"}).status,
               0);
@@ -136,8 +123,7 @@ TEST(Tidy, WritesWhereItIsTold) {
     };
     for (const Row& row : rows) {
         SCOPED_TRACE(testing::PrintToString(row.options));
-        const Workplace workplace;
-        workplace.write("in.xml", reels);
+        const Workplace workplace(reels);
         std::filesystem::create_directory(workplace / "out");
         std::vector<std::string> arguments{"tidy", "--sequence", "2"};
         arguments.insert(arguments.end(), row.options.begin(), row.options.end());
@@ -176,8 +162,7 @@ TEST(Tidy, DeliversStandaloneWhereThereIsNoProject) {
 }
 
 TEST(Tidy, ReplacesFilesOnlyWhenTold) {
-    const Workplace workplace;
-    workplace.write("in.xml", reels);
+    const Workplace workplace(reels);
     workplace.write("in-Tidied.xml", "precious");
     const Ended refused = run(workplace, {"tidy", "in.xml"});
     EXPECT_EQ(refused.status, 4);
@@ -192,8 +177,7 @@ TEST(Tidy, ReplacesFilesOnlyWhenTold) {
 }
 
 TEST(Tidy, KeepsPermissionsAndLinksInPlace) {
-    const Workplace workplace;
-    workplace.write("in.xml", reels);
+    const Workplace workplace(reels);
     ASSERT_EQ(::chmod((workplace / "in.xml").c_str(), 0640), 0);
     std::filesystem::create_symlink("in.xml", workplace / "link.xml");
     EXPECT_EQ(run(workplace, {"tidy", "link.xml", "--in-place"}).status, 0);
@@ -208,8 +192,7 @@ TEST(Tidy, DoesNotReplaceAFileThatChangedMeanwhile) {
     // The run may be over before the change; then there was nothing to notice.
     Ended ended;
     for (int attempt = 0; attempt < 20 && ended.status != 4; ++attempt) {
-        const Workplace workplace;
-        workplace.write("in.xml", longProject());
+        const Workplace workplace(longProject());
         Program program(workplace, {"tidy", "in.xml", "--in-place"}, {.errorIsTerminal = true});
         ASSERT_TRUE(program.waitForText("Initializing..."));
         workplace.write("new.xml", reels);
@@ -245,9 +228,8 @@ TEST(Tidy, GoesOnWithTheNextFileAfterAFailure) {
 }
 
 TEST(Tidy, ReportsEveryChange) {
-    const Workplace workplace;
-    workplace.write("in.xml",
-                    project({"V1: A[0,100)@5:105+Blur !B[100,200) V2: C[20,40) A1: S[0,9)*0"}));
+    const Workplace workplace(
+        project({"V1: A[0,100)@5:105+Blur !B[100,200) V2: C[20,40) A1: S[0,9)*0"}));
     const Ended ended =
         run(workplace, {"tidy", "in.xml", "--passes", "all", "--dry-run", "--report", "-"});
     EXPECT_EQ(ended.status, 0);
@@ -294,8 +276,7 @@ TEST(Tidy, ReportsEveryChange) {
 }
 
 TEST(Tidy, IsQuietWhenTold) {
-    const Workplace workplace;
-    workplace.write("in.xml", reels);
+    const Workplace workplace(reels);
     const Ended ended = run(workplace, {"tidy", "in.xml", "--quiet", "--report", "r.json",
                                         "--passes", "collapseUncompositedClips"});
     EXPECT_EQ(ended.status, 0);
@@ -329,8 +310,7 @@ TEST(Tidy, CleansFCPXMLAsAWhole) {
 }
 
 TEST(Tidy, RunsBesideItselfWithoutQuarrelAboutTheLog) {
-    const Workplace workplace;
-    workplace.write("in.xml", reels);
+    const Workplace workplace(reels);
     std::vector<std::unique_ptr<Program>> programs;
     for (int i = 0; i < 12; ++i)
         programs.push_back(std::make_unique<Program>(
@@ -347,8 +327,7 @@ TEST(Tidy, RunsBesideItselfWithoutQuarrelAboutTheLog) {
 
 TEST(Tidy, LogsUnderItsOwnName) {
     if (::geteuid() == 0) GTEST_SKIP() << "root logs into the system's folder";
-    const Workplace workplace;
-    workplace.write("in.xml", reels);
+    const Workplace workplace(reels);
     for (int i = 0; i < 7; ++i)
         EXPECT_EQ(run(workplace, {"tidy", "in.xml", "--force", "--quiet"}).status, 0);
     const std::string folder = workplace.home() + "/Library/Logs/Quorvane";

@@ -3,8 +3,6 @@
 #include "tests/hosts/FakeHost.h"
 #include "tests/timeline/Timeline.h"
 
-#include <sstream>
-
 namespace reelsweep::test {
 namespace {
 

@@ -10,11 +10,9 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
-#include <filesystem>
 #include <memory>
 #include <regex>
 #include <string>
-#include <vector>
 
 namespace reelsweep::test {
 

@@ -2,7 +2,6 @@
 #include "tests/cli/Program.h"
 #include "tests/hosts/BusTest.h"
 #include "tests/timeline/Timeline.h"
-#include "xml/QVXMLParser.h"
 
 #include <nlohmann/json.hpp>
 
@@ -23,13 +22,7 @@ protected:
     /// The names of a project's sequences, after Final Cut Pro saved it.
     std::string savedSequences(const std::string& path) const {
         EXPECT_TRUE(QVAppleEvents::saveProject(path));
-        const Result<XMLDocument> document = XMLDocument::parse(contentsOf(path));
-        std::string names;
-        const auto sequences = QVXMLParser::nodesForQuery(".//sequence", document->node());
-        for (const XMLNode& sequence : *sequences)
-            names +=
-                QVXMLParser::nameForNode(sequence).value_or("?") + ": " + notation(sequence) + "\n";
-        return names;
+        return sequencesOf(contentsOf(path));
     }
 
     Workplace workplace;

@@ -7,7 +7,6 @@
 #include <exception>
 #include <functional>
 #include <string>
-#include <vector>
 
 #include <fcntl.h>
 #include <sys/wait.h>

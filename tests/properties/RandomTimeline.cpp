@@ -2,7 +2,6 @@
 
 #include "tests/properties/Random.h"
 
-#include <algorithm>
 #include <vector>
 
 namespace reelsweep::test {

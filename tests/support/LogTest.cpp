@@ -7,8 +7,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <atomic>
-#include <chrono>
 #include <csignal>
 #include <cstdio>
 #include <functional>
@@ -17,6 +15,7 @@
 #include <sstream>
 #include <thread>
 
+#include <pthread.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
 
@@ -400,44 +399,26 @@ TEST(Log, TheEndWaitsForAShortQueueAndDropsALongOne) {
     }
 }
 
-/// Lets several processes go on at the same instant, again and again.
-class StartingLine {
-public:
-    explicit StartingLine(int runners)
-        : runners_(runners),
-          arrived_(static_cast<std::atomic<int>*>(::mmap(nullptr, sizeof *arrived_,
-                                                         PROT_READ | PROT_WRITE,
-                                                         MAP_SHARED | MAP_ANONYMOUS, -1, 0))) {}
-    ~StartingLine() { ::munmap(arrived_, sizeof *arrived_); }
-    void wait() {
-        const int place = (*arrived_)++;
-        const int all = (place / runners_ + 1) * runners_;
-        const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds(30);
-        while (*arrived_ < all) {
-            if (std::chrono::steady_clock::now() > limit) std::_Exit(98);
-            std::this_thread::yield();
-        }
-    }
-
-private:
-    const int runners_;
-    std::atomic<int>* const arrived_;
-};
-
 TEST(Log, ProgramsOfOneNameThatStartTogetherKeepAFileEach) {
     constexpr std::size_t lines = 20;
     constexpr int programs = 5;
     constexpr int rounds = 60;
     const TestHome home;
     const auto roundHome = [&](int round) { return home / std::to_string(round); };
-    StartingLine line(programs);
+    // Lets the processes go on at the same instant, again and again.
+    pthread_barrierattr_t shared{};
+    pthread_barrierattr_init(&shared);
+    pthread_barrierattr_setpshared(&shared, PTHREAD_PROCESS_SHARED);
+    pthread_barrier_t* const line = static_cast<pthread_barrier_t*>(
+        ::mmap(nullptr, sizeof *line, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));
+    pthread_barrier_init(line, &shared, programs);
     std::list<ChildProcess> children;
     for (int number = 0; number < programs; ++number)
         children.emplace_back([&] {
             for (int round = 0; round < rounds; ++round) {
                 QVLog::finishWriting();
                 ::setenv("HOME", roundHome(round).c_str(), 1);
-                line.wait();
+                pthread_barrier_wait(line);
                 QVLog::createNewLog("app");
                 for (std::size_t i = 0; i < lines; ++i) QVLog::fastAppendLog("run %i", number);
             }
@@ -447,6 +428,7 @@ TEST(Log, ProgramsOfOneNameThatStartTogetherKeepAFileEach) {
         EXPECT_EQ(child.wait(), 0);
         EXPECT_EQ(child.standardOutput(), "");
     }
+    ::munmap(line, sizeof *line);
     for (int round = 0; round < rounds; ++round) {
         std::set<std::string> runs;
         for (int number = 1; number <= 5; ++number) {
