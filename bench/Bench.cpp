@@ -122,12 +122,15 @@ struct Bench {
 
         std::vector<double> tidy, floor, lint, memory, toFloor, toLint;
         for (int run = 0; run < runs; ++run) {
+            warmMemory();
             const Measured tidied = runAndMeasure(
                 {cli, "tidy", in, "--passes", "all", "-o", out, "--force", "--quiet"});
             tidy.push_back(tidied.milliseconds);
             memory.push_back(static_cast<double>(tidied.peakKilobytes) * 1024 / inputBytes);
+            warmMemory();
             floor.push_back(
                 std::stod(runAndMeasure({self.string(), "--floor", in, out, scratch}).output));
+            warmMemory();
             lint.push_back(
                 runAndMeasure({"xmllint", "--format", out, "--output", scratch}).milliseconds);
             toFloor.push_back(tidy.back() / floor.back());

@@ -1,6 +1,7 @@
 #include "bench/ChildProcess.h"
 
 #include <fmt/format.h>
+#include <sys/mman.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -60,6 +61,18 @@ Measured runAndMeasure(const std::vector<std::string>& command) {
         throw std::runtime_error(fmt::format("{} failed (status {})", command.front(), status));
     measured.peakKilobytes = usage.ru_maxrss;
     return measured;
+}
+
+void warmMemory() {
+    constexpr std::size_t bytes = std::size_t{2} << 30;
+    const pid_t child = fork();
+    if (child == 0) {
+        const void* const memory = mmap(nullptr, bytes, PROT_READ | PROT_WRITE,
+                                        MAP_PRIVATE | MAP_ANONYMOUS | MAP_POPULATE, -1, 0);
+        _exit(memory == MAP_FAILED ? 1 : 0);
+    }
+    // Without so much memory it is measured cold, which is no error.
+    if (child > 0) waitpid(child, nullptr, 0);
 }
 
 }  // namespace reelsweep

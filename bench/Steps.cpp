@@ -1,5 +1,6 @@
 #include "bench/Steps.h"
 
+#include "bench/ChildProcess.h"
 #include "engine/QVFCPDoc.h"
 #include "engine/SilentView.h"
 
@@ -76,7 +77,10 @@ void require(bool condition, const std::string& what) {
 
 std::vector<Step> timeSteps(const std::string& input, const std::string& output, int runs) {
     std::vector<std::vector<Step>> all;
-    for (int run = 0; run < runs; ++run) all.push_back(timeStepsOnce(input, output));
+    for (int run = 0; run < runs; ++run) {
+        warmMemory();
+        all.push_back(timeStepsOnce(input, output));
+    }
     std::vector<Step> medians;
     for (std::size_t step = 0; step < all.front().size(); ++step) {
         std::vector<double> times;
