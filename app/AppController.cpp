@@ -52,6 +52,7 @@ AppController::AppController()
           [this](const QString& path) { documents_.open(path, tr("Error loading project")); }) {
     // Before the log is a new one: what is said of the last run belongs to that run's log.
     QVLog::sharedController().setAppName(logName);
+    markRun();
     QVBugReporter::startBugReporter();
     QVLog::createNewLog(logName, true);
     registerDefaults();
@@ -59,6 +60,14 @@ AppController::AppController()
 }
 
 AppController::~AppController() { delete preferences_; }
+
+void AppController::markRun() {
+    const auto caches = QVLocalPaths::cacheDirectory(true);
+    const auto logs = QVLocalPaths::logDirectory(true);
+    const auto program = Platform::current().bundle->infoValue("CFBundleName");
+    if (caches && logs && program)
+        runMarker_.emplace(*caches + "/Quorvane/Running", *logs + "/DiagnosticReports", *program);
+}
 
 void AppController::registerDefaults() {
     OptionBoxes::registerDefaults();
@@ -86,6 +95,7 @@ void AppController::performStartupAction() {
 
 void AppController::applicationWillTerminate() {
     QVBugReporter::stopBugReporter();
+    runMarker_.reset();
     QVQC::sharedController().willTerminate();
 }
 

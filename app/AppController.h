@@ -6,11 +6,14 @@
 #include "app/DocumentController.h"
 #include "app/ProjectLoaderDialog.h"
 #include "app/QVAboutDialogController.h"
+#include "platform/posix/RunMarker.h"
 #include "support/QVSoftwareUpdate.h"
 
 #include <QObject>
 #include <QPointer>
 #include <QStringList>
+
+#include <optional>
 
 class QFileDialog;
 class QMainWindow;
@@ -61,10 +64,12 @@ public:
     DocumentController& documents() { return documents_; }
 
 private:
+    void markRun();
     void registerDefaults();
     void showStartWindow();
     void windowMade(DocumentWindow* window);
 
+    std::optional<RunMarker> runMarker_;
     DocumentController documents_;
     QPointer<StartWindow> startWindow_;
     QPointer<QFileDialog> openPanel_;

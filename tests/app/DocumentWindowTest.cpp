@@ -1,5 +1,6 @@
 // Windows of documents: open, tick, process, save, close.
 #include "tests/app/AppTest.h"
+#include "tests/cli/Program.h"
 #include "tests/timeline/Timeline.h"
 
 #include <QLineEdit>
@@ -62,15 +63,6 @@ TEST_F(AppTest, KeepsTheStatesOfItsOptions) {
     EXPECT_EQ(defaults.integerForKey("removeUnusedVideoTracks"), 0);
 }
 
-// A run long enough to be met in the middle.
-std::string longFilm() {
-    std::string clips;
-    for (int i = 0; i < 20'000; ++i)
-        clips += " C[" + std::to_string(i * 10) + "," + std::to_string(i * 10 + 5) + ")";
-    const std::string sequence = sequenceXML("V1:" + clips + " V2:" + clips + " V3:" + clips);
-    return projectXML({sequence, sequence, sequence});
-}
-
 QDialog* progressSheet(const DocumentWindow* window) {
     return child<QDialog>(window, "windowProgress");
 }
@@ -82,7 +74,7 @@ void startLongRun(DocumentWindow* window) {
 }
 
 TEST_F(AppTest, CancelsARunAndChangesNothing) {
-    DocumentWindow* const window = open("long.xml", longFilm());
+    DocumentWindow* const window = open("long.xml", longProject());
     ASSERT_NO_FATAL_FAILURE(startLongRun(window));
     QTest::keyClick(progressSheet(window), Qt::Key_Escape);
     ASSERT_TRUE(ends(window));
@@ -93,7 +85,7 @@ TEST_F(AppTest, CancelsARunAndChangesNothing) {
 }
 
 TEST_F(AppTest, AsksBeforeItStopsARunToCloseTheWindow) {
-    DocumentWindow* const window = open("long.xml", longFilm());
+    DocumentWindow* const window = open("long.xml", longProject());
     ASSERT_NO_FATAL_FAILURE(startLongRun(window));
     EXPECT_FALSE(window->close());
     EXPECT_EQ(alertText().substr(0, 33), "“long.xml” is being processed");

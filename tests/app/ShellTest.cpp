@@ -247,8 +247,6 @@ TEST(Program, NoticesThatItsLastRunCrashedButNotThatItWasAskedToEnd) {
         ASSERT_TRUE(comesTrue([&] { return hasLaunched(home.path()); }));
         row.killed ? first.process().kill() : first.process().terminate();
         ASSERT_TRUE(first.ends());
-        // What a system writes about a crash.
-        writeFile(home / "Library/Logs/DiagnosticReports/Reelsweep_1.crash", "report");
         RunningProgram second(home.path());
         ASSERT_TRUE(comesTrue([&] {
             return !contentsOf(home / "Library/Logs/Quorvane/Reelsweep.2.log").empty() &&

@@ -260,15 +260,11 @@ TEST(Tidy, ReportsEveryChange) {
             if (c["kind"] == kind && c["name"] == name) return c;
         return Json();
     };
-    EXPECT_EQ(change("removed", "B"), (Json{{"pass", "removeDisabledVideoClips"},
-                                            {"kind", "removed"},
-                                            {"element", "clipitem"},
-                                            {"name", "B"},
-                                            {"id", "B"},
-                                            {"item", true},
-                                            {"before", place("V1", 100, 200, 0, 100)},
-                                            {"after", nullptr},
-                                            {"reason", "disabled"}}));
+    Json removed = Json::parse(R"({"pass": "removeDisabledVideoClips", "kind": "removed",
+        "element": "clipitem", "name": "B", "id": "B", "item": true, "after": null,
+        "reason": "disabled"})");
+    removed["before"] = place("V1", 100, 200, 0, 100);
+    EXPECT_EQ(change("removed", "B"), removed);
     EXPECT_EQ(change("moved", "C")["before"], place("V2", 20, 40, 0, 20));
     EXPECT_EQ(change("moved", "C")["after"], place("V1", 20, 40, 0, 20));
     EXPECT_EQ(change("split", "A")["after"], place("V1", 0, 20, 5, 105));

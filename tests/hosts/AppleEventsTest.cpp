@@ -181,17 +181,8 @@ TEST_F(HostFaults, AreFailuresWithMessages) {
         {"eTCX", [&] { return QVAppleEvents::getTOC(path).has_value(); }, true},
         {"iXML", [&] { return QVAppleEvents::sendXMLToFCP("<xmeml/>", path); }, false},
         {"sfcP", [&] { return QVAppleEvents::saveProject(path); }, false},
-        {"fcOI",
-         [&] {
-             QVAppleEvents::openItem("1234", path, false);
-             return false;
-         },
-         false},
-        {"cfcP",
-         [&] {
-             QVAppleEvents::closeProject(folder / "absent", true);
-             return false;
-         },
+        {"fcOI", [&] { return QVAppleEvents::openItem("1234", path, false), false; }, false},
+        {"cfcP", [&] { return QVAppleEvents::closeProject(folder / "absent", true), false; },
          false},
     };
     struct Fault {

@@ -17,23 +17,6 @@ namespace {
 namespace fs = std::filesystem;
 using Strings = std::vector<std::string>;
 
-class ApplicationsIn final : public TestFolders {
-public:
-    explicit ApplicationsIn(const std::string& folder)
-        : TestFolders(TestHome::ordinaryUser, folder + "/machine"), folder_(folder) {}
-    std::optional<std::string> path(StandardDirectory directory,
-                                    FolderDomain domain) const override {
-        if (domain == FolderDomain::local && directory == StandardDirectory::applications)
-            return folder_;
-        if (domain == FolderDomain::local && directory == StandardDirectory::adminApplications)
-            return folder_ + "/Utilities";
-        return TestFolders::path(directory, domain);
-    }
-
-private:
-    std::string folder_;
-};
-
 class PremiereDesk final : public Workspace {
 public:
     std::vector<std::string> runningApplicationIdentifiers() const override {
@@ -55,7 +38,8 @@ class Premiere : public testing::Test {
 protected:
     Premiere() {
         folders = std::exchange(Platform::current().folders, nullptr);
-        Platform::current().folders = std::make_unique<ApplicationsIn>(applications.path());
+        Platform::current().folders = std::make_unique<TestFolders>(
+            TestHome::ordinaryUser, applications / "machine", applications.path());
         auto made = std::make_unique<PremiereDesk>();
         desk = made.get();
         Platform::current().workspace = std::move(made);

@@ -69,9 +69,6 @@ TEST(Format, ABadFormatPrintsWhatItCanAndNothingElse) {
     // A width or precision out of all reason costs no memory.
     EXPECT_LT(formatText("%99999999999999999999d", 1).size(), 10000u);
     EXPECT_LT(formatText("%.99999999999999f", 1.5).size(), 10000u);
-}
-
-TEST(Format, LongTextsStayWhole) {
     const std::string longText(100'000, 'x');
     EXPECT_EQ(formatText("<%@|%@>", longText, longText), "<" + longText + "|" + longText + ">");
 }

@@ -13,21 +13,16 @@ using test::contentsOf;
 using test::pumpUntil;
 using test::writeFile;
 
-/// A machine whose Applications and temporary folders are a test's own.
+/// A machine whose temporary folder is a test's own too.
 class Machine : public test::TestFolders {
 public:
-    explicit Machine(std::string root)
-        : TestFolders(test::TestHome::ordinaryUser, root + "/Library"), root_(std::move(root)) {}
-    std::optional<std::string> path(StandardDirectory directory,
-                                    FolderDomain domain) const override {
-        if (directory == StandardDirectory::applications && domain == FolderDomain::local)
-            return root_ + "/Applications";
-        return TestFolders::path(directory, domain);
-    }
-    std::string temporaryDirectory() const override { return root_ + "/temporary"; }
+    explicit Machine(const std::string& root)
+        : TestFolders(test::TestHome::ordinaryUser, root + "/Library", root + "/Applications"),
+          temporary_(root + "/temporary") {}
+    std::string temporaryDirectory() const override { return temporary_; }
 
 private:
-    const std::string root_;
+    const std::string temporary_;
 };
 
 class SoftwareUpdate : public test::ServiceTest {

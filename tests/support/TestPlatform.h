@@ -13,17 +13,24 @@
 
 namespace reelsweep::test {
 
-/// The real folders below HOME, for a user of the test's choice and with a machine-wide Library
-/// folder that a test may write to.
+/// The real folders below HOME, for a user of the test's choice and with machine-wide Library and,
+/// when one is given, Applications folders that a test may write to.
 class TestFolders : public HomeFolders {
 public:
-    TestFolders(unsigned userIdentifier, std::string localLibrary)
-        : userIdentifier_(userIdentifier), localLibrary_(std::move(localLibrary)) {}
+    TestFolders(unsigned userIdentifier, std::string localLibrary, std::string applications = {})
+        : userIdentifier_(userIdentifier),
+          localLibrary_(std::move(localLibrary)),
+          applications_(std::move(applications)) {}
 
     std::optional<std::string> path(StandardDirectory directory,
                                     FolderDomain domain) const override {
-        if (directory == StandardDirectory::library && domain == FolderDomain::local)
-            return localLibrary_;
+        if (domain == FolderDomain::local) {
+            if (directory == StandardDirectory::library) return localLibrary_;
+            if (applications_.empty()) return HomeFolders::path(directory, domain);
+            if (directory == StandardDirectory::applications) return applications_;
+            if (directory == StandardDirectory::adminApplications)
+                return applications_ + "/Utilities";
+        }
         return HomeFolders::path(directory, domain);
     }
     unsigned userIdentifier() const override { return userIdentifier_; }
@@ -31,6 +38,7 @@ public:
 private:
     unsigned userIdentifier_;
     std::string localLibrary_;
+    std::string applications_;
 };
 
 class TestHome {
