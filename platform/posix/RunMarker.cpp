@@ -4,7 +4,7 @@
 #include <sys/file.h>
 #include <unistd.h>
 #include <array>
-#include <chrono>
+#include <cstdio>
 #include <ctime>
 #include <filesystem>
 #include <fstream>
@@ -52,11 +52,15 @@ RunMarker::RunMarker(const std::string& markers, const std::string& reports,
 
     const std::string name = markers + "/" + program + now("_%Y-%m-%d-%H%M%S_") +
                              std::to_string(static_cast<long>(::getpid()));
-    lock_.reset(::open((name + ".new").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600));
+    const std::string unlocked = name + ".new";
+    lock_.reset(::open(unlocked.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600));
+    if (!lock_) return;
     // It has its name only once it is locked: another start must not take it for a dead run's.
-    if (!lock_ || ::flock(lock_.get(), LOCK_EX | LOCK_NB) != 0) return;
-    fs::rename(name + ".new", name + ending, error);
-    if (!error) path_ = name + ending;
+    if (::flock(lock_.get(), LOCK_EX | LOCK_NB) == 0 &&
+        std::rename(unlocked.c_str(), (name + ending).c_str()) == 0)
+        path_ = name + ending;
+    else
+        ::unlink(unlocked.c_str());
 }
 
 RunMarker::~RunMarker() {
