@@ -45,8 +45,8 @@ public:
     /// The result of the last run; null before the first and after a cancelled one.
     const std::shared_ptr<XMLDocument>& xmlDoc() const { return xmlDoc_; }
 
-    /// Starts startProcessing on a thread of its own and returns at once. `ended` is run on the main
-    /// thread when the run is over, even when the document is gone by then.
+    /// Starts startProcessing on a thread of its own and returns at once. `ended` is run on the
+    /// main thread when the run is over, even when the document is gone by then.
     void process(const OptionList& options, std::function<void()> ended = {});
     /// Blocks until the run started by process() has ended, pumping when called on the main thread.
     void waitUntilProcessed() { thread_.wait(); }

@@ -11,8 +11,9 @@
 
 namespace reelsweep {
 
-// Writes nodes to a sink in large pieces: while the sink takes one, the next is formatted, so the sink
-// is used from another thread, one piece at a time. A text of less than a piece starts no thread.
+// Writes nodes to a sink in large pieces: while the sink takes one, the next is formatted, so the
+// sink is used from another thread, one piece at a time. A text of less than a piece starts no
+// thread.
 //
 // pugixml puts a carriage return of a text out as it is, and a parser reads that as a line feed: a
 // name would change with every load and save. So every carriage return in the output becomes a

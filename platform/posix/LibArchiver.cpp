@@ -64,8 +64,8 @@ void check(archive* a, la_ssize_t result) {
     throw std::system_error(error, std::generic_category(), path.string());
 }
 
-/// A file that an archive is written to. It takes all bytes, also after an error, which it keeps: the
-/// library leaves its compressor behind when a write fails within an item.
+/// A file that an archive is written to. It takes all bytes, also after an error, which it keeps:
+/// the library leaves its compressor behind when a write fails within an item.
 class Output {
 public:
     explicit Output(const std::string& path)
