@@ -24,9 +24,21 @@ ItemTimes ItemTimes::of(XMLNode item) {
     return {read(start), read(end), read(in), read(out)};
 }
 
-std::string Change::name() const { return node.child("name").stringValue(); }
+namespace {
 
-std::string Change::id() const { return std::string(node.attribute("id").value_or("")); }
+std::string nameOf(XMLNode node) {
+    const XMLNode named = node.isElement("filter") ? node.child("effect") : node;
+    return named.child("name").stringValue();
+}
+
+std::string idOf(XMLNode node) { return std::string(node.attribute("id").value_or("")); }
+
+}  // namespace
+
+std::string Change::name() const { return nameOf(node); }
+std::string Change::id() const { return idOf(node); }
+std::string Change::holderName() const { return nameOf(holder); }
+std::string Change::holderId() const { return idOf(holder); }
 
 std::size_t SequenceLedger::addReason(std::string text) {
     // One edit's changes come in a row and mostly share their reason.

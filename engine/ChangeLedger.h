@@ -55,15 +55,18 @@ struct Change {
     ChangeKind kind = ChangeKind::changed;
     std::string_view pass;  ///< option name of the pass; static storage
     XMLNode node;           ///< the element concerned; for a split its new left-hand piece
+    XMLNode holder;         ///< the clip, generator or transition it stood in; null for none
     TrackLabel trackBefore;
     TrackLabel trackAfter;
-    ItemTimes before;
+    ItemTimes before;  ///< the node's own; its holder's when it has none
     ItemTimes after;
     bool countsAsItem = false;  ///< a clip, generator or transition that stands in a track
     std::size_t reason = 0;     ///< for reasonText(); 0 is none
 
-    std::string name() const;  ///< the element's own name, or empty
+    std::string name() const;  ///< the element's own name (a filter's effect's), or empty
     std::string id() const;    ///< its id attribute, or empty
+    std::string holderName() const;
+    std::string holderId() const;
 };
 
 /// The changes of one sequence.

@@ -24,6 +24,8 @@ public:
     const std::vector<std::string>& ignoredEffects;
     /// Shows a progress label and returns when it is shown.
     std::function<void(const std::string&)> setProgressLabelText;
+    /// Why a pass could not go on, which is no cancel; empty otherwise.
+    std::string failure = {};
 
     bool cancelled() const { return processingCancelled.load(std::memory_order_relaxed); }
     bool has(std::string_view option) const {

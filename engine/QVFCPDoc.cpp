@@ -193,11 +193,12 @@ void QVFCPDoc::startProcessing(const OptionList& options, Delivery delivery) {
     startProgress();
     setProgressLabelText("Initializing...");
     try {
+        bool goesOn = true;
         for (const auto& record : *sequenceArray()) {
-            if (processingCancelled_) break;
-            if (record->selected) processSequence(*record, options);
+            if (processingCancelled_ || !goesOn) break;
+            if (record->selected) goesOn = processSequence(*record, options);
         }
-        if (!processingCancelled_) deliver(delivery);
+        if (!processingCancelled_ && goesOn) deliver(delivery);
     } catch (const std::exception& error) {
         const std::string text = QVException::logException(error, "-[QVFCPDoc startProcessing:]");
         runResult_.failures.push_back({FailureCode::internal, text, path_, 0, 0, ""});
@@ -215,14 +216,21 @@ void QVFCPDoc::deliver(Delivery delivery) {
     }
 }
 
-void QVFCPDoc::processSequence(QVSequence& record, const OptionList& options) {
+bool QVFCPDoc::processSequence(QVSequence& record, const OptionList& options) {
     const XMLNode copy = renameSequence(workingCopy(record));
-    if (!copy) return;
+    if (!copy) return true;
     record.newUUID = QVXMLParser::uuidForNode(copy);
-    record.processedXMLRepresentation = applyPasses(copy, record, options);
+    std::string failure;
+    record.processedXMLRepresentation = applyPasses(copy, record, options, failure);
+    if (failure.empty()) return true;
+    // The source would take the result's place in the bin and pass for tidied.
+    const std::string informative = "Sequence \"" + record.title + "\". " + failure + ".";
+    failDelivery("Unable to tidy. " + informative, "Unable to tidy", informative);
+    return false;
 }
 
-XMLNode QVFCPDoc::applyPasses(XMLNode copy, QVSequence& record, const OptionList& options) {
+XMLNode QVFCPDoc::applyPasses(XMLNode copy, QVSequence& record, const OptionList& options,
+                              std::string& failure) {
     SequenceLedger& ledger = ledger_.sequences.emplace_back();
     ledger.document = record.fetchedDocument;
     ledger.title = record.title;
@@ -240,6 +248,7 @@ XMLNode QVFCPDoc::applyPasses(XMLNode copy, QVSequence& record, const OptionList
         sequence = pass.run(run, sequence);
     }
     edit.finish();
+    failure = run.failure;
     return sequence;
 }
 
@@ -255,6 +264,8 @@ XMLNode QVFCPDoc::renameSequence(XMLNode sequence) {
     return sequence;
 }
 
+// Not "ignoredFilters", which the preferences keep for filters that a user wants spared: to spare a
+// filter and to call its clip see-through are two wishes.
 std::vector<std::string> QVFCPDoc::ignoredEffects() const {
     std::vector<std::string> names =
         Platform::current().userDefaults->stringArrayForKey("ignoredEffects");
@@ -406,13 +417,16 @@ XMLNode QVFCPDoc::removeMarkers(XMLNode sequence) {
 }
 
 XMLNode QVFCPDoc::removeVideoTransitions(XMLNode sequence) {
-    return runAlone(
-        sequence, [&](PassRun& run) { return passes::removeTransitions(run, sequence, "video"); });
+    return removeTransitions(sequence, "video");
 }
 
 XMLNode QVFCPDoc::removeAudioTransitions(XMLNode sequence) {
-    return runAlone(
-        sequence, [&](PassRun& run) { return passes::removeTransitions(run, sequence, "audio"); });
+    return removeTransitions(sequence, "audio");
+}
+
+XMLNode QVFCPDoc::removeTransitions(XMLNode sequence, std::string_view type) {
+    return runAlone(sequence,
+                    [&](PassRun& run) { return passes::removeTransitions(run, sequence, type); });
 }
 
 bool QVFCPDoc::isClipTransparent(XMLNode clip) {

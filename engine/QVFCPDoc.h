@@ -130,7 +130,7 @@ public:
     std::optional<std::string> generateXMLOutput(bool includeHeader = true);
 
     // The passes. Each edits the sequence in place and answers it, or null when the run was
-    // cancelled.
+    // cancelled or the pass could not go on.
 
     XMLNode removeDisabledClips(XMLNode sequence, std::string_view type);
     XMLNode removeSilentAudioClips(XMLNode sequence);
@@ -142,6 +142,7 @@ public:
     XMLNode replaceGapsWithSlugs(XMLNode sequence);
     XMLNode removeFilters(XMLNode sequence);
     XMLNode removeMarkers(XMLNode sequence);
+    XMLNode removeTransitions(XMLNode sequence, std::string_view type);
     XMLNode removeVideoTransitions(XMLNode sequence);
     XMLNode removeAudioTransitions(XMLNode sequence);
     /// Whether a clip lets the track below show through.
@@ -160,8 +161,10 @@ private:
     void startProgress();
     void endProgress();
     void showAlert(const std::string& message, const std::string& informative, AlertStyle style);
-    void processSequence(QVSequence& record, const OptionList& options);
-    XMLNode applyPasses(XMLNode copy, QVSequence& record, const OptionList& options);
+    /// False when the run cannot go on after it.
+    bool processSequence(QVSequence& record, const OptionList& options);
+    XMLNode applyPasses(XMLNode copy, QVSequence& record, const OptionList& options,
+                        std::string& failure);
     void deliver(Delivery delivery);
     void processXML();
     void deliverToFCP();

@@ -17,7 +17,6 @@ TimelineEdit::TimelineEdit(XMLNode sequence, SequenceLedger& ledger)
                     labels_[track] = TrackLabel{video, ++number};
     }
     ledger_.itemsBefore = countItems();
-    listElements(sequence);
 }
 
 void TimelineEdit::finish() { ledger_.itemsAfter = countItems(); }
@@ -38,6 +37,14 @@ TrackLabel TimelineEdit::label(XMLNode node) const {
     return {};
 }
 
+XMLNode TimelineEdit::holder(XMLNode node) const {
+    // What stands on a track of the sequence needs no search.
+    XMLNode parent = node.parent();
+    if (labels_.contains(parent)) return {};
+    while (parent && parent != sequence_ && !isTimelineItem(parent)) parent = parent.parent();
+    return parent != sequence_ ? parent : XMLNode();
+}
+
 bool TimelineEdit::isItemOnTrack(XMLNode node) const {
     return isTimelineItem(node) && labels_.contains(node.parent());
 }
@@ -49,6 +56,9 @@ Change& TimelineEdit::record(ChangeKind kind, XMLNode node) {
     change.node = node;
     change.trackBefore = change.trackAfter = label(node);
     change.before = change.after = ItemTimes::of(node);
+    change.holder = holder(node);
+    if (change.holder && change.before == ItemTimes{})
+        change.before = change.after = ItemTimes::of(change.holder);
     change.countsAsItem = isItemOnTrack(node);
     return ledger_.changes.emplace_back(change);
 }
@@ -67,12 +77,15 @@ TrackIndex& TimelineEdit::index(XMLNode track) {
 
 // Nodes anywhere
 
-void TimelineEdit::listElements(XMLNode node) {
+void TimelineEdit::listElements() {
     constexpr auto& names = listedNames;
-    node.forEachDescendant({names[0], names[1], names[2], names[3], names[4]}, [&](XMLNode found) {
-        const auto name = std::find(names.begin(), names.end(), found.name());
-        elements_[static_cast<std::size_t>(name - names.begin())].push_back(found);
-    });
+    elements_ = {};
+    sequence_.forEachDescendant(
+        {names[0], names[1], names[2], names[3], names[4]}, [&](XMLNode found) {
+            const auto name = std::find(names.begin(), names.end(), found.name());
+            elements_[static_cast<std::size_t>(name - names.begin())].push_back(found);
+        });
+    isListed_.fill(true);
 }
 
 bool TimelineEdit::isInSequence(XMLNode node) const {
@@ -80,11 +93,13 @@ bool TimelineEdit::isInSequence(XMLNode node) const {
     return bool(node);
 }
 
-std::vector<XMLNode> TimelineEdit::elementsNamed(std::string_view listedName) const {
+std::vector<XMLNode> TimelineEdit::elementsNamed(std::string_view listedName) {
     const auto name = std::find(listedNames.begin(), listedNames.end(), listedName);
     if (name == listedNames.end()) throw std::logic_error("not listed: " + std::string(listedName));
+    const auto which = static_cast<std::size_t>(name - listedNames.begin());
+    if (!isListed_[which]) listElements();
     std::vector<XMLNode> found;
-    for (const XMLNode& element : elements_[static_cast<std::size_t>(name - listedNames.begin())])
+    for (const XMLNode& element : elements_[which])
         if (isInSequence(element)) found.push_back(element);
     return found;
 }
@@ -113,7 +128,7 @@ void TimelineEdit::detachTrack(XMLNode track, const std::string& reason) {
 }
 
 void TimelineEdit::setText(XMLNode element, std::string_view text) {
-    record(ChangeKind::changed, element);
+    if (element.stringValue() != text) record(ChangeKind::changed, element);
     element.setText(text);
 }
 
@@ -148,6 +163,8 @@ void TimelineEdit::move(TrackIndex& from, TrackIndex::Id id, TrackIndex& to, std
     else
         track.insertBefore(node, to.entry(next).node);
     change.trackAfter = label(node);
+    change.after = ItemTimes::of(node);
+    isListed_ = {};
 }
 
 void TimelineEdit::detach(TrackIndex& track, TrackIndex::Id id, const std::string& reason) {
@@ -176,14 +193,15 @@ void TimelineEdit::split(TrackIndex& track, TrackIndex::Id id, FrameRange gap,
     trim(track, id, right);
     writeTimes(left, {.start = {}, .end = gap.start, .in = {}, .out = {}});
     insertAt(track, left, track.position(id));
-    listElements(left);
+    isListed_ = {};
     Change& change = record(ChangeKind::split, left);
     change.before = whole;
 }
 
 void TimelineEdit::insertItem(TrackIndex& track, XMLNode item, std::size_t place) {
     insertAt(track, item, place);
-    listElements(item);
+    for (std::size_t i = 0; i < listedNames.size(); ++i)
+        if (item.hasDescendant(listedNames[i])) isListed_[i] = false;
     Change& change = record(ChangeKind::inserted, item);
     change.trackBefore = {};
     change.before = {};

@@ -25,6 +25,8 @@ public:
     XMLNode sequence() const { return sequence_; }
     /// Changes from here on belong to the pass of that option name (static storage).
     void beginPass(std::string_view option) { pass_ = option; }
+    /// How many items the sequence came with.
+    std::size_t itemsBefore() const { return ledger_.itemsBefore; }
     /// Counts the items that are left. After the last pass.
     void finish();
 
@@ -33,16 +35,15 @@ public:
     /// The names of the elements that passes look for all over a sequence.
     static constexpr std::array<std::string_view, 5> listedNames = {"track", "filter", "marker",
                                                                     "collapsed", "mediaSource"};
-    /// All elements of one of these names that stand in the sequence now: in the order in which it
-    /// came, those of items that were made since at the end. One walk over the sequence serves all
-    /// names.
-    std::vector<XMLNode> elementsNamed(std::string_view listedName) const;
+    /// All elements of one of these names that stand in the sequence now, in document order. One
+    /// walk over the sequence serves all names, until something is moved or put in.
+    std::vector<XMLNode> elementsNamed(std::string_view listedName);
 
     /// Takes a node out; a node that is out already is left alone and not reported twice.
     void detach(XMLNode node, const std::string& reason);
     /// Takes a track out; the items left on it are reported with it.
     void detachTrack(XMLNode track, const std::string& reason);
-    /// Sets the text of an element that is there.
+    /// Sets the text of an element that is there. One that reads so already is no change.
     void setText(XMLNode element, std::string_view text);
     /// Sets those of an item's times that are given, each on an existing child only. No track is
     /// indexed afterwards.
@@ -72,11 +73,12 @@ public:
 
 private:
     Change& record(ChangeKind kind, XMLNode node);
+    XMLNode holder(XMLNode node) const;
     bool isItemOnTrack(XMLNode node) const;
     std::size_t countItems() const;
     void writeTimes(XMLNode item, const ItemTimes& times);
     void forgetIndexes();
-    void listElements(XMLNode node);
+    void listElements();
     bool isInSequence(XMLNode node) const;
     void insertAt(TrackIndex& track, XMLNode node, std::size_t place);
 
@@ -87,6 +89,7 @@ private:
     SequenceIndex sequenceIndex_;
     std::unordered_map<XMLNode, TrackIndex> indexes_;
     std::array<std::vector<XMLNode>, listedNames.size()> elements_;  ///< those taken out too
+    std::array<bool, listedNames.size()> isListed_{};  ///< false when the list may be out of date
 };
 
 }  // namespace reelsweep

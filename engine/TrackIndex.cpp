@@ -9,6 +9,7 @@ namespace {
 
 struct Edge {
     Frames frames;
+    Frames wholeText;  // differs where a comment or CDATA parts the text
     double number = std::numeric_limits<double>::quiet_NaN();
     bool inTransition = false;
 };
@@ -21,14 +22,22 @@ Edge readEdge(XMLNode element) {
     edge.frames = leadingFrames(text.value());
     edge.inTransition = text.value() == edgeInTransitionText;
     const bool isOneText = text && text == element.firstChild() && !text.nextSibling();
-    edge.number = isOneText ? xpathNumber(text.value()) : xpathNumber(element.stringValue());
+    if (isOneText) {
+        edge.wholeText = edge.frames;
+        edge.number = xpathNumber(text.value());
+    } else {
+        const std::string whole = element.stringValue();
+        edge.wholeText = leadingFrames(whole);
+        edge.number = xpathNumber(whole);
+    }
     return edge;
 }
 
 constexpr double largestExactInteger = 9007199254740992.0;  // 2^53
 
 bool readsTheSameBothWays(const Edge& edge) {
-    return edge.number == static_cast<double>(edge.frames.count) &&
+    return edge.frames == edge.wholeText &&
+           edge.number == static_cast<double>(edge.frames.count) &&
            std::abs(edge.number) < largestExactInteger &&
            (edge.frames == edgeInTransition) == edge.inTransition;
 }
@@ -69,6 +78,7 @@ TrackEntry TrackEntry::of(XMLNode node) {
     entry.startNumber = start.number;
     entry.startInTransition = start.inTransition;
     entry.end = end.frames;
+    entry.wholeTexts = {start.wholeText, end.wholeText};
     entry.endNumber = end.number;
     entry.endInTransition = end.inTransition;
     entry.isPlain = entry.isTimed() && readsTheSameBothWays(start) && readsTheSameBothWays(end) &&

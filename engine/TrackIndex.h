@@ -42,6 +42,7 @@ struct TrackEntry {
     XMLNode node;
     Frames start;            ///< leading integer of the first `start` text; 0 when missing
     Frames end;              ///< the same for `end`
+    FrameRange wholeTexts;   ///< the same of all texts of `start` and `end`, joined
     double startNumber = 0;  ///< "start[1]" as an XPath number; NaN when it is none
     double endNumber = 0;    ///< "end[1]"
     double smallestEnd = 0;  ///< over all `end` children; +infinity when none is a number

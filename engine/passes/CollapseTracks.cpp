@@ -13,7 +13,7 @@ using Id = TrackIndex::Id;
 
 // Moves one group down. False when cancelled in the middle.
 bool moveGroup(PassRun& run, TrackIndex& from, const TrackIndex::Group& group, TrackIndex& lower) {
-    const Id before = lower.lastEndingBy(from.entry(group.first).start);
+    const Id before = lower.lastEndingBy(from.entry(group.first).wholeTexts.start);
     std::size_t place = before == TrackIndex::none ? 0 : lower.position(before) + 1;
     for (const Id id : from.entries(group.first, group.last)) {
         if (run.cancelled()) return false;

@@ -13,12 +13,14 @@ bool isTransition(const TrackEntry& entry) { return entry.kind == TrackEntry::Ki
 
 // The length of an entry with real edges; nothing else shortens a range.
 Frames lengthOf(const TrackEntry& entry) {
+    const auto [start, end] = entry.wholeTexts;
     const Frames zero{0};
-    return entry.start >= zero && entry.end >= zero ? entry.end - entry.start : zero;
+    return start >= zero && end >= zero ? end - start : zero;
 }
 
 // The range without the transitions at its ends: only the fully opaque middle hides anything. Both
-// ends go by the length of the group's first node, as they always have.
+// ends go by the length of the group's first node, as they always have. With a long transition
+// before a short one the range ends before it starts; the pieces of what is cut then overlap.
 FrameRange opaqueMiddle(const OpaqueClip& clip) {
     FrameRange range = clip.group.range;
     const TrackEntry& first = clip.upper.entry(clip.group.first);
@@ -33,8 +35,7 @@ struct Found {
 };
 
 void addIfCut(const TrackIndex& lower, Id id, FrameRange range, Found& found) {
-    const TrackEntry& entry = lower.entry(id);
-    if (overlapOf({entry.start, entry.end}, range) != Overlap::none) found.cuts.push_back(id);
+    if (overlapOf(lower.entry(id).wholeTexts, range) != Overlap::none) found.cuts.push_back(id);
 }
 
 // In a chain every clip but the first and the last has no edge of its own, and nothing to cut. Its
@@ -58,16 +59,16 @@ void findInChain(const TrackIndex& lower, const TrackIndex::Run& chain, FrameRan
     if (!ownEdges(chain.last)) addIfCut(lower, chain.last, range, found);
 }
 
-void findInRun(const TrackIndex& lower, const TrackIndex::Run& run, FrameRange range,
-               Found& found) {
-    const EntrySet overlapped = hiddenInRun(
-        lower, run, 4, [&](const TrackEntry& e) { return e.searchInTheWayOf(range); },
+void findInRun(const PassRun& pass, const TrackIndex& lower, const TrackIndex::Run& run,
+               FrameRange range, Found& found) {
+    const std::vector<Id> overlapped = hiddenInRun(
+        pass, lower, run, 4, [&](const TrackEntry& e) { return e.searchInTheWayOf(range); },
         [&](FrameRange group) { return conflict(group, range); });
     found.any = found.any || !overlapped.empty();
     for (const Id id : overlapped) addIfCut(lower, id, range, found);
 }
 
-Found findOverlapped(const TrackIndex& lower, FrameRange range) {
+Found findOverlapped(const PassRun& pass, const TrackIndex& lower, FrameRange range) {
     Found found;
     Id hit = lower.firstInTheWay(range);
     while (hit != TrackIndex::none) {
@@ -76,20 +77,21 @@ Found findOverlapped(const TrackIndex& lower, FrameRange range) {
         if (run.isChain && std::min(range.start, range.end) > edgeInTransition)
             findInChain(lower, run, range, found);
         else
-            findInRun(lower, run, range, found);
+            findInRun(pass, lower, run, range, found);
         const Id after = lower.next(run.last);
         hit = after == TrackIndex::none ? after : lower.firstInTheWay(range, after);
     }
     return found;
 }
 
-// `out` and `duration` stay as they are.
+// An editing system finds a clip's media by `in` and its place by `start` and `end`; `out` and
+// `duration` tell how much of the media there is, and stay as they are.
 void cut(PassRun& run, TrackIndex& lower, Id id, FrameRange range, const std::string& reason) {
     const TrackEntry& entry = lower.entry(id);
     const Frames in = leadingFrames(entry.node.child("in").stringValue());
     const ItemTimes tail{
-        .start = range.end, .end = {}, .in = in - entry.start + range.end, .out = {}};
-    switch (overlapOf({entry.start, entry.end}, range)) {
+        .start = range.end, .end = {}, .in = in - entry.wholeTexts.start + range.end, .out = {}};
+    switch (overlapOf(entry.wholeTexts, range)) {
         case Overlap::sticksOutOnBothSides: run.edit.split(lower, id, range, tail); break;
         case Overlap::tailHidden:
             run.edit.trim(lower, id, {.start = {}, .end = range.start, .in = {}, .out = {}});
@@ -105,15 +107,28 @@ void cut(PassRun& run, TrackIndex& lower, Id id, FrameRange range, const std::st
 XMLNode mergeClips(PassRun& run, XMLNode sequence) {
     run.setProgressLabelText("Merging clips...");
     QVLog::appendLog("Merging clips...");
+    // A clip can stick out on both sides of each other clip once. Far more splits mean that clips
+    // overlap or end before they start: each such clip may double what lies below it.
+    const std::size_t mostSplits = run.edit.itemsBefore() + 10000;
+    std::size_t splits = 0;
     const bool done = visitOpaqueClips(run, sequence, [&](const OpaqueClip& clip) {
         const FrameRange range = opaqueMiddle(clip);
-        const Found found = findOverlapped(clip.lower, range);
+        const Found found = findOverlapped(run, clip.lower, range);
         if (run.cancelled()) return false;
         if (!found.any) return true;
         QVLog::fastAppendLog("Lower track %i has partially obscured clip(s) below %@,%@",
                              clip.lowerNumber, range.start, range.end);
         const std::string reason = hiddenReason(run, clip, range);
-        for (const Id id : found.cuts) cut(run, clip.lower, id, range, reason);
+        for (const Id id : found.cuts) {
+            if (run.cancelled()) return false;
+            const std::size_t before = clip.lower.childCount();
+            cut(run, clip.lower, id, range, reason);
+            if (clip.lower.childCount() > before && ++splits > mostSplits) {
+                run.failure = "Clips were split again and again, " + std::to_string(splits) +
+                              " times; the last was " + reason;
+                return false;
+            }
+        }
         return true;
     });
     return done ? sequence : XMLNode();

@@ -6,7 +6,7 @@
 #include "support/QVLog.h"
 
 #include <string>
-#include <unordered_set>
+#include <unordered_map>
 #include <vector>
 
 namespace reelsweep::passes {
@@ -44,31 +44,36 @@ bool visitOpaqueClips(PassRun& run, XMLNode sequence, Visit visit) {
 /// A list of entries in the order in which they were first put in, without duplicates.
 class EntrySet {
 public:
-    bool contains(TrackIndex::Id id) const { return present_.contains(id); }
     void add(TrackIndex::Id id) {
-        if (present_.insert(id).second) order_.push_back(id);
+        if (places_.try_emplace(id, order_.size()).second) order_.push_back(id);
     }
-    void remove(TrackIndex::Id id) {
-        if (present_.erase(id) > 0) std::erase(order_, id);
+    void remove(TrackIndex::Id id) { places_.erase(id); }
+    /// What is in it now.
+    std::vector<TrackIndex::Id> entries() const {
+        std::vector<TrackIndex::Id> present;
+        for (std::size_t place = 0; place < order_.size(); ++place) {
+            const auto found = places_.find(order_[place]);
+            if (found != places_.end() && found->second == place) present.push_back(found->first);
+        }
+        return present;
     }
-    bool empty() const { return order_.empty(); }
-    auto begin() const { return order_.begin(); }
-    auto end() const { return order_.end(); }
 
 private:
-    std::vector<TrackIndex::Id> order_;
-    std::unordered_set<TrackIndex::Id> present_;
+    std::vector<TrackIndex::Id> order_;  ///< those taken out since too
+    std::unordered_map<TrackIndex::Id, std::size_t> places_;
 };
 
-/// Works out, over one run of a track, which entries a clip above hides.
+/// Works out, over one run of a track, which entries a clip above hides. What is answered after a
+/// cancel is incomplete.
 ///
 /// `search` tells by which search an entry is found (from 1; 0 for none). What the searches find,
 /// in order of first appearance, is the set to begin with. Then each of these entries brings its
 /// whole group into the set when `keeps` holds for the group's range, and takes its whole group out
 /// when not.
 template <class Search, class Keeps>
-EntrySet hiddenInRun(const TrackIndex& track, const TrackIndex::Run& run, int searches,
-                     Search search, Keeps keeps) {
+std::vector<TrackIndex::Id> hiddenInRun(const PassRun& pass, const TrackIndex& track,
+                                        const TrackIndex::Run& run, int searches, Search search,
+                                        Keeps keeps) {
     const std::vector<TrackIndex::Id> entries = track.entries(run.first, run.last);
     std::vector<TrackIndex::Id> found;
     for (int s = 1; s <= searches; ++s)
@@ -77,8 +82,13 @@ EntrySet hiddenInRun(const TrackIndex& track, const TrackIndex::Run& run, int se
 
     EntrySet hidden;
     for (const TrackIndex::Id id : found) hidden.add(id);
+    TrackIndex::Group last;
     for (const TrackIndex::Id id : found) {
+        if (pass.cancelled()) break;
         const TrackIndex::Group group = track.group(id);
+        // All clips of a long chain have one group, and once is enough for it.
+        if (group.first == last.first && group.last == last.last) continue;
+        last = group;
         const bool kept = keeps(group.range);
         for (const TrackIndex::Id member : track.entries(group.first, group.last)) {
             if (kept)
@@ -87,7 +97,7 @@ EntrySet hiddenInRun(const TrackIndex& track, const TrackIndex::Run& run, int se
                 hidden.remove(member);
         }
     }
-    return hidden;
+    return hidden.entries();
 }
 
 /// "hidden under NAME on V3 from 100 to 200".

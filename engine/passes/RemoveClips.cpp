@@ -39,7 +39,7 @@ std::vector<XMLNode> clipsInMainTracks(XMLNode sequence, const char* type, Wante
 
 XMLNode removeWithGroups(PassRun& run, XMLNode sequence, const std::vector<XMLNode>& clips,
                          const std::string& reason) {
-    QVLog::appendLog("Clips to disable: %@", description(clips));
+    QVLog::fastAppendLog("Clips to disable: %@", description(clips));
     for (const XMLNode& clip : clips) {
         if (run.cancelled()) return {};
         for (const XMLNode& node : QVXMLParser::affectedNodesForClip(clip))
@@ -93,7 +93,7 @@ XMLNode removeUnusedTracks(PassRun& run, XMLNode sequence) {
     for (const XMLNode& track : upperTracks) {
         if (run.cancelled()) return {};
         if (track.hasDescendant("clipitem") || track.hasDescendant("generatoritem")) continue;
-        QVLog::appendLog("Empty track at index: %i", track.index());
+        QVLog::fastAppendLog("Empty track at index: %i", track.index());
         run.edit.detachTrack(track, "no clips on it");
     }
     return sequence;

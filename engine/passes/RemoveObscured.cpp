@@ -12,13 +12,14 @@ std::string hiddenReason(const PassRun& run, const OpaqueClip& clip, FrameRange 
 namespace {
 
 // Everything on the lower track whose whole group lies inside the range.
-std::vector<TrackIndex::Id> hiddenBelow(const TrackIndex& lower, FrameRange range) {
+std::vector<TrackIndex::Id> hiddenBelow(const PassRun& pass, const TrackIndex& lower,
+                                        FrameRange range) {
     std::vector<TrackIndex::Id> all;
     TrackIndex::Id hit = lower.firstInside(range);
     while (hit != TrackIndex::none) {
         const TrackIndex::Run run = lower.run(hit);
-        const EntrySet hidden = hiddenInRun(
-            lower, run, 2, [&](const TrackEntry& e) { return e.searchInside(range); },
+        const std::vector<TrackIndex::Id> hidden = hiddenInRun(
+            pass, lower, run, 2, [&](const TrackEntry& e) { return e.searchInside(range); },
             [&](FrameRange group) { return group.start >= range.start && group.end <= range.end; });
         all.insert(all.end(), hidden.begin(), hidden.end());
         const TrackIndex::Id after = lower.next(run.last);
@@ -35,7 +36,7 @@ XMLNode removeObscuredClips(PassRun& run, XMLNode sequence) {
     QVLog::appendLog("Removing obscured clips...");
     const bool done = visitOpaqueClips(run, sequence, [&](const OpaqueClip& clip) {
         const FrameRange range = clip.group.range;
-        const std::vector<TrackIndex::Id> hidden = hiddenBelow(clip.lower, range);
+        const std::vector<TrackIndex::Id> hidden = hiddenBelow(run, clip.lower, range);
         if (run.cancelled()) return false;
         if (hidden.empty()) return true;
         QVLog::fastAppendLog("Lower track %i has fully obscured clip(s) %@-%@", clip.lowerNumber,

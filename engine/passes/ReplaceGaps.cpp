@@ -1,10 +1,10 @@
 #include "engine/Timeline.h"
 #include "engine/passes/Passes.h"
 #include "support/QVLog.h"
-#include "xml/QVXMLParser.h"
 #include "xml/XMLDocument.h"
 
 #include <stdexcept>
+#include <unordered_map>
 
 namespace reelsweep::passes {
 
@@ -24,7 +24,7 @@ std::string slugNumber(Frames frames) {
 // Slug3 and so on and refer to that file. There is no clip "Slug1": the id belongs to the file.
 class SlugMaker {
 public:
-    SlugMaker(const TimelineEdit& edit, XMLNode sequence) {
+    SlugMaker(TimelineEdit& edit, XMLNode sequence) {
         const XMLNode rate = sequence.child("rate");
         rateXML_ =
             rate ? serialise(rate) : "<rate><ntsc>false</ntsc><timebase>24</timebase></rate>";
@@ -69,11 +69,11 @@ XMLNode firstVideoTrack(XMLNode sequence) {
     return track;
 }
 
-// The track's clips with the ranges of their groups. A clip inside another item (a nested sequence,
-// a multiclip) is not in the index: its group stands among its own siblings.
+// The clips below a track with the ranges of their groups. The group of a clip inside another item
+// (a nested sequence, a multiclip) stands among its own siblings, so each parent has its index.
 class ClipRanges {
 public:
-    explicit ClipRanges(TrackIndex& index) : index_(index), direct_(index.items()) {}
+    explicit ClipRanges(TimelineEdit& edit) : edit_(edit) {}
 
     struct Clip {
         FrameRange range;
@@ -81,19 +81,22 @@ public:
     };
     /// Clips must come in document order.
     Clip next(XMLNode clip) {
-        if (clip.parent() == index_.track()) {
-            const TrackIndex::Id id = direct_[passed_++];
-            return {index_.group(id).range, index_.position(id)};
-        }
-        FrameRange range;
-        QVXMLParser::affectedNodesForClip(clip, &range.start, &range.end);
-        return {range, clip.index()};
+        TrackIndex& index = edit_.index(clip.parent());
+        const auto [found, isNew] = siblings_.try_emplace(clip.parent());
+        Siblings& siblings = found->second;
+        if (isNew) siblings.clips = index.items();
+        const TrackIndex::Id id = siblings.clips[siblings.passed++];
+        return {index.group(id).range, index.position(id)};
     }
 
 private:
-    TrackIndex& index_;
-    std::vector<TrackIndex::Id> direct_;
-    std::size_t passed_ = 0;
+    struct Siblings {
+        std::vector<TrackIndex::Id> clips;  ///< as they stood before any slug
+        std::size_t passed = 0;
+    };
+
+    TimelineEdit& edit_;
+    std::unordered_map<XMLNode, Siblings> siblings_;
 };
 
 }  // namespace
@@ -109,7 +112,7 @@ XMLNode replaceGapsWithSlugs(PassRun& run, XMLNode sequence) {
     SlugMaker slugs(run.edit, sequence);
     const std::vector<XMLNode> clips = clipsBelow(track);
     TrackIndex& index = run.edit.index(track);
-    ClipRanges ranges(index);
+    ClipRanges ranges(run.edit);
     Frames previousEnd;
     for (const XMLNode& clip : clips) {
         if (run.cancelled()) return {};
@@ -123,10 +126,13 @@ XMLNode replaceGapsWithSlugs(PassRun& run, XMLNode sequence) {
             const Result<XMLNode> slug = sequence.parseDetached(xml);
             if (!slug) throw std::logic_error("slug: " + slug.failure().description());
             // A clip inside another item has an index among its own siblings: that is where the
-            // slug goes, into the track all the same.
+            // slug goes, into the track all the same. And the slug stands before the clip itself,
+            // so between it and the transition that fades it in.
             run.edit.insertItem(index, *slug, place);
             QVLog::fastAppendLog("slug: %@", xml);
         }
+        // Also when it lies inside the clip before it and ends earlier: a slug may then stand over
+        // the rest of that clip, as it always could.
         previousEnd = range.end;
     }
     return sequence;

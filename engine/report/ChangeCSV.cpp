@@ -8,7 +8,7 @@ namespace reelsweep {
 namespace {
 
 constexpr std::string_view header =
-    "Sequence,Pass,Change,Element,Name,Id,"
+    "Sequence,Pass,Change,Element,Name,Id,In clip,In clip id,"
     "Track before,Start before,End before,In before,Out before,Timecode start before,"
     "Timecode end before,"
     "Track after,Start after,End after,In after,Out after,Timecode start after,"
@@ -50,6 +50,8 @@ bool writeChangesCSV(const ChangeLedger& ledger, ByteSink& sink) {
             addField(line, change.node.name());
             addField(line, change.name());
             addField(line, change.id());
+            addField(line, change.holderName());
+            addField(line, change.holderId());
             addPlace(line, sequence.timecode, change.trackBefore, change.before);
             addPlace(line, sequence.timecode, change.trackAfter, change.after);
             addField(line, sequence.reasonText(change));

@@ -1,6 +1,7 @@
 #include "engine/report/ChangeListing.h"
 
 #include "engine/PassTable.h"
+#include "engine/Timeline.h"
 
 #include <algorithm>
 
@@ -16,6 +17,7 @@ std::string lowered(std::string text) {
 
 bool holds(const SequenceLedger& sequence, const Change& change, const std::string& filter) {
     const std::string text = std::string(description(change.kind)) + '\n' + change.name() + '\n' +
+                             change.holderName() + '\n' + change.holderId() + '\n' +
                              change.id() + '\n' + std::string(change.node.name()) + '\n' +
                              description(change.trackBefore) + '\n' +
                              description(change.trackAfter) + '\n' + sequence.reasonText(change);
@@ -36,6 +38,7 @@ ChangeTexts ChangeTexts::of(const SequenceLedger& sequence, const Change& change
     texts.kind = description(change.kind);
     texts.item = change.name();
     if (texts.item.empty()) texts.item = change.node.name();
+    if (change.holder) texts.item += " in " + displayName(change.holder);
     texts.before = placeText(sequence.timecode, change.trackBefore, change.before);
     texts.after = placeText(sequence.timecode, change.trackAfter, change.after);
     texts.reason = sequence.reasonText(change);

@@ -20,7 +20,7 @@ Json timeValue(const std::optional<Frames>& time) {
     return time ? Json(time->count) : Json(nullptr);
 }
 
-// Where an item stands; null for what has no place: an item not yet there, or a filter.
+// Where an item stands; null for what has no place, such as an item not yet there.
 Json placeValue(TrackLabel track, const ItemTimes& times) {
     if (track.number == 0 && times == ItemTimes{}) return nullptr;
     Json place;
@@ -32,6 +32,16 @@ Json placeValue(TrackLabel track, const ItemTimes& times) {
     return place;
 }
 
+// The clip that a filter or a marker belongs to.
+Json holderValue(const Change& change) {
+    if (!change.holder) return nullptr;
+    Json holder;
+    holder["element"] = change.holder.name();
+    holder["name"] = change.holderName();
+    holder["id"] = change.holderId();
+    return holder;
+}
+
 Json changeValue(const SequenceLedger& sequence, const Change& change) {
     const std::string& reason = sequence.reasonText(change);
     Json value;
@@ -41,6 +51,7 @@ Json changeValue(const SequenceLedger& sequence, const Change& change) {
     value["name"] = change.name();
     value["id"] = change.id();
     value["item"] = change.countsAsItem;
+    value["holder"] = holderValue(change);
     value["before"] = placeValue(change.trackBefore, change.before);
     value["after"] = placeValue(change.trackAfter, change.after);
     value["reason"] = reason.empty() ? Json(nullptr) : Json(reason);

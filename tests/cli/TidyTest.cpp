@@ -261,14 +261,16 @@ TEST(Tidy, ReportsEveryChange) {
         return Json();
     };
     Json removed = Json::parse(R"({"pass": "removeDisabledVideoClips", "kind": "removed",
-        "element": "clipitem", "name": "B", "id": "B", "item": true, "after": null,
-        "reason": "disabled"})");
+        "element": "clipitem", "name": "B", "id": "B", "item": true, "holder": null,
+        "after": null, "reason": "disabled"})");
     removed["before"] = place("V1", 100, 200, 0, 100);
     EXPECT_EQ(change("removed", "B"), removed);
     EXPECT_EQ(change("moved", "C")["before"], place("V2", 20, 40, 0, 20));
     EXPECT_EQ(change("moved", "C")["after"], place("V1", 20, 40, 0, 20));
     EXPECT_EQ(change("split", "A")["after"], place("V1", 0, 20, 5, 105));
     EXPECT_EQ(change("removed", "S")["reason"], "level 0");
+    EXPECT_EQ(change("removed", "Blur")["holder"]["name"], "A");
+    EXPECT_EQ(change("removed", "Blur")["before"]["track"], "V1");
 }
 
 TEST(Tidy, IsQuietWhenTold) {

@@ -14,10 +14,12 @@ std::string timesText(const ItemTimes& times) {
            text(times.out);
 }
 
-// "moved B V2>V1 [0,9)@0:9", "removed A V1> [0,9)@0:9: disabled"
+// "moved B V2>V1 [0,9)@0:9", "removed A V1> [0,9)@0:9: disabled", "removed Blur in A V1> ..."
 std::string changeText(const SequenceLedger& ledger, const Change& change) {
-    std::string text = std::string(description(change.kind)) + " " + change.id() + " " +
-                       description(change.trackBefore);
+    const std::string who = change.id().empty() ? change.name() : change.id();
+    std::string text = std::string(description(change.kind)) + " " + who + " ";
+    if (change.holder) text += "in " + change.holderId() + " ";
+    text += description(change.trackBefore);
     if (change.trackAfter != change.trackBefore) text += ">" + description(change.trackAfter);
     text += " " + timesText(change.before);
     const bool hasAfter = change.trackAfter.number != 0 && change.after != change.before;
@@ -54,12 +56,19 @@ TEST(Ledger, TellsEachChangeWithTracksTimesAndReason) {
         {{"removeUnusedTracks"},
          "V1: V2: x[0,9)",
          {"removed x V2> [0,9)@-:-: no clips on it", "removed  V2> [-,-)@-:-: no clips on it"}},
+        // An empty track of a nested sequence is the clip's that holds it, not the track it is on;
+        // in document order, wherever that clip has moved.
+        {{"collapseTracks", "removeUnusedTracks"},
+         "V1: A[0,9) V2: B[9,20){<video><track/><track/></video>}",
+         {"moved B V2>V1 [9,20)@0:11", "removed  in B V1> [9,20)@0:11: no clips on it",
+          "removed  V2> [-,-)@-:-: no clips on it"}},
         {{"replaceGaps"}, "V1: A[5,9)", {"inserted Slug >V1 [-,-)@-:- > [0,5)@30:35"}},
-        {{"collapseMultiClips"}, "V1: A[0,9)&FALSE", {"changed  V1 [-,-)@-:-"}},
+        {{"collapseMultiClips"}, "V1: A[0,9)&FALSE", {"changed  in A V1 [0,9)@0:9"}},
+        {{"collapseMultiClips"}, "V1: A[0,9)&TRUE", {}},
         {{"removeFilters", "removeMarkers"},
          "V1: A[0,9)+Blur'M",
-         {"removed  V1> [-,-)@-:-: all filters are removed",
-          "removed  V1> [-,-)@-:-: all markers are removed"}},
+         {"removed Blur in A V1> [0,9)@0:9: all filters are removed",
+          "removed M in A V1> [0,9)@0:9: all markers are removed"}},
         {{"removeVideoTransitions"},
          "V1: A[0,-1)@0:9 x[5,9) B[9,20)",
          {"trimmed A V1 [0,-1)@0:9 > [0,9)@0:5",

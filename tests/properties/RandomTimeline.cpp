@@ -139,6 +139,7 @@ private:
         if (random_.chance(6)) clip.rest += filter();
         maybe(2, "{<file><mediaSource>Slug</mediaSource></file>}");
         maybe(2, "{<enabled>TRUE</enabled>}");
+        maybe(5, "{<duration>300</duration>}");
         maybe(2,
               "{<sequence><media><video><track><clipitem><start>3</start><end>900</end></clipitem>"
               "</track><track/></video></media></sequence>}");
@@ -178,12 +179,27 @@ private:
                 item.out = random_.one(odd);
             }
             if (random_.chance(often / 3)) std::swap(item.start, item.end);
+            if (random_.chance(often / 5)) partText(item);
         }
         if (items_.size() > 1 && random_.chance(40)) {
             const std::size_t at = random_.index(items_.size());
             std::swap(items_[at], items_[random_.index(items_.size())]);
         }
         if (!items_.empty() && random_.chance(30)) items_.push_back(random_.one(items_));
+    }
+
+    // A comment or CDATA parts a time's text: some readings take all of it, some the first part.
+    void partText(Item& item) {
+        const bool isStart = random_.chance(50);
+        std::string& time = isStart ? item.start : item.end;
+        if (time.size() < 2 || time.find_first_not_of("-0123456789") != time.npos) return;
+        const std::string first = time.substr(0, 1), rest = time.substr(1);
+        const std::string element = isStart ? "start" : "end";
+        item.rest += "{<" + element + ">" +
+                     (random_.chance(50) ? first + "<!--c-->" + rest
+                                         : "<![CDATA[" + first + "]]>" + rest) +
+                     "</" + element + ">}";
+        time = "-";
     }
 
     Random random_;
