@@ -210,6 +210,8 @@ void runBenchmarks(const fs::path& parent, std::size_t items, int runs) {
     bench.growth("all on the top track over empty ones", TimelineShape::topOverEmpty);
     bench.growth("everything hidden", TimelineShape::allHidden);
     bench.growth("one chain of transitions", TimelineShape::chain);
+    bench.growth("one hidden chain of transitions", TimelineShape::hiddenChain);
+    bench.growth("all in a nested sequence", TimelineShape::nested);
     bench.growth("60 tracks", TimelineShape::manyTracks);
     fmt::print(
         "A step whose times stay below {:.0f} ms is too short for its growth to mean\n"

@@ -22,7 +22,8 @@ int main(int argc, char** argv) {
     app.add_option("--seed", options.seed, "another seed gives another file")
         ->capture_default_str();
     app.add_option("--shape", shape, "what the timeline looks like")
-        ->check(CLI::IsMember({"mixed", "top-over-empty", "all-hidden", "chain", "many-tracks"}))
+        ->check(CLI::IsMember({"mixed", "top-over-empty", "all-hidden", "chain", "hidden-chain",
+                               "nested", "many-tracks"}))
         ->capture_default_str();
     app.add_option("OUT", path, "the file to write")->required();
     CLI11_PARSE(app, argc, argv);

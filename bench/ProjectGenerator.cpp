@@ -135,6 +135,12 @@ private:
         } else if (options_.shape == TimelineShape::allHidden) {
             // The clips of the upper tracks are longer, so that each hides several below.
             writeCuts(share, 50L * (track_ + 1));
+        } else if (options_.shape == TimelineShape::hiddenChain) {
+            const long length = static_cast<long>(items) * 60;
+            if (track_ == 0) writeChain(items);
+            if (track_ == 1) writeItem(0, length, length);
+        } else if (options_.shape == TimelineShape::nested) {
+            if (track_ == 0) writeItem(0, 6000, 6000);
         } else if (track_ == 0) {
             writeChain(tracks == 1 ? items : items / 2);
         } else {
@@ -268,7 +274,9 @@ private:
             writeFile();
             xml_.close();
         } else if (isMixed_ && !isAudio_ && random_.oneIn(200)) {
-            writeNestedSequence();
+            writeNestedSequence(3);
+        } else if (options_.shape == TimelineShape::nested && nested_ == 0) {
+            writeNestedSequence(options_.items);
         } else {
             writeFile();
         }
@@ -290,7 +298,7 @@ private:
         xml_.close();
     }
 
-    void writeNestedSequence() {
+    void writeNestedSequence(std::size_t clips) {
         if (nested_ > 0 && !random_.oneIn(10)) {
             const long number = 1 + random_.below(nested_);
             xml_.line(fmt::format("<sequence id=\"sequence-{}\"/>", number));
@@ -303,7 +311,7 @@ private:
         const std::size_t outerIndex = std::exchange(clipIndex_, 0);
         xml_.open("video");
         xml_.open("track");
-        writeCuts(3, 60);
+        writeCuts(clips, 60);
         xml_.close();
         xml_.close();
         closeSequence();
@@ -380,6 +388,8 @@ std::optional<TimelineShape> shapeNamed(std::string_view name) {
         {"top-over-empty", TimelineShape::topOverEmpty},
         {"all-hidden", TimelineShape::allHidden},
         {"chain", TimelineShape::chain},
+        {"hidden-chain", TimelineShape::hiddenChain},
+        {"nested", TimelineShape::nested},
         {"many-tracks", TimelineShape::manyTracks},
     };
     const auto found = std::find_if(std::begin(shapes), std::end(shapes),

@@ -17,10 +17,13 @@ enum class TimelineShape {
     topOverEmpty,  ///< all clips on the top track, all tracks below it empty
     allHidden,     ///< opaque clips of the top track over everything below
     chain,         ///< the lowest track is one chain of clips joined by transitions
+    hiddenChain,   ///< such a chain, and one opaque clip above all of it
+    nested,        ///< one clip that holds all others in a nested sequence
     manyTracks,    ///< as mixed, on 60 video tracks whatever the options say
 };
 
-/// The shape of that name: "mixed", "top-over-empty", "all-hidden", "chain" or "many-tracks".
+/// The shape of that name: "mixed", "top-over-empty", "all-hidden", "chain", "hidden-chain",
+/// "nested" or "many-tracks".
 std::optional<TimelineShape> shapeNamed(std::string_view name);
 
 struct GeneratorOptions {

@@ -17,8 +17,8 @@ std::string lowered(std::string text) {
 
 bool holds(const SequenceLedger& sequence, const Change& change, const std::string& filter) {
     const std::string text = std::string(description(change.kind)) + '\n' + change.name() + '\n' +
-                             change.holderName() + '\n' + change.holderId() + '\n' +
-                             change.id() + '\n' + std::string(change.node.name()) + '\n' +
+                             change.holderName() + '\n' + change.holderId() + '\n' + change.id() +
+                             '\n' + std::string(change.node.name()) + '\n' +
                              description(change.trackBefore) + '\n' +
                              description(change.trackAfter) + '\n' + sequence.reasonText(change);
     return lowered(text).find(filter) != std::string::npos;

@@ -216,6 +216,26 @@ TEST(Document, DeliversNothingWhenCancelledBeforeTheSecondSequence) {
     EXPECT_TRUE(project.document.runResult().delivered);
 }
 
+TEST(Document, DeliversNothingWhenClipsAreSplitWithoutEnd) {
+    // A clip that ends before it starts doubles what lies below it.
+    std::string timeline = "V1: A[0,1000) V2:";
+    for (int i = 0; i < 40; ++i) timeline += " B[200,100)";
+    Project project({timeline});
+    const std::string before = project.xml();
+    shownAlerts().clear();
+    project.document.startProcessing({"collapseTracks", "collapseUncompositedClips"});
+    const RunResult& result = project.document.runResult();
+    EXPECT_FALSE(result.delivered);
+    ASSERT_EQ(result.failures.size(), 1u);
+    EXPECT_EQ(result.failures[0].code, FailureCode::processing);
+    ASSERT_EQ(shownAlerts().size(), 1u);
+    EXPECT_TRUE(shownAlerts()[0].starts_with(
+        "Unable to tidy: Sequence \"Harbour\". Clips were split again and again, 10"))
+        << shownAlerts()[0];
+    EXPECT_TRUE(shownAlerts()[0].ends_with("hidden under B on V2 from 200 to 100."));
+    EXPECT_EQ(project.xml(), before);
+}
+
 TEST(Document, RunsOnAThreadOfItsOwnAndTellsTheMainThread) {
     Project project({"V1: !A[0,9)"});
     bool onMain = true;

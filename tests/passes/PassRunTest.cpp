@@ -108,8 +108,7 @@ TEST(Passes, KeepWhatWasDoneBeforeACancelInTheMiddle) {
             const XMLNode result = passPair(row.pass).product(project.document, sequence);
             canceller.join();
             pause = result ? pause / 2 : pause * 2;
-            const Strings some =
-                changesMade(project.document.changeLedger().sequences.front());
+            const Strings some = changesMade(project.document.changeLedger().sequences.front());
             stopped = !result && !some.empty() && some.size() < all.size();
             if (stopped) {
                 EXPECT_TRUE(std::equal(some.begin(), some.end(), all.begin()));

@@ -195,10 +195,10 @@ private:
         if (time.size() < 2 || time.find_first_not_of("-0123456789") != time.npos) return;
         const std::string first = time.substr(0, 1), rest = time.substr(1);
         const std::string element = isStart ? "start" : "end";
-        item.rest += "{<" + element + ">" +
-                     (random_.chance(50) ? first + "<!--c-->" + rest
-                                         : "<![CDATA[" + first + "]]>" + rest) +
-                     "</" + element + ">}";
+        item.rest +=
+            "{<" + element + ">" +
+            (random_.chance(50) ? first + "<!--c-->" + rest : "<![CDATA[" + first + "]]>" + rest) +
+            "</" + element + ">}";
         time = "-";
     }
 
