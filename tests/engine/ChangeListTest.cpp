@@ -79,19 +79,25 @@ public:
 };
 
 TEST(ChangeCSV, WritesALineAChangeAndQuotesWhatNeedsIt) {
-    Project project({"S: {<rate><timebase>25</timebase></rate>} V1: A[0,100) !B[100,-1)@5:90"});
+    Project project(
+        {"S: {<rate><timebase>25</timebase></rate>} V1: A[0,100)+Blur !B[100,-1)@5:90"});
     project.record().title = "Reel \"1\", cut\n2";
-    project.document.startProcessing({"removeDisabledVideoClips"}, Delivery::none);
+    project.document.startProcessing({"removeDisabledVideoClips", "removeFilters"}, Delivery::none);
     TextSink sink;
     ASSERT_TRUE(writeChangesCSV(project.document.changeLedger(), sink));
     const std::size_t line = sink.text.find("\r\n") + 2;
+    const std::string reel = "\"Reel \"\"1\"\", cut\n2\",";
     EXPECT_EQ(sink.text.substr(line),
-              "\"Reel \"\"1\"\", cut\n2\",removeDisabledVideoClips,removed,clipitem,B,B,"
-              "V1,100,-1,5,90,00:00:04:00,transition,,,,,,,,disabled\r\n");
+              reel +
+                  "removeDisabledVideoClips,removed,clipitem,B,B,,,"
+                  "V1,100,-1,5,90,00:00:04:00,transition,,,,,,,,disabled\r\n" +
+                  reel +
+                  "removeFilters,removed,filter,Blur,,A,A,"
+                  "V1,0,100,0,100,00:00:00:00,00:00:04:00,,,,,,,,all filters are removed\r\n");
     const auto commas = [](std::string_view text) {
         return std::count(text.begin(), text.end(), ',');
     };
-    EXPECT_EQ(commas(sink.text.substr(0, line)), 20);
+    EXPECT_EQ(commas(sink.text.substr(0, line)), 22);
 }
 
 }  // namespace
