@@ -184,7 +184,12 @@ void QVFCPDoc::showAlert(const std::string& message, const std::string& informat
 // The run
 
 void QVFCPDoc::process(const OptionList& options, std::function<void()> ended) {
-    processThread_.start([this, options] { startProcessing(options); }, std::move(ended));
+    const auto run = [this, options] {
+        startProcessing(options);
+        // What is sent or exported after a cancelled run is not cancelled.
+        processingCancelled_ = false;
+    };
+    processThread_.start(run, std::move(ended));
 }
 
 void QVFCPDoc::startProcessing(const OptionList& options, Delivery delivery) {
@@ -275,12 +280,12 @@ std::vector<std::string> QVFCPDoc::ignoredEffects() const {
 
 // Delivery
 
-BinText BinText::make(bool includeHeader) {
+BinText BinText::make(std::optional<int> xmemlVersion) {
     BinText text;
-    if (includeHeader) {
+    if (xmemlVersion) {
         text.before =
             "<?xml version=\"1.0\" encoding=\"UTF-8\"?><!DOCTYPE xmeml><xmeml version=\"" +
-            std::to_string(QVAppleEvents::maximumXMEMLVersion()) + "\">";
+            std::to_string(*xmemlVersion) + "\">";
         text.after = "</xmeml>";
     }
     text.before += "<bin><uuid>" + QVAppleEvents::generateUUID() +
@@ -290,7 +295,8 @@ BinText BinText::make(bool includeHeader) {
 }
 
 std::optional<std::string> QVFCPDoc::generateXMLOutput(bool includeHeader) {
-    const BinText bin = BinText::make(includeHeader);
+    const BinText bin = BinText::make(
+        includeHeader ? std::optional(QVAppleEvents::maximumXMEMLVersion()) : std::nullopt);
     std::string output = bin.before;
     for (const auto& record : *sequenceArray()) {
         if (processingCancelled_) return {};
@@ -304,7 +310,7 @@ std::optional<std::string> QVFCPDoc::generateXMLOutput(bool includeHeader) {
 // The bin that generateXMLOutput(false) writes, made of the results themselves: writing hundreds of
 // megabytes out to read them back in gives the same nodes.
 Result<XMLNode> QVFCPDoc::makeBin(XMLNode project) {
-    const BinText text = BinText::make(false);
+    const BinText text = BinText::make({});
     Result<XMLNode> bin = project.parseDetached(text.before + text.after);
     if (!bin) return bin;
     XMLNode children = bin->child("children");

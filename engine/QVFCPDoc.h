@@ -196,12 +196,12 @@ private:
     DocumentThread processThread_;
 };
 
-/// The text around the sequences of an output bin, before and after them. The bin gets a fresh
-/// uuid.
+/// The text around the sequences of an output bin, before and after them; with the header of a
+/// whole document when a version of XMEML is given. The bin gets a fresh uuid.
 struct BinText {
     std::string before;
     std::string after;
-    static BinText make(bool includeHeader);
+    static BinText make(std::optional<int> xmemlVersion);
 };
 
 }  // namespace reelsweep

@@ -126,10 +126,11 @@ void QVFCPXDoc::startProcessing(const OptionList& options) {
         QVXMLParser::stringValueForQuery("./@name[1]", projectOf(*document)).value_or("");
     if (has(options, "removeFilters")) document = removeFilters(std::move(document));
     if (has(options, "removeMarkers")) document = removeMarkers(std::move(document));
+    // A window shows the result when the progress ends.
+    runResult_.cancelled = processingCancelled_;
+    runResult_.delivered = document != nullptr;
     onMainThread([this] { view_.endProgress(); });
     xmlDoc_ = std::move(document);
-    runResult_.cancelled = processingCancelled_;
-    runResult_.delivered = xmlDoc_ != nullptr;
     onMainThread([this] { view_.markChanged(); });
     processXML();
 }

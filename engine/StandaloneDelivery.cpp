@@ -1,7 +1,9 @@
 #include "engine/StandaloneDelivery.h"
 
 #include "engine/Timeline.h"
+#include "hosts/QVAppleEvents.h"
 
+#include <stdexcept>
 #include <unordered_map>
 #include <unordered_set>
 
@@ -144,10 +146,21 @@ private:
     std::unordered_set<std::string> masterClips_;
 };
 
+// A document that any host may read: where the version of the one that is installed cannot be told,
+// the newest one.
+int xmemlVersion() {
+    constexpr int newest = 5;
+    try {
+        return QVAppleEvents::maximumXMEMLVersion();
+    } catch (const std::out_of_range&) {
+        return newest;
+    }
+}
+
 }  // namespace
 
 Result<XMLDocument> standaloneDocument(QVFCPDoc& document) {
-    const BinText text = BinText::make(true);
+    const BinText text = BinText::make(xmemlVersion());
     Result<XMLDocument> output = XMLDocument::parse(text.before + text.after);
     if (!output) return output;
     XMLNode children = output->rootElement().child("bin").child("children");

@@ -7,6 +7,7 @@
 #include "support/QVFileManager.h"
 #include "support/QVLocalPaths.h"
 #include "support/QVLog.h"
+#include "support/WaitFor.h"
 #include "xml/QVXMLParser.h"
 #include "xml/XMLQuery.h"
 
@@ -75,11 +76,14 @@ bool QVFCPProjectController::loadXMLFromPremiere(const std::string& projectPath)
     QVPremiereEvents::openProject(projectPath);
     std::this_thread::sleep_for(pause);
     QVPremiereEvents::exportFCPXML(file);
+    // It looks once; Premiere Pro may take seconds to begin.
     QVFileManager::waitForFileCreation(file, creationTimeout);
+    waitFor([&] { return QVFileManager::fileSize(file).value_or(0) > 0; }, creationTimeout);
     QVFileManager::waitForFileWrites(file);
     std::this_thread::sleep_for(pause);
     std::ifstream stream(file, std::ios::binary);
     if (!stream) return false;
+    // The file stays, for a look at what Premiere Pro wrote.
     const std::string xml{std::istreambuf_iterator<char>(stream), {}};
     if (setXmlDocFromText(xml, file)) return true;
     QVLog::appendLog("Error loading XML data: %@", loadFailure_->description());

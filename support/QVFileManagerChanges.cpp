@@ -5,6 +5,7 @@
 #include "support/QVLocalPaths.h"
 #include "support/QVLog.h"
 #include "support/QVTaskEx.h"
+#include "support/WaitFor.h"
 
 #include <strings.h>
 #include <algorithm>
@@ -21,25 +22,8 @@ namespace reelsweep {
 namespace {
 
 namespace fs = std::filesystem;
-using namespace std::chrono_literals;
 
 QVAuthorization& authorization() { return QVAuthorization::sharedController(); }
-
-/// Waits, for at most the seconds, until the file system shows what is expected.
-template <class Condition>
-bool waitFor(Condition condition, double seconds) {
-    const auto start = std::chrono::steady_clock::now();
-    MainThread& mainThread = *Platform::current().mainThread;
-    while (!condition() &&
-           std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count() <
-               seconds) {
-        if (mainThread.isMainThread())
-            mainThread.pumpOne(10ms);
-        else
-            std::this_thread::sleep_for(300ms);
-    }
-    return condition();
-}
 
 /// A locked item cannot be changed, and those who ask for a change mean it.
 void clearLock(const std::string& path) {
@@ -118,7 +102,7 @@ bool QVFileManager::moveFile(const Path& source, const Path& destination, double
     if (!moveFile(source, destination)) return false;
     if (differOnlyInCase(source, destination)) {
         // The old name would still be found on a volume that does not tell the two apart.
-        std::this_thread::sleep_for(500us);
+        std::this_thread::sleep_for(std::chrono::microseconds(500));
         return true;
     }
     return waitFor([&] { return !filesystem::itemExists(source); }, timeout);

@@ -8,6 +8,7 @@
 #include <nlohmann/json.hpp>
 
 #include <limits>
+#include <regex>
 
 namespace reelsweep::test {
 namespace {
@@ -86,6 +87,24 @@ TEST(Help, GoesToStandardOutputUnlessNobodyAskedForIt) {
     EXPECT_EQ(nothing.status, 2);
     EXPECT_EQ(nothing.output, "");
     EXPECT_EQ(nothing.error, run(workplace, {"--help"}).output);
+}
+
+TEST(Help, TellsNothingThatManualAndCompletionDoNot) {
+    const Workplace workplace;
+    std::string manual = contentsOf(REELSWEEP_SOURCE_FOLDER "/resources/man/reelsweep-cli.1");
+    std::erase(manual, '\\');
+    const std::string completion =
+        contentsOf(REELSWEEP_SOURCE_FOLDER "/resources/completion/reelsweep-cli");
+    for (const char* command : {"list", "passes", "projects", "tidy"}) {
+        EXPECT_NE(manual.find(std::string(".B ") + command + "\n"), std::string::npos) << command;
+        const std::string help = run(workplace, {command, "--help"}).output;
+        const std::regex option("--[a-z][a-z-]+");
+        for (std::sregex_iterator found(help.begin(), help.end(), option), end; found != end;
+             ++found)
+            for (const std::string& text : {manual, completion})
+                EXPECT_TRUE(found->str() == "--help" || text.find(found->str()) != text.npos)
+                    << command << " " << found->str();
+    }
 }
 
 TEST(Timecode, CountsFramesOfTheRate) {

@@ -151,6 +151,12 @@ TEST(Tidy, DeliversStandaloneWhereThereIsNoProject) {
         0);
     EXPECT_EQ(sequencesOf(workplace.read("reels-Tidied.xml")), "Reel 2-Tidied: V1: D[0,50)\n");
 
+    // The host that is installed here has no part in it, not even one whose version says too little.
+    writeFile(workplace.home() + "/Applications/Final Cut Pro.app/Contents/Info.plist",
+              "<plist version='1.0'><dict><key>CFBundleShortVersionString</key><string>7</string>"
+              "</dict></plist>");
+    EXPECT_EQ(run(workplace, {"tidy", "bare.xml", "--force"}).error, "");
+
     const Ended refused =
         run(workplace, {"tidy", "bare.xml", "--deliver", "project", "-o", "x.xml"});
     EXPECT_EQ(refused.status, 5);

@@ -82,6 +82,8 @@ TEST_F(FCPXDocumentTest, RemovesFiltersAndMarkersOfTheFirstSequence) {
 
 TEST_F(FCPXDocumentTest, ReportsARunToItsWindowAndLedger) {
     open(libraryForm(sequence));
+    // A window shows what was done when the progress ends.
+    view_.onEnd = [&] { EXPECT_TRUE(document_.runResult().delivered); };
     document_.startProcessing({"removeFilters"});
     EXPECT_EQ(view_.events, (Strings{"start", "Initializing...", "Removing filters...", "end",
                                      "changed", "end"}));

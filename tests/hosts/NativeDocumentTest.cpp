@@ -177,8 +177,6 @@ TEST_F(NativeDocument, SendsNothingWhenCancelled) {
 
     // Sent by itself, without a run: the sequence as it was listed.
     native->view.onLabel = nullptr;
-    native->document.process({});
-    native->document.waitUntilProcessed();
     native->document.setSelected(2, true);
     native->document.sendToFCP();
     EXPECT_EQ(QVAppleEvents::sequencesInProject(path)->sequences.size(), 5U);

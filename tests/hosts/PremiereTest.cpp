@@ -80,8 +80,8 @@ protected:
                       "fi\n"
                       "out=$(sed -n \"s/.*exportFinalCutProXML('\\(.*\\)').*/\\1/p\" \"$1\")\n"
                       "[ -n \"$out\" ] || exit 0\n"
-                      "printf '<xmeml version=\"5\"><sequence>' > \"$out\"\n"
-                      "(sleep 2; cat '" +
+                      "(sleep 1; printf '<xmeml version=\"5\"><sequence>' > \"$out\"; "
+                      "sleep 2; cat '" +
                       applications.path() + "/rest' >> \"$out\") &\n");
         fs::permissions(program, fs::perms::owner_all);
     }

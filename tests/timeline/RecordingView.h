@@ -13,7 +13,10 @@ namespace reelsweep::test {
 class RecordingView final : public DocumentView {
 public:
     void startProgress() override { events.push_back("start"); }
-    void endProgress() override { events.push_back("end"); }
+    void endProgress() override {
+        events.push_back("end");
+        if (onEnd) onEnd();
+    }
     void setProgressLabelText(const std::string& text) override {
         events.push_back(text);
         ++labels;
@@ -29,6 +32,7 @@ public:
     std::vector<std::string> events;  ///< "start", "end", "reload", "enable", "changed", or a label
     int labels = 0;                   ///< how many labels were set
     std::function<void(const std::string&)> onLabel;
+    std::function<void()> onEnd;
 };
 
 }  // namespace reelsweep::test
