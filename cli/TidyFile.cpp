@@ -140,7 +140,11 @@ ExitCode TidyFile::showResult() {
     else if (planned_.output != standardStreamPath)
         lines += fmt::format("Wrote {}\n", singleLine(planned_.output));
     if (isOneOfMany) lines += "\n";
-    return application_.printForUser(lines);
+    const ExitCode printed = application_.printForUser(lines);
+    for (const SequenceLedger& sequence : work_->ledger().sequences)
+        if (const std::string loose = looseClipsText(sequence); !loose.empty())
+            application_.terminal().note(singleLine(sequence.title + ": " + loose));
+    return printed;
 }
 
 }  // namespace reelsweep

@@ -40,6 +40,29 @@ std::string Change::id() const { return idOf(node); }
 std::string Change::holderName() const { return nameOf(holder); }
 std::string Change::holderId() const { return idOf(holder); }
 
+std::string LooseClip::name() const { return nameOf(node); }
+std::string LooseClip::id() const { return idOf(node); }
+
+std::string looseClipsText(const SequenceLedger& sequence) {
+    constexpr std::size_t mostNamed = 3;
+    const std::vector<LooseClip>& clips = sequence.looseClips;
+    if (clips.empty()) return {};
+    std::string text = clips.size() == 1
+                           ? "1 clip has lost a transition, and with it an edge: "
+                           : std::to_string(clips.size()) +
+                                 " clips have lost a transition, and with it an edge: ";
+    for (std::size_t i = 0; i < std::min(clips.size(), mostNamed); ++i) {
+        const LooseClip& clip = clips[i];
+        if (i > 0) text += ", ";
+        text += clip.name() + " on " + description(clip.track) + " from " +
+                clip.times.start.value_or(Frames()).text() + " to " +
+                clip.times.end.value_or(Frames()).text();
+    }
+    if (clips.size() > mostNamed)
+        text += " and " + std::to_string(clips.size() - mostNamed) + " more";
+    return text;
+}
+
 std::size_t SequenceLedger::addReason(std::string text) {
     // One edit's changes come in a row and mostly share their reason.
     if (reasons_.back() != text) reasons_.push_back(std::move(text));

@@ -69,6 +69,16 @@ struct Change {
     std::string holderId() const;
 };
 
+/// A clip that has lost the transition at one of its edges.
+struct LooseClip {
+    XMLNode node;
+    TrackLabel track;
+    ItemTimes times;
+
+    std::string name() const;
+    std::string id() const;
+};
+
 /// The changes of one sequence.
 class SequenceLedger {
 public:
@@ -81,6 +91,10 @@ public:
     std::size_t itemsBefore = 0;
     std::size_t itemsAfter = 0;
     std::vector<Change> changes;  ///< in the order in which they were made
+    /// Clips of the result with an edge of -1 and no transition beside it, which did not come so:
+    /// the passes do not look at one another's work, and nothing says any more where these start or
+    /// end.
+    std::vector<LooseClip> looseClips;
 
     /// Keeps a reason once for the changes that share it; answers its number.
     std::size_t addReason(std::string text);
@@ -97,6 +111,9 @@ public:
 private:
     std::vector<std::string> reasons_{std::string()};
 };
+
+/// "1 clip has lost a transition, and with it an edge: NAME on V1 from -1 to 511"; empty for none.
+std::string looseClipsText(const SequenceLedger& sequence);
 
 struct ChangeLedger {
     std::deque<SequenceLedger> sequences;  ///< in the order in which they were processed

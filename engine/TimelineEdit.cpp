@@ -7,28 +7,52 @@
 
 namespace reelsweep {
 
+namespace {
+
+// A clip with an edge of -1 and no transition there.
+bool isLoose(XMLNode item) {
+    if (!isClip(item)) return false;
+    const auto [start, end] = item.firstChildren({"start", "end"});
+    return (start && start.firstText().value() == edgeInTransitionText &&
+            !item.previousSibling().isElement("transitionitem")) ||
+           (end && end.firstText().value() == edgeInTransitionText &&
+            !item.nextSibling().isElement("transitionitem"));
+}
+
+}  // namespace
+
 TimelineEdit::TimelineEdit(XMLNode sequence, SequenceLedger& ledger)
     : sequence_(sequence), ledger_(ledger) {
     for (const bool video : {true, false}) {
         int number = 0;
         for (const XMLNode media : childrenNamed(sequence, "media"))
             for (const XMLNode kind : childrenNamed(media, video ? "video" : "audio"))
-                for (const XMLNode track : childrenNamed(kind, "track"))
+                for (const XMLNode track : childrenNamed(kind, "track")) {
                     labels_[track] = TrackLabel{video, ++number};
+                    tracks_.push_back(track);
+                }
     }
-    ledger_.itemsBefore = countItems();
+    visitItems([&](XMLNode item) {
+        ++ledger_.itemsBefore;
+        if (isLoose(item)) cameLoose_.insert(item);
+    });
 }
 
-void TimelineEdit::finish() { ledger_.itemsAfter = countItems(); }
+void TimelineEdit::finish() {
+    visitItems([&](XMLNode item) {
+        ++ledger_.itemsAfter;
+        if (isLoose(item) && !cameLoose_.contains(item))
+            ledger_.looseClips.push_back({item, label(item), ItemTimes::of(item)});
+    });
+}
 
-std::size_t TimelineEdit::countItems() const {
-    std::size_t count = 0;
-    for (const auto& [track, label] : labels_) {
+template <class Visit>
+void TimelineEdit::visitItems(Visit visit) const {
+    for (const XMLNode& track : tracks_) {
         if (!track.parent()) continue;  // taken out meanwhile
         for (XMLNode node = track.firstChild(); node; node = node.nextSibling())
-            if (isTimelineItem(node)) ++count;
+            if (isTimelineItem(node)) visit(node);
     }
-    return count;
 }
 
 TrackLabel TimelineEdit::label(XMLNode node) const {

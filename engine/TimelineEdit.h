@@ -13,6 +13,7 @@
 #include <string>
 #include <string_view>
 #include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
 namespace reelsweep {
@@ -27,7 +28,7 @@ public:
     void beginPass(std::string_view option) { pass_ = option; }
     /// How many items the sequence came with.
     std::size_t itemsBefore() const { return ledger_.itemsBefore; }
-    /// Counts the items that are left. After the last pass.
+    /// Counts the items that are left, and finds those that have become loose. After the last pass.
     void finish();
 
     // Nodes anywhere in the sequence
@@ -75,7 +76,8 @@ private:
     Change& record(ChangeKind kind, XMLNode node);
     XMLNode holder(XMLNode node) const;
     bool isItemOnTrack(XMLNode node) const;
-    std::size_t countItems() const;
+    template <class Visit>
+    void visitItems(Visit visit) const;
     void writeTimes(XMLNode item, const ItemTimes& times);
     void forgetIndexes();
     void listElements();
@@ -85,7 +87,9 @@ private:
     XMLNode sequence_;
     SequenceLedger& ledger_;
     std::string_view pass_;
+    std::vector<XMLNode> tracks_;  ///< as they came
     std::unordered_map<XMLNode, TrackLabel> labels_;
+    std::unordered_set<XMLNode> cameLoose_;
     SequenceIndex sequenceIndex_;
     std::unordered_map<XMLNode, TrackIndex> indexes_;
     std::array<std::vector<XMLNode>, listedNames.size()> elements_;  ///< those taken out too

@@ -58,6 +58,19 @@ Json changeValue(const SequenceLedger& sequence, const Change& change) {
     return value;
 }
 
+Json looseClipsValue(const SequenceLedger& sequence) {
+    Json list = Json::array();
+    for (const LooseClip& clip : sequence.looseClips) {
+        Json value;
+        value["element"] = clip.node.name();
+        value["name"] = clip.name();
+        value["id"] = clip.id();
+        value["place"] = placeValue(clip.track, clip.times);
+        list.push_back(std::move(value));
+    }
+    return list;
+}
+
 // The passes that changed something, in run order, with their changes of each kind.
 Json totalsValue(const SequenceLedger& sequence) {
     Json list = Json::array();
@@ -126,6 +139,7 @@ void ChangeReport::addSequence(const SequenceLedger& sequence) {
     put(",\n     \"items\": " + dumped(itemsValue(sequence)));
     put(",\n     \"balances\": ");
     put(sequence.balances() ? "true" : "false");
+    put(",\n     \"looseClips\": " + dumped(looseClipsValue(sequence)));
     put(",\n     \"totals\": " + dumped(totalsValue(sequence)));
     put(",\n     \"changes\": [");
     std::string_view separator = "\n      ";

@@ -88,6 +88,18 @@ TEST(Ledger, TellsEachChangeWithTracksTimesAndReason) {
     }
 }
 
+TEST(Ledger, NamesClipsThatLoseTheTransitionAtAnEdge) {
+    // The slug stands between the transition and the clip that fades in; D came without one.
+    Project project({"V1: A[0,50) x[90,110) C[-1,200) V2: D[-1,9)"});
+    const auto text = [&](const OptionList& options) {
+        project.document.startProcessing(options, Delivery::none);
+        return looseClipsText(project.document.changeLedger().sequences.front());
+    };
+    EXPECT_EQ(text({"replaceGaps", "removeVideoTransitions"}),
+              "1 clip has lost a transition, and with it an edge: C on V1 from -1 to 200");
+    EXPECT_EQ(text({"removeVideoTransitions"}), "");
+}
+
 TEST(Ledger, CountsPerPassAndPerSequence) {
     Project project({"V1: A[0,100) V2: C[20,30) !D[40,50)", "V1: !A[0,9)", "V1: B[5,9)"});
     project.document.setSelected(2, true);
