@@ -26,7 +26,11 @@ public:
 
     void print(std::string_view text) override { standard_.print(text); }
     void log(std::string_view line) override {
-        mainThread_.post([this, text = std::string(line)] { terminal_.print(text); });
+        // At once where that can be, so that a reason comes before the error that it explains.
+        if (mainThread_.isMainThread())
+            terminal_.print(line);
+        else
+            mainThread_.post([this, text = std::string(line)] { terminal_.print(text); });
     }
 
 private:

@@ -29,8 +29,12 @@ Outcome openNativeProject(QVFCPDoc& document, const std::string& path, bool laun
             "start it";
         return failure;
     }
-    if (!launch && !QVAppleEvents::isProjectOpen(path))
-        return unreachable("is not open in Final Cut Pro; --launch may open it there");
+    if (!launch) {
+        const auto open = QVAppleEvents::openFCPProjects();
+        if (!open) return open.failure();
+        if (!QVAppleEvents::isAmong(*open, path))
+            return unreachable("is not open in Final Cut Pro; --launch may open it there");
+    }
     document.setLaunchesFCP(launch);
     if (Outcome read = document.readFromURL(path); !read) return read;
     document.waitUntilPopulated();

@@ -19,8 +19,9 @@ CommandRun defineProjects(CLI::App& parser) {
         application.openLog();
         if (const Outcome runs = checkFinalCutProRuns(); !runs)
             return application.fail(runs.failure());
-        const std::vector<std::string> paths =
-            QVAppleEvents::listOfOpenFCPProjects().value_or(std::vector<std::string>());
+        const auto open = QVAppleEvents::openFCPProjects();
+        if (!open) return application.fail(open.failure());
+        const std::vector<std::string>& paths = *open;
         if (*json) {
             using Json = nlohmann::ordered_json;
             const Json list(paths);

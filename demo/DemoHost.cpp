@@ -36,12 +36,19 @@ std::string nameOf(const std::string& path) { return fs::path(path).filename(); 
 
 }  // namespace
 
-void DemoHost::openAll() {
+bool DemoHost::openAll() {
     std::vector<std::string> paths;
-    for (const auto& entry : fs::directory_iterator(folder_))
-        if (entry.path().extension() == ".fcp") paths.push_back(fs::canonical(entry.path()));
+    std::error_code error;
+    for (fs::directory_iterator entry(folder_, error), end; !error && entry != end;
+         entry.increment(error))
+        if (entry->path().extension() == ".fcp") paths.push_back(entry->path());
+    if (error) {
+        std::cerr << "reelsweep-demo-host: " << folder_ << ": " << error.message() << std::endl;
+        return false;
+    }
     std::sort(paths.begin(), paths.end());
     for (const std::string& path : paths) openProject(path);
+    return true;
 }
 
 void DemoHost::openProject(const std::string& path) {
@@ -204,20 +211,25 @@ void DemoHost::sendLateReplies() {
 }  // namespace reelsweep::demo
 
 int main(int argc, char** argv) {
+    constexpr const char* usage = "usage: reelsweep-demo-host [--open-all] [FOLDER]\n";
     bool openAll = false;
-    std::string folder = ".";
+    std::vector<std::string> folders;
     for (int i = 1; i < argc; ++i) {
         const std::string argument = argv[i];
+        if (argument == "--help") {
+            std::cout << usage;
+            return 0;
+        }
         if (argument == "--open-all")
             openAll = true;
         else
-            folder = argument;
+            folders.push_back(argument);
     }
-    if (folder == "--help") {
-        std::cout << "usage: reelsweep-demo-host [--open-all] [FOLDER]\n";
-        return 0;
+    if (folders.size() > 1 || (!folders.empty() && folders[0].starts_with("-"))) {
+        std::cerr << usage;
+        return 2;
     }
-    reelsweep::demo::DemoHost host(folder);
-    if (openAll) host.openAll();
+    reelsweep::demo::DemoHost host(folders.empty() ? "." : folders[0]);
+    if (openAll && !host.openAll()) return 1;
     return host.run();
 }

@@ -30,8 +30,9 @@ class DemoHost {
 public:
     explicit DemoHost(std::string folder) : folder_(std::move(folder)) {}
 
-    /// Opens every project file (*.fcp) of the folder.
-    void openAll();
+    /// Opens every project file (*.fcp) of the folder. False, said on standard error, when the
+    /// folder cannot be read.
+    bool openAll();
     /// Serves events until the bus goes away. Answers the exit status.
     int run();
 

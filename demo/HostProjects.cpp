@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <charconv>
 #include <cstdint>
+#include <filesystem>
 
 namespace reelsweep::demo {
 
@@ -44,7 +45,10 @@ std::string withJoinedSurrogates(const std::string& xml) {
 
 }  // namespace
 
-bool HostProjects::open(const std::string& path) {
+bool HostProjects::open(const std::string& file) {
+    std::error_code error;
+    const std::string path = std::filesystem::canonical(file, error);
+    if (error) return false;
     if (projects_.contains(path)) return true;
     Result<XMLDocument> document = XMLDocument::load(path);
     if (!document || !childrenOf(*document)) return false;
@@ -61,7 +65,7 @@ std::optional<std::string> HostProjects::projectXML(const std::string& path) con
 
 XMLNode HostProjects::itemOf(const std::string& path, const std::string& uuid) const {
     const auto project = projects_.find(path);
-    if (project == projects_.end()) return {};
+    if (project == projects_.end() || uuid.empty()) return {};
     XMLNode found;
     project->second.document.node().forEachDescendant({}, [&](XMLNode element) {
         if (!found && element.child("uuid").stringValue() == uuid) found = element;

@@ -1,6 +1,6 @@
 // HostProjects: the projects that the demo host has open, each a file of interchange XML.
 //
-// Paths are absolute, with links followed. What fails is answered as false or nothing.
+// Paths are absolute, with links followed, but for open. What fails is answered as false or nothing.
 // Thread rule: one thread.
 #pragma once
 
@@ -16,7 +16,7 @@ namespace reelsweep::demo {
 class HostProjects {
 public:
     /// Opens a project, unless it is open. False when it is not a whole project.
-    bool open(const std::string& path);
+    bool open(const std::string& file);
     /// In the order in which they were opened.
     const std::vector<std::string>& openPaths() const { return order_; }
 

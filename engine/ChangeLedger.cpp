@@ -47,10 +47,10 @@ std::string looseClipsText(const SequenceLedger& sequence) {
     constexpr std::size_t mostNamed = 3;
     const std::vector<LooseClip>& clips = sequence.looseClips;
     if (clips.empty()) return {};
-    std::string text = clips.size() == 1
-                           ? "1 clip has lost a transition, and with it an edge: "
-                           : std::to_string(clips.size()) +
-                                 " clips have lost a transition, and with it an edge: ";
+    std::string text =
+        clips.size() == 1
+            ? "1 clip has lost a transition, and with it an edge: "
+            : std::to_string(clips.size()) + " clips have lost a transition, and with it an edge: ";
     for (std::size_t i = 0; i < std::min(clips.size(), mostNamed); ++i) {
         const LooseClip& clip = clips[i];
         if (i > 0) text += ", ";

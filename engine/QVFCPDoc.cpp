@@ -56,14 +56,24 @@ Outcome QVFCPDoc::readFromURL(const std::string& path, Verification verification
     isFCPProject_ = isNativeProject(path);
     if (isFCPProject_) {
         QVLog::appendLog("Loading FCP project");
-        populateThread_.start([this, path] { populateSequencesForProject(path); });
+        populate(path);
         return Done{};
     }
     projectController_->setXmlDocFromFilePath(path, verification);
     QVLog::appendLog("Loading XML file");
-    populateThread_.start([this, path] { populateSequencesForProject(path); });
+    populate(path);
     if (const auto& failure = projectController_->loadFailure()) return *failure;
     return Done{};
+}
+
+void QVFCPDoc::populate(const std::string& path) {
+    populateThread_.start([this, path] {
+        try {
+            populateSequencesForProject(path);
+        } catch (const std::exception& error) {
+            QVException::logException(error, "-[QVFCPDoc populateSequencesForProject:]");
+        }
+    });
 }
 
 Outcome QVFCPDoc::verifySource() const {

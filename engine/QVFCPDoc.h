@@ -156,6 +156,7 @@ private:
 
     Result<FileIdentity> write(const std::string& path, Overwrite overwrite,
                                bool refuseWhenChanged) const;
+    void populate(const std::string& path);
     void enableProcessButton(const SequenceArray& records);
     void setProgressLabelText(const std::string& text);
     void startProgress();

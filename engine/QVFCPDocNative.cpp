@@ -47,8 +47,10 @@ XMLNode QVFCPDoc::workingCopy(QVSequence& record) {
 
 bool QVFCPDoc::fetchSequence(QVSequence& record) {
     setProgressLabelText("Fetching XML from Final Cut Pro...");
+    // Without a uuid there is nothing to ask by, and a host could answer with another sequence.
+    const std::string uuid = record.uuid().value_or("");
     const auto data =
-        QVAppleEvents::getItemXMLData(record.uuid().value_or(""), path_, launchesFCP_);
+        uuid.empty() ? std::nullopt : QVAppleEvents::getItemXMLData(uuid, path_, launchesFCP_);
     if (!data) {
         const std::string text =
             "Reelsweep could not get XML data for the sequence \"" + record.title + "\"";

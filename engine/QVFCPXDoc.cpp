@@ -1,11 +1,14 @@
 #include "engine/QVFCPXDoc.h"
 
+#include "engine/QVFCPDoc.h"
 #include "engine/TimelineEdit.h"
 #include "support/QVAlert.h"
+#include "support/QVException.h"
 #include "support/QVLog.h"
 #include "xml/QVXMLParser.h"
 
 #include <algorithm>
+#include <unordered_map>
 
 namespace reelsweep {
 
@@ -26,12 +29,41 @@ std::vector<XMLNode> nodesBelowSequence(const XMLDocument& document, const char*
         .value_or(std::vector<XMLNode>());
 }
 
-// The resource is matched by its own `ref`, as this program always has.
-XMLNode effectResource(const XMLDocument& document, const std::string& ref) {
-    const std::string effect = "/resources[1]/effect[@ref=\"" + ref + "\"]";
-    const XMLNode own = QVXMLParser::nodeForQuery(projectFormPath + effect, document.node());
-    return own ? own : QVXMLParser::nodeForQuery("./fcpxml[1]" + effect, document.node());
-}
+// The effect resources of a document, the project's own first. A resource is matched by its own
+// `ref`, which its filters repeat.
+class EffectResources {
+public:
+    explicit EffectResources(const XMLDocument& document) : document_(document) {
+        for (const char* const parent : {projectFormPath, "./fcpxml[1]"})
+            for (const XMLNode& effect :
+                 QVXMLParser::nodesForQuery(std::string(parent) + "/resources[1]/effect[@ref]",
+                                            document.node())
+                     .value_or(std::vector<XMLNode>()))
+                byRef_[std::string(*effect.attribute("ref"))].push_back(effect);
+    }
+
+    /// The first one that is still there; null for none.
+    XMLNode find(const std::string& ref) const {
+        // A query reads such characters in ways of its own.
+        if (ref.find_first_of("\"&<>") != ref.npos) return query(ref);
+        const auto found = byRef_.find(ref);
+        if (found == byRef_.end()) return {};
+        const auto& effects = found->second;
+        const auto there = std::find_if(effects.begin(), effects.end(),
+                                        [](XMLNode effect) { return bool(effect.parent()); });
+        return there == effects.end() ? XMLNode() : *there;
+    }
+
+private:
+    XMLNode query(const std::string& ref) const {
+        const std::string effect = "/resources[1]/effect[@ref=\"" + ref + "\"]";
+        const XMLNode own = QVXMLParser::nodeForQuery(projectFormPath + effect, document_.node());
+        return own ? own : QVXMLParser::nodeForQuery("./fcpxml[1]" + effect, document_.node());
+    }
+
+    const XMLDocument& document_;
+    std::unordered_map<std::string, std::vector<XMLNode>> byRef_;
+};
 
 bool has(const OptionList& options, std::string_view option) {
     return std::find(options.begin(), options.end(), option) != options.end();
@@ -111,12 +143,23 @@ void QVFCPXDoc::startProcessing(const OptionList& options) {
         view_.startProgress();
     });
     setProgressLabelText("Initializing...");
+    try {
+        processFile(options);
+    } catch (const std::exception& error) {
+        const std::string text = QVException::logException(error, "-[QVFCPXDoc startProcessing:]");
+        runResult_.failures.push_back({FailureCode::internal, text, path_, 0, 0, ""});
+        onMainThread([this] { view_.endProgress(); });
+    }
+}
+
+void QVFCPXDoc::processFile(const OptionList& options) {
     Result<XMLDocument> loaded = XMLDocument::load(path_);
     if (!loaded) {
         const std::string reason = loaded.failure().description();
         QVLog::appendLog("Unable to load XML data - %@", reason);
         runResult_.failures.push_back(loaded.failure());
-        // The progress sheet stays up behind the alert on this path, as it always has.
+        // The progress sheet stays up behind the alert: the window that it blocks has nothing to show
+        // but the file that cannot be read any more.
         showAlert("Unable to load XML data", reason, AlertStyle::warning);
         return;
     }
@@ -140,10 +183,11 @@ std::shared_ptr<XMLDocument> QVFCPXDoc::removeFilters(std::shared_ptr<XMLDocumen
     if (!document) return nullptr;
     TimelineEdit edit(document->node(), ledgerOfRun());
     edit.beginPass("removeFilters");
+    const EffectResources effects(*document);
     for (const XMLNode& filter : nodesBelowSequence(*document, libraryFormPath, "filter")) {
         if (processingCancelled_) return nullptr;
         if (const auto ref = QVXMLParser::stringValueForQuery("./@ref[1]", filter))
-            if (const XMLNode resource = effectResource(*document, *ref))
+            if (const XMLNode resource = effects.find(*ref))
                 edit.detach(resource, "its filter is removed");
         edit.detach(filter, "all filters are removed");
     }
@@ -162,6 +206,10 @@ std::shared_ptr<XMLDocument> QVFCPXDoc::removeMarkers(std::shared_ptr<XMLDocumen
         edit.detach(marker, "all markers are removed");
     }
     return document;
+}
+
+XMLNode QVFCPXDoc::nodeFromXPath(std::string_view query, XMLNode parent) {
+    return QVFCPDoc::nodeFromXPath(query, parent);
 }
 
 SequenceLedger& QVFCPXDoc::ledgerOfRun() {

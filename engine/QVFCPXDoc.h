@@ -65,7 +65,11 @@ public:
     /// Takes the markers below the first sequence out, in both forms.
     std::shared_ptr<XMLDocument> removeMarkers(std::shared_ptr<XMLDocument> document);
 
+    /// First match of a query that is not escaped; null when there is none or the query fails.
+    static XMLNode nodeFromXPath(std::string_view query, XMLNode parent);
+
 private:
+    void processFile(const OptionList& options);
     Result<FileIdentity> write(const std::string& path, Overwrite overwrite,
                                bool refuseWhenChanged) const;
     void processXML();

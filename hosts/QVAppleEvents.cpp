@@ -201,10 +201,23 @@ std::optional<std::vector<std::string>> QVAppleEvents::listOfOpenFCPProjects() {
             consoleLog(notRunning);
             return {};
         }
+        const auto paths = openFCPProjects();
+        return paths ? *paths : std::vector<std::string>();
+    });
+}
+
+Result<std::vector<std::string>> QVAppleEvents::openFCPProjects() {
+    using Paths = Result<std::vector<std::string>>;
+    const auto failure = [](const char* reason) {
+        return Failure{FailureCode::inputUnreadable, reason, "", 0, 0, ""};
+    };
+    const Paths unlisted = failure("Final Cut Pro did not list its projects");
+    return guarded("+[QVAppleEvents openFCPProjects]", unlisted, [&]() -> Paths {
+        if (!isFCPRunning()) return failure("Final Cut Pro is not running");
         std::vector<std::string> paths;
         const AppleEventReply reply = send(eventTo("fcLP"));
         const AppleEventDescriptor* const list = reply.find("fcOP");
-        if (reply.error != appleEventError::none || !list || list->type != "list") return paths;
+        if (reply.error != appleEventError::none || !list || list->type != "list") return unlisted;
         for (const AppleEventDescriptor& record : list->items) {
             const auto reference =
                 std::find_if(record.items.begin(), record.items.end(),
@@ -219,10 +232,13 @@ std::optional<std::vector<std::string>> QVAppleEvents::listOfOpenFCPProjects() {
 }
 
 bool QVAppleEvents::isProjectOpen(const std::string& projectPath) {
-    const auto open = listOfOpenFCPProjects().value_or(std::vector<std::string>());
-    const auto reference = fileReference(projectPath);
-    return std::any_of(open.begin(), open.end(), [&](const std::string& path) {
-        return path == projectPath || (reference && fileReference(path) == reference);
+    return isAmong(listOfOpenFCPProjects().value_or(std::vector<std::string>()), projectPath);
+}
+
+bool QVAppleEvents::isAmong(const std::vector<std::string>& paths, const std::string& path) {
+    const auto reference = fileReference(path);
+    return std::any_of(paths.begin(), paths.end(), [&](const std::string& other) {
+        return other == path || (reference && fileReference(other) == reference);
     });
 }
 

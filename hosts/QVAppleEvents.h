@@ -37,8 +37,12 @@ public:
     /// The paths of the open projects in Final Cut Pro's order. Nothing when it does not run; no
     /// paths when the event failed.
     static std::optional<std::vector<std::string>> listOfOpenFCPProjects();
+    /// The same, and a failure when Final Cut Pro does not run or the event failed.
+    static Result<std::vector<std::string>> openFCPProjects();
     /// Whether the project is among them, under this name of its file or another.
     static bool isProjectOpen(const std::string& projectPath);
+    /// Whether a path is among others, under this name of its file or another.
+    static bool isAmong(const std::vector<std::string>& paths, const std::string& path);
 
     /// Imports interchange XML into the project, or into the one in front without a path. True when
     /// Final Cut Pro took the event. Waits up to 10 minutes.

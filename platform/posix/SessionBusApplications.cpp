@@ -36,8 +36,10 @@ bool openFileOverSessionBus(const std::string& path, std::string_view identifier
     if (bus.ownedNames().empty()) bus = SessionBus();
     if (!bus.knows(identifier)) return false;
     std::error_code error;
-    const fs::path absolute = fs::absolute(path, error);
-    return sendOpen(bus, "file://" + percentEscapedPath(absolute.string()), identifier, option);
+    // The name that events give the file too, whatever way the user named it.
+    fs::path file = fs::canonical(path, error);
+    if (error) file = fs::absolute(path, error);
+    return sendOpen(bus, "file://" + percentEscapedPath(file.string()), identifier, option);
 }
 
 std::optional<std::string> executableOnSessionBus(std::string_view identifier) {

@@ -153,9 +153,12 @@ TEST(Tidy, DeliversStandaloneWhereThereIsNoProject) {
 
     // The host that is installed here has no part in it, not even one whose version says too little.
     writeFile(workplace.home() + "/Applications/Final Cut Pro.app/Contents/Info.plist",
-              "<plist version='1.0'><dict><key>CFBundleShortVersionString</key><string>7</string>"
+              "<plist version='1.0'><dict><key>CFBundleIdentifier</key>"
+              "<string>com.apple.FinalCutPro</string>"
+              "<key>CFBundleShortVersionString</key><string>7</string>"
               "</dict></plist>");
     EXPECT_EQ(run(workplace, {"tidy", "bare.xml", "--force"}).error, "");
+    EXPECT_NE(workplace.read("bare-Tidied.xml").find("<xmeml version=\"5\">"), std::string::npos);
 
     const Ended refused =
         run(workplace, {"tidy", "bare.xml", "--deliver", "project", "-o", "x.xml"});

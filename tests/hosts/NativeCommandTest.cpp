@@ -97,7 +97,14 @@ TEST_F(NativeCommand, LaunchesOnlyWhenTold) {
     EXPECT_EQ(closed.status, 3);
     EXPECT_NE(closed.error.find("is not open in Final Cut Pro; --launch may open it there"),
               std::string::npos);
-    EXPECT_EQ(run(workplace, {"list", project("other.fcp"), "--launch"}).status, 0);
+    // Whatever way the file is named.
+    std::filesystem::create_directory_symlink(folder.path(), project("link"));
+    for (const std::string name :
+         {"other.fcp", "./other.fcp", "link/other.fcp", "link/./other.fcp"})
+        EXPECT_EQ(run(workplace, {"list", project(name), "--launch"}).status, 0) << name;
+    setFaults("fcLP empty");
+    EXPECT_EQ(run(workplace, {"projects"}).error,
+              "reelsweep-cli: Final Cut Pro did not list its projects\n");
 
     bus.stop();
     EXPECT_EQ(run(workplace, {"projects"}).error,
@@ -117,6 +124,8 @@ TEST_F(NativeCommand, TellsWhatFailedByItsExitCode) {
         bool delivered;
     };
     const Row rows[] = {
+        {"fcLP refuse", 3, "Final Cut Pro did not list its projects", false},
+        {"fcLP mistyped", 3, "Final Cut Pro did not list its projects", false},
         {"eTCX refuse", 3, "Final Cut Pro did not list the sequences", false},
         {"eTCX blank", 3, "Final Cut Pro did not list the sequences", false},
         {"eTCX die", 3, "it went away without an answer", false},

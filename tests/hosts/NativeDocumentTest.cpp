@@ -40,6 +40,22 @@ protected:
         console->take();
         return made;
     }
+    /// Final Cut Pro in that version.
+    void installHost(const std::string& version) const {
+        class HostAt final : public SessionBusWorkspace {
+        public:
+            explicit HostAt(std::string path) : path_(std::move(path)) {}
+            std::optional<std::string> applicationPath(std::string_view) const override {
+                return path_;
+            }
+
+        private:
+            std::string path_;
+        };
+        const PropertyList::Dictionary info{{"CFBundleShortVersionString", version}};
+        EXPECT_FALSE(writePropertyList(folder / "Final Cut Pro.app/Contents/Info.plist", info));
+        Platform::current().workspace = std::make_unique<HostAt>(folder / "Final Cut Pro.app");
+    }
     static std::string run(Project& native, const OptionList& options) {
         native.document.process(options);
         native.document.waitUntilProcessed();
@@ -140,6 +156,17 @@ TEST_F(NativeDocument, GoesOnWithTheNextSequenceWhenOneCannotBeFetched) {
     }
 }
 
+TEST_F(NativeDocument, IsNotGivenAnotherSequenceForOneWithoutAUuid) {
+    std::string reels = threeReels;
+    reels.erase(reels.find("<uuid>U2</uuid>"), 15);
+    const auto native = document(openProject("film.fcp", reels));
+    native->document.setSelected(1, true);
+    EXPECT_EQ(
+        run(*native, {"removeMarkers"}),
+        "Unable to get XML data: Reelsweep could not get XML data for the sequence \"Two\".\n" +
+            complete);
+}
+
 TEST_F(NativeDocument, SaysThatTheResultCouldNotBeSent) {
     const std::string path = openProject("film.fcp", threeReels);
     for (const char* const fault : {"refuse", "drop", "foreign", "die"}) {
@@ -206,25 +233,43 @@ TEST_F(NativeDocument, OpensWithoutSequencesWhenTheHostIsNotThere) {
 
 TEST_F(NativeDocument, OfAnOldHostAreListedInFull) {
     const std::string path = openProject("film.fcp", threeReels);
-    class OldHost final : public SessionBusWorkspace {
-    public:
-        explicit OldHost(std::string path) : path_(std::move(path)) {}
-        std::optional<std::string> applicationPath(std::string_view) const override {
-            return path_;
-        }
-
-    private:
-        std::string path_;
-    };
-    PropertyList::Dictionary info{{"CFBundleShortVersionString", "6.0.6"}};
-    ASSERT_FALSE(writePropertyList(folder / "Final Cut Pro.app/Contents/Info.plist", info));
-    Platform::current().workspace = std::make_unique<OldHost>(folder / "Final Cut Pro.app");
+    installHost("6.0.6");
     const auto native = document(path);
     ASSERT_EQ(native->document.sequenceArray()->size(), 3U);
     EXPECT_FALSE(native->record(1).isPlaceholder);
     native->document.setSelected(1, true);
     setFaults("gXML refuse");
     EXPECT_EQ(run(*native, {"removeMarkers"}), complete);
+}
+
+TEST_F(NativeDocument, AreSentInTheNewestFormThatTheHostReads) {
+    struct Row {
+        const char* version;
+        int major;
+        int xmeml;
+    };
+    const Row rows[] = {
+        {"7.0.3", 7, 5}, {"6.0.6", 6, 4}, {"5.1.2", 5, 3},  {"5.1.1", 5, 2}, {"5.1", 5, 2},
+        {"5.0", 5, 3},   {"4.5", 4, 1},   {"10.0.1", 1, 5},  // a second digit is never read
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.version);
+        installHost(row.version);
+        EXPECT_EQ(QVAppleEvents::finalCutProMajorVersion(), row.major);
+        EXPECT_EQ(QVAppleEvents::maximumXMEMLVersion(), row.xmeml);
+    }
+    // Such versions never shipped; the run ends with a failure.
+    const auto native = document(openProject("film.fcp", threeReels));
+    native->document.setSelected(0, true);
+    for (const char* const version : {"7", ""}) {
+        installHost(version);
+        EXPECT_EQ(QVAppleEvents::finalCutProMajorVersion(), 7);
+        run(*native, {"removeMarkers"});
+        EXPECT_FALSE(native->document.runResult().delivered);
+        EXPECT_EQ(native->document.runResult().failures.back().code, FailureCode::internal);
+    }
+    std::filesystem::remove(folder / "Final Cut Pro.app/Contents/Info.plist");
+    EXPECT_EQ(QVAppleEvents::finalCutProVersionString(), "7.0");
 }
 
 TEST_F(NativeDocument, LoadIntoAController) {
