@@ -22,6 +22,7 @@
 #include <QTimer>
 
 #include <algorithm>
+#include <functional>
 
 namespace reelsweep {
 
@@ -82,9 +83,10 @@ void AppController::applicationDidFinishLaunching(const QStringList& files) {
         if (files.isEmpty()) performStartupAction();
     }
     QTimer::singleShot(startupPause, this, [this] {
-        const bool someWindow =
-            QApplication::activeWindow() || !QApplication::topLevelWidgets().isEmpty();
-        if (!someWindow) performStartupAction();
+        const QWidgetList windows = QApplication::topLevelWidgets();
+        // Which window is active is the window manager's affair, and may come late.
+        if (std::none_of(windows.begin(), windows.end(), std::mem_fn(&QWidget::isVisible)))
+            performStartupAction();
     });
     QVQC::sharedController().loadQC({});
 }

@@ -107,6 +107,12 @@ void DocumentWindow::process() {
     });
 }
 
+void DocumentWindow::setBusy(bool busy) {
+    running_ = busy;
+    emit stateChanged();
+    if (!busy && closeWhenEnded_) close();
+}
+
 void DocumentWindow::cancelProgress() {
     cancelled_ = true;
     if (running_)
@@ -149,6 +155,8 @@ void DocumentWindow::showReport() {
 
 void DocumentWindow::runEnded() {
     running_ = false;
+    // A run that could not read its file leaves its sheet up, to be cancelled once more.
+    if (cancelled_) progress_->end();
     std::size_t changes = 0;
     for (const SequenceLedger& sequence : ledger().sequences) changes += sequence.changes.size();
     if (runResult().cancelled)

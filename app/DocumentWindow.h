@@ -93,6 +93,9 @@ protected:
     void showStatus(const QString& text);
     /// Tells of something that went wrong, without waiting.
     void tell(const QString& message, const QString& informative);
+    /// While work that handles events goes on on the main thread: nothing else begins, and the
+    /// window stays.
+    void setBusy(bool busy);
     QString displayName() const;
     /// Asks for a file to write to.
     void askForFile(const QString& title, const QString& suggestion,

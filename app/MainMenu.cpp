@@ -31,6 +31,7 @@ MainMenu::MainMenu(QMainWindow* window, AppController& controller, DocumentWindo
     buildHelpMenu();
     if (document_) connect(document_, &DocumentWindow::stateChanged, this, &MainMenu::validate);
     validate();
+    validateHost();
 }
 
 QAction* MainMenu::item(const char* name) const {
@@ -49,7 +50,7 @@ QAction* MainMenu::add(QMenu* menu, const char* name, const QString& text, const
 
 void MainMenu::buildFileMenu() {
     QMenu* const menu = window_.menuBar()->addMenu(tr("&File"));
-    connect(menu, &QMenu::aboutToShow, this, &MainMenu::validate);
+    connect(menu, &QMenu::aboutToShow, this, &MainMenu::validateHost);
     add(menu, "openFile:", tr("&Open…"), QKeySequence::Open, [this] { controller_.openFile(); });
     add(menu, "openFCPProject:", tr("Open &Final Cut Pro Project…"), {},
         [this] { controller_.openFCPProject(); });
@@ -164,8 +165,12 @@ void MainMenu::fillWindowMenu() {
     if (windowMenu_->isEmpty()) windowMenu_->addAction(tr("No documents"))->setEnabled(false);
 }
 
-void MainMenu::validate() {
+// The bus is asked for the host, which is too slow for every change of state.
+void MainMenu::validateHost() {
     item("openFCPProject:")->setEnabled(AppController::isFinalCutProRunning());
+}
+
+void MainMenu::validate() {
     if (!document_) return;
     validateSaving();
     const bool running = document_->isRunning();
@@ -187,7 +192,7 @@ void MainMenu::validateSaving() {
     }
     item("saveDocument:")->setShortcut(isNative ? QKeySequence() : QKeySequence::Save);
     item("sendToFCP:")->setVisible(isNative);
-    item("sendToFCP:")->setEnabled(isNative);
+    item("sendToFCP:")->setEnabled(isNative && !document_->isRunning());
     item("sendToFCP:")->setShortcut(isNative ? QKeySequence::Save : QKeySequence());
 }
 

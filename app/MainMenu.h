@@ -25,8 +25,10 @@ public:
     /// Gives the window its menu bar; `document` is the window itself, or null when it has none.
     MainMenu(QMainWindow* window, AppController& controller, DocumentWindow* document);
 
-    /// Looks at every item anew.
+    /// Looks anew at every item that the document decides on.
     void validate();
+    /// Looks anew at what Final Cut Pro decides on; the File menu does so when it shows.
+    void validateHost();
     QAction* item(const char* name) const;
 
 private:

@@ -9,6 +9,7 @@
 #include <QHeaderView>
 #include <QKeyEvent>
 #include <QPushButton>
+#include <QScopedValueRollback>
 #include <QTableView>
 
 namespace reelsweep {
@@ -47,7 +48,12 @@ void QVFCPDocWindow::buildTable() {
 Outcome QVFCPDocWindow::read(const std::string& path) {
     auto document = std::make_unique<QVFCPDoc>(*this);
     const Outcome opened = document->readFromURL(path);
-    if (!opened) return opened;
+    if (!opened) {
+        // It lists nothing, and says so as it goes: that is not about the document that stays.
+        const QScopedValueRollback going(isListOfAnother_, true);
+        document.reset();
+        return opened;
+    }
     populated_ = false;
     model_->setRecords(std::make_shared<SequenceArray>());
     document_ = std::move(document);
@@ -56,6 +62,7 @@ Outcome QVFCPDocWindow::read(const std::string& path) {
 
 // Called when the list is there, which a thread of the document builds.
 void QVFCPDocWindow::reloadTable() {
+    if (isListOfAnother_) return;
     populated_ = true;
     model_->setRecords(document_->sequenceArray());
     if (model_->rowCount() > 0) table_->setCurrentIndex(model_->index(0, 0));
@@ -79,8 +86,10 @@ void QVFCPDocWindow::toggleSelectedRows() {
     if (rows.isEmpty()) return;
     // As the first goes, so go the others.
     const bool tick = rows.constFirst().data(Qt::CheckStateRole).toInt() != Qt::Checked;
-    for (const QModelIndex& row : rows)
-        model_->setData(row, tick ? Qt::Checked : Qt::Unchecked, Qt::CheckStateRole);
+    std::vector<std::size_t> numbers;
+    for (const QModelIndex& row : rows) numbers.push_back(static_cast<std::size_t>(row.row()));
+    document_->setSelected(numbers, tick);
+    model_->reloadSelection();
 }
 
 bool QVFCPDocWindow::eventFilter(QObject* watched, QEvent* event) {
@@ -98,12 +107,13 @@ void QVFCPDocWindow::startRun(const OptionList& options, std::function<void()> e
 }
 
 void QVFCPDocWindow::sendToFCP() {
-    if (isFCPProject() && !isRunning()) document_->sendToFCP();
+    if (!isFCPProject() || isRunning() || !populated_) return;
+    setBusy(true);
+    document_->sendToFCP();
+    setBusy(false);
 }
 
-bool QVFCPDocWindow::canExport() const {
-    return !isRunning() && !document_->processingCancelled() && document_->hasResults();
-}
+bool QVFCPDocWindow::canExport() const { return !isRunning() && document_->hasResults(); }
 
 void QVFCPDocWindow::exportTidied() {
     if (!canExport()) return;

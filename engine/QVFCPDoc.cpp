@@ -142,9 +142,10 @@ void QVFCPDoc::populateSequencesForProject(const std::string& path) {
     onMainThread([this] { view_.reloadTable(); });
 }
 
-void QVFCPDoc::setSelected(std::size_t row, bool selected) {
+void QVFCPDoc::setSelected(const std::vector<std::size_t>& rows, bool selected) {
     const auto records = sequenceArray();
-    if (row < records->size()) (*records)[row]->selected = selected;
+    for (const std::size_t row : rows)
+        if (row < records->size()) (*records)[row]->selected = selected;
     enableProcessButton(*records);
 }
 

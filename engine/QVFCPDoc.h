@@ -92,7 +92,8 @@ public:
     /// Builds the list anew. Any thread but never two at once.
     void populateSequencesForProject(const std::string& path);
     /// Ticks or unticks a record; the process button follows.
-    void setSelected(std::size_t row, bool selected);
+    void setSelected(const std::vector<std::size_t>& rows, bool selected);
+    void setSelected(std::size_t row, bool selected) { setSelected(std::vector{row}, selected); }
     /// The same for all records.
     void setAllSelected(bool selected);
     /// True when a run has made something of a ticked sequence.

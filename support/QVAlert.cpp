@@ -152,6 +152,8 @@ void QVAlert::defaultReturnAfterTimeInterval(long interval) {
 void QVAlert::alertDidEnd(long returnCode) {
     {
         const std::lock_guard lock(mutex_);
+        // The timer of an alert that the user has answered.
+        if (alertEnded_) return;
         returnCode_ = returnCode;
         alertEnded_ = true;
     }

@@ -5,6 +5,7 @@
 
 #include <QApplication>
 #include <QCheckBox>
+#include <QCloseEvent>
 #include <QDialog>
 #include <QLabel>
 #include <QMessageBox>
@@ -26,6 +27,15 @@ public:
 
     /// From here on nobody hears how it ends.
     void forget() { didEnd_ = {}; }
+
+protected:
+    // Closing is the same as Escape, which presses a button; nobody may wait for a box that is gone.
+    void closeEvent(QCloseEvent* event) override {
+        QAbstractButton* const button =
+            buttons().size() == 1 ? buttons().constFirst() : escapeButton();
+        event->setAccepted(button != nullptr);
+        if (button) button->click();
+    }
 
 private:
     void add(const std::optional<std::string>& title, ButtonRole role, long returnCode);
@@ -122,6 +132,8 @@ std::unique_ptr<PresentedAlert> QtAlertPresenter::begin(const AlertRequest& requ
                                                         WindowRef window,
                                                         std::function<void(long)> didEnd) {
     auto* const box = new MessageBox(request, windowOf(window), std::move(didEnd));
+    // Whoever is asked is not to wait.
+    if (QGuiApplication::overrideCursor()) QGuiApplication::changeOverrideCursor(Qt::ArrowCursor);
     box->show();
     box->raise();
     box->activateWindow();

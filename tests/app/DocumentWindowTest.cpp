@@ -157,7 +157,10 @@ TEST_F(AppTest, AsksWhatToDoWithUnsavedChanges) {
         const char* answer;
         bool closes;
         bool saves;
-    } rows[] = {{"Cancel", false, false}, {"Don't Save", true, false}, {"Save", true, true}};
+    } rows[] = {{"Cancel", false, false},
+                {"", false, false},  // the button of its title bar
+                {"Don't Save", true, false},
+                {"Save", true, true}};
     for (const auto& row : rows) {
         const std::string name = std::string(row.answer) + ".xml";
         DocumentWindow* const window = open(name, source);
@@ -168,8 +171,13 @@ TEST_F(AppTest, AsksWhatToDoWithUnsavedChanges) {
         window->close();
         EXPECT_EQ(alertText(), "Do you want to save the changes to “" + name +
                                    "”?: They will be lost otherwise.");
-        EXPECT_TRUE(answerAlert(row.answer));
+        EXPECT_TRUE(*row.answer ? answerAlert(row.answer) : shownAlert()->close());
         EXPECT_EQ(window->isVisible(), !row.closes);
+        if (!row.closes) {
+            window->close();
+            EXPECT_NE(alertText().find("save the changes"), std::string::npos);
+            EXPECT_TRUE(answerAlert("Cancel"));
+        }
         EXPECT_EQ(contentsOf(folder / name) != source, row.saves) << row.answer;
     }
 }
@@ -189,6 +197,40 @@ TEST_F(AppTest, RevertsToTheFile) {
     EXPECT_FALSE(processButton(window)->isEnabled());
 }
 
+TEST_F(AppTest, StaysAsItIsWhenTheFileCannotBeRevertedTo) {
+    DocumentWindow* const window =
+        open("cut.xml", "<xmeml version=\"5\">" + sequenceXML(timeline) + "</xmeml>");
+    tick(window, 0);
+    process(window);
+    EXPECT_TRUE(shownAlert()->close());
+    ASSERT_TRUE(ends(window));
+    writeFile(folder / "cut.xml", "<xmeml>");
+    menuItem(window, "revertDocumentToSaved:")->trigger();
+    EXPECT_NE(alertText().find("could not be read"), std::string::npos);
+    answerAlert("OK");
+    EXPECT_TRUE(processButton(window)->isEnabled());
+    EXPECT_TRUE(menuItem(window, "exportTidied:")->isEnabled());
+    EXPECT_TRUE(tree(window)->isVisible());
+}
+
+TEST_F(AppTest, LetsGoOfASheetThatAFailedRunLeavesUp) {
+    for (const bool cancelsFirst : {true, false}) {
+        const std::string name = cancelsFirst ? "a.fcpxml" : "b.fcpxml";
+        DocumentWindow* const window =
+            open(name, "<fcpxml><project><sequence/></project></fcpxml>");
+        ASSERT_TRUE(window);
+        writeFile(folder / name, "<fcpxml>");
+        EXPECT_EQ(process(window).substr(0, 23), "Unable to load XML data");
+        EXPECT_TRUE(progressSheet(window)->isVisible());
+        if (cancelsFirst) QTest::keyClick(progressSheet(window), Qt::Key_Escape);
+        answerAlert("OK");
+        ASSERT_TRUE(ends(window));
+        EXPECT_EQ(progressSheet(window)->isVisible(), !cancelsFirst);
+        if (!cancelsFirst) QTest::keyClick(progressSheet(window), Qt::Key_Escape);
+        EXPECT_FALSE(progressSheet(window)->isVisible());
+    }
+}
+
 TEST_F(AppTest, SaysWhyAFileCannotBeOpened) {
     const struct {
         const char* name;
@@ -206,7 +248,7 @@ TEST_F(AppTest, SaysWhyAFileCannotBeOpened) {
         QObject::connect(&looking, &QTimer::timeout, [&] {
             if (!shownAlert()) return;
             shown = alertText();
-            answerAlert("OK");
+            shownAlert()->close();
         });
         looking.start(1);
         EXPECT_EQ(open(row.name, row.contents), nullptr);

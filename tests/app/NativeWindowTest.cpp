@@ -94,6 +94,32 @@ TEST_F(NativeWindowTest, GivesWhatTheCommandLineAndTheFileFlowGive) {
     EXPECT_EQ(contentsOf(c).find("<bin>"), std::string::npos);
 }
 
+TEST_F(NativeWindowTest, StaysWhileItSendsByItself) {
+    const std::string path = host.openProject("a.fcp", film);
+    ASSERT_TRUE(offersProjects());
+    chooseProjects();
+    DocumentWindow* const window = openFromList(0);
+    tick(window, 0);
+    // The send handles events until its alert is answered: here the user quits meanwhile.
+    bool quits = false;
+    QTimer looking;
+    QObject::connect(&looking, &QTimer::timeout, [&] {
+        if (quits || !shownAlert()) return;
+        quits = true;
+        EXPECT_FALSE(menuItem(window, "sendToFCP:")->isEnabled());
+        QApplication::closeAllWindows();
+    });
+    looking.start(1);
+    menuItem(window, "sendToFCP:")->trigger();
+    EXPECT_TRUE(quits);
+    EXPECT_EQ(alertText().substr(0, 30), "“a.fcp” is being processed");
+    EXPECT_TRUE(answerAlert("Cancel"));
+    EXPECT_TRUE(window->isVisible());
+    EXPECT_TRUE(menuItem(window, "sendToFCP:")->isEnabled());
+    ASSERT_TRUE(QVAppleEvents::saveProject(path));
+    EXPECT_NE(contentsOf(path).find("<bin>"), std::string::npos);
+}
+
 TEST_F(NativeWindowTest, OutlivesAHostThatComesAndGoesWhileAMenuOrItsListIsOpen) {
     const auto goAway = [&] {
         host.setFaults("fcLP die");

@@ -104,5 +104,13 @@ TEST_F(Alert, OneAlertObjectServesSeveralAlerts) {
     EXPECT_EQ(presenter->shown.back()->request.suppressionBinding, "hideIt");
 }
 
+TEST_F(Alert, ATimerThatFiresAfterTheAnswerChangesNothing) {
+    const auto alert = QVAlert::create();
+    Platform::current().mainThread->post([this] { presenter->answer(alertOtherReturn); });
+    QVAlert::alertSheet("a", {}, {}, {}, "", {}, nullptr, {}, true, alert);
+    alert->defaultReturnAfterTimeInterval(0);
+    EXPECT_EQ(alert->returnCode(), alertOtherReturn);
+}
+
 }  // namespace
 }  // namespace reelsweep
