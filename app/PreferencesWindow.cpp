@@ -77,7 +77,7 @@ PreferencesWindow::PreferencesWindow()
         Platform::current().userDefaults->setObject(openPanelKey, PropertyList(on ? 1 : 0));
     });
     logging_->setObjectName(QStringLiteral("usageLoggingCheckBox"));
-    logging_->setChecked(QVQC::sharedController().shouldLog());
+    logging_->setChecked(QVQC::sharedController().reloadAnswer());
     connect(logging_, &QCheckBox::toggled, this, &PreferencesWindow::prefsToggleQCLogging);
 
     auto* const layout = new QVBoxLayout(this);

@@ -23,20 +23,30 @@ namespace fs = std::filesystem;
 
 bool runsAsRoot() { return Platform::current().folders->userIdentifier() == 0; }
 
-/// The path in a form that no tool takes for an option.
-std::string operand(const std::string& path) { return path.starts_with('-') ? "./" + path : path; }
+/// The path in a form that no tool takes for an option, and that means the same wherever the tool
+/// runs: pkexec runs it in root's home folder.
+std::string operand(const std::string& path) {
+    std::error_code error;
+    const fs::path absolute = fs::absolute(path, error);
+    return path.empty() || error ? path : absolute.string();
+}
 
 std::string nameOf(const std::string& path) {
     return fs::path(QVLocalPaths::stripTrailingSlash(path)).filename().string();
 }
 
-/// The paths of the items in the folder, in the order of their names.
-std::vector<std::string> itemsIn(const std::string& folder) {
+/// The paths of the items in the folder, in the order of their names; nothing, with a line on the
+/// console, when it cannot be read.
+std::optional<std::vector<std::string>> itemsIn(const std::string& folder) {
     std::vector<std::string> items;
     std::error_code error;
     for (fs::directory_iterator entry(folder, error), end; !error && entry != end;
          entry.increment(error))
         items.push_back(entry->path().string());
+    if (error) {
+        consoleLog("Unable to read folder %@: %@", folder, error.message());
+        return {};
+    }
     std::sort(items.begin(), items.end());
     return items;
 }
@@ -125,6 +135,11 @@ bool QVAuthorization::authTrashFile(const std::string& path, bool deleteOnRootAc
                                                              : QVLocalPaths::trashDirectory();
     std::string target = trash + "/" + nameOf(path);
     if (filesystem::itemExists(target)) target = stamped(target);
+    // Two of one name within a second: the second must not replace the first.
+    const fs::path name = nameOf(path);
+    for (int n = 2; filesystem::itemExists(target); ++n)
+        target = stamped(fs::path(trash) / (name.stem().string() + " " + std::to_string(n) +
+                                            name.extension().string()));
     // The target, not the item, is what has always been deleted here.
     if (!userDirectory_ && deleteOnRootAccount && runsAsRoot()) return authRemoveFile(target);
     std::error_code error;
@@ -138,8 +153,11 @@ bool QVAuthorization::authTrashFolderContents(const std::string& folder, bool de
     if (!mayTouch(folder,
                   "Unable to trash folder contents of path %@ because it is a system directory."))
         return false;
-    bool all = true;
-    for (const std::string& item : itemsIn(folder)) {
+    const auto items = itemsIn(folder);
+    bool all = items.has_value();
+    wasRefused_ = false;
+    for (const std::string& item : items.value_or(std::vector<std::string>())) {
+        if (wasRefused_) return false;
         if (runsAsRoot() && deleteOnRootAccount && !userDirectory_)
             all &= authExecTask("/bin/rm", {"-R", "-f", operand(item)}, false) == 0;
         else
@@ -152,9 +170,13 @@ bool QVAuthorization::authMoveFolderContents(const std::string& folder,
                                              const std::string& destination) {
     if (!mayTouch(folder, "Unable to move contents of path %@ because it is a system directory."))
         return false;
-    bool all = true;
-    for (const std::string& item : itemsIn(folder))
+    const auto items = itemsIn(folder);
+    bool all = items.has_value();
+    wasRefused_ = false;
+    for (const std::string& item : items.value_or(std::vector<std::string>())) {
+        if (wasRefused_) return false;
         all &= authMoveFile(item, QVLocalPaths::ensureTrailingSlash(destination) + nameOf(item));
+    }
     return all;
 }
 
@@ -214,6 +236,8 @@ int QVAuthorization::authExecTask(const std::string& tool,
         Platform::current().privileges->execute(tool, parameters);
     if (execution.answer == Privileges::Answer::granted) return execution.status;
     authEnd();
+    // Who dismisses the dialog once is not asked again for each item of a folder.
+    wasRefused_ = true;
     return notAuthorized;
 }
 

@@ -10,6 +10,7 @@
 // Owner: the process; the instance is never destroyed. Thread rule: any thread.
 #pragma once
 
+#include <atomic>
 #include <mutex>
 #include <optional>
 #include <string>
@@ -74,6 +75,7 @@ private:
     std::optional<std::string> userDirectory_;
     mutable std::mutex mutex_;
     bool authorized_ = false;
+    std::atomic<bool> wasRefused_ = false;
 };
 
 }  // namespace reelsweep

@@ -46,6 +46,18 @@ void recordNow(const char* key, const QVBugReporter::Text& plistPath) {
     if (error) QVLog::appendLog("Unable to record the date of the %@: %@", key, error.message());
 }
 
+void forget(const char* key, const QVBugReporter::Text& plistPath) {
+    if (!plistPath) {
+        Platform::current().userDefaults->removeObject(key);
+        return;
+    }
+    auto record = readPropertyList(*plistPath);
+    if (!record || !record->as<PropertyList::Dictionary>()) return;
+    record->as<PropertyList::Dictionary>()->erase(key);
+    if (const std::error_code error = writePropertyList(*plistPath, *record))
+        QVLog::appendLog("Unable to record the date of the %@: %@", key, error.message());
+}
+
 bool startsWithIgnoringCase(const std::string& text, const std::string& start) {
     return ::strncasecmp(text.c_str(), start.c_str(), start.size()) == 0;
 }
@@ -92,6 +104,10 @@ void QVBugReporter::startBugReporter(const Text& name, const Text& plistPath,
         Platform::current().mainThread->post(
             [delegate, report] { delegate->applicationDidCrashWithLog(*report); });
     recordNow("launch", plistPath);
+    // Dates are kept to the second: the end of the last run must not pass for the end of this one.
+    const auto launch = recordedDate("launch", plistPath);
+    const auto exit = recordedDate("exit", plistPath);
+    if (launch && exit && *exit >= *launch) forget("exit", plistPath);
 }
 
 void QVBugReporter::startBugReporterWithDelegate(BugReporterDelegate* delegate) {

@@ -130,12 +130,18 @@ QVQC::QVQC(std::chrono::milliseconds questionDelay)
         QVLog::appendLog("Error: unable to count launches: %@", error.message());
 }
 
+bool QVQC::reloadAnswer() {
+    const auto preferences = readPreferences();
+    if (const auto answer = preferences.find("logQC"); answer != preferences.end())
+        shouldLog_ = answer->second.boolValue();
+    return shouldLog_;
+}
+
 QVQC::~QVQC() { opQueue_.cancel(); }
 
 void QVQC::loadQC(WindowRef parentWindow) {
-    const auto preferences = readPreferences();
-    if (const auto answer = preferences.find("logQC"); answer != preferences.end()) {
-        shouldLog_ = answer->second.boolValue();
+    if (readPreferences().contains("logQC")) {
+        reloadAnswer();
         return;
     }
     if (Platform::current().userDefaults->integerForKey("launchCount") < launchesBeforeQuestion)
@@ -154,6 +160,8 @@ void QVQC::loadQC(WindowRef parentWindow) {
 }
 
 void QVQC::ask(WindowRef parentWindow) {
+    // Somebody may have answered in the preferences meanwhile.
+    if (readPreferences().contains("logQC")) return;
     const long answer = QVAlert::alertSheet(
         "Help improve Quorvane software by submitting analytics and usage data", "Allow",
         "More Info", "Don't Allow",

@@ -75,6 +75,8 @@ public:
     /// The check box of the preferences was clicked. It shows shouldLog when its window opens.
     void toggleQCLogging(bool checkBoxOn) { setQCLogging(checkBoxOn); }
     bool shouldLog() const { return shouldLog_; }
+    /// Reads the stored answer anew, which other programs of the family may have changed.
+    bool reloadAnswer();
 
     /// Sends the record and empties the cache, without waiting for the server: what is lost on the
     /// way is lost. Blocks for files only.

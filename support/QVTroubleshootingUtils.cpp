@@ -65,7 +65,8 @@ public:
     bool gatherAdditional(const std::string& path) {
         // A path that climbs must not lead out of the folder.
         std::error_code error;
-        const fs::path source = fs::absolute(path, error).lexically_normal();
+        const fs::path source =
+            QVLocalPaths::stripTrailingSlash(fs::absolute(path, error).lexically_normal().string());
         const std::string target = folder_ + source.parent_path().string();
         if (!error && !filesystem::itemExists(target) &&
             !QVFileManager::createDirectory(target, false))

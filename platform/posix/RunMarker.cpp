@@ -17,12 +17,13 @@ namespace fs = std::filesystem;
 
 constexpr const char* ending = ".running";
 
+// Names sort by this time, so it is one that is never put back.
 std::string now(const char* format) {
     const std::time_t seconds = std::time(nullptr);
-    std::tm local{};
-    ::localtime_r(&seconds, &local);
+    std::tm universal{};
+    ::gmtime_r(&seconds, &universal);
     std::array<char, 64> text{};
-    return {text.data(), std::strftime(text.data(), text.size(), format, &local)};
+    return {text.data(), std::strftime(text.data(), text.size(), format, &universal)};
 }
 
 void reportIfDead(const fs::path& marker, const fs::path& reports) {
@@ -30,7 +31,7 @@ void reportIfDead(const fs::path& marker, const fs::path& reports) {
     if (!file || ::flock(file.get(), LOCK_EX | LOCK_NB) != 0) return;
     std::ofstream report(reports / (marker.stem().string() + ".crash"));
     report << marker.stem().string() << " did not end by itself; noticed "
-           << now("%Y-%m-%d %H:%M:%S %z") << ".\nThe system keeps no other report of it.\n";
+           << now("%Y-%m-%d %H:%M:%S UTC") << ".\nThe system keeps no other report of it.\n";
     if (!report.flush()) return;  // the next start tries again
     std::error_code gone;
     fs::remove(marker, gone);

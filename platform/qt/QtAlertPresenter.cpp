@@ -29,12 +29,18 @@ public:
     void forget() { didEnd_ = {}; }
 
 protected:
-    // Closing is the same as Escape, which presses a button; nobody may wait for a box that is gone.
+    // Closing presses a button, as Escape does, or answers as a box that goes with its window; nobody
+    // may wait for a box that is gone.
     void closeEvent(QCloseEvent* event) override {
-        QAbstractButton* const button =
-            buttons().size() == 1 ? buttons().constFirst() : escapeButton();
-        event->setAccepted(button != nullptr);
-        if (button) button->click();
+        event->accept();
+        if (buttons().size() == 1) {
+            buttons().constFirst()->click();
+        } else if (escapeButton()) {
+            escapeButton()->click();
+        } else {
+            hide();
+            end(alertAlternateReturn);
+        }
     }
 
 private:

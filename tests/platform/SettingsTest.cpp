@@ -126,6 +126,16 @@ TEST(UserDefaults, ASetValueHidesTheRegisteredOneUntilItIsRemoved) {
     EXPECT_TRUE(PropertyListDefaults("com.example.one", "").setObject("a", 1));
 }
 
+TEST(UserDefaults, SettingsThatCannotBeReadAreSetAside) {
+    const test::TemporaryFolder folder;
+    const std::string broken = "<plist><dict><key>a&b</key><string>mine</string></dict></plist>";
+    test::writeFile(folder / "app.plist", broken);
+    PropertyListDefaults defaults("app", folder.path());
+    EXPECT_FALSE(defaults.setObject("count", 1));
+    EXPECT_EQ(defaults.integerForKey("count"), 1);
+    EXPECT_EQ(test::contentsOf(folder / "app.plist.broken"), broken);
+}
+
 TEST(UserDefaults, ProcessesThatSetValuesAtTheSameTimeLoseNone) {
     const test::TemporaryFolder folder;
     std::list<test::ChildProcess> children;

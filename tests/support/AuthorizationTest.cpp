@@ -204,7 +204,10 @@ TEST_F(Authorization, WithoutTheRightNothingHappens) {
 TEST_F(Authorization, ThePolkitToolIsAskedForEachRunAndItsRefusalCounts) {
     // Stands in for the system's tool: runs what it is given, or answers as it does after a
     // refusal.
-    writeFile(home / "pkexec", "#!/bin/sh\n[ ! -e \"$0.refuse\" ] || exit 126\nexec \"$@\"\n");
+    // It runs it in root's home folder.
+    writeFile(home / "pkexec",
+              "#!/bin/sh\necho >> \"$0.asked\"\n[ ! -e \"$0.refuse\" ] || exit 126\n"
+              "cd / && exec \"$@\"\n");
     ASSERT_EQ(::chmod((home / "pkexec").c_str(), 0755), 0);
     const auto polkit = [&](const std::string& path) {
         Platform::current().privileges =
@@ -217,10 +220,23 @@ TEST_F(Authorization, ThePolkitToolIsAskedForEachRunAndItsRefusalCounts) {
     writeFile(home / "file", "1");
     EXPECT_TRUE(authorization.authMoveFile(home / "file", home / "moved"));
     EXPECT_EQ(contentsOf(home / "moved"), "1");
+    const fs::path before = fs::current_path();
+    fs::current_path(home.path());
+    EXPECT_TRUE(authorization.authMoveFile("moved", "-f"));
+    EXPECT_TRUE(authorization.authMoveFile("-f", "moved"));
+    fs::current_path(before);
+    EXPECT_EQ(contentsOf(home / "moved"), "1");
+    EXPECT_FALSE(authorization.authTrashFolderContents(home / "absent"));
     writeFile(home / "pkexec.refuse", "");
     EXPECT_FALSE(authorization.authRemoveFile(home / "moved"));
     EXPECT_FALSE(authorization.isAuthorized());
     EXPECT_EQ(contentsOf(home / "moved"), "1");
+    // Who dismisses the dialog is not asked again for every item of a folder.
+    for (const char* const item : {"folder/a", "folder/b"}) writeFile(home / item, "");
+    writeFile(home / "pkexec.asked", "");
+    EXPECT_FALSE(authorization.authTrashFolderContents(home / "folder"));
+    EXPECT_FALSE(authorization.authMoveFolderContents(home / "folder", home / "other"));
+    EXPECT_EQ(contentsOf(home / "pkexec.asked"), "\n\n");
 }
 
 TEST(UnprivilegedAuthorization, WithoutPolkitAForeignFileStays) {

@@ -139,6 +139,10 @@ TEST_F(Troubleshooting, AStartTellsOfTheCrashBeforeItAndACleanExitEndsTheMatter)
         EXPECT_EQ(QVBugReporter::checkForCrashes("Reelsweep", record), std::nullopt);
         EXPECT_EQ(workspace->opened.size(), 1U);
         workspace->opened.clear();
+        // Ended and started again within a second, and then killed.
+        QVBugReporter::startBugReporter({}, record);
+        EXPECT_NE(QVBugReporter::checkForCrashes("Reelsweep", record), std::nullopt);
+        workspace->opened.clear();
     }
     writeFile(home / "file", "");
     QVBugReporter::stopBugReporter(home / "file/record.plist");
@@ -206,7 +210,8 @@ TEST_F(Troubleshooting, TheArchiveMirrorsWhereEveryFileCameFrom) {
                          "machine/Logs/Quorvane/Reelsweep.1.log",
                          "machine/Logs/CrashReporter/Reelsweep_3.crash",
                          "machine/Preferences/com.quorvane.CutBench.plist",
-                         "extra/projects/cut.xml"};
+                         "extra/projects/cut.xml",
+                         "extra/folder/notes.txt"};
     for (const std::string& name : gathered) writeFile(home / name, name);
     for (const char* other :
          {"Library/Logs/Quorvane/Other.1.log", "Library/Logs/Quorvane/Reelsweep.txt",
@@ -223,8 +228,9 @@ TEST_F(Troubleshooting, TheArchiveMirrorsWhereEveryFileCameFrom) {
     const std::string archive = home / "Desktop/Reelsweep Logs.zip";
 
     const std::string extra = home / "extra/../extra/projects/cut.xml";
-    EXPECT_TRUE(QVTroubleshootingUtils::gatherLogsForAppsWithNames({"Reelsweep", "Cut Bench"},
-                                                                   false, {extra, extra}));
+    const std::string extraFolder = home / "extra/folder/";
+    EXPECT_TRUE(QVTroubleshootingUtils::gatherLogsForAppsWithNames(
+        {"Reelsweep", "Cut Bench"}, false, {extra, extra, extraFolder}));
     EXPECT_EQ(told(),
               "Logs gathered successfully | The gathered logs were placed on your desktop.");
     EXPECT_FALSE(fs::exists(home / "tmp/QV_App_Logs"));
