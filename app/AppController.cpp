@@ -140,6 +140,16 @@ void AppController::helpSupport() { openPage(QVSiteLinks::supportURLForAppName(w
 
 void AppController::helpQVHome() { openPage(QVSiteLinks::quorvaneURL()); }
 
+// The updater by its identifier, wherever it is installed, else where this family keeps it.
+void AppController::menuSoftwareUpdate() {
+    Workspace& workspace = *Platform::current().workspace;
+    const auto updater = workspace.applicationPath("com.quorvane.SoftwareUpdate");
+    if ((updater && workspace.openApplication(*updater)) || QVSoftwareUpdate::manualUpdateCheck())
+        return;
+    QVAlert::alertSheet(toText(tr("There is no updater on this computer")), {}, {}, {},
+                        toText(tr("Updates come with the system's packages.")), {}, false);
+}
+
 void AppController::viewLog() { QVTroubleshootingUtils::viewLogForApp(logName); }
 
 void AppController::viewTaskLog() { QVTroubleshootingUtils::viewTaskLogForApp(logName); }

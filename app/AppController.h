@@ -57,6 +57,7 @@ public:
     static void helpSuggestFeature();
     static void helpSupport();
     static void helpQVHome();
+    static void menuSoftwareUpdate();
     static void viewLog();
     static void viewTaskLog();
     static void gatherLogs();

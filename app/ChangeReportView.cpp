@@ -47,6 +47,7 @@ ChangeReportView::ChangeReportView(QWidget* parent)
     : QWidget(parent),
       filter_(new QLineEdit),
       tree_(makeTree(model_)),
+      looseClips_(new QLabel),
       totals_(new QLabel),
       export_(new QPushButton(tr("Export &Report…"))) {
     filter_->setObjectName(QStringLiteral("changesFilter"));
@@ -56,6 +57,10 @@ ChangeReportView::ChangeReportView(QWidget* parent)
     totals_->setObjectName(QStringLiteral("changesTotals"));
     totals_->setWordWrap(true);
     totals_->setTextInteractionFlags(Qt::TextSelectableByMouse);
+    looseClips_->setObjectName(QStringLiteral("looseClips"));
+    looseClips_->setTextFormat(Qt::PlainText);
+    looseClips_->setWordWrap(true);
+    looseClips_->setTextInteractionFlags(Qt::TextSelectableByMouse);
     export_->setObjectName(QStringLiteral("exportReportBtn"));
 
     auto* const top = new QHBoxLayout;
@@ -65,6 +70,7 @@ ChangeReportView::ChangeReportView(QWidget* parent)
     layout->setContentsMargins(0, 0, 0, 0);
     layout->addLayout(top);
     layout->addWidget(tree_, 1);
+    layout->addWidget(looseClips_);
     layout->addWidget(totals_);
 
     filterDelay_.setSingleShot(true);
@@ -75,6 +81,7 @@ ChangeReportView::ChangeReportView(QWidget* parent)
     connect(tree_->selectionModel(), &QItemSelectionModel::selectionChanged, this,
             &ChangeReportView::selectionChanged);
     showTotals();
+    showLooseClips();
 }
 
 void ChangeReportView::showLedger(const ChangeLedger* ledger, ReportedDocument document) {
@@ -87,7 +94,18 @@ void ChangeReportView::showLedger(const ChangeLedger* ledger, ReportedDocument d
     export_->setEnabled(ledger != nullptr);
     expandWhatIsShort();
     showTotals();
+    showLooseClips();
     emit selectionChanged();
+}
+
+void ChangeReportView::showLooseClips() {
+    QStringList lines;
+    if (ledger_)
+        for (const SequenceLedger& sequence : ledger_->sequences)
+            if (const std::string text = looseClipsText(sequence); !text.empty())
+                lines += QStringLiteral("⚠ ") + toQString(sequence.title + ": " + text);
+    looseClips_->setText(lines.join('\n'));
+    looseClips_->setVisible(!lines.isEmpty());
 }
 
 void ChangeReportView::focusFilter() {

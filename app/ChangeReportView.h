@@ -40,6 +40,7 @@ signals:
 private:
     void applyFilter();
     void showTotals();
+    void showLooseClips();
     void expandWhatIsShort();
 
     ChangeReportModel model_;
@@ -48,6 +49,7 @@ private:
     QTimer filterDelay_;
     QLineEdit* filter_;
     QTreeView* tree_;
+    QLabel* looseClips_;  ///< what somebody must put right by hand
     QLabel* totals_;
     QPushButton* export_;
 };

@@ -84,8 +84,10 @@ DocumentWindow* DocumentController::windowOf(const QString& path) const {
 void DocumentController::tellOfFailure(const QString& path, const QString& message,
                                        const Failure& reason) {
     const QString usual = tr("“%1” could not be opened").arg(QFileInfo(path).fileName());
-    QVAlert::alertSheet(toText(message.isEmpty() ? usual : message), {}, {}, {},
-                        reason.description(), {}, false);
+    // Of several projects each one's reason is read before the next is opened.
+    const bool waits = !message.isEmpty();
+    QVAlert::alertSheet(toText(waits ? message : usual), {}, {}, {}, reason.description(), {},
+                        waits);
 }
 
 QStringList DocumentController::recentFiles() {

@@ -160,7 +160,7 @@ void DocumentWindow::runEnded() {
     std::size_t changes = 0;
     for (const SequenceLedger& sequence : ledger().sequences) changes += sequence.changes.size();
     if (runResult().cancelled)
-        showStatus(tr("Cancelled. Nothing was changed."));
+        showStatus(cancelledStatus());
     else
         showStatus(
             tr("%1 in %2").arg(changeCount(changes), sequenceCount(ledger().sequences.size())));

@@ -76,6 +76,7 @@ protected:
     virtual const RunResult& runResult() const = 0;
     virtual ReportedDocument reported() const = 0;
     virtual QString idleStatus() const = 0;
+    virtual QString cancelledStatus() const { return tr("Cancelled. Nothing was changed."); }
 
     // DocumentView
     void startProgress() override;

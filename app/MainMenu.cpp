@@ -131,7 +131,7 @@ void MainMenu::buildHelpMenu() {
     add(logs, "gatherLogs:", tr("&Gather Logs"), {}, AppController::gatherLogs);
     separator(menu);
     add(menu, "menuSoftwareUpdate:", tr("Check for &Updates…"), {},
-        QVSoftwareUpdate::manualUpdateCheck);
+        AppController::menuSoftwareUpdate);
     add(menu, "showAboutDialog:", tr("&About Reelsweep"), {},
         [this] { controller_.showAboutDialog(); });
 }

@@ -62,7 +62,9 @@ void ProjectLoaderDialog::openProject() {
         if (list->item(row)->isSelected()) rows.push_back(static_cast<std::size_t>(row));
     if (rows.empty()) return;
     dialog_->close();
-    loader_->openProjects(rows, [this](const std::string& path) {
+    // A copy: while an alert waits, the user may ask for the list again.
+    const QVFCPProjectLoader loader = *loader_;
+    loader.openProjects(rows, [this](const std::string& path) {
         open_(toQString(path));
         return Outcome(Done{});
     });

@@ -27,6 +27,10 @@ protected:
     const ChangeLedger& ledger() const override { return document_->changeLedger(); }
     const RunResult& runResult() const override { return document_->runResult(); }
     ReportedDocument reported() const override;
+    /// What an earlier run made is gone too.
+    QString cancelledStatus() const override {
+        return tr("Cancelled. There is no result to save.");
+    }
     QString idleStatus() const override { return {}; }
 
 private:

@@ -66,14 +66,10 @@ std::optional<std::string> executableOf(const std::string& application) {
     return {};
 }
 
-void launch(const QVTaskEx::Arguments& arguments) {
-    const auto path = QVSoftwareUpdate::updaterPath();
-    if (!path) {
-        QVLog::appendLogAndPrint("Unable to launch Software Update - path doesn't exist");
-        return;
-    }
-    if (const auto executable = executableOf(*path))
-        QVTaskEx::runTaskAndReturn(*executable, arguments);
+std::optional<std::string> updaterToLaunch() {
+    auto path = QVSoftwareUpdate::updaterPath();
+    if (!path) QVLog::appendLogAndPrint("Unable to launch Software Update - path doesn't exist");
+    return path;
 }
 
 }  // namespace
@@ -96,10 +92,18 @@ std::optional<std::string> QVSoftwareUpdate::updaterPath() {
     return {};
 }
 
-void QVSoftwareUpdate::launchSoftwareUpdate() { launch({}); }
+bool QVSoftwareUpdate::launchSoftwareUpdate() {
+    const auto path = updaterToLaunch();
+    if (!path) return false;
+    if (Platform::current().workspace->openApplication(*path)) return true;
+    QVLog::appendLogAndPrint("Unable to launch Software Update - executable path doesn't exist");
+    return false;
+}
 
 void QVSoftwareUpdate::automaticallyCheckForUpdates() {
-    launch({"-checkpath", bundlePath().string()});
+    const auto path = updaterToLaunch();
+    const auto executable = path ? executableOf(*path) : std::nullopt;
+    if (executable) QVTaskEx::runTaskAndReturn(*executable, {"-checkpath", bundlePath().string()});
 }
 
 }  // namespace reelsweep

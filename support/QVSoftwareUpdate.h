@@ -19,13 +19,13 @@ public:
     /// Checks for updates on a thread of its own, unless the preference file that all programs of
     /// the family share turns that off. The end of this object waits until the updater is started.
     void startup();
-    /// The user asks for a check.
-    static void manualUpdateCheck() { launchSoftwareUpdate(); }
+    /// The user asks for a check. False when there is no updater to start.
+    static bool manualUpdateCheck() { return launchSoftwareUpdate(); }
 
     /// Where the updater is to be run from; empty when there is none.
     static std::optional<std::string> updaterPath();
-    /// Starts the updater as an application and returns.
-    static void launchSoftwareUpdate();
+    /// Starts the updater as an application and returns. False, said in the log, when it cannot be.
+    static bool launchSoftwareUpdate();
     /// Starts the updater so that it looks for a newer version of this program, and returns.
     static void automaticallyCheckForUpdates();
 

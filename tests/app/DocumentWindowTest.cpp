@@ -43,6 +43,20 @@ TEST_F(AppTest, TidiesAFileFromOpeningToSavingAndReopening) {
     EXPECT_EQ(table(again)->model()->index(2, 1).data().toString(), "Harbour-Tidied");
 }
 
+TEST_F(AppTest, WarnsOfClipsThatLoseTheTransitionAtAnEdge) {
+    DocumentWindow* const window =
+        open("film.xml", projectXML({sequenceXML("V1: A[0,50) x[90,110) C[-1,200)")}));
+    const auto* const warning = child<QLabel>(window, "looseClips");
+    EXPECT_TRUE(warning->isHidden());
+    setOptions(window, {"replaceGaps", "removeVideoTransitions"});
+    tick(window, 0);
+    process(window);
+    answerAlert("OK");
+    ASSERT_TRUE(ends(window));
+    EXPECT_TRUE(warning->isVisible());
+    EXPECT_TRUE(warning->text().endsWith("with it an edge: C on V1 from -1 to 200"));
+}
+
 TEST_F(AppTest, KeepsTheStatesOfItsOptions) {
     DocumentWindow* const window = open("film.xml", film());
     const auto checked = [](const DocumentWindow* of) {

@@ -146,6 +146,12 @@ TEST_F(AppTest, SaysWhatItIs) {
     EXPECT_EQ(toText(window->windowTitle()), "About reelsweep_app_tests");
 }
 
+TEST_F(AppTest, SaysThatThereIsNoUpdater) {
+    menuItem(open("film.xml", projectXML({sequenceXML("V1:")})), "menuSoftwareUpdate:")->trigger();
+    EXPECT_NE(alertText().find("There is no updater"), std::string::npos);
+    EXPECT_TRUE(answerAlert("OK"));
+}
+
 TEST_F(AppTest, SaysWhichWindowIsMissing) {
     InterfaceDescription::setFolder(":/nowhere");
     std::string shown;
