@@ -95,6 +95,14 @@ void AppController::performStartupAction() {
     if (Platform::current().userDefaults->integerForKey(openPanelKey) == 1) openFile();
 }
 
+void AppController::terminate() {
+    // The sheet of a run is a window too, and to close that one cancels the run unasked.
+    bool anyStays = false;
+    for (DocumentWindow* const window : documents_.windows())
+        if (window->isRunning() && !window->close()) anyStays = true;
+    if (!anyStays) QApplication::closeAllWindows();
+}
+
 void AppController::applicationWillTerminate() {
     QVBugReporter::stopBugReporter();
     runMarker_.reset();

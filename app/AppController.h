@@ -36,6 +36,8 @@ public:
     void applicationDidFinishLaunching(const QStringList& files);
     /// Shows the open panel, if the user wants that at the start.
     void performStartupAction();
+    /// Closes all windows, and so ends the program, unless one of them stays.
+    void terminate();
     /// Records that the program ends as it should, and writes what is kept of its use.
     void applicationWillTerminate();
 

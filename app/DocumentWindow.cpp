@@ -108,7 +108,7 @@ void DocumentWindow::process() {
 }
 
 void DocumentWindow::setBusy(bool busy) {
-    running_ = busy;
+    running_ = busy_ = busy;
     emit stateChanged();
     if (!busy && closeWhenEnded_) close();
 }
@@ -240,24 +240,30 @@ void DocumentWindow::revert() {
 }
 
 void DocumentWindow::reload() {
+    setBusy(true);
+    const int page = tabs_->currentIndex();
+    const bool hasReport = tabs_->isTabEnabled(changesPage);
     report_->showLedger(nullptr, {});
     tabs_->setCurrentIndex(sequencesPage);
     tabs_->setTabEnabled(changesPage, false);
     const std::string path = this->path();
     if (const Outcome opened = open(path); !opened) {
-        showReport();
+        if (hasReport) showReport();
+        tabs_->setCurrentIndex(page);
         if (!hasShownFailure())
             tell(tr("“%1” could not be read").arg(displayName()),
                  toQString(opened.failure().description()));
     }
-    emit stateChanged();
+    setBusy(false);
 }
 
 // Closing
 
 void DocumentWindow::closeEvent(QCloseEvent* event) {
     event->ignore();
-    if (question_.isOpen()) {
+    if (busy_) {
+        closeWhenEnded_ = true;
+    } else if (question_.isOpen()) {
         QApplication::beep();
     } else if (running_) {
         askToStop();

@@ -94,8 +94,8 @@ protected:
     void showStatus(const QString& text);
     /// Tells of something that went wrong, without waiting.
     void tell(const QString& message, const QString& informative);
-    /// While work that handles events goes on on the main thread: nothing else begins, and the
-    /// window stays.
+    /// While work that handles events goes on on the main thread: nothing else begins, and a window
+    /// that is closed goes when the work is done.
     void setBusy(bool busy);
     QString displayName() const;
     /// Asks for a file to write to.
@@ -121,6 +121,7 @@ private:
     OptionList options_;  ///< of the last run
     AlertReply question_;
     bool running_ = false;
+    bool busy_ = false;  ///< running on the main thread
     bool cancelled_ = false;
     bool closeWhenEnded_ = false;
     bool discardChanges_ = false;

@@ -73,8 +73,7 @@ void MainMenu::buildFileMenu() {
             [this] { document_->report().exportReport(); });
     }
     separator(menu);
-    add(menu, "terminate:", tr("&Quit"), QKeySequence::Quit,
-        [] { QApplication::closeAllWindows(); });
+    add(menu, "terminate:", tr("&Quit"), QKeySequence::Quit, [this] { controller_.terminate(); });
 }
 
 void MainMenu::buildEditMenu() {

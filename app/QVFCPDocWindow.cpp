@@ -9,7 +9,6 @@
 #include <QHeaderView>
 #include <QKeyEvent>
 #include <QPushButton>
-#include <QScopedValueRollback>
 #include <QTableView>
 
 namespace reelsweep {
@@ -19,6 +18,7 @@ QVFCPDocWindow::QVFCPDocWindow()
       model_(new SequenceModel(
           [this](std::size_t row, bool selected) { document_->setSelected(row, selected); }, this)),
       document_(std::make_unique<QVFCPDoc>(*this)) {
+    model_->setRecords(document_->sequenceArray());
     if (content()) buildTable();
 }
 
@@ -47,24 +47,22 @@ void QVFCPDocWindow::buildTable() {
 
 Outcome QVFCPDocWindow::read(const std::string& path) {
     auto document = std::make_unique<QVFCPDoc>(*this);
+    const auto noRecords = document->sequenceArray();
     const Outcome opened = document->readFromURL(path);
-    if (!opened) {
-        // It lists nothing, and says so as it goes: that is not about the document that stays.
-        const QScopedValueRollback going(isListOfAnother_, true);
-        document.reset();
-        return opened;
-    }
+    if (!opened) return opened;
     populated_ = false;
-    model_->setRecords(std::make_shared<SequenceArray>());
+    model_->setRecords(noRecords);
     document_ = std::move(document);
     return opened;
 }
 
-// Called when the list is there, which a thread of the document builds.
+// Called when the list is there, which a thread of the document builds; also for a document that
+// never took its place here, or has lost it, while the list of this one is as it was.
 void QVFCPDocWindow::reloadTable() {
-    if (isListOfAnother_) return;
+    const auto records = document_->sequenceArray();
+    if (records == model_->records()) return;
     populated_ = true;
-    model_->setRecords(document_->sequenceArray());
+    model_->setRecords(records);
     if (model_->rowCount() > 0) table_->setCurrentIndex(model_->index(0, 0));
     document_->setAllSelected(false);
     if (const auto failure = document_->listFailure())
@@ -113,7 +111,10 @@ void QVFCPDocWindow::sendToFCP() {
     setBusy(false);
 }
 
-bool QVFCPDocWindow::canExport() const { return !isRunning() && document_->hasResults(); }
+bool QVFCPDocWindow::canExport() const {
+    // What a cancelled run leaves behind is in part tidied and in part not.
+    return !isRunning() && !runResult().cancelled && document_->hasResults();
+}
 
 void QVFCPDocWindow::exportTidied() {
     if (!canExport()) return;

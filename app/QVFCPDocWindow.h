@@ -46,7 +46,6 @@ private:
     QTableView* table_ = nullptr;
     SequenceModel* model_ = nullptr;
     bool populated_ = false;  ///< the list is there
-    bool isListOfAnother_ = false;
     /// The records of the last run: sequences that were fetched live with them, and the report
     /// speaks of those, also when the list was built anew.
     std::shared_ptr<const SequenceArray> processedRecords_;

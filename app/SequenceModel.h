@@ -24,6 +24,7 @@ public:
 
     /// Replaces the list.
     void setRecords(std::shared_ptr<const SequenceArray> records);
+    const std::shared_ptr<const SequenceArray>& records() const { return records_; }
     /// The check boxes changed behind the table's back.
     void reloadSelection();
     int selectedCount() const;

@@ -144,7 +144,7 @@ void QVAlert::closeAlert() {
 }
 
 void QVAlert::defaultReturnAfterTimeInterval(long interval) {
-    // Not cut short by an answer: the object is ended once more then, which nobody waits for.
+    // Not cut short by an answer, which stands when the time is up.
     std::this_thread::sleep_for(std::chrono::seconds(interval));
     alertDidEnd(alertDefaultReturn);
 }

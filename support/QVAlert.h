@@ -79,9 +79,10 @@ public:
     void alertSheetWithDictionary(const AlertRequest& request);
     /// Takes the alert off the screen, when it is still there, and lets go of it.
     void closeAlert();
-    /// Sleeps the interval, in whole seconds, and then ends the alert with the default button.
+    /// Sleeps the interval, in whole seconds, and then ends the alert with the default button,
+    /// unless it has ended by then.
     void defaultReturnAfterTimeInterval(long interval);
-    /// Ends the wait for this alert with the return code.
+    /// Ends the wait for this alert with the return code. The first one counts.
     void alertDidEnd(long returnCode);
 
     bool respondsToSelector(std::string_view selector) const override;

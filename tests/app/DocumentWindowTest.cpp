@@ -4,7 +4,8 @@
 #include "tests/timeline/Timeline.h"
 
 #include <QLineEdit>
-#include <QSignalSpy>
+
+#include <utility>
 
 namespace reelsweep::test {
 namespace {
@@ -98,15 +99,32 @@ TEST_F(AppTest, CancelsARunAndChangesNothing) {
     EXPECT_FALSE(menuItem(window, "exportTidied:")->isEnabled());
 }
 
+TEST_F(AppTest, ExportsNothingOnceARunWasCancelledHalfWay) {
+    std::string xml = longProject();
+    xml.insert(xml.find("<sequence"), sequenceXML(timeline));
+    DocumentWindow* const window = open("long.xml", xml);
+    tick(window, 0);
+    process(window);
+    answerAlert("OK");
+    ASSERT_TRUE(ends(window));
+    EXPECT_TRUE(menuItem(window, "exportTidied:")->isEnabled());
+    ASSERT_NO_FATAL_FAILURE(startLongRun(window));
+    QTest::keyClick(progressSheet(window), Qt::Key_Escape);
+    ASSERT_TRUE(ends(window));
+    EXPECT_FALSE(menuItem(window, "exportTidied:")->isEnabled());
+}
+
 TEST_F(AppTest, AsksBeforeItStopsARunToCloseTheWindow) {
     DocumentWindow* const window = open("long.xml", longProject());
+    DocumentWindow* const other = open("film.xml", film());
     ASSERT_NO_FATAL_FAILURE(startLongRun(window));
-    EXPECT_FALSE(window->close());
+    menuItem(other, "terminate:")->trigger();
+    EXPECT_TRUE(other->isVisible());
     EXPECT_EQ(alertText().substr(0, 33), "“long.xml” is being processed");
     // The progress sheet keeps its place: the question stands free.
     EXPECT_EQ(shownAlert()->parentWidget(), nullptr);
     EXPECT_TRUE(answerAlert("Stop and Close"));
-    EXPECT_TRUE(comesTrue([&] { return controller.documents().windows().isEmpty(); }));
+    EXPECT_TRUE(comesTrue([&] { return controller.documents().windows().size() == 1; }));
 }
 
 TEST_F(AppTest, RunsTwoDocumentsAtOnce) {
@@ -225,6 +243,33 @@ TEST_F(AppTest, StaysAsItIsWhenTheFileCannotBeRevertedTo) {
     EXPECT_TRUE(processButton(window)->isEnabled());
     EXPECT_TRUE(menuItem(window, "exportTidied:")->isEnabled());
     EXPECT_TRUE(tree(window)->isVisible());
+
+    // Also while its own list is still on the way.
+    writeFile(folder / "film.xml", film());
+    DocumentWindow* const unlisted = controller.documents().open(toQString(folder / "film.xml"));
+    writeFile(folder / "film.xml", "<xmeml>");
+    menuItem(unlisted, "revertDocumentToSaved:")->trigger();
+    EXPECT_TRUE(comesTrue([&] { return table(unlisted)->model()->rowCount() == 2; }));
+}
+
+TEST_F(AppTest, StaysUntilARevertIsOverWhenItIsClosedMeanwhile) {
+    DocumentWindow* const window =
+        open("film.fcpxml", "<fcpxml><project><sequence/></project></fcpxml>");
+    writeFile(folder / "film.fcpxml", "<fcpxml><library><event/></library></fcpxml>");
+    bool quits = false;
+    QTimer looking;
+    QObject::connect(&looking, &QTimer::timeout, [&] {
+        if (std::exchange(quits, shownAlert() != nullptr) || !quits) return;
+        EXPECT_EQ(QGuiApplication::overrideCursor()->shape(), Qt::ArrowCursor);
+        QApplication::closeAllWindows();
+        // What is to be deleted goes now.
+        QCoreApplication::processEvents();
+        EXPECT_TRUE(window->isVisible());
+    });
+    looking.start(1);
+    menuItem(window, "revertDocumentToSaved:")->trigger();
+    EXPECT_TRUE(quits);
+    EXPECT_TRUE(controller.documents().windows().isEmpty());
 }
 
 TEST_F(AppTest, LetsGoOfASheetThatAFailedRunLeavesUp) {

@@ -108,14 +108,13 @@ TEST_F(NativeWindowTest, StaysWhileItSendsByItself) {
         quits = true;
         EXPECT_FALSE(menuItem(window, "sendToFCP:")->isEnabled());
         QApplication::closeAllWindows();
+        QCoreApplication::processEvents();
+        EXPECT_TRUE(window->isVisible());
     });
     looking.start(1);
     menuItem(window, "sendToFCP:")->trigger();
     EXPECT_TRUE(quits);
-    EXPECT_EQ(alertText().substr(0, 30), "“a.fcp” is being processed");
-    EXPECT_TRUE(answerAlert("Cancel"));
-    EXPECT_TRUE(window->isVisible());
-    EXPECT_TRUE(menuItem(window, "sendToFCP:")->isEnabled());
+    EXPECT_TRUE(controller.documents().windows().isEmpty());
     ASSERT_TRUE(QVAppleEvents::saveProject(path));
     EXPECT_NE(contentsOf(path).find("<bin>"), std::string::npos);
 }
