@@ -1,6 +1,7 @@
 // HostProjects: the projects that the demo host has open, each a file of interchange XML.
 //
-// Paths are absolute, with links followed, but for open. What fails is answered as false or nothing.
+// Paths are absolute, with links followed, but for open. What fails is answered as false or
+// nothing.
 // Thread rule: one thread.
 #pragma once
 

@@ -158,8 +158,8 @@ void QVFCPXDoc::processFile(const OptionList& options) {
         const std::string reason = loaded.failure().description();
         QVLog::appendLog("Unable to load XML data - %@", reason);
         runResult_.failures.push_back(loaded.failure());
-        // The progress sheet stays up behind the alert: the window that it blocks has nothing to show
-        // but the file that cannot be read any more.
+        // The progress sheet stays up behind the alert: the window that it blocks has nothing to
+        // show but the file that cannot be read any more.
         showAlert("Unable to load XML data", reason, AlertStyle::warning);
         return;
     }

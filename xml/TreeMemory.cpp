@@ -3,10 +3,8 @@
 #include <sys/mman.h>
 #include <cstddef>
 #include <cstdint>
-#include <future>
 #include <mutex>
 #include <pugixml.hpp>
-#include <system_error>
 
 namespace reelsweep {
 
@@ -35,7 +33,6 @@ constexpr bool underAddressSanitizer = false;
 
 std::mutex mutex;
 Region* current = nullptr;
-std::future<Region*> next;  ///< on its way for a tree that has filled one region already
 
 std::size_t roundedUp(std::size_t value, std::size_t step) {
     return (value + step - 1) / step * step;
@@ -59,23 +56,6 @@ Region* makeRegion(std::size_t bytes) {
     return region;
 }
 
-Region* makeTouchedRegion() {
-    Region* const region = makeRegion(alignment);
-#ifdef MADV_POPULATE_WRITE
-    if (region) madvise(region, alignment, MADV_POPULATE_WRITE);
-#endif
-    return region;
-}
-
-// The kernel clears memory when it is first touched; another thread does that ahead of the parser.
-std::future<Region*> touchedRegionToCome() {
-    try {
-        return std::async(std::launch::async, makeTouchedRegion);
-    } catch (const std::system_error&) {
-        return {};  // no thread to be had: memory is touched when it is used
-    }
-}
-
 Region* regionOf(void* block) {
     const std::size_t within = reinterpret_cast<std::uintptr_t>(block) % alignment;
     return reinterpret_cast<Region*>(static_cast<char*>(block) - within);
@@ -97,9 +77,8 @@ void* allocate(std::size_t size) {
         return own ? takeBlock(own, bytes) : nullptr;
     }
     if (!current || current->used + bytes > current->bytes) {
-        Region* const fresh = next.valid() ? next.get() : makeRegion(alignment);
+        Region* const fresh = makeRegion(alignment);
         if (!fresh) return nullptr;
-        if (current) next = touchedRegionToCome();
         current = fresh;
     }
     return takeBlock(current, bytes);

@@ -29,8 +29,8 @@ public:
     void forget() { didEnd_ = {}; }
 
 protected:
-    // Closing presses a button, as Escape does, or answers as a box that goes with its window; nobody
-    // may wait for a box that is gone.
+    // Closing presses a button, as Escape does, or answers as a box that goes with its window:
+    // nobody may wait for a box that is gone.
     void closeEvent(QCloseEvent* event) override {
         event->accept();
         if (buttons().size() == 1) {

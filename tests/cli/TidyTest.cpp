@@ -151,7 +151,7 @@ TEST(Tidy, DeliversStandaloneWhereThereIsNoProject) {
         0);
     EXPECT_EQ(sequencesOf(workplace.read("reels-Tidied.xml")), "Reel 2-Tidied: V1: D[0,50)\n");
 
-    // The host that is installed here has no part in it, not even one whose version says too little.
+    // The host that is installed has no part in it, not even one whose version says too little.
     writeFile(workplace.home() + "/Applications/Final Cut Pro.app/Contents/Info.plist",
               "<plist version='1.0'><dict><key>CFBundleIdentifier</key>"
               "<string>com.apple.FinalCutPro</string>"

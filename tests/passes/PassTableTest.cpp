@@ -312,7 +312,7 @@ TEST(MergeClips, CutsWhatAnOpaqueClipHides) {
             {"V1: x[73,30) A[-1,-1) x2[35,46) V2: B[56,-1)",
              "V1: x[73,30) A[-1,-1) x2[35,56) x2[-1,46) V2: B[56,-1)"},
         });
-    // A long transition before a short one: the range ends before it starts, and the pieces overlap.
+    // A long transition before a short one: the range ends before it starts, the pieces overlap.
     expectRows("merge",
                {{"V1: A[0,300) V2: x[0,60) B[-1,-1) x2[90,100)",
                  "V1: A[0,60)@0:300 A[40,300)@40:300 V2: x[0,60) B[-1,-1) x2[90,100)"}},
