@@ -263,7 +263,7 @@ XMLNode QVFCPDoc::applyPasses(XMLNode copy, QVSequence& record, const OptionList
         edit.beginPass(pass.option);
         sequence = pass.run(run, sequence);
     }
-    edit.finish();
+    edit.finish(record.xmlRepresentation);
     failure = run.failure;
     return sequence;
 }

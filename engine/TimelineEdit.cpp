@@ -9,6 +9,24 @@ namespace reelsweep {
 
 namespace {
 
+// The tracks of a sequence, video first.
+std::vector<XMLNode> allTracks(XMLNode sequence) {
+    std::vector<XMLNode> tracks;
+    for (const char* const type : {"video", "audio"})
+        for (const XMLNode media : childrenNamed(sequence, "media"))
+            for (const XMLNode kind : childrenNamed(media, type))
+                for (const XMLNode track : childrenNamed(kind, "track")) tracks.push_back(track);
+    return tracks;
+}
+
+std::vector<XMLNode> itemsOn(const std::vector<XMLNode>& tracks) {
+    std::vector<XMLNode> items;
+    for (const XMLNode& track : tracks)
+        for (XMLNode node = track.firstChild(); node; node = node.nextSibling())
+            if (isTimelineItem(node)) items.push_back(node);
+    return items;
+}
+
 // A clip with an edge of -1 and no transition there.
 bool isLoose(XMLNode item) {
     if (!isClip(item)) return false;
@@ -22,55 +40,47 @@ bool isLoose(XMLNode item) {
 }  // namespace
 
 TimelineEdit::TimelineEdit(XMLNode sequence, SequenceLedger& ledger)
-    : sequence_(sequence), ledger_(ledger) {
-    for (const bool video : {true, false}) {
-        int number = 0;
-        for (const XMLNode media : childrenNamed(sequence, "media"))
-            for (const XMLNode kind : childrenNamed(media, video ? "video" : "audio"))
-                for (const XMLNode track : childrenNamed(kind, "track")) {
-                    labels_[track] = TrackLabel{video, ++number};
-                    tracks_.push_back(track);
-                }
-    }
-    visitItems([&](XMLNode item) {
-        ++ledger_.itemsBefore;
-        if (isLoose(item)) cameLoose_.insert(item);
-    });
-}
-
-void TimelineEdit::finish() {
-    visitItems([&](XMLNode item) {
-        ++ledger_.itemsAfter;
-        if (isLoose(item) && !cameLoose_.contains(item))
-            ledger_.looseClips.push_back({item, label(item), ItemTimes::of(item)});
-    });
-}
-
-template <class Visit>
-void TimelineEdit::visitItems(Visit visit) const {
+    : sequence_(sequence), ledger_(ledger), tracks_(allTracks(sequence)) {
+    int numbers[] = {0, 0};
     for (const XMLNode& track : tracks_) {
-        if (!track.parent()) continue;  // taken out meanwhile
-        for (XMLNode node = track.firstChild(); node; node = node.nextSibling())
-            if (isTimelineItem(node)) visit(node);
+        const bool video = track.parent().isElement("video");
+        labels_[track] = TrackLabel{video, ++numbers[video]};
+    }
+    items_ = itemsOn(tracks_);
+    ledger_.itemsBefore = items_.size();
+}
+
+void TimelineEdit::finish(XMLNode source) {
+    std::erase_if(tracks_, [](XMLNode track) { return !track.parent(); });
+    const std::vector<XMLNode> left = itemsOn(tracks_);
+    ledger_.itemsAfter = left.size();
+    std::unordered_map<XMLNode, XMLNode> sources;  // of the items that came; made when needed
+    for (const XMLNode& item : left) {
+        if (!isLoose(item)) continue;
+        if (sources.empty() && source) {
+            const std::vector<XMLNode> before = itemsOn(allTracks(source));
+            for (std::size_t i = 0; i < std::min(before.size(), items_.size()); ++i)
+                sources.emplace(items_[i], before[i]);
+        }
+        const auto found = sources.find(item);
+        if (found == sources.end() || !isLoose(found->second))
+            ledger_.looseClips.push_back({item, label(item), ItemTimes::of(item)});
     }
 }
 
-TrackLabel TimelineEdit::label(XMLNode node) const {
-    for (; node && node != sequence_; node = node.parent())
-        if (const auto found = labels_.find(node); found != labels_.end()) return found->second;
-    return {};
-}
+TrackLabel TimelineEdit::label(XMLNode node) const { return placeOf(node).track; }
 
-XMLNode TimelineEdit::holder(XMLNode node) const {
-    // What stands on a track of the sequence needs no search.
-    XMLNode parent = node.parent();
-    if (labels_.contains(parent)) return {};
-    while (parent && parent != sequence_ && !isTimelineItem(parent)) parent = parent.parent();
-    return parent != sequence_ ? parent : XMLNode();
-}
-
-bool TimelineEdit::isItemOnTrack(XMLNode node) const {
-    return isTimelineItem(node) && labels_.contains(node.parent());
+TimelineEdit::Place TimelineEdit::placeOf(XMLNode node) const {
+    Place place;
+    for (XMLNode at = node; at && at != sequence_; at = at.parent()) {
+        if (const auto found = labels_.find(at); found != labels_.end()) {
+            place.track = found->second;
+            place.isTrackItem = at == node.parent() && isTimelineItem(node);
+            break;
+        }
+        if (!place.holder && at != node && isTimelineItem(at)) place.holder = at;
+    }
+    return place;
 }
 
 Change& TimelineEdit::record(ChangeKind kind, XMLNode node) {
@@ -78,12 +88,13 @@ Change& TimelineEdit::record(ChangeKind kind, XMLNode node) {
     change.kind = kind;
     change.pass = pass_;
     change.node = node;
-    change.trackBefore = change.trackAfter = label(node);
-    change.before = change.after = ItemTimes::of(node);
-    change.holder = holder(node);
-    if (change.holder && change.before == ItemTimes{})
-        change.before = change.after = ItemTimes::of(change.holder);
-    change.countsAsItem = isItemOnTrack(node);
+    const Place place = placeOf(node);
+    change.trackBefore = change.trackAfter = place.track;
+    change.holder = place.holder;
+    change.countsAsItem = place.isTrackItem;
+    change.before = ItemTimes::of(node);
+    if (change.holder && change.before == ItemTimes{}) change.before = ItemTimes::of(change.holder);
+    change.after = change.before;
     return ledger_.changes.emplace_back(change);
 }
 

@@ -13,7 +13,6 @@
 #include <string>
 #include <string_view>
 #include <unordered_map>
-#include <unordered_set>
 #include <vector>
 
 namespace reelsweep {
@@ -28,8 +27,9 @@ public:
     void beginPass(std::string_view option) { pass_ = option; }
     /// How many items the sequence came with.
     std::size_t itemsBefore() const { return ledger_.itemsBefore; }
-    /// Counts the items that are left, and finds those that have become loose. After the last pass.
-    void finish();
+    /// Counts the items that are left, and finds those that have become loose: were they not so in
+    /// the source, of which the sequence is a copy. After the last pass.
+    void finish(XMLNode source = {});
 
     // Nodes anywhere in the sequence
 
@@ -74,10 +74,12 @@ public:
 
 private:
     Change& record(ChangeKind kind, XMLNode node);
-    XMLNode holder(XMLNode node) const;
-    bool isItemOnTrack(XMLNode node) const;
-    template <class Visit>
-    void visitItems(Visit visit) const;
+    struct Place {
+        TrackLabel track;
+        XMLNode holder;            ///< the clip, generator or transition around it
+        bool isTrackItem = false;  ///< a clip, generator or transition that stands in a track
+    };
+    Place placeOf(XMLNode node) const;
     void writeTimes(XMLNode item, const ItemTimes& times);
     void forgetIndexes();
     void listElements();
@@ -89,7 +91,7 @@ private:
     std::string_view pass_;
     std::vector<XMLNode> tracks_;  ///< as they came
     std::unordered_map<XMLNode, TrackLabel> labels_;
-    std::unordered_set<XMLNode> cameLoose_;
+    std::vector<XMLNode> items_;  ///< on tracks, as they came
     SequenceIndex sequenceIndex_;
     std::unordered_map<XMLNode, TrackIndex> indexes_;
     std::array<std::vector<XMLNode>, listedNames.size()> elements_;  ///< those taken out too
