@@ -157,6 +157,8 @@ void DocumentWindow::runEnded() {
     running_ = false;
     // A run that could not read its file leaves its sheet up, to be cancelled once more.
     if (cancelled_) progress_->end();
+    // Also when the cancel came too late.
+    if (!runResult().cancelled) showReport();
     std::size_t changes = 0;
     for (const SequenceLedger& sequence : ledger().sequences) changes += sequence.changes.size();
     if (runResult().cancelled)

@@ -12,6 +12,7 @@ int main(int argc, char** argv) {
     std::string path;
     CLI::App app{"Writes a project file that looks like a real export, for measuring."};
     app.add_option("--items", options.items, "clips, generators and transitions")
+        ->check(CLI::Range(std::size_t{1}, std::size_t{10'000'000}))
         ->capture_default_str();
     app.add_option("--video", options.videoTracks, "video tracks")
         ->check(CLI::Range(1, 1000))

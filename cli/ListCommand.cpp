@@ -110,7 +110,8 @@ ExitCode listSequences(Application& application, const InputFile& file,
     document->waitUntilPopulated();
 
     std::vector<SequenceSummary> sequences;
-    for (const auto& sequence : *document->sequenceArray()) {
+    const auto records = document->sequenceArray();
+    for (const auto& sequence : *records) {
         sequences.push_back(SequenceSummary::of(sequence->xmlRepresentation));
         sequences.back().isShortForm = sequence->isPlaceholder;
     }

@@ -115,6 +115,13 @@ CommandRun defineTidy(CLI::App& parser) {
     const auto one = [](CLI::Option* option, const char* value) {
         return option->type_name(value)->allow_extra_args(false);
     };
+    // A script's variable that is not set is no wish for the default place.
+    const auto place = [&](CLI::Option* option, const char* value) {
+        return one(option, value)
+            ->check(CLI::Validator(
+                [](const std::string& text) { return text.empty() ? "must not be empty" : ""; },
+                std::string()));
+    };
     parser
         .add_option("FILE", o.files,
                     "XMEML or FCPXML files or native projects;\n- reads standard input")
@@ -146,23 +153,23 @@ CommandRun defineTidy(CLI::App& parser) {
         ->group(what);
 
     const char* const where = "Where to write";
-    one(parser.add_option("-o,--output", o.output,
-                          "Write the result to this file; - is standard output\n"
-                          "(default: NAME-Tidied.EXT beside the input)"),
-        "OUT")
+    place(parser.add_option("-o,--output", o.output,
+                            "Write the result to this file; - is standard output\n"
+                            "(default: NAME-Tidied.EXT beside the input)"),
+          "OUT")
         ->group(where);
-    one(parser.add_option("--output-dir", o.outputFolder,
-                          "Write each result into this folder, as NAME-Tidied.EXT"),
-        "DIR")
+    place(parser.add_option("--output-dir", o.outputFolder,
+                            "Write each result into this folder, as NAME-Tidied.EXT"),
+          "DIR")
         ->group(where);
     parser
         .add_flag("--in-place", o.inPlace,
                   "Replace each input with its result, unless another\n"
                   "program changed the file meanwhile")
         ->group(where);
-    one(parser.add_option("--report", o.report,
-                          "Write every change to this file as JSON;\n- is standard output"),
-        "FILE")
+    place(parser.add_option("--report", o.report,
+                            "Write every change to this file as JSON;\n- is standard output"),
+          "FILE")
         ->group(where);
     parser.add_flag("--force", o.force, "Replace outputs that exist already")->group(where);
     parser

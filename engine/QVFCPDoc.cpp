@@ -210,7 +210,8 @@ void QVFCPDoc::startProcessing(const OptionList& options, Delivery delivery) {
     setProgressLabelText("Initializing...");
     try {
         bool goesOn = true;
-        for (const auto& record : *sequenceArray()) {
+        const auto records = sequenceArray();
+        for (const auto& record : *records) {
             if (processingCancelled_ || !goesOn) break;
             if (record->selected) goesOn = processSequence(*record, options);
         }
@@ -219,7 +220,8 @@ void QVFCPDoc::startProcessing(const OptionList& options, Delivery delivery) {
         const std::string text = QVException::logException(error, "-[QVFCPDoc startProcessing:]");
         runResult_.failures.push_back({FailureCode::internal, text, path_, 0, 0, ""});
     }
-    runResult_.cancelled = processingCancelled_;
+    // A cancel that came too late to keep the result back is none.
+    runResult_.cancelled = processingCancelled_ && !runResult_.delivered;
     endProgress();
 }
 
@@ -309,7 +311,8 @@ std::optional<std::string> QVFCPDoc::generateXMLOutput(bool includeHeader) {
     const BinText bin = BinText::make(
         includeHeader ? std::optional(QVAppleEvents::maximumXMEMLVersion()) : std::nullopt);
     std::string output = bin.before;
-    for (const auto& record : *sequenceArray()) {
+    const auto records = sequenceArray();
+    for (const auto& record : *records) {
         if (processingCancelled_) return {};
         if (!record->selected) continue;
         const XMLNode processed = record->processedXMLRepresentation;
@@ -325,7 +328,8 @@ Result<XMLNode> QVFCPDoc::makeBin(XMLNode project) {
     Result<XMLNode> bin = project.parseDetached(text.before + text.after);
     if (!bin) return bin;
     XMLNode children = bin->child("children");
-    for (const auto& record : *sequenceArray()) {
+    const auto records = sequenceArray();
+    for (const auto& record : *records) {
         if (processingCancelled_)
             return Failure{FailureCode::cancelled, "cancelled", path_, 0, 0, ""};
         if (!record->selected) continue;

@@ -119,7 +119,8 @@ void QVFCPDoc::deliverToFCP() {
 }
 
 void QVFCPDoc::openCopiesInFCP() {
-    for (const auto& record : *sequenceArray())
+    const auto records = sequenceArray();
+    for (const auto& record : *records)
         if (record->selected && record->newUUID)
             QVAppleEvents::openItem(*record->newUUID, path_, launchesFCP_);
 }

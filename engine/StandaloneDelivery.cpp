@@ -20,8 +20,15 @@ bool isShared(XMLNode element) {
     return (element.isElement("file") || element.isElement("sequence")) && element.attribute("id");
 }
 
-bool isReference(XMLNode element) { return isShared(element) && !element.firstChild(); }
-bool isDefinition(XMLNode element) { return isShared(element) && element.firstChild(); }
+// Blanks or a comment define nothing.
+bool holdsElements(XMLNode element) {
+    XMLNode child = element.firstChild();
+    while (child && !child.isElement()) child = child.nextSibling();
+    return bool(child);
+}
+
+bool isReference(XMLNode element) { return isShared(element) && !holdsElements(element); }
+bool isDefinition(XMLNode element) { return isShared(element) && holdsElements(element); }
 
 // Where the source defines what can be referred to by id. The first definition counts.
 class SourceDefinitions {
@@ -89,9 +96,7 @@ private:
     void collectDefinitions() {
         children_.forEachDescendant({}, [&](XMLNode element) {
             if (!isDefinition(element)) return;
-            Definition& definition = own_[keyOf(element)];
-            if (!definition.node) definition.node = element;
-            ++definition.count;
+            own_.emplace(keyOf(element), element);
         });
     }
 
@@ -110,13 +115,12 @@ private:
         const std::string key = keyOf(reference);
         if (defined_.contains(key)) return reference;
         const auto own = own_.find(key);
-        const XMLNode definition = own != own_.end() ? own->second.node : source_.shared(key);
+        const XMLNode definition = own != own_.end() ? own->second : source_.shared(key);
         if (!definition) return reference;
         XMLNode parent = reference.parent();
         const XMLNode copy = parent.appendCopy(definition);
         parent.insertBefore(copy, reference);
         reference.detach();
-        if (own != own_.end()) ++own->second.count;
         return copy;
     }
 
@@ -124,23 +128,17 @@ private:
     // something else under the same id is the source's affair and stays.
     void keepFirst(XMLNode definition) {
         const std::string key = keyOf(definition);
-        const auto own = own_.find(key);
-        const bool standsAgain = own != own_.end() && own->second.count > 1;
-        // As text, since references inside the first one are about to be defined.
-        const std::string text = standsAgain ? serialise(definition) : std::string();
+        // As text, since references inside the first one are about to be defined. What the output
+        // does not define by itself comes from one place.
+        const std::string text = own_.contains(key) ? serialise(definition) : std::string();
         const auto [first, isFirst] = defined_.emplace(key, text);
         if (isFirst || first->second != text) return;
         while (XMLNode child = definition.firstChild()) child.detach();
     }
 
-    struct Definition {
-        XMLNode node;           // the first in the output as it came
-        std::size_t count = 0;  // how often the output defines it
-    };
-
     SourceDefinitions source_;
     XMLNode children_;
-    std::unordered_map<std::string, Definition> own_;       // by key
+    std::unordered_map<std::string, XMLNode> own_;          // the first in the output, by key
     std::unordered_map<std::string, std::string> defined_;  // met on the walk so far: key, text
     std::unordered_set<std::string> followed_;
     std::unordered_set<std::string> masterClips_;
@@ -164,7 +162,8 @@ Result<XMLDocument> standaloneDocument(QVFCPDoc& document) {
     Result<XMLDocument> output = XMLDocument::parse(text.before + text.after);
     if (!output) return output;
     XMLNode children = output->rootElement().child("bin").child("children");
-    for (const auto& record : *document.sequenceArray()) {
+    const auto records = document.sequenceArray();
+    for (const auto& record : *records) {
         if (document.processingCancelled())
             return Failure{FailureCode::cancelled, "cancelled", document.path(), 0, 0, ""};
         if (!record->selected) continue;

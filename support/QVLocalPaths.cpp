@@ -147,7 +147,7 @@ std::string QVLocalPaths::uuid() {
 std::string QVLocalPaths::randomString(std::size_t length) {
     constexpr std::string_view alphabet = "abcdefghijklmnopqrstuvwxyz0123456789";
     // Seeded at every call, which other users of the generator can tell.
-    std::srand(static_cast<unsigned>(std::clock() * std::time(nullptr)));
+    std::srand(static_cast<unsigned>(std::clock()) * static_cast<unsigned>(std::time(nullptr)));
     std::string text(length, ' ');
     for (char& character : text)
         character = alphabet[static_cast<std::size_t>(std::rand()) % alphabet.size()];

@@ -32,6 +32,13 @@ void appendDescendantText(const pugi::xml_node& node, std::string& text) {
     }
 }
 
+// The first of this sibling and those after it that is an element: processing instructions have
+// names too.
+pugi::xml_node elementFrom(pugi::xml_node sibling, const char* name) {
+    while (sibling && sibling.type() != pugi::node_element) sibling = sibling.next_sibling(name);
+    return sibling;
+}
+
 }  // namespace
 
 pugi::xml_node XMLAccess::appendSlot(pugi::xml_node parent) {
@@ -122,7 +129,7 @@ XMLNode XMLNode::lastChild() const {
 
 XMLNode XMLNode::child(const char* name) const {
     if (attribute_) return {};
-    return XMLAccess::handle(pugi::xml_node(node_).child(name));
+    return XMLAccess::handle(elementFrom(pugi::xml_node(node_).child(name), name));
 }
 
 void XMLNode::findFirstChildren(const std::string_view* names, XMLNode* found,
@@ -143,7 +150,7 @@ void XMLNode::findFirstChildren(const std::string_view* names, XMLNode* found,
 
 XMLNode XMLNode::nextSibling(const char* name) const {
     if (attribute_) return {};
-    return XMLAccess::handle(pugi::xml_node(node_).next_sibling(name));
+    return XMLAccess::handle(elementFrom(pugi::xml_node(node_).next_sibling(name), name));
 }
 
 std::size_t XMLNode::index() const {

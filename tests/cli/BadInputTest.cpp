@@ -174,6 +174,7 @@ TEST(WrongUsage, IsAnsweredBeforeAnyFileIsRead) {
         {{"tidy", "x.xml", "--passes", "everything"},
          "unknown pass \"everything\"; \"reelsweep-cli passes\" lists them"},
         {{"tidy", "x.xml", "--passes", ""}, "--passes names no pass"},
+        {{"tidy", "x.xml", "--output-dir", ""}, "--output-dir: must not be empty"},
         {{"tidy", "x.xml", "-o", "a", "--in-place"},
          "-o, --output-dir and --in-place exclude each other"},
         {{"tidy", "x.xml", "y.xml", "-o", "a"},

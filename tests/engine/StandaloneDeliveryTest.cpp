@@ -85,6 +85,18 @@ TEST(StandaloneDelivery, DefinesFilesAtTheirFirstUse) {
              sequence("t", clip("c", fileReference("f"))),
          {1, 2},
          sequence("s", clip("b", file("f"))) + sequence("t", clip("c", fileReference("f")))},
+        {"another file of that id, in a nested sequence",
+         sequence("s", clip("n", "<sequence id=\"t\"/>") + clip("a", file("f"))) +
+             sequence("t", clip("b", "<file id=\"f\"><name>other.mov</name></file>")),
+         {0},
+         sequence(
+             "s",
+             clip("n", sequence("t", clip("b", "<file id=\"f\"><name>other.mov</name></file>"))) +
+                 clip("a", file("f")))},
+        {"nothing but blanks",
+         sequence("s", clip("a", "<file id=\"f\">\n</file>")) + sequence("t", clip("b", file("f"))),
+         {0},
+         sequence("s", clip("a", file("f")))},
         {"defined nowhere",
          sequence("s", clip("a", fileReference("f"))),
          {0},

@@ -156,6 +156,15 @@ TEST_F(NativeDocument, GoesOnWithTheNextSequenceWhenOneCannotBeFetched) {
     }
 }
 
+TEST_F(NativeDocument, IsSentWhenTheCancelComesTooLate) {
+    const auto native = document(openProject("film.fcp", threeReels));
+    native->document.setSelected(0, true);
+    native->view.onEnd = [&] { native->document.cancelProgress(); };
+    EXPECT_EQ(run(*native, {"removeMarkers"}), complete);
+    EXPECT_TRUE(native->document.runResult().delivered);
+    EXPECT_FALSE(native->document.runResult().cancelled);
+}
+
 TEST_F(NativeDocument, IsNotGivenAnotherSequenceForOneWithoutAUuid) {
     std::string reels = threeReels;
     reels.erase(reels.find("<uuid>U2</uuid>"), 15);
