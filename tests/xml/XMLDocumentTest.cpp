@@ -115,6 +115,8 @@ TEST(XMLDocument, RefusesWhatIsNotAWellFormedDocumentWithLineAndColumn) {
         {"<a b='1' b='2'/>", "1:10", "duplicate attribute"},
         {"<a>\n x &nbsp; y</a>", "2:4", "undefined entity"},
         {"<!DOCTYPE a SYSTEM 'a.dtd'><a>\n&nbsp;</a>", "2", "undeclared entity \"nbsp\""},
+        {"<!DOCTYPE a SYSTEM 'a.dtd'><a>\n<b c='&amp;&#65;'/><b c='&lt;&nbsp;'/></a>", "2",
+         "undeclared entity \"nbsp\""},
         {"<!DOCTYPE a [\n<!ENTITY b 'c'>]><a>&b;</a>", "2", "declares the entity \"b\""},
         {"<!DOCTYPE a [\n<!ENTITY % b 'c'>]><a/>", "2", "declares the entity \"b\""},
         {"<!DOCTYPE a [\n<!ENTITY b SYSTEM '/etc/passwd'>]><a>&b;</a>", "2", "declares the entity"},
