@@ -3,7 +3,7 @@
 // Owner: the window; while a question is open it must stay. Thread rule: main thread.
 #pragma once
 
-#include "support/QVAlert.h"
+#include "services/QVAlert.h"
 
 #include <functional>
 #include <utility>

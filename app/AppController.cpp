@@ -9,12 +9,12 @@
 #include "app/StartWindow.h"
 #include "app/Text.h"
 #include "platform/Platform.h"
-#include "support/QVAlert.h"
-#include "support/QVBugReporter.h"
-#include "support/QVLocalPaths.h"
-#include "support/QVLog.h"
-#include "support/QVQC.h"
-#include "support/QVTroubleshootingUtils.h"
+#include "services/QVAlert.h"
+#include "services/QVBugReporter.h"
+#include "services/QVLocalPaths.h"
+#include "services/QVLog.h"
+#include "services/QVQC.h"
+#include "services/QVTroubleshootingUtils.h"
 
 #include <QApplication>
 #include <QFileDialog>

@@ -7,7 +7,7 @@
 #include "app/ProjectLoaderDialog.h"
 #include "app/QVAboutDialogController.h"
 #include "platform/posix/RunMarker.h"
-#include "support/QVSoftwareUpdate.h"
+#include "services/QVSoftwareUpdate.h"
 
 #include <QObject>
 #include <QPointer>

@@ -3,7 +3,7 @@
 // Owner: the view. Thread rule: main thread, while no run of the document is going.
 #pragma once
 
-#include "engine/report/ChangeListing.h"
+#include "report/ChangeListing.h"
 
 #include <QAbstractItemModel>
 

@@ -1,11 +1,11 @@
 #include "app/ChangeReportView.h"
 
 #include "app/Text.h"
-#include "engine/report/ChangeCSV.h"
+#include "base/AtomicFile.h"
 #include "platform/Platform.h"
 #include "platform/qt/WindowRefs.h"
-#include "support/AtomicFile.h"
-#include "support/QVAlert.h"
+#include "report/ChangeCSV.h"
+#include "services/QVAlert.h"
 
 #include <QClipboard>
 #include <QFileDialog>

@@ -4,7 +4,7 @@
 #pragma once
 
 #include "app/ChangeReportModel.h"
-#include "engine/report/ChangeReport.h"
+#include "report/ChangeReport.h"
 
 #include <QTimer>
 #include <QWidget>

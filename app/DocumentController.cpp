@@ -3,10 +3,10 @@
 #include "app/QVFCPDocWindow.h"
 #include "app/QVFCPXDocWindow.h"
 #include "app/Text.h"
-#include "engine/DocumentFormat.h"
+#include "documents/DocumentFormat.h"
 #include "platform/Platform.h"
-#include "support/QVAlert.h"
-#include "support/QVLog.h"
+#include "services/QVAlert.h"
+#include "services/QVLog.h"
 
 #include <QFileInfo>
 
@@ -25,7 +25,7 @@ void storeRecentFiles(const QStringList& paths) {
 }
 
 Result<DocumentWindow*> makeWindow(const std::string& path) {
-    if (QVFCPDoc::isNativeProject(path)) return new QVFCPDocWindow;
+    if (isNativeProject(path)) return new QVFCPDocWindow;
     const Result<DocumentFormat> format = documentFormat(path);
     if (!format) return format.failure();
     if (*format == DocumentFormat::fcpxml) return new QVFCPXDocWindow;

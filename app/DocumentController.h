@@ -3,7 +3,7 @@
 // Owner: AppController. Thread rule: main thread.
 #pragma once
 
-#include "support/Failure.h"
+#include "base/Failure.h"
 
 #include <QList>
 #include <QObject>

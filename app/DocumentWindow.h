@@ -8,10 +8,10 @@
 #include "app/ChangeReportView.h"
 #include "app/OptionBoxes.h"
 #include "app/ProgressSheet.h"
-#include "engine/ChangeLedger.h"
-#include "engine/DocumentView.h"
-#include "engine/RunResult.h"
-#include "support/Failure.h"
+#include "base/Failure.h"
+#include "shell/DocumentView.h"
+#include "shell/RunResult.h"
+#include "timeline/ChangeLedger.h"
 
 #include <QMainWindow>
 

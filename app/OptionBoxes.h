@@ -5,7 +5,7 @@
 // Owner: the window. Thread rule: main thread.
 #pragma once
 
-#include "engine/PassTable.h"
+#include "tidy/PassTable.h"
 
 #include <string>
 #include <string_view>

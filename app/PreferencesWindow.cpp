@@ -2,8 +2,8 @@
 
 #include "app/Text.h"
 #include "platform/Platform.h"
-#include "support/QVLog.h"
-#include "support/QVQC.h"
+#include "services/QVLog.h"
+#include "services/QVQC.h"
 
 #include <QCheckBox>
 #include <QGroupBox>

@@ -3,7 +3,7 @@
 #include "app/InterfaceDescription.h"
 #include "app/Text.h"
 #include "platform/Platform.h"
-#include "support/QVAlert.h"
+#include "services/QVAlert.h"
 
 #include <QFileIconProvider>
 #include <QListWidget>

@@ -2,9 +2,9 @@
 
 #include "app/InterfaceDescription.h"
 #include "app/Text.h"
+#include "base/Format.h"
 #include "platform/Platform.h"
 #include "platform/PropertyList.h"
-#include "support/Format.h"
 
 #include <QApplication>
 #include <QFile>

@@ -2,7 +2,7 @@
 
 #include "app/InterfaceDescription.h"
 #include "app/Text.h"
-#include "engine/StandaloneDelivery.h"
+#include "shell/StandaloneDelivery.h"
 
 #include <QFileInfo>
 #include <QGuiApplication>

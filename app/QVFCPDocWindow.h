@@ -5,7 +5,7 @@
 
 #include "app/DocumentWindow.h"
 #include "app/SequenceModel.h"
-#include "engine/QVFCPDoc.h"
+#include "shell/QVFCPDoc.h"
 
 class QTableView;
 

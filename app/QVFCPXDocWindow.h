@@ -4,7 +4,7 @@
 #pragma once
 
 #include "app/DocumentWindow.h"
-#include "engine/QVFCPXDoc.h"
+#include "shell/QVFCPXDoc.h"
 
 namespace reelsweep {
 

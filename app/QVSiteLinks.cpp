@@ -1,7 +1,7 @@
 #include "app/QVSiteLinks.h"
 
+#include "base/Format.h"
 #include "platform/Platform.h"
-#include "support/Format.h"
 
 #include <QByteArray>
 

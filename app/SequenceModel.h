@@ -3,7 +3,7 @@
 // Owner: the window. Thread rule: main thread.
 #pragma once
 
-#include "engine/QVFCPDoc.h"
+#include "shell/QVFCPDoc.h"
 
 #include <QAbstractTableModel>
 #include <QIcon>

@@ -5,7 +5,7 @@
 #include "platform/qt/QtAlertPresenter.h"
 #include "platform/qt/QtMainThread.h"
 #include "platform/qt/QtWorkspace.h"
-#include "support/QVLog.h"
+#include "services/QVLog.h"
 
 #include <QApplication>
 #include <QIcon>

@@ -5,7 +5,7 @@
 #include "bench/ChildProcess.h"
 #include "bench/ProjectGenerator.h"
 #include "bench/Steps.h"
-#include "support/QVLog.h"
+#include "services/QVLog.h"
 
 #include <fmt/format.h>
 #include <unistd.h>

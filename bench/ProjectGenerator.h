@@ -3,7 +3,7 @@
 // The same options give the same bytes on every machine. Thread rule: plain functions, any thread.
 #pragma once
 
-#include "support/AtomicFile.h"
+#include "base/AtomicFile.h"
 
 #include <cstddef>
 #include <cstdint>

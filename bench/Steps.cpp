@@ -1,8 +1,8 @@
 #include "bench/Steps.h"
 
 #include "bench/ChildProcess.h"
-#include "engine/QVFCPDoc.h"
-#include "engine/SilentView.h"
+#include "shell/QVFCPDoc.h"
+#include "shell/SilentView.h"
 
 #include <algorithm>
 #include <chrono>

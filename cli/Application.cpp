@@ -6,7 +6,7 @@
 #include "platform/posix/ConsoleAlertPresenter.h"
 #include "platform/posix/QueueMainThread.h"
 #include "platform/posix/StandardConsole.h"
-#include "support/QVLog.h"
+#include "services/QVLog.h"
 
 #include <unistd.h>
 #include <chrono>

@@ -4,9 +4,9 @@
 // Owner: main; lives until the process ends. Thread rule: main thread only, unless said otherwise.
 #pragma once
 
+#include "base/Failure.h"
 #include "cli/ExitCode.h"
 #include "cli/Terminal.h"
-#include "support/Failure.h"
 
 #include <cstddef>
 #include <functional>

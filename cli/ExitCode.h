@@ -1,7 +1,7 @@
 // Exit codes of the program; a script may rely on them.
 #pragma once
 
-#include "support/Failure.h"
+#include "base/Failure.h"
 
 namespace reelsweep {
 

@@ -3,9 +3,9 @@
 // Owner: the command. Thread rule: main thread.
 #pragma once
 
+#include "base/Failure.h"
 #include "cli/StandardStreams.h"
-#include "engine/DocumentFormat.h"
-#include "support/Failure.h"
+#include "documents/DocumentFormat.h"
 
 #include <optional>
 #include <string>

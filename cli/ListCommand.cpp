@@ -3,9 +3,9 @@
 #include "cli/InputFile.h"
 #include "cli/NativeProject.h"
 #include "cli/TextTable.h"
-#include "engine/QVFCPDoc.h"
-#include "engine/QVFCPXDoc.h"
-#include "engine/report/SequenceSummary.h"
+#include "report/SequenceSummary.h"
+#include "shell/QVFCPDoc.h"
+#include "shell/QVFCPXDoc.h"
 #include "xml/XMLDocument.h"
 
 #include <CLI/App.hpp>

@@ -3,8 +3,8 @@
 // Thread rule: main thread.
 #pragma once
 
-#include "engine/QVFCPDoc.h"
-#include "support/Failure.h"
+#include "base/Failure.h"
+#include "shell/QVFCPDoc.h"
 
 #include <string>
 

@@ -1,7 +1,7 @@
 #include "cli/Application.h"
 #include "cli/Commands.h"
 #include "cli/TextTable.h"
-#include "engine/PassTable.h"
+#include "tidy/PassTable.h"
 
 #include <CLI/App.hpp>
 #include <memory>

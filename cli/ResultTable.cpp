@@ -1,7 +1,7 @@
 #include "cli/ResultTable.h"
 
 #include "cli/TextTable.h"
-#include "engine/PassTable.h"
+#include "tidy/PassTable.h"
 
 #include <algorithm>
 #include <numeric>

@@ -1,7 +1,7 @@
 // The table at the end of a run: per sequence and pass, what was done.
 #pragma once
 
-#include "engine/ChangeLedger.h"
+#include "timeline/ChangeLedger.h"
 
 #include <string>
 

@@ -1,9 +1,9 @@
 // Saving a result, unless the user interrupts.
 #pragma once
 
-#include "support/AtomicFile.h"
-#include "support/Failure.h"
-#include "support/FinderInfo.h"
+#include "base/AtomicFile.h"
+#include "base/Failure.h"
+#include "base/FinderInfo.h"
 
 #include <functional>
 #include <optional>

@@ -1,8 +1,8 @@
 // Which sequences of a file the user means by INDEX, TITLE or UUID.
 #pragma once
 
-#include "engine/QVFCPDoc.h"
-#include "support/Failure.h"
+#include "base/Failure.h"
+#include "shell/QVFCPDoc.h"
 
 #include <cstddef>
 #include <string>

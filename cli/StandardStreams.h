@@ -3,8 +3,8 @@
 // Thread rule: each object belongs to one thread at a time.
 #pragma once
 
-#include "support/AtomicFile.h"
-#include "support/Failure.h"
+#include "base/AtomicFile.h"
+#include "base/Failure.h"
 
 #include <string>
 #include <string_view>

@@ -4,7 +4,7 @@
 // Owner: Application. Thread rule: main thread only.
 #pragma once
 
-#include "engine/DocumentView.h"
+#include "shell/DocumentView.h"
 
 #include <cstddef>
 #include <string>

@@ -6,7 +6,7 @@
 #include "cli/TextTable.h"
 #include "cli/TidyFile.h"
 #include "cli/TidyPlan.h"
-#include "engine/report/ChangeReport.h"
+#include "report/ChangeReport.h"
 
 #include <fmt/format.h>
 #include <CLI/App.hpp>

@@ -3,12 +3,12 @@
 // Owner: the command. Thread rule: main thread.
 #pragma once
 
+#include "base/Failure.h"
 #include "cli/ExitCode.h"
 #include "cli/InputFile.h"
 #include "cli/TidyPlan.h"
 #include "cli/TidyWork.h"
-#include "engine/report/ChangeReport.h"
-#include "support/Failure.h"
+#include "report/ChangeReport.h"
 
 #include <memory>
 #include <optional>

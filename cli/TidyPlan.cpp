@@ -1,10 +1,11 @@
 #include "cli/TidyPlan.h"
 
+#include "base/AtomicFile.h"
 #include "cli/InputFile.h"
 #include "cli/Nearest.h"
 #include "cli/StandardStreams.h"
-#include "engine/QVFCPDoc.h"
-#include "support/AtomicFile.h"
+#include "documents/DocumentFormat.h"
+#include "shell/QVFCPDoc.h"
 
 #include <fmt/format.h>
 #include <fmt/ranges.h>
@@ -92,8 +93,7 @@ Outcome checkCombinations(const TidyOptions& options) {
         return usage("--in-place needs a file, not standard input");
     if (readsStandardInput && !options.outputFolder.empty())
         return usage("standard input has no name to write under; use -o");
-    const auto native =
-        std::find_if(options.files.begin(), options.files.end(), QVFCPDoc::isNativeProject);
+    const auto native = std::find_if(options.files.begin(), options.files.end(), isNativeProject);
     if (native != options.files.end() && (places > 0 || options.delivery == "standalone"))
         return usage(
             "is a native project, whose result goes to Final Cut Pro; -o, --output-dir, "
@@ -159,7 +159,7 @@ Result<TidyPlan> planTidy(const TidyOptions& options) {
     plan.force = options.force;
     plan.quiet = options.quiet;
     for (const std::string& input : options.files) {
-        PlannedFile file{input, input, options.inPlace, QVFCPDoc::isNativeProject(input)};
+        PlannedFile file{input, input, options.inPlace, isNativeProject(input)};
         if (file.native)
             file.output.clear();
         else if (!options.output.empty())

@@ -3,8 +3,8 @@
 // Thread rule: plain values.
 #pragma once
 
-#include "engine/PassTable.h"
-#include "support/Failure.h"
+#include "base/Failure.h"
+#include "tidy/PassTable.h"
 
 #include <optional>
 #include <string>

@@ -2,9 +2,9 @@
 
 #include "cli/NativeProject.h"
 #include "cli/SequenceChoice.h"
-#include "engine/QVFCPDoc.h"
-#include "engine/QVFCPXDoc.h"
-#include "engine/StandaloneDelivery.h"
+#include "shell/QVFCPDoc.h"
+#include "shell/QVFCPXDoc.h"
+#include "shell/StandaloneDelivery.h"
 
 #include <optional>
 

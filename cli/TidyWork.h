@@ -4,12 +4,12 @@
 // the main thread serves its queue.
 #pragma once
 
+#include "base/Failure.h"
+#include "base/FinderInfo.h"
 #include "cli/InputFile.h"
 #include "cli/TidyPlan.h"
-#include "engine/ChangeLedger.h"
-#include "engine/DocumentView.h"
-#include "support/Failure.h"
-#include "support/FinderInfo.h"
+#include "shell/DocumentView.h"
+#include "timeline/ChangeLedger.h"
 #include "xml/XMLDocument.h"
 
 #include <memory>

@@ -2,7 +2,7 @@
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 
-set(layers platform support xml hosts engine)
+set(layers base time xml timeline tidy report documents platform services hosts shell)
 
 # The programs
 install(TARGETS reelsweep-cli COMPONENT programs)
@@ -25,7 +25,7 @@ if(REELSWEEP_APP)
             DESTINATION ${CMAKE_INSTALL_DATADIR}/icons/hicolor/scalable/apps COMPONENT programs)
 endif()
 
-# The library: find_package(Reelsweep), Reelsweep::reelsweep_engine
+# The library: find_package(Reelsweep), Reelsweep::reelsweep_shell
 set(package_folder ${CMAKE_INSTALL_LIBDIR}/cmake/Reelsweep)
 foreach(layer IN LISTS layers)
     install(TARGETS reelsweep_${layer} EXPORT ReelsweepTargets

@@ -1,6 +1,6 @@
 #include "demo/DemoHost.h"
 
-#include "platform/PercentEscapes.h"
+#include "base/PercentEscapes.h"
 #include "platform/posix/AppleEventWire.h"
 
 #include <algorithm>

@@ -1,6 +1,6 @@
 #include "demo/HostProjects.h"
 
-#include "support/AtomicFile.h"
+#include "base/AtomicFile.h"
 
 #include <algorithm>
 #include <charconv>

@@ -2,7 +2,7 @@
 
 #include "platform/Platform.h"
 #include "platform/posix/ConsoleAlertPresenter.h"
-#include "support/QVLog.h"
+#include "services/QVLog.h"
 #include "tests/platform/TemporaryFolder.h"
 
 #include <unistd.h>

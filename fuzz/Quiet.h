@@ -3,7 +3,7 @@
 // Thread rule: main thread.
 #pragma once
 
-#include "engine/SilentView.h"
+#include "shell/SilentView.h"
 
 #include <string>
 

@@ -1,7 +1,7 @@
 // Any bytes as an FCPXML file: opened, tidied with both passes, saved and loaded again.
 
-#include "engine/QVFCPXDoc.h"
 #include "fuzz/Quiet.h"
+#include "shell/QVFCPXDoc.h"
 
 #include <cstddef>
 #include <cstdint>

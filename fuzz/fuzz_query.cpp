@@ -1,7 +1,7 @@
 // The query layer: the first line is a query, the rest a document.
 
 #include "fuzz/Quiet.h"
-#include "xml/QVXMLParser.h"
+#include "timeline/QVXMLParser.h"
 #include "xml/XMLDocument.h"
 #include "xml/XMLQuery.h"
 

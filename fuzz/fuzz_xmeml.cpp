@@ -1,8 +1,8 @@
 // Any bytes, loaded, tidied with every pass and delivered both ways.
 
-#include "engine/QVFCPDoc.h"
-#include "engine/StandaloneDelivery.h"
 #include "fuzz/Quiet.h"
+#include "shell/QVFCPDoc.h"
+#include "shell/StandaloneDelivery.h"
 
 #include <cstddef>
 #include <cstdint>

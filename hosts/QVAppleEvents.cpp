@@ -1,11 +1,11 @@
 #include "hosts/QVAppleEvents.h"
 
-#include "platform/PercentEscapes.h"
+#include "base/PercentEscapes.h"
+#include "base/TextEncoding.h"
 #include "platform/Platform.h"
-#include "support/ConsoleLog.h"
-#include "support/QVException.h"
-#include "support/TextEncoding.h"
-#include "xml/QVXMLParser.h"
+#include "services/ConsoleLog.h"
+#include "services/QVException.h"
+#include "timeline/QVXMLParser.h"
 
 #include <algorithm>
 #include <exception>

@@ -1,10 +1,10 @@
 #include "hosts/QVAppleEvents.h"
 
+#include "base/Utf16.h"
 #include "platform/Platform.h"
 #include "platform/PropertyList.h"
-#include "support/QVLocalPaths.h"
-#include "support/Utf16.h"
-#include "xml/Frames.h"
+#include "services/QVLocalPaths.h"
+#include "time/Frames.h"
 
 #include <algorithm>
 #include <filesystem>

@@ -1,14 +1,14 @@
 #include "hosts/QVFCPProjectController.h"
 
+#include "base/Log.h"
 #include "hosts/QVAppleEvents.h"
 #include "hosts/QVPremiereEvents.h"
-#include "support/ConsoleLog.h"
-#include "support/QVAlert.h"
-#include "support/QVFileManager.h"
-#include "support/QVLocalPaths.h"
-#include "support/QVLog.h"
-#include "support/WaitFor.h"
-#include "xml/QVXMLParser.h"
+#include "services/ConsoleLog.h"
+#include "services/QVAlert.h"
+#include "services/QVFileManager.h"
+#include "services/QVLocalPaths.h"
+#include "services/WaitFor.h"
+#include "timeline/QVXMLParser.h"
 #include "xml/XMLQuery.h"
 
 #include <chrono>
@@ -86,7 +86,7 @@ bool QVFCPProjectController::loadXMLFromPremiere(const std::string& projectPath)
     // The file stays, for a look at what Premiere Pro wrote.
     const std::string xml{std::istreambuf_iterator<char>(stream), {}};
     if (setXmlDocFromText(xml, file)) return true;
-    QVLog::appendLog("Error loading XML data: %@", loadFailure_->description());
+    Log::append("Error loading XML data: %@", loadFailure_->description());
     QVAlert::alertSheet("No XML data found",
                         "The project may have taken too long to load - wait until it has "
                         "completely loaded in Premiere and then load it in this application.",

@@ -4,7 +4,7 @@
 // the rule of the tree.
 #pragma once
 
-#include "support/Failure.h"
+#include "base/Failure.h"
 #include "xml/XMLDocument.h"
 #include "xml/XMLNode.h"
 

@@ -3,7 +3,7 @@
 // Owner: the dialog. Thread rule: the dialog's thread.
 #pragma once
 
-#include "support/Failure.h"
+#include "base/Failure.h"
 
 #include <cstddef>
 #include <functional>

@@ -2,9 +2,9 @@
 
 #include "platform/ApplicationBundle.h"
 #include "platform/Platform.h"
-#include "support/QVFileManager.h"
-#include "support/QVLocalPaths.h"
-#include "xml/QVXMLParser.h"
+#include "services/QVFileManager.h"
+#include "services/QVLocalPaths.h"
+#include "timeline/QVXMLParser.h"
 #include "xml/XMLDocument.h"
 
 #include <algorithm>

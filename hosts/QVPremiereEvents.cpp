@@ -1,15 +1,15 @@
 #include "hosts/QVPremiereEvents.h"
 
+#include "base/AtomicFile.h"
+#include "base/Log.h"
 #include "hosts/QVPremiere.h"
 #include "platform/ApplicationBundle.h"
 #include "platform/Platform.h"
-#include "support/AtomicFile.h"
-#include "support/ConsoleLog.h"
-#include "support/QVAlert.h"
-#include "support/QVFileManager.h"
-#include "support/QVLocalPaths.h"
-#include "support/QVLog.h"
-#include "support/QVTaskEx.h"
+#include "services/ConsoleLog.h"
+#include "services/QVAlert.h"
+#include "services/QVFileManager.h"
+#include "services/QVLocalPaths.h"
+#include "services/QVTaskEx.h"
 
 #include <algorithm>
 #include <chrono>
@@ -62,8 +62,7 @@ std::optional<std::string> writeScript(const std::string& text) {
     if (!fs::exists(folder, error)) QVFileManager::createDirectory(folder);
     const std::string path = QVFileManager::uniqueFilename(folder + "/QV_Script.jsx");
     if (const Outcome written = writeText(path, text); !written) {
-        QVLog::appendLog("Unable to write script file to disk: %@",
-                         written.failure().description());
+        Log::append("Unable to write script file to disk: %@", written.failure().description());
         return {};
     }
     return path;
@@ -103,13 +102,13 @@ void QVPremiereEvents::executeScript(const std::string& statement, bool shouldLa
     createQeObject();
     const QVPremiere::Versions versions = QVPremiere::premiereVersions();
     if (versions.empty()) {
-        QVLog::appendLog(notFound);
+        Log::append(notFound);
         return;
     }
     const std::string suite = QVPremiere::suiteNumber(versions.back());
     if (!isPremiereRunning()) {
         if (!shouldLaunch) {
-            QVLog::appendLog("Error: Premiere Pro is not running.");
+            Log::append("Error: Premiere Pro is not running.");
             return;
         }
         launchPremiere(suite);
@@ -123,13 +122,13 @@ void QVPremiereEvents::executeScript(const std::string& statement, bool shouldLa
     std::this_thread::sleep_for(toolkitEnd);
     std::error_code error;
     fs::remove(*script, error);
-    if (error) QVLog::appendLog("Error deleting script: %@", error.message());
+    if (error) Log::append("Error deleting script: %@", error.message());
 }
 
 void QVPremiereEvents::createQeObject() {
     const QVPremiere::Versions versions = QVPremiere::premiereVersions();
     if (versions.empty()) {
-        QVLog::appendLog(notFound);
+        Log::append(notFound);
         return;
     }
     bool created = false;
@@ -141,7 +140,7 @@ void QVPremiereEvents::createQeObject() {
         if (const Outcome written = writeText(path, ""); written)
             created = true;
         else
-            QVLog::appendLog("Unable to create qe file: %@", written.failure().description());
+            Log::append("Unable to create qe file: %@", written.failure().description());
     }
     if (created && isPremiereRunning())
         QVAlert::alertSheet("Premiere Pro now configured",
@@ -161,7 +160,7 @@ std::optional<std::string> QVPremiereEvents::runningPremiereVersion() {
             ApplicationBundle::infoValue(bundle.string(), "CFBundleVersion").value_or("");
         if (version.find('.') != std::string::npos) return QVPremiere::twoParts(version);
     }
-    QVLog::appendLog("Unknown Premiere version.");
+    Log::append("Unknown Premiere version.");
     return {};
 }
 

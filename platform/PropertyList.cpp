@@ -1,6 +1,6 @@
 #include "platform/PropertyList.h"
 
-#include "platform/posix/FileReplacement.h"
+#include "base/FileReplacement.h"
 
 #include <charconv>
 #include <cstdlib>

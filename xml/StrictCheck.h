@@ -6,7 +6,7 @@
 // Thread rule: any thread.
 #pragma once
 
-#include "support/Failure.h"
+#include "base/Failure.h"
 
 #include <string>
 #include <string_view>

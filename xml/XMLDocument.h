@@ -9,8 +9,8 @@
 // are independent.
 #pragma once
 
-#include "support/AtomicFile.h"
-#include "support/Failure.h"
+#include "base/AtomicFile.h"
+#include "base/Failure.h"
 #include "xml/XMLNode.h"
 
 #include <future>

@@ -6,7 +6,7 @@
 // Thread rule: one document's nodes are used from one thread at a time.
 #pragma once
 
-#include "support/Failure.h"
+#include "base/Failure.h"
 
 #include <array>
 #include <cstddef>

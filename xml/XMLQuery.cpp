@@ -1,6 +1,6 @@
 #include "xml/XMLQuery.h"
 
-#include "support/Utf16.h"
+#include "base/Utf16.h"
 #include "xml/XMLAccess.h"
 
 #include <algorithm>

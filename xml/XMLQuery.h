@@ -11,7 +11,7 @@
 // Thread rule: any thread; the nodes queried belong to one thread at a time.
 #pragma once
 
-#include "support/Failure.h"
+#include "base/Failure.h"
 #include "xml/XMLNode.h"
 
 #include <string_view>

@@ -1,7 +1,7 @@
 // Turning nodes into text; for the sources of xml/ only.
 #pragma once
 
-#include "support/AtomicFile.h"
+#include "base/AtomicFile.h"
 #include "xml/XMLDocument.h"
 
 #include <future>

@@ -1,6 +1,6 @@
 #include "platform/posix/AppleEventWire.h"
 
-#include "platform/posix/UniqueDescriptor.h"
+#include "base/UniqueDescriptor.h"
 
 #include <algorithm>
 #include <cerrno>

@@ -1,7 +1,7 @@
 #include "platform/posix/DesktopTrash.h"
 
-#include "platform/posix/Rename.h"
-#include "platform/posix/UniqueDescriptor.h"
+#include "base/Rename.h"
+#include "base/UniqueDescriptor.h"
 
 #include <array>
 #include <cerrno>

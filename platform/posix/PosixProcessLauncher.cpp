@@ -1,6 +1,6 @@
 #include "platform/posix/PosixProcessLauncher.h"
 
-#include "platform/posix/UniqueDescriptor.h"
+#include "base/UniqueDescriptor.h"
 
 #include <array>
 #include <atomic>

@@ -8,7 +8,7 @@
 // a marker is no worse than before. Thread rule: one thread.
 #pragma once
 
-#include "platform/posix/UniqueDescriptor.h"
+#include "base/UniqueDescriptor.h"
 
 #include <string>
 

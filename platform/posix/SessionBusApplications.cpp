@@ -1,6 +1,6 @@
 #include "platform/posix/SessionBusApplications.h"
 
-#include "platform/PercentEscapes.h"
+#include "base/PercentEscapes.h"
 #include "platform/posix/SessionBus.h"
 
 #include <filesystem>

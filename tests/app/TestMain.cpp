@@ -2,7 +2,7 @@
 #include "platform/Platform.h"
 #include "platform/qt/QtAlertPresenter.h"
 #include "platform/qt/QtMainThread.h"
-#include "support/QVLog.h"
+#include "services/QVLog.h"
 #include "tests/support/TestPlatform.h"
 
 #include <QApplication>

@@ -1,8 +1,8 @@
 // What `list`, `passes` and the help print, and the arithmetic behind the list.
 #include "tests/cli/Program.h"
 
-#include "engine/PassTable.h"
-#include "engine/report/SequenceSummary.h"
+#include "report/SequenceSummary.h"
+#include "tidy/PassTable.h"
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>

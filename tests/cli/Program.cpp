@@ -1,7 +1,7 @@
 #include "tests/cli/Program.h"
 
 #include "tests/timeline/Timeline.h"
-#include "xml/QVXMLParser.h"
+#include "timeline/QVXMLParser.h"
 #include "xml/XMLDocument.h"
 
 #include <array>

@@ -2,8 +2,8 @@
 // passes.
 #include "tests/cli/Program.h"
 
-#include "engine/PassTable.h"
-#include "xml/QVXMLParser.h"
+#include "tidy/PassTable.h"
+#include "timeline/QVXMLParser.h"
 #include "xml/XMLDocument.h"
 
 #include <gtest/gtest.h>

@@ -2,8 +2,8 @@
 // tells.
 #include "tests/cli/Program.h"
 
-#include "engine/PassTable.h"
 #include "tests/timeline/Timeline.h"
+#include "tidy/PassTable.h"
 #include "xml/XMLDocument.h"
 
 #include <gtest/gtest.h>

@@ -1,6 +1,6 @@
 // A program of somebody else's: tidies a file without any window and says what came of it.
-#include "engine/DocumentView.h"
-#include "engine/QVFCPDoc.h"
+#include "shell/DocumentView.h"
+#include "shell/QVFCPDoc.h"
 
 #include <cstdio>
 

@@ -1,6 +1,6 @@
 // What windows and exports say of a run's changes.
-#include "engine/report/ChangeCSV.h"
-#include "engine/report/ChangeListing.h"
+#include "report/ChangeCSV.h"
+#include "report/ChangeListing.h"
 #include "tests/timeline/Project.h"
 
 #include <gtest/gtest.h>

@@ -1,5 +1,5 @@
 // The document of an XMEML file: listing, the run, renaming, delivery, saving.
-#include "support/FinderInfo.h"
+#include "base/FinderInfo.h"
 #include "tests/platform/TemporaryFolder.h"
 #include "tests/timeline/Alerts.h"
 #include "tests/timeline/LogCapture.h"

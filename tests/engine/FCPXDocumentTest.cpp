@@ -1,5 +1,5 @@
 // The document of an FCPXML file.
-#include "engine/QVFCPXDoc.h"
+#include "shell/QVFCPXDoc.h"
 #include "tests/platform/TemporaryFolder.h"
 #include "tests/timeline/Alerts.h"
 #include "tests/timeline/LogCapture.h"

@@ -1,5 +1,5 @@
 // A standalone document defines whatever its sequences refer to, once, at the first use.
-#include "engine/StandaloneDelivery.h"
+#include "shell/StandaloneDelivery.h"
 #include "tests/timeline/RecordingView.h"
 
 #include <gtest/gtest.h>

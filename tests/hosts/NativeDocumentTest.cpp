@@ -3,7 +3,7 @@
 #include "tests/hosts/BusTest.h"
 #include "tests/timeline/LogCapture.h"
 #include "tests/timeline/Project.h"
-#include "xml/QVXMLParser.h"
+#include "timeline/QVXMLParser.h"
 
 #include <sys/xattr.h>
 

@@ -1,7 +1,11 @@
 #!/usr/bin/env bash
 # check-layers.sh ROOT: do the #includes of a source tree keep to the layers?
 #
-#   platform < support < xml < hosts < engine < cli, app
+#   base < time < xml < timeline < tidy < report < documents < platform < services < hosts < shell
+#   < cli, app
+#
+# What a program of somebody else's links ends at documents/, below everything that touches the
+# machine or a person.
 #
 # An include points to the same layer or a lower one, and is written from the root. cli and app do
 # not know each other. Only xml/ knows the XML libraries; bench/ measures beside them. Qt is for app/
@@ -11,7 +15,7 @@ set -euo pipefail
 
 cd "${1:?usage: check-layers.sh ROOT}"
 folders=()
-for folder in platform support xml hosts engine cli app demo tests bench fuzz tools; do
+for folder in base time xml timeline tidy report documents platform services hosts shell cli app demo tests bench fuzz tools; do
     if [[ -d $folder ]]; then folders+=("$folder"); fi
 done
 ((${#folders[@]})) || {
@@ -29,7 +33,7 @@ includes=$(grep -rnE '^[[:space:]]*#[[:space:]]*include' "${folders[@]}" \
 
 awk '
 BEGIN {
-    count = split("platform support xml hosts engine cli app", names, " ")
+    count = split("base time xml timeline tidy report documents platform services hosts shell cli app", names, " ")
     for (i = 1; i <= count; ++i) height[names[i]] = i
     height["app"] = height["cli"]
 }

@@ -25,43 +25,47 @@ row() {
 }
 
 # Upwards, in steps and over several layers
-row platform/Port.h '"support/QVLog.h"' 'platform/ is below support/ and may not include support/QVLog.h'
-row support/QVLog.cpp '"xml/XMLNode.h"' 'support/ is below xml/ and may not include xml/XMLNode.h'
-row xml/XMLNode.h '"hosts/Host.h"' 'xml/ is below hosts/ and may not include hosts/Host.h'
-row hosts/Host.cpp '"engine/passes/Pass.h"' \
-    'hosts/ is below engine/ and may not include engine/passes/Pass.h'
-row engine/passes/Pass.cpp '"cli/Options.h"' 'engine/ is below cli/ and may not include cli/Options.h'
-row engine/Run.h '<app/Window.h>' 'engine/ is below app/ and may not include app/Window.h'
-row platform/posix/Port.cpp '  "engine/Run.h"' \
-    'platform/ is below engine/ and may not include engine/Run.h'
+row platform/Port.h '"services/QVLog.h"' 'platform/ is below services/ and may not include services/QVLog.h'
+row base/Log.cpp '"services/QVLog.h"' 'base/ is below services/ and may not include services/QVLog.h'
+row time/Frames.h '"xml/XMLNode.h"' 'time/ is below xml/ and may not include xml/XMLNode.h'
+row xml/XMLNode.h '"timeline/Timeline.h"' \
+    'xml/ is below timeline/ and may not include timeline/Timeline.h'
+row timeline/TrackIndex.h '"tidy/PassTable.h"' \
+    'timeline/ is below tidy/ and may not include tidy/PassTable.h'
+row documents/Document.cpp '"platform/Platform.h"' \
+    'documents/ is below platform/ and may not include platform/Platform.h'
+row tidy/passes/Pass.cpp '"cli/Options.h"' 'tidy/ is below cli/ and may not include cli/Options.h'
+row tidy/Run.h '<app/Window.h>' 'tidy/ is below app/ and may not include app/Window.h'
+row platform/posix/Port.cpp '  "shell/Run.h"' \
+    'platform/ is below shell/ and may not include shell/Run.h'
 # Sideways
 row cli/main.cpp '"app/Window.h"' 'cli/ may not include app/Window.h'
 row app/main.cpp '"cli/Options.h"' 'app/ may not include cli/Options.h'
 # Around the check
-row engine/Run.cpp '"Run.h"' '"Run.h" is not written from the root of a layer'
-row support/QVLog.cpp '"../engine/Run.h"' '"../engine/Run.h" is not written from the root of a layer'
+row tidy/Run.cpp '"Run.h"' '"Run.h" is not written from the root of a layer'
+row services/QVLog.cpp '"../tidy/Run.h"' '"../tidy/Run.h" is not written from the root of a layer'
 # XML libraries
-row engine/Run.cpp '<pugixml.hpp>' 'only xml/ may include pugixml.hpp'
+row tidy/Run.cpp '<pugixml.hpp>' 'only xml/ may include pugixml.hpp'
 row tests/engine/run_test.cpp '<expat.h>' 'only xml/ may include expat.h'
 # Qt and printing
-row support/QVAlert.cpp '<QMessageBox>' \
+row services/QVAlert.cpp '<QMessageBox>' \
     'only app/ and platform/qt/ may include Qt (QMessageBox)'
 row cli/main.cpp '<QtCore/QString>' 'only app/ and platform/qt/ may include Qt (QtCore/QString)'
 row platform/posix/Port.cpp '<qobject.h>' 'only app/ and platform/qt/ may include Qt (qobject.h)'
 row cli/main.cpp '"platform/qt/Desktop.h"' 'only app/ may include platform/qt/Desktop.h'
-row engine/Run.cpp '<iostream>' 'engine/ may not print (iostream)'
+row tidy/Run.cpp '<iostream>' 'tidy/ may not print (iostream)'
 # Allowed
-row support/QVLog.cpp '"platform/Port.h"' ''
-row support/QVLog.cpp '"support/Format.h"' ''
+row services/QVLog.cpp '"platform/Port.h"' ''
+row services/QVLog.cpp '"services/Format.h"' ''
 row xml/XMLDocument.cpp '<pugixml.hpp>' ''
 row bench/Bench.cpp '<pugixml.hpp>' ''
-row cli/main.cpp '"engine/Run.h"' ''
+row cli/main.cpp '"tidy/Run.h"' ''
 row cli/main.cpp '<iostream>' ''
 row app/Window.cpp '<QMainWindow>' ''
 row app/Window.cpp '"platform/qt/Desktop.h"' ''
 row platform/qt/Desktop.cpp '<QtGui/QDesktopServices>' ''
-row support/QVLog.cpp '<vector>' ''
-row tests/engine/run_test.cpp '"engine/Run.h"' ''
+row services/QVLog.cpp '<vector>' ''
+row tests/engine/run_test.cpp '"tidy/Run.h"' ''
 
 # A tree without sources is no clean tree.
 mkdir "$folder/empty"

@@ -1,7 +1,7 @@
 // Every pass twice: the product's operation and its plain twin.
 #pragma once
 
-#include "engine/QVFCPDoc.h"
+#include "shell/QVFCPDoc.h"
 #include "tests/plain/PlainPasses.h"
 
 #include <functional>

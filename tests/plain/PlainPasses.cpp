@@ -1,7 +1,7 @@
 #include "tests/plain/PlainPasses.h"
 
-#include "support/Format.h"
-#include "xml/QVXMLParser.h"
+#include "base/Format.h"
+#include "timeline/QVXMLParser.h"
 #include "xml/XMLDocument.h"
 #include "xml/XMLQuery.h"
 

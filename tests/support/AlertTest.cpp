@@ -1,4 +1,4 @@
-#include "support/QVAlert.h"
+#include "services/QVAlert.h"
 #include "tests/support/FakePresenter.h"
 #include "tests/support/ServiceTest.h"
 

@@ -1,6 +1,6 @@
 #include "platform/posix/PolkitPrivileges.h"
-#include "support/QVAuthorization.h"
-#include "support/QVLocalPaths.h"
+#include "services/QVAuthorization.h"
+#include "services/QVLocalPaths.h"
 #include "tests/platform/ChildProcess.h"
 #include "tests/platform/Matching.h"
 #include "tests/support/ServiceTest.h"

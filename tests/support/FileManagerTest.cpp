@@ -1,7 +1,7 @@
-#include "support/QVFileManager.h"
+#include "services/QVFileManager.h"
 
 #include "platform/posix/LibArchiver.h"
-#include "support/QVTaskEx.h"
+#include "services/QVTaskEx.h"
 #include "tests/platform/ChildProcess.h"
 #include "tests/platform/Matching.h"
 #include "tests/support/ServiceTest.h"

@@ -1,6 +1,6 @@
 #include "tests/platform/LeakCheck.h"
 
-#include "support/QVLog.h"
+#include "services/QVLog.h"
 
 namespace reelsweep::test {
 namespace {

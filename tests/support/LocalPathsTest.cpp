@@ -1,4 +1,4 @@
-#include "support/QVLocalPaths.h"
+#include "services/QVLocalPaths.h"
 #include "tests/platform/Matching.h"
 #include "tests/support/TestPlatform.h"
 

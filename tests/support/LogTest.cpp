@@ -1,5 +1,5 @@
-#include "support/QVException.h"
-#include "support/QVLog.h"
+#include "services/QVException.h"
+#include "services/QVLog.h"
 #include "tests/platform/ChildProcess.h"
 #include "tests/platform/Matching.h"
 #include "tests/support/TestPlatform.h"

@@ -4,7 +4,7 @@
 #pragma once
 
 #include "platform/posix/PosixProcessLauncher.h"
-#include "support/QVLog.h"
+#include "services/QVLog.h"
 #include "tests/platform/Pumping.h"
 #include "tests/support/Fakes.h"
 #include "tests/support/TestPlatform.h"

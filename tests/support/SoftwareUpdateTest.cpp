@@ -1,4 +1,4 @@
-#include "support/QVSoftwareUpdate.h"
+#include "services/QVSoftwareUpdate.h"
 #include "tests/support/ServiceTest.h"
 
 #include <optional>

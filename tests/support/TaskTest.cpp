@@ -1,4 +1,4 @@
-#include "support/QVTaskEx.h"
+#include "services/QVTaskEx.h"
 #include "tests/support/ServiceTest.h"
 
 #include <atomic>

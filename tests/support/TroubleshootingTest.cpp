@@ -1,7 +1,7 @@
-#include "support/QVTroubleshootingUtils.h"
+#include "services/QVTroubleshootingUtils.h"
 
-#include "support/QVBugReporter.h"
-#include "support/QVFileManager.h"
+#include "services/QVBugReporter.h"
+#include "services/QVFileManager.h"
 #include "tests/platform/Matching.h"
 #include "tests/support/FakePresenter.h"
 #include "tests/support/ServiceTest.h"

@@ -1,5 +1,5 @@
-#include "support/QVOSDetect.h"
-#include "support/QVQC.h"
+#include "services/QVOSDetect.h"
+#include "services/QVQC.h"
 #include "tests/platform/ChildProcess.h"
 #include "tests/platform/LoopbackServer.h"
 #include "tests/platform/Matching.h"

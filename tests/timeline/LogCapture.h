@@ -1,7 +1,7 @@
 // LogCapture: a fresh log, and what was written to it. Without one, tests log nothing.
 #pragma once
 
-#include "support/QVLog.h"
+#include "services/QVLog.h"
 #include "tests/platform/TemporaryFolder.h"
 
 #include <sstream>

@@ -1,7 +1,7 @@
 // Project: a document over sequences in the notation, with a window that notes what it is asked.
 #pragma once
 
-#include "engine/QVFCPDoc.h"
+#include "shell/QVFCPDoc.h"
 #include "tests/timeline/RecordingView.h"
 #include "tests/timeline/Timeline.h"
 

@@ -1,7 +1,7 @@
 // RecordingView: a document's window for tests. It writes down what the document asks of it.
 #pragma once
 
-#include "engine/DocumentView.h"
+#include "shell/DocumentView.h"
 
 #include <functional>
 #include <string>

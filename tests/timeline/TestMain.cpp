@@ -1,6 +1,6 @@
 // The main function of tests that use the log, alerts or preferences: they get a home of their own.
 #include "platform/posix/ConsoleAlertPresenter.h"
-#include "support/QVLog.h"
+#include "services/QVLog.h"
 #include "tests/support/TestPlatform.h"
 #include "tests/timeline/Alerts.h"
 

@@ -1,6 +1,6 @@
 #include "tests/timeline/Timeline.h"
 
-#include "xml/Frames.h"
+#include "time/Frames.h"
 
 #include <algorithm>
 #include <array>

@@ -1,4 +1,4 @@
-#include "support/AtomicFile.h"
+#include "base/AtomicFile.h"
 #include "tests/platform/TemporaryFolder.h"
 
 #include <gtest/gtest.h>

@@ -1,6 +1,6 @@
 #include "tests/timeline/LogCapture.h"
 #include "tests/timeline/Timeline.h"
-#include "xml/QVXMLParser.h"
+#include "timeline/QVXMLParser.h"
 #include "xml/XMLQuery.h"
 
 #include <gtest/gtest.h>

@@ -1,0 +1,50 @@
+#include "documents/DocumentFormat.h"
+
+#include "base/FinderInfo.h"
+#include "xml/XMLDocument.h"
+
+#include <algorithm>
+#include <cctype>
+#include <filesystem>
+
+namespace reelsweep {
+
+namespace {
+
+constexpr std::uint32_t finalCutProProjectType = 0x46435046;  // FCPF
+
+bool hasProjectExtension(const std::string& path) {
+    const std::size_t dot = path.rfind('.');
+    const std::size_t slash = path.rfind('/');
+    if (dot == std::string::npos || (slash != std::string::npos && dot < slash)) return false;
+    std::string extension = path.substr(dot + 1);
+    std::transform(extension.begin(), extension.end(), extension.begin(),
+                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    return extension == "fcp";
+}
+
+}  // namespace
+
+bool isNativeProject(const std::string& path) {
+    if (hasProjectExtension(path)) return true;
+    const auto codes = readHFSCodes(path);
+    return codes && codes->type == finalCutProProjectType;
+}
+
+Result<DocumentFormat> documentFormat(const std::string& path) {
+    std::error_code error;
+    if (isNativeProject(path) && std::filesystem::exists(path, error))
+        return DocumentFormat::nativeProject;
+    const Result<std::string> root = rootElementName(path);
+    if (!root) return root.failure();
+    if (*root == "fcpxml") return DocumentFormat::fcpxml;
+    if (*root == "xmeml") return DocumentFormat::xmeml;
+    return Failure{FailureCode::inputInvalid,
+                   "is neither XMEML nor FCPXML: its root element is \"" + *root + "\"",
+                   path,
+                   0,
+                   0,
+                   ""};
+}
+
+}  // namespace reelsweep

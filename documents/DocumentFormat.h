@@ -1,0 +1,26 @@
+// DocumentFormat: which kind of document a file holds.
+//
+// Thread rule: any thread.
+#pragma once
+
+#include "base/Failure.h"
+
+#include <string>
+
+namespace reelsweep {
+
+enum class DocumentFormat {
+    xmeml,
+    fcpxml,
+    nativeProject,  ///< a project file that only Final Cut Pro reads
+};
+
+/// True for the path of a native Final Cut Pro project: extension "fcp" in any case, or HFS type
+/// FCPF.
+bool isNativeProject(const std::string& path);
+
+/// Recognises a native project by its name or type, any other file by its root element. Fails with
+/// inputUnreadable, or with inputInvalid when it is none of the three.
+Result<DocumentFormat> documentFormat(const std::string& path);
+
+}  // namespace reelsweep

@@ -1,0 +1,171 @@
+#include "report/ChangeReport.h"
+
+#include "tidy/PassTable.h"
+
+#include <algorithm>
+#include <nlohmann/json.hpp>
+
+namespace reelsweep {
+
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+// Names in files may decode to bytes that are no UTF-8; a report must be valid all the same.
+std::string dumped(const Json& value) {
+    return value.dump(-1, ' ', false, Json::error_handler_t::replace);
+}
+
+Json timeValue(const std::optional<Frames>& time) {
+    return time ? Json(time->count) : Json(nullptr);
+}
+
+// Where an item stands; null for what has no place, such as an item not yet there.
+Json placeValue(TrackLabel track, const ItemTimes& times) {
+    if (track.number == 0 && times == ItemTimes{}) return nullptr;
+    Json place;
+    place["track"] = track.number > 0 ? Json(description(track)) : Json(nullptr);
+    place["start"] = timeValue(times.start);
+    place["end"] = timeValue(times.end);
+    place["in"] = timeValue(times.in);
+    place["out"] = timeValue(times.out);
+    return place;
+}
+
+// The clip that a filter or a marker belongs to.
+Json holderValue(const Change& change) {
+    if (!change.holder) return nullptr;
+    Json holder;
+    holder["element"] = change.holder.name();
+    holder["name"] = change.holderName();
+    holder["id"] = change.holderId();
+    return holder;
+}
+
+Json changeValue(const SequenceLedger& sequence, const Change& change) {
+    const std::string& reason = sequence.reasonText(change);
+    Json value;
+    value["pass"] = change.pass;
+    value["kind"] = description(change.kind);
+    value["element"] = change.node.name();
+    value["name"] = change.name();
+    value["id"] = change.id();
+    value["item"] = change.countsAsItem;
+    value["holder"] = holderValue(change);
+    value["before"] = placeValue(change.trackBefore, change.before);
+    value["after"] = placeValue(change.trackAfter, change.after);
+    value["reason"] = reason.empty() ? Json(nullptr) : Json(reason);
+    return value;
+}
+
+Json looseClipsValue(const SequenceLedger& sequence) {
+    Json list = Json::array();
+    for (const LooseClip& clip : sequence.looseClips) {
+        Json value;
+        value["element"] = clip.node.name();
+        value["name"] = clip.name();
+        value["id"] = clip.id();
+        value["place"] = placeValue(clip.track, clip.times);
+        list.push_back(std::move(value));
+    }
+    return list;
+}
+
+// The passes that changed something, in run order, with their changes of each kind.
+Json totalsValue(const SequenceLedger& sequence) {
+    Json list = Json::array();
+    for (const PassRow& pass : passTable()) {
+        const SequenceLedger::Totals totals = sequence.totals(pass.option);
+        if (std::all_of(totals.begin(), totals.end(), [](std::size_t n) { return n == 0; }))
+            continue;
+        Json row;
+        row["pass"] = pass.option;
+        for (std::size_t kind = 0; kind < changeKindCount; ++kind)
+            row[std::string(description(static_cast<ChangeKind>(kind)))] = totals[kind];
+        list.push_back(std::move(row));
+    }
+    return list;
+}
+
+Json itemsValue(const SequenceLedger& sequence) {
+    Json items;
+    items["before"] = sequence.itemsBefore;
+    items["after"] = sequence.itemsAfter;
+    items["removed"] = sequence.items(ChangeKind::removed);
+    items["inserted"] = sequence.items(ChangeKind::inserted);
+    items["split"] = sequence.items(ChangeKind::split);
+    return items;
+}
+
+}  // namespace
+
+ChangeReport::ChangeReport(ByteSink& sink, const Program& program) : sink_(sink) {
+    put("{\"format\": \"reelsweep-report\",\n \"version\": 1,\n \"program\": ");
+    put(dumped(program.name));
+    put(",\n \"programVersion\": ");
+    put(dumped(program.version));
+    put(",\n \"dryRun\": ");
+    put(program.dryRun ? "true" : "false");
+    put(",\n \"documents\": [");
+}
+
+void ChangeReport::addDocument(const ReportedDocument& document, const ChangeLedger* ledger) {
+    put(firstDocument_ ? "\n" : ",\n");
+    firstDocument_ = false;
+    const auto textOrNull = [](const std::string& text) {
+        return text.empty() ? Json(nullptr) : Json(text);
+    };
+    put("  {\"input\": " + dumped(document.input));
+    put(",\n   \"format\": " + dumped(textOrNull(document.format)));
+    put(",\n   \"passes\": " + dumped(document.passes));
+    put(",\n   \"delivery\": " + dumped(textOrNull(document.delivery)));
+    put(",\n   \"output\": " + dumped(document.output ? Json(*document.output) : Json(nullptr)));
+    put(",\n   \"errors\": " + dumped(document.errors));
+    put(",\n   \"sequences\": [");
+    bool first = true;
+    if (ledger) {
+        for (const SequenceLedger& sequence : ledger->sequences) {
+            put(first ? "\n" : ",\n");
+            first = false;
+            addSequence(sequence);
+        }
+    }
+    put("]}");
+}
+
+void ChangeReport::addSequence(const SequenceLedger& sequence) {
+    put("    {\"title\": " + dumped(sequence.title));
+    put(",\n     \"uuid\": " + dumped(sequence.uuid.empty() ? Json(nullptr) : Json(sequence.uuid)));
+    put(",\n     \"items\": " + dumped(itemsValue(sequence)));
+    put(",\n     \"balances\": ");
+    put(sequence.balances() ? "true" : "false");
+    put(",\n     \"looseClips\": " + dumped(looseClipsValue(sequence)));
+    put(",\n     \"totals\": " + dumped(totalsValue(sequence)));
+    put(",\n     \"changes\": [");
+    std::string_view separator = "\n      ";
+    for (const Change& change : sequence.changes) {
+        put(separator);
+        put(dumped(changeValue(sequence, change)));
+        separator = ",\n      ";
+    }
+    put("]}");
+}
+
+bool ChangeReport::finish() {
+    put("]}\n");
+    flush();
+    return ok_;
+}
+
+void ChangeReport::put(std::string_view text) {
+    constexpr std::size_t pieceSize = 1 << 16;
+    buffer_ += text;
+    if (buffer_.size() >= pieceSize) flush();
+}
+
+void ChangeReport::flush() {
+    if (ok_) ok_ = sink_.write(buffer_);
+    buffer_.clear();
+}
+
+}  // namespace reelsweep

@@ -1,0 +1,403 @@
+#include "services/QVLog.h"
+
+#include "base/Text.h"
+#include "platform/Platform.h"
+#include "platform/SystemInfo.h"
+#include "services/FamilyPreferences.h"
+#include "services/LogFiles.h"
+#include "services/LogText.h"
+#include "services/QVException.h"
+
+#include <cerrno>
+#include <chrono>
+#include <cstdlib>
+#include <ctime>
+#include <exception>
+#include <filesystem>
+#include <system_error>
+
+#include <unistd.h>
+
+namespace reelsweep {
+
+namespace {
+
+/// The current file is closed and a fresh one started at this size. The entry that says so speaks
+/// of 500KB; readers of logs know it by these words, so they stay.
+constexpr std::uint64_t fullFileBytes = 5'000'000;
+
+/// A shorter queue than this is still written when the process ends.
+constexpr std::size_t longQueue = 11;
+
+/// Texts and queues below this length are waited for by appendLog.
+constexpr std::size_t shortText = 100;
+
+/// The background thread lets entries gather for this time, or up to this size: a program that logs
+/// in a tight loop then wakes it a hundred times a second, not a hundred thousand times.
+constexpr std::chrono::milliseconds gatheringTime{10};
+constexpr std::size_t gatheringBytes = 256UL * 1024;
+
+/// Bytes that one write call takes at most, more or less.
+constexpr std::size_t outputBytes = 256UL * 1024;
+
+/// The current date's description; seconds are its finest unit, so it is made once a second.
+std::string_view currentDate() {
+    thread_local std::time_t shown = -1;
+    thread_local std::array<char, 40> text{};
+    const std::time_t now = std::time(nullptr);
+    if (now != shown) {
+        std::tm parts{};
+        ::gmtime_r(&now, &parts);
+        std::strftime(text.data(), text.size(), "%Y-%m-%d %H:%M:%S +0000", &parts);
+        shown = now;
+    }
+    return text.data();
+}
+
+}  // namespace
+
+class QVLog::WriterTurn {
+public:
+    explicit WriterTurn(QVLog& log) : log_(log), nested_(log.writingHere()) {
+        if (nested_) return;
+        log_.writerMutex_.lock();
+        log_.writer_ = std::this_thread::get_id();
+    }
+    ~WriterTurn() {
+        if (nested_) return;
+        log_.writer_ = std::thread::id();
+        log_.writerMutex_.unlock();
+    }
+    WriterTurn(const WriterTurn&) = delete;
+    WriterTurn& operator=(const WriterTurn&) = delete;
+    /// True when this thread was writing already, further up its stack.
+    bool nested() const { return nested_; }
+
+private:
+    QVLog& log_;
+    const bool nested_;
+};
+
+void QVLog::Batch::clear() {
+    // One flood of entries must not hold its memory for the rest of the run.
+    if (texts.capacity() > 16 * gatheringBytes) *this = Batch();
+    texts.clear();
+    ends.clear();
+    characters = 0;
+}
+
+QVLog& QVLog::sharedController() {
+    static QVLog* const shared = [] {
+        auto* const log = new QVLog;
+        std::atexit(willTerminate);
+        installUncaughtExceptionHandler();
+        return log;
+    }();
+    return *shared;
+}
+
+QVLog::QVLog() {
+    // Without a thread of its own the log still works: finishWriting and the end of the process
+    // write what is queued.
+    try {
+        std::thread([this] { runWriter(); }).detach();
+    } catch (const std::system_error&) {
+    }
+}
+
+// Appending
+
+bool QVLog::accepts(std::string_view format) const {
+    return format.data() != nullptr && !loggingDisabled_;
+}
+
+void QVLog::append(std::string_view format, Arguments arguments, Urgency urgency) {
+    urgency == Urgency::fast ? fastAppendLogWithArguments(format, arguments)
+                             : appendLogWithArguments(format, arguments);
+}
+
+void QVLog::appendLogWithArguments(std::string_view format, Arguments arguments) {
+    QVLog& log = sharedController();
+    if (!log.accepts(format)) return;
+    TextBuffer text;
+    formatLogText(text, format, arguments);
+    log.appendTextToLog(text.view());
+    // A worker's short message is on disk before the worker goes on.
+    const std::size_t length = characterCount(text.view());
+    if (length >= 1 && length < shortText && log.bytesInQueue_ < shortText &&
+        !Platform::current().mainThread->isMainThread())
+        finishWriting();
+}
+
+void QVLog::fastAppendLogWithArguments(std::string_view format, Arguments arguments) {
+    QVLog& log = sharedController();
+    if (!log.accepts(format)) return;
+    TextBuffer text;
+    formatLogText(text, format, arguments);
+    log.appendTextToLog(text.view());
+}
+
+void QVLog::appendLogAndPrintWithArguments(std::string_view format, Arguments arguments) {
+    QVLog& log = sharedController();
+    if (!log.accepts(format)) return;
+    TextBuffer text;
+    formatLogText(text, format, arguments);
+    // The text serves as a format once more, so what looks like a directive in it is not logged. On
+    // the console it is, with doubled percent signs: both are long-standing and relied on.
+    std::string echo(trimmed(text.view()));
+    appendLog(echo);
+    log.print(consoleEcho(std::move(echo)) + "\n");
+}
+
+void QVLog::appendLogAndDebugPrintWithArguments(std::string_view format, Arguments arguments) {
+    if (!sharedController().accepts(format)) return;
+    TextBuffer text;
+    formatInto(text, format, arguments);
+    appendLog(trimmed(text.view()));
+}
+
+void QVLog::appendTextToLog(std::string_view text) {
+    const std::string_view entry = trimmed(text);
+    if (entry.empty()) return;
+    const std::size_t characters = characterCount(entry);
+    bool wake = false;
+    {
+        const std::lock_guard lock(queueMutex_);
+        if (terminated_) return;
+        const std::size_t before = pending_.texts.size();
+        pending_.texts.append(entry);
+        pending_.ends.push_back(pending_.texts.size());
+        pending_.characters += characters;
+        bytesInQueue_ += characters;
+        wake = writerIdle_ || (before < gatheringBytes && pending_.texts.size() >= gatheringBytes);
+        writerIdle_ = false;
+    }
+    if (wake) queueChanged_.notify_one();
+}
+
+std::string QVLog::escapeTextForLogging(std::string_view text) { return escapedForLogging(text); }
+
+void QVLog::print(std::string_view text) const {
+    if (!noPrinting_) Platform::current().console->print(text);
+}
+
+// Writing
+
+void QVLog::runWriter() {
+    std::unique_lock lock(queueMutex_);
+    for (;;) {
+        writerIdle_ = pending_.ends.empty();
+        queueChanged_.wait(lock, [this] { return !pending_.ends.empty(); });
+        writerIdle_ = false;
+        queueChanged_.wait_for(lock, gatheringTime,
+                               [this] { return pending_.texts.size() >= gatheringBytes; });
+        lock.unlock();
+        {
+            const WriterTurn turn(*this);
+            drain();
+        }
+        lock.lock();
+    }
+}
+
+void QVLog::finishWriting() {
+    QVLog& log = sharedController();
+    const WriterTurn turn(log);
+    // The writer itself cannot wait for the write that it is in the middle of.
+    if (!turn.nested()) log.drain();
+}
+
+void QVLog::drain() {
+    while (takePending()) {
+        writeBatch();
+        if (bytesWritten_ >= fullFileBytes) rotateFullFile();
+    }
+}
+
+bool QVLog::takePending() {
+    batch_.clear();
+    const std::lock_guard lock(queueMutex_);
+    std::swap(batch_, pending_);
+    inFlight_ = batch_.ends.size();
+    return inFlight_ > 0;
+}
+
+void QVLog::writeBatch() {
+    const std::size_t characters = batch_.characters;
+    try {
+        writeEntries();
+    } catch (const std::exception& exception) {
+        if (!loggingDisabled_)
+            print(formatText("Exception writing to log: %s\n", exception.what()));
+    }
+    bytesInQueue_ -= characters;
+    {
+        const std::lock_guard lock(queueMutex_);
+        inFlight_ = 0;
+    }
+}
+
+void QVLog::writeEntries() {
+    if (loggingDisabled_) return;
+    if (fileHandle_ < 0) setFile(LogFiles(appName()).openExisting());
+    if (fileHandle_ < 0) {
+        reportUnwritable();
+        return;
+    }
+    const std::string_view date = currentDate();
+    const std::string_view texts = batch_.texts;
+    std::size_t start = 0;
+    output_.clear();
+    for (const std::size_t end : batch_.ends) {
+        output_.append(date).append(" - ").append(texts.substr(start, end - start)).append("\n");
+        start = end;
+        if (output_.size() >= outputBytes) {
+            flushOutput();
+            if (dropQueued_) return;  // the process ends
+        }
+    }
+    flushOutput();
+}
+
+void QVLog::flushOutput() {
+    std::string_view rest = output_;
+    while (!rest.empty()) {
+        const ssize_t count = ::write(fileHandle_, rest.data(), rest.size());
+        if (count < 0 && errno == EINTR) continue;
+        if (count < 0) throw std::system_error(errno, std::generic_category());
+        bytesWritten_ += static_cast<std::uint64_t>(count);
+        rest.remove_prefix(static_cast<std::size_t>(count));
+    }
+    output_.clear();
+}
+
+void QVLog::reportUnwritable() {
+    if (noPrinting_) return;
+    std::string lines;
+    std::size_t start = 0;
+    for (const std::size_t end : batch_.ends) {
+        const std::string_view text = std::string_view(batch_.texts).substr(start, end - start);
+        lines += formatText("Unable to log the following information: %s\n", text);
+        lines += "Unable to open log for output\n";
+        start = end;
+    }
+    print(lines);
+}
+
+void QVLog::rotateFullFile() {
+    // What is queued still belongs to the full file. This is the writer, so there is nobody to wait
+    // for: it takes what there is now and leaves what others add meanwhile to the fresh file.
+    if (takePending()) writeBatch();
+    if (!loggingDisabled_ && startFile({})) appendHeader();
+    appendLog("Log truncated at 500KB");
+}
+
+// Files
+
+void QVLog::createNewLog(std::string_view name, bool noPrinting) {
+    QVLog& log = sharedController();
+    log.noPrinting_ = noPrinting;
+    Log::setSink(&log);
+    if (log.loggingDisabled_) return;
+    {
+        const WriterTurn turn(log);
+        // What was logged before belongs to the file that was current then.
+        if (!turn.nested()) log.drain();
+        if (!log.startFile(name)) return;
+    }
+    appendHeader();
+}
+
+bool QVLog::startFile(std::string_view name) {
+    setFile(-1);
+    if (familyPreferenceIsOne("disable-logging")) {
+        print("Logging is disabled\n");
+        loggingDisabled_ = true;
+        return false;
+    }
+    {
+        const std::lock_guard lock(nameMutex_);
+        if (name.data() && !appName_) appName_ = name;
+    }
+    bytesWritten_ = 0;
+    if (appName().empty()) setAppName("Unknown");
+    const LogFiles::Start fresh = LogFiles(appName()).startFresh();
+    if (!fresh.problem.empty()) print(fresh.problem);
+    setFile(fresh.descriptor);
+    return fresh.descriptor >= 0;
+}
+
+void QVLog::appendHeader() {
+    const Bundle& bundle = *Platform::current().bundle;
+    constexpr double bytesPerGB = 1024.0 * 1024.0 * 1024.0;
+    fastAppendLog("Log started: %@\n", currentDate());
+    if (const auto version = bundle.infoValue("CFBundleVersion"))
+        fastAppendLog("Version: %@\n", *version);
+    if (const auto path = bundle.executablePath()) fastAppendLog("Path: %@\n", *path);
+    // The words are the same on every system: scripts that collect logs look for them.
+    appendLog("System: macOS %@, %li CPU(s), %0.2f GB RAM\n", operatingSystemVersionString(),
+              processorCount(), static_cast<double>(physicalMemory()) / bytesPerGB);
+    fastAppendLog("Running in 64-bit mode\n");
+}
+
+void QVLog::setFile(int descriptor) {
+    const int old = fileHandle_.exchange(descriptor);
+    if (old >= 0) ::close(old);
+}
+
+std::vector<std::string> QVLog::availableLogs() {
+    const LogFiles files(sharedController().appName());
+    std::vector<std::string> paths;
+    for (long number = 1; number <= LogFiles::count; ++number) {
+        std::string path = files.numbered(number);
+        std::error_code error;
+        if (std::filesystem::exists(path, error)) paths.push_back(std::move(path));
+    }
+    return paths;
+}
+
+std::string QVLog::appName() const {
+    {
+        const std::lock_guard lock(nameMutex_);
+        if (appName_) return *appName_;
+    }
+    const auto executable = Platform::current().bundle->executablePath();
+    return executable ? std::filesystem::path(*executable).stem().string() : std::string();
+}
+
+void QVLog::setAppName(std::string_view name) {
+    const std::lock_guard lock(nameMutex_);
+    appName_ = name;
+}
+
+void QVLog::willTerminate() {
+    QVLog& log = sharedController();
+    bool isLong = false;
+    {
+        const std::lock_guard lock(log.queueMutex_);
+        if (log.terminated_) return;
+        isLong = log.pending_.ends.size() + log.inFlight_ >= longQueue;
+        if (isLong) {
+            log.terminated_ = true;
+            log.dropQueued_ = true;
+            log.bytesInQueue_ -= log.pending_.characters;
+            log.pending_.clear();
+        }
+    }
+    if (!isLong) {
+        finishWriting();
+        const std::lock_guard lock(log.queueMutex_);
+        log.terminated_ = true;
+    }
+    {
+        const std::lock_guard lock(log.nameMutex_);
+        log.appName_.reset();
+    }
+    // A write that hangs must not keep the process: its file is then closed by the system.
+    if (log.writerMutex_.try_lock()) {
+        log.setFile(-1);
+        log.writerMutex_.unlock();
+    }
+}
+
+}  // namespace reelsweep

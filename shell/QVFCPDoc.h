@@ -1,0 +1,207 @@
+// QVFCPDoc: the document of one XMEML file (or native project): its sequences, the run over them,
+// and the delivery of the tidied copies.
+//
+// Source sequences are never edited: a run works on renamed copies ("NAME-Tidied").
+// Thread rule: construct and destroy on the main thread. startProcessing and
+// populateSequencesForProject run on a background thread (or on the main thread when nothing else
+// pumps it); they reach the view through the MainThread port and wait for it.
+#pragma once
+
+#include "base/AtomicFile.h"
+#include "base/Failure.h"
+#include "base/FinderInfo.h"
+#include "hosts/QVFCPProjectController.h"
+#include "shell/DocumentThread.h"
+#include "shell/DocumentView.h"
+#include "shell/QVSequence.h"
+#include "shell/RunResult.h"
+#include "tidy/PassTable.h"
+#include "timeline/ChangeLedger.h"
+
+#include <atomic>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace reelsweep {
+
+class PassRun;
+
+using SequenceArray = std::vector<std::shared_ptr<QVSequence>>;
+
+/// The codes of an XML file of Final Cut Pro: "XML ", KeyG.
+inline constexpr HFSCodes finalCutProXMLCodes{0x584D4C20, 0x4B657947};
+
+/// What a run does with its results.
+enum class Delivery {
+    toSource,  ///< a new bin in the file's project, or in the host for a native project
+    none,      ///< the results stay in the records
+};
+
+class QVFCPDoc {
+public:
+    explicit QVFCPDoc(DocumentView& view);
+    ~QVFCPDoc();
+    QVFCPDoc(const QVFCPDoc&) = delete;
+    QVFCPDoc& operator=(const QVFCPDoc&) = delete;
+
+    // Opening and saving
+
+    /// Opens a path: a native project (extension "fcp" in any case, or HFS type FCPF) or an XML
+    /// file. The sequences are listed on a thread of their own; waitUntilPopulated() waits for it.
+    /// A native project always opens: its sequences are asked of the running Final Cut Pro, and
+    /// nothing is read from its file.
+    /// A file that is not valid XML fails with inputInvalid, file and line.
+    /// With deferred verification that answer may come later, from verifySource() and from the run,
+    /// which delivers nothing from such a file.
+    Outcome readFromURL(const std::string& path,
+                        Verification verification = Verification::beforeUse);
+    /// Waits until it is settled that the file is valid.
+    Outcome verifySource() const;
+    /// Blocks until the list started by readFromURL is there, pumping when called on the main
+    /// thread.
+    void waitUntilPopulated() { populateThread_.wait(); }
+    /// Saves the whole document, pretty-printed, atomically, with the codes of an XML file of Final
+    /// Cut Pro. With `refuseWhenChanged` fails when `path` is not the file that was read any more.
+    Outcome writeToURL(const std::string& path, Overwrite overwrite = Overwrite::always,
+                       bool refuseWhenChanged = false) const;
+    /// The same, and `path` is the document's file from then on. With the path that it has already,
+    /// refuses to overwrite what another program wrote there.
+    Outcome saveToURL(const std::string& path);
+    bool isFCPProject() const { return isFCPProject_; }
+    /// Whether Final Cut Pro may be started, and a native project be opened in it, when that is
+    /// needed. It may, unless told otherwise; before readFromURL.
+    void setLaunchesFCP(bool launches) { launchesFCP_ = launches; }
+    /// Why the sequences of a native project could not be listed; nothing when they were.
+    std::optional<Failure> listFailure() const;
+    const std::string& path() const { return path_; }
+    /// True when the XML holds a project that a bin can be added to.
+    bool hasProjectNode() const;
+    QVFCPProjectController& projectController() { return *projectController_; }
+
+    // Sequences
+
+    /// The records in the order of the source; a snapshot that stays valid.
+    std::shared_ptr<const SequenceArray> sequenceArray() const;
+    /// Builds the list anew. Any thread but never two at once.
+    void populateSequencesForProject(const std::string& path);
+    /// Ticks or unticks a record; the process button follows.
+    void setSelected(const std::vector<std::size_t>& rows, bool selected);
+    void setSelected(std::size_t row, bool selected) { setSelected(std::vector{row}, selected); }
+    /// The same for all records.
+    void setAllSelected(bool selected);
+    /// True when a run has made something of a ticked sequence.
+    bool hasResults() const;
+
+    // The run
+
+    /// Starts startProcessing on a thread of its own and returns at once. The options are the names
+    /// of the boxes that are on. `ended` is run on the main thread when the run is over, even when
+    /// the document is gone by then.
+    void process(const OptionList& options, std::function<void()> ended = {});
+    /// Blocks until the run started by process() has ended, pumping when called on the main thread.
+    void waitUntilProcessed() { processThread_.wait(); }
+    /// The run: copies, renames and tidies every ticked sequence, then delivers.
+    void startProcessing(const OptionList& options, Delivery delivery = Delivery::toSource);
+    /// Asks the run to stop; nothing is delivered then.
+    void cancelProgress() { processingCancelled_ = true; }
+    /// Sends a native project's ticked sequences to Final Cut Pro as a new bin: the results of the
+    /// last run, or the sources where there are none. Opens the copies there, and lists the
+    /// sequences anew, unticked. Ends every run over a native project; any thread.
+    void sendToFCP();
+    bool processingCancelled() const { return processingCancelled_; }
+    const RunResult& runResult() const { return runResult_; }
+    const ChangeLedger& changeLedger() const { return ledger_; }
+    /// Effects that count as transparent beside the built-in ones and the stored "ignoredEffects".
+    void setExtraIgnoredEffects(std::vector<std::string> names) {
+        extraIgnoredEffects_ = std::move(names);
+    }
+
+    /// Renames a copy in place and answers it: id and name get "-Tidied", the uuid a fresh one, and
+    /// id stays as the only attribute.
+    XMLNode renameSequence(XMLNode sequence);
+    /// The bin with every ticked record's result (or source, when it has none) as XML text, with or
+    /// without the header of a whole document. Nothing when the run was cancelled meanwhile.
+    std::optional<std::string> generateXMLOutput(bool includeHeader = true);
+
+    // The passes. Each edits the sequence in place and answers it, or null when the run was
+    // cancelled or the pass could not go on.
+
+    XMLNode removeDisabledClips(XMLNode sequence, std::string_view type);
+    XMLNode removeSilentAudioClips(XMLNode sequence);
+    XMLNode removeObscuredClips(XMLNode sequence);
+    XMLNode collapseTracks(XMLNode sequence, bool reverse = true);
+    XMLNode mergeClips(XMLNode sequence);
+    XMLNode collapseMulticlips(XMLNode sequence);
+    XMLNode removeUnusedTracks(XMLNode sequence);
+    XMLNode replaceGapsWithSlugs(XMLNode sequence);
+    XMLNode removeFilters(XMLNode sequence);
+    XMLNode removeMarkers(XMLNode sequence);
+    XMLNode removeTransitions(XMLNode sequence, std::string_view type);
+    XMLNode removeVideoTransitions(XMLNode sequence);
+    XMLNode removeAudioTransitions(XMLNode sequence);
+    /// Whether a clip lets the track below show through.
+    bool isClipTransparent(XMLNode clip);
+
+    /// First match of a query that is not escaped; null when there is none or the query fails.
+    static XMLNode nodeFromXPath(std::string_view query, XMLNode parent);
+
+private:
+    using PassOperation = std::function<XMLNode(PassRun&)>;
+
+    Result<FileIdentity> write(const std::string& path, Overwrite overwrite,
+                               bool refuseWhenChanged) const;
+    void populate(const std::string& path);
+    void enableProcessButton(const SequenceArray& records);
+    void setProgressLabelText(const std::string& text);
+    void startProgress();
+    void endProgress();
+    void showAlert(const std::string& message, const std::string& informative, AlertStyle style);
+    /// False when the run cannot go on after it.
+    bool processSequence(QVSequence& record, const OptionList& options);
+    XMLNode applyPasses(XMLNode copy, QVSequence& record, const OptionList& options,
+                        std::string& failure);
+    void deliver(Delivery delivery);
+    void processXML();
+    void deliverToFCP();
+    void openCopiesInFCP();
+    std::shared_ptr<SequenceArray> recordsFromFCP(const std::string& path);
+    XMLNode workingCopy(QVSequence& record);
+    bool fetchSequence(QVSequence& record);
+    void failSequence(const std::string& message, const std::string& logged,
+                      const std::string& informative);
+    Result<XMLNode> makeBin(XMLNode project);
+    void failDelivery(const std::string& logLine, const std::string& message,
+                      const std::string& informative);
+    XMLNode runAlone(XMLNode sequence, const PassOperation& operation);
+    std::vector<std::string> ignoredEffects() const;
+
+    DocumentView& view_;
+    std::string path_;
+    std::unique_ptr<QVFCPProjectController> projectController_;
+    bool isFCPProject_ = false;
+    bool launchesFCP_ = true;
+    mutable std::mutex sequencesMutex_;
+    std::shared_ptr<const SequenceArray> sequences_;
+    std::optional<Failure> listFailure_;
+    std::atomic<bool> processingCancelled_{false};
+    std::vector<std::string> extraIgnoredEffects_;
+    RunResult runResult_;
+    ChangeLedger ledger_;
+    DocumentThread populateThread_;
+    DocumentThread processThread_;
+};
+
+/// The text around the sequences of an output bin, before and after them; with the header of a
+/// whole document when a version of XMEML is given. The bin gets a fresh uuid.
+struct BinText {
+    std::string before;
+    std::string after;
+    static BinText make(std::optional<int> xmemlVersion);
+};
+
+}  // namespace reelsweep

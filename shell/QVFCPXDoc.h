@@ -1,0 +1,90 @@
+// QVFCPXDoc: the document of a Final Cut Pro X project exported as FCPXML.
+//
+// It offers to remove filters and markers, works on the whole XML, and keeps the result until it is
+// saved. Every run starts again from the file on disk.
+// Thread rule: construct and destroy on the main thread. startProcessing runs on a background
+// thread (or on the main thread) and reaches the view through the MainThread port.
+#pragma once
+
+#include "base/AtomicFile.h"
+#include "base/Failure.h"
+#include "shell/DocumentThread.h"
+#include "shell/DocumentView.h"
+#include "shell/RunResult.h"
+#include "tidy/PassTable.h"
+#include "timeline/ChangeLedger.h"
+#include "xml/XMLDocument.h"
+
+#include <atomic>
+#include <functional>
+#include <memory>
+#include <string>
+
+namespace reelsweep {
+
+class QVFCPXDoc {
+public:
+    explicit QVFCPXDoc(DocumentView& view);
+    ~QVFCPXDoc();
+    QVFCPXDoc(const QVFCPXDoc&) = delete;
+    QVFCPXDoc& operator=(const QVFCPXDoc&) = delete;
+
+    /// Checks that the file is valid XML and holds a project, and remembers its path. Fails with
+    /// inputUnreadable or inputInvalid; a file without a project (an event) also shows an alert.
+    Outcome readFromURL(const std::string& path);
+    /// Saves the result of the last run, pretty-printed, atomically. Fails when there is none. With
+    /// `refuseWhenChanged` fails when `path` is not the file that the run read any more.
+    Outcome writeToURL(const std::string& path, Overwrite overwrite = Overwrite::always,
+                       bool refuseWhenChanged = false) const;
+    /// The same, and `path` is the document's file from then on, which the next run reads. With the
+    /// path that it has already, refuses to overwrite what another program wrote there.
+    Outcome saveToURL(const std::string& path);
+    const std::string& path() const { return path_; }
+    /// True when readFromURL failed and has told the user so.
+    bool hasShownFailure() const { return hasShownFailure_; }
+    /// The result of the last run; null before the first and after a cancelled one.
+    const std::shared_ptr<XMLDocument>& xmlDoc() const { return xmlDoc_; }
+
+    /// Starts startProcessing on a thread of its own and returns at once. `ended` is run on the
+    /// main thread when the run is over, even when the document is gone by then.
+    void process(const OptionList& options, std::function<void()> ended = {});
+    /// Blocks until the run started by process() has ended, pumping when called on the main thread.
+    void waitUntilProcessed() { thread_.wait(); }
+    /// The run; the options are "removeFilters" and "removeMarkers", others are ignored.
+    void startProcessing(const OptionList& options);
+    void cancelProgress() { processingCancelled_ = true; }
+    const RunResult& runResult() const { return runResult_; }
+    const ChangeLedger& changeLedger() const { return ledger_; }
+
+    // Each edits the document in place and answers it, or null when the run was cancelled.
+
+    /// Takes the filters below the first sequence out, and each filter's effect resource. Only
+    /// files of the library form have them searched; one with the project at the top keeps its
+    /// filters.
+    std::shared_ptr<XMLDocument> removeFilters(std::shared_ptr<XMLDocument> document);
+    /// Takes the markers below the first sequence out, in both forms.
+    std::shared_ptr<XMLDocument> removeMarkers(std::shared_ptr<XMLDocument> document);
+
+    /// First match of a query that is not escaped; null when there is none or the query fails.
+    static XMLNode nodeFromXPath(std::string_view query, XMLNode parent);
+
+private:
+    void processFile(const OptionList& options);
+    Result<FileIdentity> write(const std::string& path, Overwrite overwrite,
+                               bool refuseWhenChanged) const;
+    void processXML();
+    SequenceLedger& ledgerOfRun();
+    void setProgressLabelText(const std::string& text);
+    void showAlert(const std::string& message, const std::string& informative, AlertStyle style);
+
+    DocumentView& view_;
+    std::string path_;
+    bool hasShownFailure_ = false;
+    std::shared_ptr<XMLDocument> xmlDoc_;
+    std::atomic<bool> processingCancelled_{false};
+    RunResult runResult_;
+    ChangeLedger ledger_;
+    DocumentThread thread_;
+};
+
+}  // namespace reelsweep

@@ -1,0 +1,75 @@
+#include "base/Log.h"
+#include "tidy/passes/Passes.h"
+#include "timeline/Vocabulary.h"
+
+#include <algorithm>
+#include <unordered_map>
+
+namespace reelsweep::passes {
+
+namespace {
+
+using Id = TrackIndex::Id;
+
+// Moves one group down. False when cancelled in the middle.
+bool moveGroup(PassRun& run, TrackIndex& from, const TrackIndex::Group& group, TrackIndex& lower) {
+    const Id before = lower.lastEndingBy(from.entry(group.first).wholeTexts.start);
+    std::size_t place = before == TrackIndex::none ? 0 : lower.position(before) + 1;
+    for (const Id id : from.entries(group.first, group.last)) {
+        if (run.cancelled()) return false;
+        run.edit.move(from, id, lower, place++);
+    }
+    return true;
+}
+
+// Moves down whatever of the upper track finds room on the lower one. False when cancelled.
+bool collapseOnto(PassRun& run, TrackIndex& upper, TrackIndex& lower, int lowerNumber) {
+    const std::vector<Id> upperClips = upper.items();
+    std::unordered_map<Id, std::size_t> places;
+    for (std::size_t j = 0; j < upperClips.size(); ++j) places[upperClips[j]] = j;
+
+    for (std::size_t j = 0; j < upperClips.size(); ++j) {
+        if (run.cancelled()) return false;
+        // A clip may have moved down with an earlier one already: then its group is there.
+        TrackIndex& own = upper.holds(upperClips[j]) ? upper : lower;
+        const TrackIndex::Group group = own.group(upperClips[j]);
+        if (lower.firstInTheWay(group.range) != TrackIndex::none) continue;
+
+        Log::fastAppend("Lower track %i is empty at: %@ to %@", lowerNumber, group.range.start,
+                        group.range.end);
+        Log::fastAppend("upper clip count1: %i", upper.childCount());
+        Log::fastAppend("lower clip count1: %i", lower.childCount());
+        if (!moveGroup(run, own, group, lower)) return false;
+        Log::fastAppend("upper clip count2: %i", upper.childCount());
+        Log::fastAppend("lower clip count2: %i", lower.childCount());
+
+        // The clips that moved along need no visit of their own.
+        if (const auto last = places.find(group.last); last != places.end())
+            j = std::max(j, last->second);
+    }
+    return true;
+}
+
+}  // namespace
+
+XMLNode collapseTracks(PassRun& run, XMLNode sequence, bool reverse) {
+    run.setProgressLabelText("Collapsing tracks...");
+    Log::fastAppend("Collapsing tracks...");
+    if (reverse) Log::fastAppend("Reversed");
+    const std::vector<XMLNode> tracks = mainTracks(sequence, "video");
+    if (!tracks.empty() && run.cancelled()) return {};
+    Log::fastAppend("Total tracks to process: %i", tracks.size());
+
+    // A clip falls one track a visit: from the top down it can fall on, from the bottom up it
+    // cannot.
+    for (std::size_t step = 1; step < tracks.size(); ++step) {
+        const std::size_t upper = reverse ? tracks.size() - step : step;
+        if (run.cancelled()) return {};
+        if (!collapseOnto(run, run.edit.index(tracks[upper]), run.edit.index(tracks[upper - 1]),
+                          static_cast<int>(upper - 1)))
+            return {};
+    }
+    return sequence;
+}
+
+}  // namespace reelsweep::passes

@@ -1,0 +1,137 @@
+#include "base/Log.h"
+#include "tidy/passes/ObscuredClips.h"
+
+#include <algorithm>
+
+namespace reelsweep::passes {
+
+namespace {
+
+using Id = TrackIndex::Id;
+
+bool isTransition(const TrackEntry& entry) { return entry.kind == TrackEntry::Kind::transition; }
+
+// The length of an entry with real edges; nothing else shortens a range.
+Frames lengthOf(const TrackEntry& entry) {
+    const auto [start, end] = entry.wholeTexts;
+    const Frames zero{0};
+    return start >= zero && end >= zero ? end - start : zero;
+}
+
+// The range without the transitions at its ends: only the fully opaque middle hides anything. Both
+// ends go by the length of the group's first node, as they always have. With a long transition
+// before a short one the range ends before it starts; the pieces of what is cut then overlap.
+FrameRange opaqueMiddle(const OpaqueClip& clip) {
+    FrameRange range = clip.group.range;
+    const TrackEntry& first = clip.upper.entry(clip.group.first);
+    if (isTransition(first)) range.start = range.start + lengthOf(first);
+    if (isTransition(clip.upper.entry(clip.group.last))) range.end = range.end - lengthOf(first);
+    return range;
+}
+
+struct Found {
+    bool any = false;      ///< something is hidden in part, if only a clip that is left as it is
+    std::vector<Id> cuts;  ///< what must be cut
+};
+
+void addIfCut(const TrackIndex& lower, Id id, FrameRange range, Found& found) {
+    if (overlapOf(lower.entry(id).wholeTexts, range) != Overlap::none) found.cuts.push_back(id);
+}
+
+// In a chain every clip but the first and the last has no edge of its own, and nothing to cut. Its
+// middle clips are always candidates, so the chain is hidden as one or not at all.
+void findInChain(const TrackIndex& lower, const TrackIndex::Run& chain, FrameRange range,
+                 Found& found) {
+    if (!conflict(chain.range, range)) return;
+    found.any = true;
+    const std::size_t end = lower.position(chain.last);
+    const auto ownEdges = [&](Id id) {
+        const TrackEntry& entry = lower.entry(id);
+        return !entry.startInTransition && !entry.endInTransition;
+    };
+    if (!ownEdges(chain.first)) addIfCut(lower, chain.first, range, found);
+    for (Id id = lower.firstOverlapping(range, chain.first);
+         id != TrackIndex::none && lower.position(id) <= end;) {
+        found.cuts.push_back(id);
+        id = lower.next(id);
+        if (id != TrackIndex::none) id = lower.firstOverlapping(range, id);
+    }
+    if (!ownEdges(chain.last)) addIfCut(lower, chain.last, range, found);
+}
+
+void findInRun(const PassRun& pass, const TrackIndex& lower, const TrackIndex::Run& run,
+               FrameRange range, Found& found) {
+    const std::vector<Id> overlapped = hiddenInRun(
+        pass, lower, run, 4, [&](const TrackEntry& e) { return e.searchInTheWayOf(range); },
+        [&](FrameRange group) { return conflict(group, range); });
+    found.any = found.any || !overlapped.empty();
+    for (const Id id : overlapped) addIfCut(lower, id, range, found);
+}
+
+Found findOverlapped(const PassRun& pass, const TrackIndex& lower, FrameRange range) {
+    Found found;
+    Id hit = lower.firstInTheWay(range);
+    while (hit != TrackIndex::none) {
+        const TrackIndex::Run run = lower.run(hit);
+        // A range that starts or ends at -1 reaches the edges inside transitions by themselves.
+        if (run.isChain && std::min(range.start, range.end) > edgeInTransition)
+            findInChain(lower, run, range, found);
+        else
+            findInRun(pass, lower, run, range, found);
+        const Id after = lower.next(run.last);
+        hit = after == TrackIndex::none ? after : lower.firstInTheWay(range, after);
+    }
+    return found;
+}
+
+// An editing system finds a clip's media by `in` and its place by `start` and `end`; `out` and
+// `duration` tell how much of the media there is, and stay as they are.
+void cut(PassRun& run, TrackIndex& lower, Id id, FrameRange range, const std::string& reason) {
+    const TrackEntry& entry = lower.entry(id);
+    const Frames in = leadingFrames(entry.node.child("in").stringValue());
+    const ItemTimes tail{
+        .start = range.end, .end = {}, .in = in - entry.wholeTexts.start + range.end, .out = {}};
+    switch (overlapOf(entry.wholeTexts, range)) {
+        case Overlap::sticksOutOnBothSides: run.edit.split(lower, id, range, tail); break;
+        case Overlap::tailHidden:
+            run.edit.trim(lower, id, {.start = {}, .end = range.start, .in = {}, .out = {}});
+            break;
+        case Overlap::headHidden: run.edit.trim(lower, id, tail); break;
+        case Overlap::inside: run.edit.detach(lower, id, reason); break;
+        case Overlap::none: break;
+    }
+}
+
+}  // namespace
+
+XMLNode mergeClips(PassRun& run, XMLNode sequence) {
+    run.setProgressLabelText("Merging clips...");
+    Log::append("Merging clips...");
+    // A clip can stick out on both sides of each other clip once. Far more splits mean that clips
+    // overlap or end before they start: each such clip may double what lies below it.
+    const std::size_t mostSplits = run.edit.itemsBefore() + 10000;
+    std::size_t splits = 0;
+    const bool done = visitOpaqueClips(run, sequence, [&](const OpaqueClip& clip) {
+        const FrameRange range = opaqueMiddle(clip);
+        const Found found = findOverlapped(run, clip.lower, range);
+        if (run.cancelled()) return false;
+        if (!found.any) return true;
+        Log::fastAppend("Lower track %i has partially obscured clip(s) below %@,%@",
+                        clip.lowerNumber, range.start, range.end);
+        const std::string reason = hiddenReason(run, clip, range);
+        for (const Id id : found.cuts) {
+            if (run.cancelled()) return false;
+            const std::size_t before = clip.lower.childCount();
+            cut(run, clip.lower, id, range, reason);
+            if (clip.lower.childCount() > before && ++splits > mostSplits) {
+                run.failure = "Clips were split again and again, " + std::to_string(splits) +
+                              " times; the last was " + reason;
+                return false;
+            }
+        }
+        return true;
+    });
+    return done ? sequence : XMLNode();
+}
+
+}  // namespace reelsweep::passes

@@ -1,0 +1,106 @@
+// What the two passes share that look for clips under opaque ones.
+#pragma once
+
+#include "base/Log.h"
+#include "tidy/passes/Passes.h"
+#include "timeline/Vocabulary.h"
+
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+namespace reelsweep::passes {
+
+/// An opaque clip with the indexes of its track and of the track below.
+struct OpaqueClip {
+    TrackIndex& upper;
+    TrackIndex& lower;
+    int lowerNumber;  ///< from 0
+    TrackIndex::Id id;
+    TrackIndex::Group group;
+};
+
+/// Visits every opaque clip above another video track, top track first. False when cancelled; a
+/// visit answers false to say so too.
+template <class Visit>
+bool visitOpaqueClips(PassRun& run, XMLNode sequence, Visit visit) {
+    const std::vector<XMLNode> tracks = mainTracks(sequence, "video");
+    if (!tracks.empty() && run.cancelled()) return false;
+    Log::fastAppend("Total tracks to process: %i", tracks.size());
+    for (std::size_t u = tracks.size(); u-- > 1;) {
+        if (run.cancelled()) return false;
+        TrackIndex& upper = run.edit.index(tracks[u]);
+        TrackIndex& lower = run.edit.index(tracks[u - 1]);
+        for (const TrackIndex::Id id : upper.items()) {
+            if (run.cancelled()) return false;
+            if (isClipTransparent(upper.entry(id).node, run.ignoredEffects)) continue;
+            if (!visit(OpaqueClip{upper, lower, static_cast<int>(u) - 1, id, upper.group(id)}))
+                return false;
+        }
+    }
+    return true;
+}
+
+/// A list of entries in the order in which they were first put in, without duplicates.
+class EntrySet {
+public:
+    void add(TrackIndex::Id id) {
+        if (places_.try_emplace(id, order_.size()).second) order_.push_back(id);
+    }
+    void remove(TrackIndex::Id id) { places_.erase(id); }
+    /// What is in it now.
+    std::vector<TrackIndex::Id> entries() const {
+        std::vector<TrackIndex::Id> present;
+        for (std::size_t place = 0; place < order_.size(); ++place) {
+            const auto found = places_.find(order_[place]);
+            if (found != places_.end() && found->second == place) present.push_back(found->first);
+        }
+        return present;
+    }
+
+private:
+    std::vector<TrackIndex::Id> order_;  ///< those taken out since too
+    std::unordered_map<TrackIndex::Id, std::size_t> places_;
+};
+
+/// Works out, over one run of a track, which entries a clip above hides. What is answered after a
+/// cancel is incomplete.
+///
+/// `search` tells by which search an entry is found (from 1; 0 for none). What the searches find,
+/// in order of first appearance, is the set to begin with. Then each of these entries brings its
+/// whole group into the set when `keeps` holds for the group's range, and takes its whole group out
+/// when not.
+template <class Search, class Keeps>
+std::vector<TrackIndex::Id> hiddenInRun(const PassRun& pass, const TrackIndex& track,
+                                        const TrackIndex::Run& run, int searches, Search search,
+                                        Keeps keeps) {
+    const std::vector<TrackIndex::Id> entries = track.entries(run.first, run.last);
+    std::vector<TrackIndex::Id> found;
+    for (int s = 1; s <= searches; ++s)
+        for (const TrackIndex::Id id : entries)
+            if (search(track.entry(id)) == s) found.push_back(id);
+
+    EntrySet hidden;
+    for (const TrackIndex::Id id : found) hidden.add(id);
+    TrackIndex::Group last;
+    for (const TrackIndex::Id id : found) {
+        if (pass.cancelled()) break;
+        const TrackIndex::Group group = track.group(id);
+        // All clips of a long chain have one group, and once is enough for it.
+        if (group.first == last.first && group.last == last.last) continue;
+        last = group;
+        const bool kept = keeps(group.range);
+        for (const TrackIndex::Id member : track.entries(group.first, group.last)) {
+            if (kept)
+                hidden.add(member);
+            else
+                hidden.remove(member);
+        }
+    }
+    return hidden.entries();
+}
+
+/// "hidden under NAME on V3 from 100 to 200".
+std::string hiddenReason(const PassRun& run, const OpaqueClip& clip, FrameRange range);
+
+}  // namespace reelsweep::passes

@@ -1,0 +1,141 @@
+#include "base/Log.h"
+#include "tidy/passes/Passes.h"
+#include "timeline/Vocabulary.h"
+#include "xml/XMLDocument.h"
+
+#include <stdexcept>
+#include <unordered_map>
+
+namespace reelsweep::passes {
+
+namespace {
+
+// A slug's source range lies this many frames inside media that is twice as many frames longer.
+constexpr Frames handle{30};
+
+// The text of a frame count as the slug clip holds it: hosts read these as 32-bit numbers.
+std::string slugNumber(Frames frames) {
+    return std::to_string(static_cast<std::int32_t>(frames.count));
+}
+
+// Makes the slugs of one sequence.
+//
+// The first slug of a sequence is "Slug" and defines the file "Slug1"; the next ones are Slug2,
+// Slug3 and so on and refer to that file. There is no clip "Slug1": the id belongs to the file.
+class SlugMaker {
+public:
+    SlugMaker(TimelineEdit& edit, XMLNode sequence) {
+        const XMLNode rate = sequence.child("rate");
+        rateXML_ =
+            rate ? serialise(rate) : "<rate><ntsc>false</ntsc><timebase>24</timebase></rate>";
+        for (const XMLNode& source : edit.elementsNamed("mediaSource"))
+            if (hasText(source, "Slug")) ++slugCount_;
+    }
+
+    /// A slug that fills the range.
+    std::string makeXML(FrameRange gap) {
+        const Frames length = gap.end - gap.start;
+        const std::string suffix = slugCount_ == 0 ? "" : std::to_string(slugCount_ + 1);
+        std::string xml = "<clipitem id=\"Slug" + suffix + "\"><name>Slug</name><duration>" +
+                          slugNumber(length + handle + handle) + "</duration><in>30</in><out>" +
+                          slugNumber(length + handle) + "</out><start>" + slugNumber(gap.start) +
+                          "</start><end>" + slugNumber(gap.end) + "</end><enabled>TRUE</enabled>" +
+                          rateXML_ + "<file id=\"Slug1\"";
+        if (slugCount_ == 0)
+            xml += "><name>Slug</name><mediaSource>Slug</mediaSource>" + rateXML_ + "</file>";
+        else
+            xml += "/>";
+        xml += "<sourcetrack><mediatype>video</mediatype></sourcetrack></clipitem>";
+        ++slugCount_;
+        return xml;
+    }
+
+private:
+    std::string rateXML_;
+    std::size_t slugCount_ = 0;
+};
+
+std::vector<XMLNode> clipsBelow(XMLNode track) {
+    std::vector<XMLNode> clips;
+    track.forEachDescendant({"clipitem", "generatoritem"},
+                            [&](XMLNode clip) { clips.push_back(clip); });
+    return clips;
+}
+
+XMLNode firstVideoTrack(XMLNode sequence) {
+    XMLNode track = sequence.nextElement(sequence, "track");
+    while (track && !track.parent().isElement("video"))
+        track = track.nextElement(sequence, "track");
+    return track;
+}
+
+// The clips below a track with the ranges of their groups. The group of a clip inside another item
+// (a nested sequence, a multiclip) stands among its own siblings, so each parent has its index.
+class ClipRanges {
+public:
+    explicit ClipRanges(TimelineEdit& edit) : edit_(edit) {}
+
+    struct Clip {
+        FrameRange range;
+        std::size_t place;  ///< index among its siblings, now
+    };
+    /// Clips must come in document order.
+    Clip next(XMLNode clip) {
+        TrackIndex& index = edit_.index(clip.parent());
+        const auto [found, isNew] = siblings_.try_emplace(clip.parent());
+        Siblings& siblings = found->second;
+        if (isNew) siblings.clips = index.items();
+        const TrackIndex::Id id = siblings.clips[siblings.passed++];
+        return {index.group(id).range, index.position(id)};
+    }
+
+private:
+    struct Siblings {
+        std::vector<TrackIndex::Id> clips;  ///< as they stood before any slug
+        std::size_t passed = 0;
+    };
+
+    TimelineEdit& edit_;
+    std::unordered_map<XMLNode, Siblings> siblings_;
+};
+
+}  // namespace
+
+XMLNode replaceGapsWithSlugs(PassRun& run, XMLNode sequence) {
+    run.setProgressLabelText("Replacing gaps with slugs...");
+    const XMLNode track = firstVideoTrack(sequence);
+    if (!track) {
+        Log::append("No video tracks found");
+        return sequence;
+    }
+    if (run.cancelled()) return {};
+    SlugMaker slugs(run.edit, sequence);
+    const std::vector<XMLNode> clips = clipsBelow(track);
+    TrackIndex& index = run.edit.index(track);
+    ClipRanges ranges(run.edit);
+    Frames previousEnd;
+    for (const XMLNode& clip : clips) {
+        if (run.cancelled()) return {};
+        Log::fastAppend("clip start: %@", clip.child("start").stringValue());
+        const auto [range, place] = ranges.next(clip);
+        Log::fastAppend("range start: %i", range.start.count);
+        Log::fastAppend("range end: %i", range.end.count);
+        if (range.start > previousEnd) {
+            Log::fastAppend("Gap from %i to %i", previousEnd.count, range.start.count);
+            const std::string xml = slugs.makeXML({previousEnd, range.start});
+            const Result<XMLNode> slug = sequence.parseDetached(xml);
+            if (!slug) throw std::logic_error("slug: " + slug.failure().description());
+            // A clip inside another item has an index among its own siblings: that is where the
+            // slug goes, into the track all the same. And the slug stands before the clip itself,
+            // so between it and the transition that fades it in.
+            run.edit.insertItem(index, *slug, place);
+            Log::fastAppend("slug: %@", xml);
+        }
+        // Also when it lies inside the clip before it and ends earlier: a slug may then stand over
+        // the rest of that clip, as it always could.
+        previousEnd = range.end;
+    }
+    return sequence;
+}
+
+}  // namespace reelsweep::passes

@@ -1,0 +1,122 @@
+// ChangeLedger: what a run changed in which sequence, edit by edit.
+//
+// TimelineEdit writes it; reports, windows and checks read it. It holds handles: it may be read as
+// long as the document that was edited lives.
+// Thread rule: written on the run's thread; read after the run.
+#pragma once
+
+#include "time/Frames.h"
+#include "timeline/SequenceTimecode.h"
+#include "xml/XMLNode.h"
+
+#include <array>
+#include <cstddef>
+#include <deque>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace reelsweep {
+
+class XMLDocument;
+
+enum class ChangeKind { removed, moved, trimmed, split, inserted, changed };
+inline constexpr std::size_t changeKindCount = 6;
+
+/// "removed", "moved" and so on: the word of reports.
+std::string_view description(ChangeKind kind);
+
+/// A track of the sequence, counted from 1 as the source sequence has them; number 0 is no track.
+struct TrackLabel {
+    bool video = true;
+    int number = 0;
+
+    bool operator==(const TrackLabel&) const = default;
+};
+
+/// "V1", "A3"; empty for no track.
+std::string description(TrackLabel track);
+
+/// An item's times in frames of the sequence, where it has them. `end` and `out` are exclusive; an
+/// edge inside a transition is -1.
+struct ItemTimes {
+    std::optional<Frames> start;
+    std::optional<Frames> end;
+    std::optional<Frames> in;
+    std::optional<Frames> out;
+
+    bool operator==(const ItemTimes&) const = default;
+    static ItemTimes of(XMLNode item);
+};
+
+struct Change {
+    ChangeKind kind = ChangeKind::changed;
+    std::string_view pass;  ///< option name of the pass; static storage
+    XMLNode node;           ///< the element concerned; for a split its new left-hand piece
+    XMLNode holder;         ///< the clip, generator or transition it stood in; null for none
+    TrackLabel trackBefore;
+    TrackLabel trackAfter;
+    ItemTimes before;  ///< the node's own; its holder's when it has none
+    ItemTimes after;
+    bool countsAsItem = false;  ///< a clip, generator or transition that stands in a track
+    std::size_t reason = 0;     ///< for reasonText(); 0 is none
+
+    std::string name() const;  ///< the element's own name (a filter's effect's), or empty
+    std::string id() const;    ///< its id attribute, or empty
+    std::string holderName() const;
+    std::string holderId() const;
+};
+
+/// A clip that has lost the transition at one of its edges.
+struct LooseClip {
+    XMLNode node;
+    TrackLabel track;
+    ItemTimes times;
+
+    std::string name() const;
+    std::string id() const;
+};
+
+/// The changes of one sequence.
+class SequenceLedger {
+public:
+    /// Where the changes' nodes are: a document that was fetched for the run, which the ledger
+    /// keeps alive; null for nodes of the file's document.
+    std::shared_ptr<const XMLDocument> document;
+    std::string title;
+    std::string uuid;  ///< of the source sequence
+    SequenceTimecode timecode;
+    std::size_t itemsBefore = 0;
+    std::size_t itemsAfter = 0;
+    std::vector<Change> changes;  ///< in the order in which they were made
+    /// Clips of the result with an edge of -1 and no transition beside it, which did not come so:
+    /// the passes do not look at one another's work, and nothing says any more where these start or
+    /// end.
+    std::vector<LooseClip> looseClips;
+
+    /// Keeps a reason once for the changes that share it; answers its number.
+    std::size_t addReason(std::string text);
+    const std::string& reasonText(const Change& change) const { return reasons_[change.reason]; }
+
+    /// How many changes of each kind a pass made, indexed by ChangeKind.
+    using Totals = std::array<std::size_t, changeKindCount>;
+    Totals totals(std::string_view pass) const;
+    /// How many changes of that kind concern items that stand in tracks.
+    std::size_t items(ChangeKind kind) const;
+    /// items before + inserted + split pieces = items after + removed.
+    bool balances() const;
+
+private:
+    std::vector<std::string> reasons_{std::string()};
+};
+
+/// "1 clip has lost a transition, and with it an edge: NAME on V1 from -1 to 511"; empty for none.
+std::string looseClipsText(const SequenceLedger& sequence);
+
+struct ChangeLedger {
+    std::deque<SequenceLedger> sequences;  ///< in the order in which they were processed
+};
+
+}  // namespace reelsweep

@@ -1,0 +1,25 @@
+#include "timeline/Vocabulary.h"
+
+#include "timeline/QVXMLParser.h"
+
+namespace reelsweep {
+
+std::vector<XMLNode> mainTracks(XMLNode sequence, const char* type) {
+    std::vector<XMLNode> tracks;
+    for (const XMLNode track : childrenNamed(sequence.child("media").child(type), "track"))
+        tracks.push_back(track);
+    return tracks;
+}
+
+bool hasText(XMLNode element, std::string_view text) {
+    for (XMLNode node = element.firstChild(); node; node = node.nextSibling())
+        if (node.isText() && node.value() == text) return true;
+    return false;
+}
+
+std::string displayName(XMLNode item) {
+    const auto name = QVXMLParser::nameForNode(item, true);
+    return name && !name->empty() ? *name : "a clip";
+}
+
+}  // namespace reelsweep
