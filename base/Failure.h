@@ -31,7 +31,7 @@ struct Failure {
     std::string element = {};  ///< the name of the element concerned, or empty
     std::string detail = {};   ///< a sentence more: the cause, or what to do; or empty
 
-    /// "file:line:column: message. detail", leaving out what is not known.
+    /// "file:line:column: message: detail", leaving out what is not known.
     std::string description() const;
 };
 

@@ -35,6 +35,11 @@ ExitCode TidyFile::run() {
     return code;
 }
 
+const ChangeLedger* TidyFile::ledger() const {
+    const bool isTidied = work_ && work_->tidied && *work_->tidied;
+    return isTidied ? &(*work_->tidied)->ledger() : nullptr;
+}
+
 Outcome TidyFile::open() {
     // Nobody should wait for a result that then cannot be written.
     const bool toFile = planned_.output != standardStreamPath && !planned_.inPlace &&

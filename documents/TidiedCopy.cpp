@@ -28,7 +28,7 @@ Failure named(const Failure& why, const std::string& title) {
     if (why.code != FailureCode::processing) return why;
     Failure failure{FailureCode::processing, "Unable to tidy"};
     failure.detail = "Sequence \"" + title + "\". " + why.message + ".";
-    Log::append("%@", failure.description());
+    Log::append("%@. %@", failure.message, failure.detail);
     return failure;
 }
 

@@ -251,6 +251,7 @@ bool QVFCPDoc::processSequence(SequenceDocument& document, std::size_t row, QVSe
     record.processedXMLRepresentation = copy ? copy->sequence : XMLNode();
     if (copy) {
         record.newUUID = copy->uuid;
+        copy->ledger.title = record.title;
         ledger_.sequences.push_back(std::move(copy->ledger));
     } else if (copy.failure().code != FailureCode::cancelled) {
         // The source would take the result's place in the bin and pass for tidied.

@@ -28,8 +28,8 @@ Result<SequenceLedger> tidySequence(XMLNode copy, XMLNode source, const TidyRequ
     expectElements(edit, request.passes);
     PassRun run{edit, request.ignoredEffects, controls.stop, controls.progress};
     for (const PassStep& step : passSteps()) {
-        if (run.cancelled()) return PassRun::stopped();
         if (!isOn(step, request.passes)) continue;
+        if (run.cancelled()) return PassRun::stopped();
         if (controls.observer) controls.observer->before(step, edit);
         edit.beginStep(step.option);
         if (Outcome done = step.run(run); !done) return done.failure();

@@ -105,15 +105,34 @@ bool cut(PassRun& run, const TrackIndex& lower, Id id, FrameRange range,
     return false;
 }
 
-// Cuts what lies below one opaque clip. Answers how many clips became two.
-std::size_t cutBelow(PassRun& run, const OpaqueClip& clip, const std::vector<Id>& cuts,
-                     FrameRange range, const std::string& reason) {
-    std::size_t splits = 0;
-    for (const Id id : cuts) {
-        if (run.cancelled()) break;
-        if (cut(run, clip.lower, id, range, reason)) ++splits;
+// A clip can stick out on both sides of each other clip once. Far more splits mean that clips
+// overlap or end before they start: each such clip may double what lies below it.
+class SplitLimit {
+public:
+    explicit SplitLimit(const PassRun& run) : most_(run.edit.itemsBefore() + 10000) {}
+
+    Outcome count(const std::string& reason) {
+        if (++splits_ <= most_) return Done{};
+        return Failure{FailureCode::processing, "Clips were split again and again, " +
+                                                    std::to_string(splits_) +
+                                                    " times; the last was " + reason};
     }
-    return splits;
+
+private:
+    std::size_t most_;
+    std::size_t splits_ = 0;
+};
+
+// Cuts what lies below one opaque clip.
+Outcome cutBelow(PassRun& run, const OpaqueClip& clip, const std::vector<Id>& cuts,
+                 FrameRange range, SplitLimit& limit) {
+    const std::string reason = hiddenReason(run, clip, range);
+    for (const Id id : cuts) {
+        if (run.cancelled()) return PassRun::stopped();
+        if (!cut(run, clip.lower, id, range, reason)) continue;
+        if (Outcome counted = limit.count(reason); !counted) return counted;
+    }
+    return Done{};
 }
 
 }  // namespace
@@ -121,10 +140,7 @@ std::size_t cutBelow(PassRun& run, const OpaqueClip& clip, const std::vector<Id>
 Outcome mergeClips(PassRun& run) {
     run.showProgress("Merging clips...");
     Log::append("Merging clips...");
-    // A clip can stick out on both sides of each other clip once. Far more splits mean that clips
-    // overlap or end before they start: each such clip may double what lies below it.
-    const std::size_t mostSplits = run.edit.itemsBefore() + 10000;
-    std::size_t splits = 0;
+    SplitLimit limit(run);
     return visitOpaqueClips(run, [&](const OpaqueClip& clip) -> Outcome {
         const FrameRange range = opaqueMiddle(clip);
         const Found found = findOverlapped(run, clip.lower, range);
@@ -132,14 +148,7 @@ Outcome mergeClips(PassRun& run) {
         if (!found.any) return Done{};
         Log::fastAppend("Lower track %i has partially obscured clip(s) below %@,%@",
                         clip.lowerNumber, range.start, range.end);
-        const std::string reason = hiddenReason(run, clip, range);
-        splits += cutBelow(run, clip, found.cuts, range, reason);
-        if (run.cancelled()) return PassRun::stopped();
-        if (splits > mostSplits)
-            return Failure{FailureCode::processing, "Clips were split again and again, " +
-                                                        std::to_string(splits) +
-                                                        " times; the last was " + reason};
-        return Done{};
+        return cutBelow(run, clip, found.cuts, range, limit);
     });
 }
 
