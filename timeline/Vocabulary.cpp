@@ -4,6 +4,8 @@
 
 namespace reelsweep {
 
+const char* description(MediaType type) { return type == MediaType::video ? "video" : "audio"; }
+
 std::vector<XMLNode> mainTracks(XMLNode sequence, const char* type) {
     std::vector<XMLNode> tracks;
     for (const XMLNode track : childrenNamed(sequence.child("media").child(type), "track"))

@@ -50,6 +50,12 @@ inline bool isTimelineItem(XMLNode node) {
     return isClip(node) || node.isElement("transitionitem");
 }
 
+/// What a track carries.
+enum class MediaType { video, audio };
+
+/// "video", "audio": the element's name, and the word of messages.
+const char* description(MediaType type);
+
 /// The tracks of the first video or audio element of the sequence's first media element.
 std::vector<XMLNode> mainTracks(XMLNode sequence, const char* type);
 
