@@ -24,11 +24,10 @@ struct FrameSize {
 
 struct Media {
     enum class Kind : std::uint8_t {
-        none,       ///< a clip that names no media
-        file,       ///< a `file`, defined wherever in the document
+        none,  ///< a clip that names no media
+        file,  ///< a `file`, defined wherever in the document; of a multiclip the active angle's
         undefined,  ///< a reference to a `file` or sequence that the document defines nowhere
         sequence,   ///< a nested sequence
-        multiclip,  ///< the active angle of a multiclip
         generator,
     };
 
@@ -49,8 +48,8 @@ struct Media {
     FrameSize size;
     std::string_view pixelAspect;
     /// Says which media this is, whatever its id: path, or name, reel and time code; for a
-    /// generator its effect with all parameters; for a nested sequence what it shows and plays.
-    /// Equal keys are equal media.
+    /// generator its effect with all parameters. Equal keys are equal media; for nested sequences,
+    /// which are called by name here, their contents decide.
     std::string_view key;
     const NestedSequence* nested = nullptr;  ///< for Kind::sequence, else null
 };

@@ -15,8 +15,8 @@
 //  - it is alone on its track at that frame, in its place and outside every transition;
 //  - its composite mode is normal, and its filters keep a full frame full (FilterStack), as do
 //    those of its track;
-//  - its media is a file, slug or nested sequence; a file or sequence is at least as large as this
-//    sequence where both sizes are known, and a nested sequence's own picture is full there;
+//  - its media is a file, a colour, a slug or a nested sequence whose own picture is full there, or
+//    it names none; and it is at least as large as this sequence where both sizes are known;
 //  - its media has no alpha channel as far as the file says: `alphatype` is missing or "none", or
 //    the format cannot hold one. A still in a format made for alpha must say "none".
 //
@@ -43,7 +43,8 @@ struct Contributor {
     /// The transition that it is in; its progress is the frame's place in the transition's range.
     const Item* transition = nullptr;
     TransitionSide side = TransitionSide::none;
-    bool covers = false;  ///< certainly hides what is below it; never for sound
+    /// Certainly hides what is below it; never for sound.
+    bool covers = false;
 
     const Media& media() const { return *item->media; }
     /// The clip's own frame at a frame of the timeline, rounded down.
@@ -62,8 +63,11 @@ struct Interval {
 struct PictureOptions {
     /// As if there were no filters, and every clip at plain speed.
     bool ignoreFilters = false;
-    /// As if both sides of a transition were whole through its range: either may then show.
+    /// As if both sides of a transition were whole through its range: either may then show. The
+    /// next contributors are listed unless both sides cover.
     bool ignoreTransitions = false;
+    /// For a nested sequence, where a slug hides what is below the sequence and nothing does not.
+    bool keepSlugs = false;
 };
 
 /// A stretch of a timeline's picture, or of its sound.
@@ -92,6 +96,14 @@ private:
     std::vector<Contributor> contributors_;
     std::vector<Interval> intervals_;
 };
+
+/// Whether two contributors, of one timeline or of two, look and sound the same: the same media at
+/// the same source frame in sync, with the same speed, filters, opacity, composite mode, and the
+/// same side of the same transition at the same time. Nested sequences are the same only when they
+/// are one and the same definition.
+bool showsTheSame(const Contributor& a, const Contributor& b, PictureOptions options = {});
+/// The same, but nested sequences are compared by their names only.
+bool looksTheSame(const Contributor& a, const Contributor& b, PictureOptions options = {});
 
 inline constexpr FrameRange allFrames{{std::numeric_limits<std::int64_t>::min()},
                                       {std::numeric_limits<std::int64_t>::max()}};

@@ -112,8 +112,9 @@ struct Item {
     std::int32_t sourceChannel = 0;  ///< `trackindex` of the source track, from 1; 0 is unsaid
     FrameRange range;
     FrameRange cut;
-    FrameRange source;  ///< `in` and `out` in the clip's own frames
-    FrameRate rate;     ///< of those frames; the sequence's when the clip has none
+    FrameRange source;    ///< `in` and `out` in the clip's own frames
+    Frames subclipStart;  ///< where a subclip begins in its media; its own frames count from there
+    FrameRate rate;       ///< of those frames; the sequence's when the clip has none
     SourceLine line;
     std::string_view name;
     std::string_view id;
