@@ -7,8 +7,8 @@
 
 namespace reelsweep {
 
-/// Whether the clip covers wherever it is alone on its track, outside transitions, and, for a nested
-/// sequence, wherever that one's own picture is full. `sequence` is the one it stands in.
+/// Whether the clip covers wherever it is alone on its track and outside transitions; a nested
+/// sequence only where its own picture is full, too. `sequence` is the one the clip stands in.
 bool certainlyCovers(const Item& item, const Track& track, const Timeline& sequence,
                      bool ignoreFilters);
 

@@ -9,7 +9,7 @@ namespace reelsweep {
 
 namespace {
 
-// Effect identifiers and names in lower case, as Final Cut Pro, Premiere Pro and Resolve write them.
+// Effect identifiers and names, as Final Cut Pro, Premiere Pro and Resolve write them.
 constexpr std::pair<std::string_view, FilterMeaning> meanings[] = {
     {"opacity", FilterMeaning::opacity},
     {"basic", FilterMeaning::motion},

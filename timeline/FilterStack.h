@@ -68,6 +68,9 @@ struct Speed {
     std::string_view percent = "100";  ///< a decimal number, without trailing zeros
     std::span<const Keyframe> keyframes;
 
+    /// The frame of the media that the clip shows at one of its own frames, rounded down. Played
+    /// backward it is only known where keyframes say it: else the clip's own frame is the answer.
+    Frames mediaFrame(Frames own) const;
     bool operator==(const Speed& other) const;
 };
 

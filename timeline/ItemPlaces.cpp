@@ -155,4 +155,13 @@ Frames SourceLine::at(Frames frame) const {
     return {scaled % divisor < 0 ? whole - 1 : whole};
 }
 
+FrameRange SourceLine::onTimeline(FrameRange own) const {
+    const SourceLine back{(Frames{} - Frames{offset}).count, divisor, step};
+    const auto firstAt = [&](Frames frame) {
+        const Frames roundedDown = back.at(frame);
+        return roundedDown + Frames{at(roundedDown) < frame ? 1 : 0};
+    };
+    return {firstAt(own.start), firstAt(own.end)};
+}
+
 }  // namespace reelsweep

@@ -43,7 +43,8 @@ struct Media {
     std::string_view path;  ///< the `pathurl`
     std::string_view reel;
     Frames timecodeStart;  ///< what the time code of its first frame counts
-    Frames duration;       ///< 0 when not known
+    bool dropFrame = false;
+    Frames duration;  ///< 0 when not known
     FrameRate rate;
     FrameSize size;
     std::string_view pixelAspect;

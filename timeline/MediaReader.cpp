@@ -103,7 +103,9 @@ FileParts readParts(XMLNode file, Media& media) {
         } else if (name == "height") {
             media.size.height = smallNumber(elementText(child));
         } else if (name == "timecode") {
-            const auto [text, frame, reel] = child.firstChildren({"string", "frame", "reel"});
+            const auto [text, frame, reel, format] =
+                child.firstChildren({"string", "frame", "reel", "displayformat"});
+            media.dropFrame = elementText(format) == "DF";
             parts.timecode = elementText(text);
             parts.timecodeFrame = elementText(frame);
             parts.reel = childText(reel, "name");

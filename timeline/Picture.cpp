@@ -27,17 +27,6 @@ FrameRange common(FrameRange a, FrameRange b) {
 
 bool isEmpty(FrameRange range) { return range.end <= range.start; }
 
-// The frames of the timeline at which a clip plays its own frames [start, end). The first frame of
-// the timeline at which the clip has reached a frame is rounded up.
-FrameRange onTimeline(const SourceLine& line, FrameRange own) {
-    const SourceLine back{(Frames{} - Frames{line.offset}).count, line.divisor, line.step};
-    const auto firstAt = [&](Frames frame) {
-        // at() rounds down; the frame before gives the one that rounding up would.
-        return back.at(frame) + (line.at(back.at(frame)) < frame ? Frames{1} : Frames{0});
-    };
-    return {firstAt(own.start), firstAt(own.end)};
-}
-
 class StretchMaker {
 public:
     StretchMaker(const Timeline& timeline, MediaType type, FrameRange range, PictureOptions options)
@@ -105,7 +94,7 @@ private:
         auto own = std::partition_point(full.begin(), full.end(),
                                         [&](const FrameRange& r) { return r.end <= from; });
         for (; own != full.end() && mostSplits_ > 0; ++own) {
-            const FrameRange place = onTimeline(contributor.item->line, *own);
+            const FrameRange place = contributor.item->line.onTimeline(*own);
             if (place.start >= range.end) break;
             const FrameRange here = common(range, place);
             if (isEmpty(here)) continue;

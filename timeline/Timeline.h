@@ -49,6 +49,8 @@ struct SourceLine {
 
     /// The clip's own frame at a frame of the timeline, rounded down.
     Frames at(Frames frame) const;
+    /// The frames of the timeline at which the clip is at one of its own frames [start, end).
+    FrameRange onTimeline(FrameRange own) const;
     bool operator==(const SourceLine&) const = default;
 };
 
