@@ -2,7 +2,6 @@
 
 #include "app/InterfaceDescription.h"
 #include "app/Text.h"
-#include "shell/StandaloneDelivery.h"
 
 #include <QFileInfo>
 #include <QGuiApplication>
@@ -121,7 +120,7 @@ void QVFCPDocWindow::exportTidied() {
     const QString name = QFileInfo(toQString(path())).completeBaseName() + tr("-Tidied.xml");
     askForFile(tr("Export Tidied Sequences"), name, [this](const std::string& chosen) {
         QGuiApplication::setOverrideCursor(Qt::WaitCursor);
-        const Outcome written = writeStandaloneDocument(*document_, chosen);
+        const Outcome written = document_->exportTidied(chosen);
         QGuiApplication::restoreOverrideCursor();
         if (written)
             showStatus(tr("Exported to %1").arg(toQString(chosen)));

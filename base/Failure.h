@@ -24,13 +24,14 @@ enum class FailureCode {
 
 struct Failure {
     FailureCode code = FailureCode::internal;
-    std::string message;  ///< what is wrong, without the place
-    std::string file;     ///< empty when no file is concerned
-    long line = 0;        ///< from 1; 0 when unknown
-    long column = 0;      ///< in bytes of the line, from 1; 0 when unknown
-    std::string element;  ///< the name of the element concerned, or empty
+    std::string message = {};  ///< what is wrong, without the place
+    std::string file = {};     ///< empty when no file is concerned
+    long line = 0;             ///< from 1; 0 when unknown
+    long column = 0;           ///< in bytes of the line, from 1; 0 when unknown
+    std::string element = {};  ///< the name of the element concerned, or empty
+    std::string detail = {};   ///< a sentence more: the cause, or what to do; or empty
 
-    /// "file:line:column: message", leaving out what is not known.
+    /// "file:line:column: message. detail", leaving out what is not known.
     std::string description() const;
 };
 

@@ -51,7 +51,6 @@ Application::Application() {
         std::make_unique<ConsoleAlertPresenter>([this](std::string_view line, AlertStyle style) {
             // Notes of success ask to save the file, which the program does by itself.
             if (style == AlertStyle::informational) return;
-            ++warningsShown_;
             messages_.emplace_back(line);
             terminal_.error(currentFile_ + ": " + messages_.back());
         });
@@ -65,15 +64,14 @@ std::string Application::version() {
 
 void Application::openLog() { QVLog::createNewLog("reelsweep-cli", true); }
 
-void Application::runInterruptible(const std::function<void()>& work,
-                                   const std::function<void()>& cancel) {
+void Application::runInterruptible(const std::function<void(std::stop_token)>& work) {
     constexpr std::chrono::milliseconds tickInterval{100};
     const Interruption::Deferred deferred;
     std::exception_ptr error;
     bool done = false;
-    std::jthread worker([&] {
+    std::jthread worker([&](std::stop_token stop) {
         try {
-            work();
+            work(std::move(stop));
         } catch (...) {
             error = std::current_exception();
         }
@@ -81,7 +79,7 @@ void Application::runInterruptible(const std::function<void()>& work,
     });
     auto nextTick = std::chrono::steady_clock::now() + tickInterval;
     while (!done) {
-        if (Interruption::requested()) cancel();
+        if (Interruption::requested()) worker.request_stop();
         mainThread_->pumpOne(tickInterval);
         // Not at every turn: a run sets its label far more often than anyone can read.
         if (const auto now = std::chrono::steady_clock::now(); now >= nextTick) {
@@ -96,16 +94,12 @@ void Application::runInterruptible(const std::function<void()>& work,
 void Application::setCurrentFile(std::string name) {
     currentFile_ = std::move(name);
     messages_.clear();
-    warningsShown_ = 0;
 }
 
 ExitCode Application::fail(const std::vector<Failure>& failures) {
-    // One warning a failure: then all has been said.
-    if (std::exchange(warningsShown_, 0) < failures.size()) {
-        for (const Failure& failure : failures) {
-            messages_.push_back(failure.description());
-            terminal_.error(messages_.back());
-        }
+    for (const Failure& failure : failures) {
+        messages_.push_back(failure.description());
+        terminal_.error(messages_.back());
     }
     return exitCodeFor(failures.front().code);
 }

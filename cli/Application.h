@@ -8,9 +8,9 @@
 #include "cli/ExitCode.h"
 #include "cli/Terminal.h"
 
-#include <cstddef>
 #include <functional>
 #include <memory>
+#include <stop_token>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -35,16 +35,14 @@ public:
     void openLog();
 
     /// Runs `work` on a thread of its own and serves the main thread's queue until it is done. When
-    /// the user interrupts, `cancel` is called on the main thread, again and again until the work
-    /// ends: a cancel flag that the work clears when it starts is set anew. Throws what the work
+    /// the user interrupts, the token that the work was given is stopped. Throws what the work
     /// throws.
-    void runInterruptible(const std::function<void()>& work, const std::function<void()>& cancel);
+    void runInterruptible(const std::function<void(std::stop_token)>& work);
 
     /// Begins a file: messages from now on are about it.
     void setCurrentFile(std::string name);
     /// Tells the user about a failure, or several of one step, and answers the exit code of the
-    /// first. Documents show warnings of their own about most of what goes wrong; what they have
-    /// said about the current file is not said again.
+    /// first.
     ExitCode fail(const Failure& failure) { return fail(std::vector<Failure>{failure}); }
     ExitCode fail(const std::vector<Failure>& failures);
     /// What the user was told about the current file, in order.
@@ -69,7 +67,6 @@ private:
     Terminal terminal_;
     std::string currentFile_;
     std::vector<std::string> messages_;
-    std::size_t warningsShown_ = 0;
     bool standardOutputTaken_ = false;
     std::shared_ptr<void> kept_;
 };

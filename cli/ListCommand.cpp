@@ -3,9 +3,9 @@
 #include "cli/InputFile.h"
 #include "cli/NativeProject.h"
 #include "cli/TextTable.h"
+#include "documents/Document.h"
+#include "hosts/FinalCutProHost.h"
 #include "report/SequenceSummary.h"
-#include "shell/QVFCPDoc.h"
-#include "shell/QVFCPXDoc.h"
 #include "xml/XMLDocument.h"
 
 #include <CLI/App.hpp>
@@ -99,36 +99,35 @@ std::string projectsAsText(const std::vector<FCPXProjectSummary>& projects) {
     return table.text();
 }
 
-ExitCode listSequences(Application& application, const InputFile& file,
-                       const ListOptions& options) {
-    const auto document = std::make_shared<QVFCPDoc>(application.terminal());
-    application.keep(document);
-    const Outcome read = file.kind() == InputFile::Kind::nativeProject
-                             ? openNativeProject(*document, file.path(), options.launch)
-                             : document->readFromURL(file.path());
-    if (!read) return application.fail(file.named(read.failure()));
-    document->waitUntilPopulated();
-
+ExitCode listSequences(Application& application, const Document& document, bool json) {
     std::vector<SequenceSummary> sequences;
-    const auto records = document->sequenceArray();
-    for (const auto& sequence : *records) {
-        sequences.push_back(SequenceSummary::of(sequence->xmlRepresentation));
-        sequences.back().isShortForm = sequence->isPlaceholder;
+    for (const SourceSequence& sequence : document.sequences()) {
+        sequences.push_back(SequenceSummary::of(sequence.node));
+        sequences.back().isShortForm = sequence.isShortForm;
     }
-    return application.printData(options.json ? sequencesAsJson(sequences)
-                                              : sequencesAsText(sequences));
+    return application.printData(json ? sequencesAsJson(sequences) : sequencesAsText(sequences));
 }
 
 ExitCode listProjects(Application& application, const InputFile& file, bool json) {
     // The document checks that there is a project, but keeps nothing of what it read.
-    QVFCPXDoc document(application.terminal());
-    if (const Outcome read = document.readFromURL(file.path()); !read)
-        return application.fail(file.named(read.failure()));
     const Result<XMLDocument> tree = XMLDocument::load(file.path());
     if (!tree) return application.fail(file.named(tree.failure()));
-
     const std::vector<FCPXProjectSummary> projects = fcpxProjects(tree->node());
     return application.printData(json ? projectsAsJson(projects) : projectsAsText(projects));
+}
+
+ExitCode list(Application& application, const ListOptions& options) {
+    const Result<InputFile> file = InputFile::open(options.file);
+    if (!file) return application.fail(file.failure());
+    FinalCutProHost host(options.launch);
+    if (file->kind() == DocumentFormat::nativeProject)
+        if (const Outcome isOpen = checkProjectIsOpen(file->path(), options.launch); !isOpen)
+            return application.fail(file->named(isOpen.failure()));
+    const auto document = openDocument(file->path(), {.host = &host});
+    if (!document) return application.fail(file->named(document.failure()));
+    return file->kind() == DocumentFormat::fcpxml
+               ? listProjects(application, *file, options.json)
+               : listSequences(application, **document, options.json);
 }
 
 }  // namespace
@@ -146,11 +145,7 @@ CommandRun defineList(CLI::App& parser) {
     return [options](Application& application) {
         application.openLog();
         application.setCurrentFile(InputFile::displayNameOf(options->file));
-        const Result<InputFile> file = InputFile::open(options->file);
-        if (!file) return application.fail(file.failure());
-        return file->kind() == InputFile::Kind::fcpxml
-                   ? listProjects(application, *file, options->json)
-                   : listSequences(application, *file, *options);
+        return list(application, *options);
     };
 }
 

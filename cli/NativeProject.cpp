@@ -7,9 +7,7 @@ namespace reelsweep {
 
 namespace {
 
-Failure unreachable(const char* reason) {
-    return {FailureCode::inputUnreadable, reason, "", 0, 0, ""};
-}
+Failure unreachable(const char* reason) { return {FailureCode::inputUnreadable, reason}; }
 
 }  // namespace
 
@@ -20,7 +18,7 @@ Outcome checkFinalCutProRuns() {
     return Done{};
 }
 
-Outcome openNativeProject(QVFCPDoc& document, const std::string& path, bool launch) {
+Outcome checkProjectIsOpen(const std::string& path, bool launch) {
     const Outcome runs = checkFinalCutProRuns();
     if (!runs && !launch) {
         Failure failure = runs.failure();
@@ -35,10 +33,6 @@ Outcome openNativeProject(QVFCPDoc& document, const std::string& path, bool laun
         if (!QVAppleEvents::isAmong(*open, path))
             return unreachable("is not open in Final Cut Pro; --launch may open it there");
     }
-    document.setLaunchesFCP(launch);
-    if (Outcome read = document.readFromURL(path); !read) return read;
-    document.waitUntilPopulated();
-    if (const auto failure = document.listFailure()) return *failure;
     return Done{};
 }
 

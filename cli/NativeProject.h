@@ -4,15 +4,15 @@
 #pragma once
 
 #include "base/Failure.h"
-#include "shell/QVFCPDoc.h"
 
 #include <string>
 
 namespace reelsweep {
 
-/// Opens a native project and lists its sequences. With `launch` Final Cut Pro may be started and
-/// the project be opened in it. Fails with inputUnreadable, saying what would help.
-Outcome openNativeProject(QVFCPDoc& document, const std::string& path, bool launch);
+/// Why the sequences of a native project cannot be asked for; succeeds when they can. With `launch`
+/// Final Cut Pro may be started and the project be opened in it. Fails with inputUnreadable, saying
+/// what would help.
+Outcome checkProjectIsOpen(const std::string& path, bool launch);
 
 /// Why Final Cut Pro cannot be asked for anything; succeeds when it runs.
 Outcome checkFinalCutProRuns();

@@ -14,10 +14,10 @@ namespace reelsweep {
 namespace {
 
 template <class Matches>
-std::vector<std::size_t> rowsWhere(const SequenceArray& sequences, Matches matches) {
+std::vector<std::size_t> rowsWhere(const std::vector<SourceSequence>& sequences, Matches matches) {
     std::vector<std::size_t> rows;
     for (std::size_t row = 0; row < sequences.size(); ++row)
-        if (matches(*sequences[row])) rows.push_back(row);
+        if (matches(sequences[row])) rows.push_back(row);
     return rows;
 }
 
@@ -29,27 +29,26 @@ std::optional<std::size_t> indexOf(const std::string& text) {
     return index;
 }
 
-Failure usage(std::string message) {
-    return {FailureCode::usage, std::move(message), "", 0, 0, ""};
-}
+Failure usage(std::string message) { return {FailureCode::usage, std::move(message)}; }
 
-Result<std::size_t> chooseSequence(const SequenceArray& sequences, const std::string& text) {
+Result<std::size_t> chooseSequence(const std::vector<SourceSequence>& sequences,
+                                   const std::string& text) {
     std::vector<std::size_t> rows =
-        rowsWhere(sequences, [&](const QVSequence& s) { return s.title == text; });
+        rowsWhere(sequences, [&](const SourceSequence& s) { return s.title == text; });
     if (rows.empty()) {
         if (const std::optional<std::size_t> index = indexOf(text)) {
             if (*index >= 1 && *index <= sequences.size()) return *index - 1;
             return usage(fmt::format("no sequence {}; the file holds {}", text, sequences.size()));
         }
-        rows = rowsWhere(sequences, [&](const QVSequence& s) { return s.uuid() == text; });
+        rows = rowsWhere(sequences, [&](const SourceSequence& s) { return s.uuid() == text; });
     }
     if (rows.size() == 1) return rows.front();
 
     if (rows.empty()) {
         std::vector<std::string> known;
-        for (const auto& sequence : sequences) {
-            known.push_back(sequence->title);
-            if (const auto uuid = sequence->uuid()) known.push_back(*uuid);
+        for (const SourceSequence& sequence : sequences) {
+            known.push_back(sequence.title);
+            if (const auto uuid = sequence.uuid()) known.push_back(*uuid);
         }
         return usage(fmt::format(
             "no sequence \"{}\"{}", text,
@@ -62,7 +61,7 @@ Result<std::size_t> chooseSequence(const SequenceArray& sequences, const std::st
 
 }  // namespace
 
-Result<std::vector<std::size_t>> chooseSequences(const SequenceArray& sequences,
+Result<std::vector<std::size_t>> chooseSequences(const std::vector<SourceSequence>& sequences,
                                                  const std::vector<std::string>& wanted) {
     if (wanted.empty()) {
         std::vector<std::size_t> all(sequences.size());

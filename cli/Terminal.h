@@ -4,15 +4,13 @@
 // Owner: Application. Thread rule: main thread only.
 #pragma once
 
-#include "shell/DocumentView.h"
-
 #include <cstddef>
 #include <string>
 #include <string_view>
 
 namespace reelsweep {
 
-class Terminal final : public DocumentView {
+class Terminal {
 public:
     /// A terminal that understands cursor control, or a plain file or pipe?
     Terminal();
@@ -35,14 +33,11 @@ public:
     /// Lets the bar run on by a step; call it a few times a second.
     void tick();
 
-    // DocumentView: the progress line in place of a progress sheet.
-    void startProgress() override;
-    void endProgress() override;
-    void setProgressLabelText(const std::string& text) override;
-    void reloadTable() override {}
-    void enableProcessButton(bool) override {}
-    void markChanged() override {}
-    WindowRef window() override { return {}; }
+    // The progress line, in place of a window's sheet
+
+    void startProgress();
+    void endProgress();
+    void setProgressLabelText(const std::string& text);
 
 private:
     void draw();

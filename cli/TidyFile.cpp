@@ -1,8 +1,10 @@
 #include "cli/TidyFile.h"
 
 #include "cli/Application.h"
+#include "cli/NativeProject.h"
 #include "cli/ResultTable.h"
 #include "cli/SaveResult.h"
+#include "cli/SequenceChoice.h"
 #include "cli/StandardStreams.h"
 #include "cli/TextTable.h"
 #include "platform/Platform.h"
@@ -13,19 +15,6 @@
 #include <vector>
 
 namespace reelsweep {
-
-namespace {
-
-const char* nameOf(InputFile::Kind kind) {
-    switch (kind) {
-        case InputFile::Kind::fcpxml: return "fcpxml";
-        case InputFile::Kind::nativeProject: return "fcp";
-        case InputFile::Kind::xmeml: break;
-    }
-    return "xmeml";
-}
-
-}  // namespace
 
 TidyFile::TidyFile(Application& application, const TidyPlan& plan, const PlannedFile& planned)
     : application_(application), plan_(plan), planned_(planned) {
@@ -57,74 +46,114 @@ Outcome TidyFile::open() {
     Result<InputFile> file = InputFile::open(planned_.input);
     if (!file) return file.failure();
     file_.emplace(std::move(*file));
-    reported_.format = nameOf(file_->kind());
+    reported_.format = description(file_->kind());
 
     Terminal& terminal = application_.terminal();
-    work_ = TidyWork::make(file_->kind(), terminal);
-    application_.keep(work_);
     terminal.startProgress();
     terminal.setProgressLabelText("Reading...");
-    Outcome opened = work_->open(*file_, plan_);
+    Outcome opened = openDocument();
     terminal.endProgress();
-    if (!opened) return opened;
+    return opened;
+}
 
-    reported_.passes = work_->options();
-    reported_.delivery = work_->deliveryName();
-    if (planned_.inPlace && reported_.delivery == "standalone")
-        return Failure{FailureCode::usage,
-                       "holds no project to deliver into, and --in-place would throw the rest of "
-                       "the file away; use -o",
-                       "",
-                       0,
-                       0,
-                       ""};
+Outcome TidyFile::openDocument() {
+    const Result<OptionList> options =
+        optionsFor(plan_.passes, file_->kind() == DocumentFormat::fcpxml);
+    if (!options) return options.failure();
+    work_ = std::make_shared<Work>(plan_.launch);
+    application_.keep(work_);
+    work_->request.passes = *options;
+    if (planned_.native)
+        if (Outcome isOpen = checkProjectIsOpen(file_->path(), plan_.launch); !isOpen)
+            return isOpen;
+    // The check goes on beside the passes; the tidy says when the file turns out to be broken.
+    auto opened = reelsweep::openDocument(file_->path(), {Verification::deferred, &work_->host});
+    if (!opened) return opened.failure();
+    work_->document = std::move(*opened);
+    Outcome settled = settleRequest();
+    if (!settled)
+        if (Outcome verified = work_->document->verify(); !verified) return verified;
+    return settled;
+}
+
+// What was asked for, held against the document.
+Outcome TidyFile::settleRequest() {
+    const auto usage = [](const char* message) { return Failure{FailureCode::usage, message}; };
+    const Document& document = *work_->document;
+    DocumentRequest& request = work_->request;
+    request.delivery = plan_.delivery == Delivery::automatic || planned_.native
+                           ? document.ownDelivery()
+                           : plan_.delivery;
+    reported_.passes = request.passes;
+    reported_.delivery = description(request.delivery);
+    if (document.format() == DocumentFormat::fcpxml) {
+        if (!plan_.sequences.empty()) return usage("--sequence does not apply to FCPXML");
+        if (plan_.delivery != Delivery::automatic)
+            return usage("--deliver does not apply to FCPXML, which is tidied as a whole");
+        return Done{};
+    }
+    if (document.sequences().empty())
+        return Failure{FailureCode::inputInvalid, "holds no sequence"};
+    const auto rows = chooseSequences(document.sequences(), plan_.sequences);
+    if (!rows) return rows.failure();
+    if (planned_.inPlace && request.delivery == Delivery::standalone)
+        return usage(
+            "holds no project to deliver into, and --in-place would throw the rest of "
+            "the file away; use -o");
+    request.sequences = *rows;
+    request.ignoredEffects = plan_.ignoredEffects;
+    for (std::string& name : Platform::current().userDefaults->stringArrayForKey("ignoredEffects"))
+        request.ignoredEffects.push_back(std::move(name));
+    request.xmemlVersion = installedXMEMLVersion();
+    // Final Cut Pro has no way back.
+    if (planned_.native && plan_.dryRun) request.delivery = Delivery::none;
     return Done{};
 }
 
 void TidyFile::process() {
-    hasRun_ = true;
-    application_.runInterruptible(
-        [this] {
-            work_->run();
-            if (!work_->cancelled()) save();
-        },
-        [this] { work_->cancel(); });
-    application_.terminal().endProgress();
+    Terminal& terminal = application_.terminal();
+    terminal.startProgress();
+    terminal.setProgressLabelText("Initializing...");
+    application_.runInterruptible([&](std::stop_token stop) {
+        const auto show = [&](const std::string& text) {
+            Platform::current().mainThread->runAndWait(
+                [&] { terminal.setProgressLabelText(text); });
+        };
+        work_->tidied = tidy(*work_->document, work_->request, {std::move(stop), show});
+        if (*work_->tidied) save();
+    });
+    terminal.endProgress();
 }
 
 // On the background thread.
 void TidyFile::save() {
-    const XMLDocument* const result = work_->result();
+    const XMLDocument* const result = (*work_->tidied)->document();
     if (!result || plan_.dryRun) return;
-    Platform::current().mainThread->runAndWait([this] {
-        application_.terminal().startProgress();
-        application_.terminal().setProgressLabelText("Saving...");
-    });
+    Platform::current().mainThread->runAndWait(
+        [this] { application_.terminal().setProgressLabelText("Saving..."); });
     SavePlace place{planned_.output};
     if (plan_.force || planned_.inPlace) place.overwrite = Overwrite::always;
     if (planned_.inPlace) place.mustStillBe = result->loadedFile();
-    place.codes = work_->fileCodes();
+    place.codes = (*work_->tidied)->fileCodes();
     saved_ = saveResult(place, [&](ByteSink& sink) { result->serialise(XMLFormat::pretty, sink); });
     if (saved_) reported_.output = planned_.output;
 }
 
 ExitCode TidyFile::conclude() {
-    if (work_->cancelled() || (!saved_ && saved_.failure().code == FailureCode::cancelled)) {
+    const Result<Tidied>& tidied = *work_->tidied;
+    const bool wasStopped = !tidied && tidied.failure().code == FailureCode::cancelled;
+    if (wasStopped || (!saved_ && saved_.failure().code == FailureCode::cancelled)) {
         // What standard output has taken is out of our hands.
         const bool mayHaveWritten = planned_.output == standardStreamPath;
         return application_.fail(
             {FailureCode::cancelled,
-             mayHaveWritten ? "interrupted" : "interrupted; nothing was written", reported_.input,
-             0, 0, ""});
+             mayHaveWritten ? "interrupted" : "interrupted; nothing was written", reported_.input});
     }
-    std::vector<Failure> failures = work_->failures();
+    if (!tidied) return application_.fail(file_->named(tidied.failure()));
+    std::vector<Failure> failures = tidied->failures();
     for (Failure& failure : failures) failure = file_->named(failure);
     const ExitCode code = failures.empty() ? ExitCode::done : application_.fail(failures);
-    ExitCode next = ExitCode::done;
-    if (!saved_)
-        next = application_.fail(saved_.failure());
-    else if (work_->result() || work_->isSent())
-        next = showResult();
+    const ExitCode next = saved_ ? showResult() : application_.fail(saved_.failure());
     return code == ExitCode::done ? next : code;
 }
 
@@ -132,16 +161,16 @@ ExitCode TidyFile::showResult() {
     const bool isOneOfMany = plan_.files.size() > 1;
     std::string lines;
     if (isOneOfMany) lines += singleLine(reported_.input) + ":\n";
-    lines += resultTable(work_->ledger());
+    lines += resultTable((*work_->tidied)->ledger());
     if (plan_.dryRun)
         lines += "Dry run: nothing was written\n";
-    else if (work_->isSent())
+    else if (planned_.native)
         lines += "Sent to Final Cut Pro\n";
     else if (planned_.output != standardStreamPath)
         lines += fmt::format("Wrote {}\n", singleLine(planned_.output));
     if (isOneOfMany) lines += "\n";
     const ExitCode printed = application_.printForUser(lines);
-    for (const SequenceLedger& sequence : work_->ledger().sequences)
+    for (const SequenceLedger& sequence : (*work_->tidied)->ledger().sequences)
         if (const std::string loose = looseClipsText(sequence); !loose.empty())
             application_.terminal().note(singleLine(sequence.title + ": " + loose));
     return printed;

@@ -7,7 +7,8 @@
 #include "cli/ExitCode.h"
 #include "cli/InputFile.h"
 #include "cli/TidyPlan.h"
-#include "cli/TidyWork.h"
+#include "documents/Document.h"
+#include "hosts/FinalCutProHost.h"
 #include "report/ChangeReport.h"
 
 #include <memory>
@@ -28,11 +29,24 @@ public:
     // After run()
 
     const ReportedDocument& reported() const { return reported_; }
-    /// Null when it never came to a run. Valid until the next file begins.
-    const ChangeLedger* ledger() const { return hasRun_ ? &work_->ledger() : nullptr; }
+    /// Null when nothing was tidied. Valid until the next file begins.
+    const ChangeLedger* ledger() const {
+        return work_ && work_->tidied ? &(*work_->tidied)->ledger() : nullptr;
+    }
 
 private:
+    /// The document and what is made of it, which the process leaves to the system to free.
+    struct Work {
+        explicit Work(bool launch) : host(launch) {}
+        FinalCutProHost host;
+        std::unique_ptr<Document> document;
+        DocumentRequest request;
+        std::optional<Result<Tidied>> tidied;
+    };
+
     Outcome open();
+    Outcome openDocument();
+    Outcome settleRequest();
     void process();
     void save();
     ExitCode conclude();
@@ -43,8 +57,7 @@ private:
     const PlannedFile& planned_;
     ReportedDocument reported_;
     std::optional<InputFile> file_;
-    std::shared_ptr<TidyWork> work_;
-    bool hasRun_ = false;
+    std::shared_ptr<Work> work_;
     Outcome saved_ = Done{};
 };
 

@@ -150,9 +150,9 @@ Result<TidyPlan> planTidy(const TidyOptions& options) {
     plan.passes = std::move(*passes);
     plan.sequences = options.sequences;
     plan.ignoredEffects = options.ignoredEffects;
-    plan.delivery = options.delivery == "project"      ? DeliveryChoice::project
-                    : options.delivery == "standalone" ? DeliveryChoice::standalone
-                                                       : DeliveryChoice::automatic;
+    plan.delivery = options.delivery == "project"      ? Delivery::project
+                    : options.delivery == "standalone" ? Delivery::standalone
+                                                       : Delivery::automatic;
     plan.report = options.report;
     plan.launch = options.launch;
     plan.dryRun = options.dryRun;

@@ -4,6 +4,7 @@
 #pragma once
 
 #include "base/Failure.h"
+#include "documents/Document.h"
 #include "tidy/PassTable.h"
 
 #include <optional>
@@ -35,12 +36,6 @@ struct PassSelection {
     OptionList names;  ///< the named ones and the defaults, in run order; not what "all" adds
 };
 
-enum class DeliveryChoice {
-    automatic,   ///< into the project when there is one, else standalone
-    project,     ///< a bin in the file's project
-    standalone,  ///< a new document with nothing but the bin
-};
-
 struct PlannedFile {
     std::string input;   ///< "-" for standard input
     std::string output;  ///< "-" for standard output; empty for a native project
@@ -53,7 +48,7 @@ struct TidyPlan {
     PassSelection passes;
     std::vector<std::string> sequences;  ///< empty: all
     std::vector<std::string> ignoredEffects;
-    DeliveryChoice delivery = DeliveryChoice::automatic;
+    Delivery delivery = Delivery::automatic;
     std::string report;  ///< empty for none; "-" for standard output
     bool launch = false;
     bool dryRun = false;

@@ -25,6 +25,15 @@ bool hasProjectExtension(const std::string& path) {
 
 }  // namespace
 
+const char* description(DocumentFormat format) {
+    switch (format) {
+        case DocumentFormat::fcpxml: return "fcpxml";
+        case DocumentFormat::nativeProject: return "fcp";
+        case DocumentFormat::xmeml: break;
+    }
+    return "xmeml";
+}
+
 bool isNativeProject(const std::string& path) {
     if (hasProjectExtension(path)) return true;
     const auto codes = readHFSCodes(path);

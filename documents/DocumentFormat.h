@@ -15,6 +15,9 @@ enum class DocumentFormat {
     nativeProject,  ///< a project file that only Final Cut Pro reads
 };
 
+/// "xmeml", "fcpxml", "fcp": the word of reports.
+const char* description(DocumentFormat format);
+
 /// True for the path of a native Final Cut Pro project: extension "fcp" in any case, or HFS type
 /// FCPF.
 bool isNativeProject(const std::string& path);

@@ -2,7 +2,6 @@
 
 #include "fuzz/Quiet.h"
 #include "shell/QVFCPDoc.h"
-#include "shell/StandaloneDelivery.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -60,11 +59,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     for (const PassRow& pass : passTable())
         if (collapses || !isCollapse(pass)) options.emplace_back(pass.option);
     const bool hasProject = document.hasProjectNode();
-    document.startProcessing(options, hasProject ? Delivery::toSource : Delivery::none);
+    document.startProcessing(options, hasProject ? Delivery::automatic : Delivery::none);
 
     for (const SequenceLedger& ledger : document.changeLedger().sequences)
         require(ledger.balances());
-    const Result<XMLDocument> standalone = standaloneDocument(document);
+    const Result<XMLDocument> standalone = document.standaloneXML();
     require(standalone.ok());
     checkRoundTrip(*standalone);
     // A sequence may hold the project that the bin was added to; only then its source may differ.

@@ -33,8 +33,8 @@ std::size_t itemCount(const std::vector<XMLNode>& tracks) {
 }  // namespace
 
 SequenceSummary SequenceSummary::of(XMLNode sequence) {
-    const std::vector<XMLNode> video = mainTracks(sequence, "video");
-    const std::vector<XMLNode> audio = mainTracks(sequence, "audio");
+    const std::vector<XMLNode> video = mainTracks(sequence, MediaType::video);
+    const std::vector<XMLNode> audio = mainTracks(sequence, MediaType::audio);
     const XMLNode duration = sequence.child("duration");
 
     SequenceSummary summary;

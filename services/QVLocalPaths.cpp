@@ -1,13 +1,13 @@
 #include "services/QVLocalPaths.h"
 
 #include "base/Text.h"
+#include "base/UUID.h"
 #include "platform/Platform.h"
 
 #include <algorithm>
 #include <array>
 #include <ctime>
 #include <filesystem>
-#include <random>
 
 #include <unistd.h>
 
@@ -129,20 +129,7 @@ std::string QVLocalPaths::tempDirectory() {
     return Platform::current().folders->temporaryDirectory();
 }
 
-std::string QVLocalPaths::uuid() {
-    std::random_device random;
-    std::array<unsigned, 16> bytes;
-    for (unsigned& byte : bytes) byte = random() & 0xFF;
-    bytes[6] = (bytes[6] & 0x0F) | 0x40;  // version 4: random
-    bytes[8] = (bytes[8] & 0x3F) | 0x80;
-    std::string text;
-    for (std::size_t i = 0; i < bytes.size(); ++i) {
-        if (i == 4 || i == 6 || i == 8 || i == 10) text += '-';
-        for (const unsigned digit : {bytes[i] >> 4, bytes[i] & 0x0F})
-            text += "0123456789ABCDEF"[digit];
-    }
-    return text;
-}
+std::string QVLocalPaths::uuid() { return newUUID(); }
 
 std::string QVLocalPaths::randomString(std::size_t length) {
     constexpr std::string_view alphabet = "abcdefghijklmnopqrstuvwxyz0123456789";

@@ -1,13 +1,10 @@
 #include "shell/QVFCPDoc.h"
 
 #include "base/Log.h"
-#include "documents/DocumentFormat.h"
-#include "hosts/QVAppleEvents.h"
+#include "documents/OutputBin.h"
 #include "platform/Platform.h"
 #include "services/QVAlert.h"
 #include "services/QVException.h"
-#include "tidy/passes/Passes.h"
-#include "timeline/QVXMLParser.h"
 #include "xml/XMLQuery.h"
 
 #include <algorithm>
@@ -20,7 +17,7 @@ QVFCPDoc::QVFCPDoc(DocumentView& view)
       sequences_(std::make_shared<SequenceArray>()) {}
 
 QVFCPDoc::~QVFCPDoc() {
-    processingCancelled_ = true;
+    cancelProgress();
     waitUntilProcessed();
     waitUntilPopulated();
 }
@@ -77,19 +74,14 @@ Result<FileIdentity> QVFCPDoc::write(const std::string& path, Overwrite overwrit
                                      bool refuseWhenChanged) const {
     const auto& document = projectController_->xmlDoc();
     if (!document || isFCPProject_)
-        return Failure{FailureCode::outputFailed, "there is no document to save", path, 0, 0, ""};
-    AtomicFile file(path, overwrite);
-    if (refuseWhenChanged) file.expectUnchanged(document->loadedFile());
-    if (Outcome opened = file.open(); !opened) return opened.failure();
-    document->serialise(XMLFormat::pretty, file);
-    writeHFSCodes(file.descriptor(), finalCutProXMLCodes);
-    const FileIdentity identity = FileIdentity::ofDescriptor(file.descriptor());
-    if (Outcome committed = file.commit(); !committed) return committed.failure();
-    return identity;
+        return Failure{FailureCode::outputFailed, "there is no document to save", path};
+    const FileIdentity mustStillBe = refuseWhenChanged ? document->loadedFile() : FileIdentity();
+    return saveDocument(*document, path, {overwrite, mustStillBe, finalCutProXMLCodes});
 }
 
 bool QVFCPDoc::hasProjectNode() const {
-    return bool(projectController_->firstNodeForQuery("./xmeml/project/children"));
+    const auto& document = projectController_->xmlDoc();
+    return document && projectChildren(*document);
 }
 
 // Sequences
@@ -99,23 +91,40 @@ std::shared_ptr<const SequenceArray> QVFCPDoc::sequenceArray() const {
     return sequences_;
 }
 
+std::shared_ptr<SequenceDocument> QVFCPDoc::document() const {
+    const std::lock_guard lock(sequencesMutex_);
+    return document_;
+}
+
+std::optional<Failure> QVFCPDoc::listFailure() const {
+    const std::lock_guard lock(sequencesMutex_);
+    return listFailure_;
+}
+
+std::shared_ptr<SequenceDocument> QVFCPDoc::listedDocument(const std::string& path) {
+    if (!isFCPProject_) return std::make_shared<XMEMLDocument>(path, projectController_->xmlDoc());
+    auto document = std::make_shared<NativeDocument>(path, host_);
+    const Outcome listed = document->list();
+    const std::lock_guard lock(sequencesMutex_);
+    listFailure_ = listed ? std::nullopt : std::optional(listed.failure());
+    return document;
+}
+
 void QVFCPDoc::populateSequencesForProject(const std::string& path) {
     if (!projectController_) return;
-    std::shared_ptr<SequenceArray> records;
-    if (isFCPProject_) {
-        records = recordsFromFCP(path);
-    } else {
-        records = std::make_shared<SequenceArray>();
-        // Every sequence with a name, nested ones too: what the query ".//sequence/name/.." finds.
-        if (const auto& document = projectController_->xmlDoc())
-            document->node().forEachDescendant({"sequence"}, [&](XMLNode sequence) {
-                if (sequence.child("name"))
-                    records->push_back(QVSequence::sequenceWithXMLRepresentation(sequence));
-            });
+    const std::shared_ptr<SequenceDocument> document = listedDocument(path);
+    auto records = std::make_shared<SequenceArray>();
+    for (const SourceSequence& sequence : document->sequences()) {
+        auto record = sequence.isShortForm
+                          ? QVSequence::sequencePlaceholderWithXML(sequence.node)
+                          : QVSequence::sequenceWithXMLRepresentation(sequence.node);
+        record->fetchedDocument = sequence.owner;
+        records->push_back(std::move(record));
     }
     {
         const std::lock_guard lock(sequencesMutex_);
         sequences_ = std::move(records);
+        document_ = document;
     }
     onMainThread([this] { view_.reloadTable(); });
 }
@@ -148,13 +157,6 @@ bool QVFCPDoc::hasResults() const {
 
 // Progress and alerts
 
-void QVFCPDoc::startProgress() {
-    onMainThread([this] {
-        processingCancelled_ = false;
-        view_.startProgress();
-    });
-}
-
 void QVFCPDoc::endProgress() {
     onMainThread([this] { view_.endProgress(); });
 }
@@ -170,266 +172,195 @@ void QVFCPDoc::showAlert(const std::string& message, const std::string& informat
     QVAlert::alertSheet(message, informative, window, style);
 }
 
+void QVFCPDoc::fail(const Failure& failure) {
+    runResult_.failures.push_back(failure);
+    showAlert(failure.message, failure.detail, AlertStyle::warning);
+}
+
 // The run
 
+std::stop_token QVFCPDoc::beginRun() {
+    const std::lock_guard lock(stopMutex_);
+    stop_ = std::stop_source();
+    return stop_.get_token();
+}
+
+std::stop_token QVFCPDoc::currentStop() const {
+    const std::lock_guard lock(stopMutex_);
+    return stop_.get_token();
+}
+
+void QVFCPDoc::cancelProgress() {
+    const std::lock_guard lock(stopMutex_);
+    stop_.request_stop();
+}
+
 void QVFCPDoc::process(const OptionList& options, std::function<void()> ended) {
-    const auto run = [this, options] {
-        startProcessing(options);
-        // What is sent or exported after a cancelled run is not cancelled.
-        processingCancelled_ = false;
+    const auto work = [this, options, stop = beginRun()] {
+        run(options, Delivery::automatic, stop);
     };
-    processThread_.start(run, std::move(ended));
+    processThread_.start(work, std::move(ended));
 }
 
 void QVFCPDoc::startProcessing(const OptionList& options, Delivery delivery) {
+    run(options, delivery, beginRun());
+}
+
+TidyControls QVFCPDoc::controls(std::stop_token stop) {
+    return {std::move(stop), [this](const std::string& text) { setProgressLabelText(text); }};
+}
+
+void QVFCPDoc::run(const OptionList& options, Delivery delivery, std::stop_token stop) {
     runResult_ = RunResult();
     ledger_ = ChangeLedger();
-    startProgress();
+    onMainThread([this] { view_.startProgress(); });
     setProgressLabelText("Initializing...");
+    const auto records = sequenceArray();
+    const auto document = this->document();
     try {
-        bool goesOn = true;
-        const auto records = sequenceArray();
-        for (const auto& record : *records) {
-            if (processingCancelled_ || !goesOn) break;
-            if (record->selected) goesOn = processSequence(*record, options);
+        bool goesOn = document != nullptr;
+        for (std::size_t row = 0; row < records->size() && goesOn; ++row) {
+            QVSequence& record = *(*records)[row];
+            if (stop.stop_requested()) break;
+            if (record.selected)
+                goesOn = processSequence(*document, row, record, options, controls(stop));
         }
-        if (!processingCancelled_ && goesOn) deliver(delivery);
+        if (!stop.stop_requested() && goesOn) deliver(*document, delivery, controls(stop));
     } catch (const std::exception& error) {
         const std::string text = QVException::logException(error, "-[QVFCPDoc startProcessing:]");
-        runResult_.failures.push_back({FailureCode::internal, text, path_, 0, 0, ""});
+        runResult_.failures.push_back({FailureCode::internal, text, path_});
     }
-    // A cancel that came too late to keep the result back is none.
-    runResult_.cancelled = processingCancelled_ && !runResult_.delivered;
+    // What was delivered before the cancel came is not taken back.
+    runResult_.cancelled = stop.stop_requested() && !runResult_.delivered;
     endProgress();
 }
 
-void QVFCPDoc::deliver(Delivery delivery) {
-    if (Outcome verified = verifySource(); !verified) {
-        Log::append("Unable to load XML data - %@", verified.failure().description());
-        runResult_.failures.push_back(verified.failure());
-    } else if (delivery == Delivery::toSource) {
-        isFCPProject_ ? sendToFCP() : processXML();
+bool QVFCPDoc::processSequence(SequenceDocument& document, std::size_t row, QVSequence& record,
+                               const OptionList& options, const TidyControls& controls) {
+    const Result<SourceSequence> source = document.wholeSequence(row, controls);
+    if (!source) {
+        // It stays ticked, and its short form goes into the bin: there the editor sees which
+        // sequence is missing.
+        fail(source.failure());
+        return true;
     }
-}
-
-bool QVFCPDoc::processSequence(QVSequence& record, const OptionList& options) {
-    const XMLNode copy = renameSequence(workingCopy(record));
-    if (!copy) return true;
-    record.newUUID = QVXMLParser::uuidForNode(copy);
-    std::string failure;
-    record.processedXMLRepresentation = applyPasses(copy, record, options, failure);
-    if (failure.empty()) return true;
-    // The source would take the result's place in the bin and pass for tidied.
-    const std::string informative = "Sequence \"" + record.title + "\". " + failure + ".";
-    failDelivery("Unable to tidy. " + informative, "Unable to tidy", informative);
-    return false;
-}
-
-XMLNode QVFCPDoc::applyPasses(XMLNode copy, QVSequence& record, const OptionList& options,
-                              std::string& failure) {
-    SequenceLedger& ledger = ledger_.sequences.emplace_back();
-    ledger.document = record.fetchedDocument;
-    ledger.title = record.title;
-    ledger.uuid = record.uuid().value_or(std::string());
-    ledger.timecode = SequenceTimecode::of(copy);
-    TimelineEdit edit(copy, ledger);
-    const std::vector<std::string> ignored = ignoredEffects();
-    PassRun run{edit, processingCancelled_, options, ignored,
-                [this](const std::string& text) { setProgressLabelText(text); }};
-    XMLNode sequence = copy;
-    for (const PassRow& pass : passTable()) {
-        if (!sequence) break;
-        if (!pass.run || !run.has(pass.option)) continue;
-        edit.beginPass(pass.option);
-        sequence = pass.run(run, sequence);
+    record.xmlRepresentation = source->node;
+    record.fetchedDocument = source->owner;
+    record.isPlaceholder = source->isShortForm;
+    Result<TidiedCopy> copy = tidiedCopy(*source, {options, ignoredEffects()}, controls);
+    record.processedXMLRepresentation = copy ? copy->sequence : XMLNode();
+    if (copy) {
+        record.newUUID = copy->uuid;
+        ledger_.sequences.push_back(std::move(copy->ledger));
+    } else if (copy.failure().code != FailureCode::cancelled) {
+        // The source would take the result's place in the bin and pass for tidied.
+        endProgress();
+        fail(copy.failure());
     }
-    edit.finish(record.xmlRepresentation);
-    failure = run.failure;
-    return sequence;
+    return copy.ok();
 }
 
-XMLNode QVFCPDoc::renameSequence(XMLNode sequence) {
-    constexpr std::string_view suffix = "-Tidied";
-    const std::string id(sequence.attribute("id").value_or("Sequence"));
-    // The other attributes are the editing system's view of the original: window positions,
-    // previews.
-    sequence.setOnlyAttribute("id", id + std::string(suffix));
-    if (XMLNode name = sequence.child("name"))
-        name.setText(name.stringValue() + std::string(suffix));
-    if (XMLNode uuid = sequence.child("uuid")) uuid.setText(QVAppleEvents::generateUUID());
-    return sequence;
-}
-
-// Not "ignoredFilters", which the preferences keep for filters that a user wants spared: to spare a
-// filter and to call its clip see-through are two wishes.
 std::vector<std::string> QVFCPDoc::ignoredEffects() const {
+    // Not "ignoredFilters", which the preferences keep for filters that a user wants spared: to
+    // spare a filter and to call its clip see-through are two wishes.
     std::vector<std::string> names =
         Platform::current().userDefaults->stringArrayForKey("ignoredEffects");
     names.insert(names.end(), extraIgnoredEffects_.begin(), extraIgnoredEffects_.end());
     return names;
 }
 
+XMLNode QVFCPDoc::renameSequence(XMLNode sequence) {
+    renameCopy(sequence);
+    return sequence;
+}
+
 // Delivery
 
-BinText BinText::make(std::optional<int> xmemlVersion) {
-    BinText text;
-    if (xmemlVersion) {
-        text.before =
-            "<?xml version=\"1.0\" encoding=\"UTF-8\"?><!DOCTYPE xmeml><xmeml version=\"" +
-            std::to_string(*xmemlVersion) + "\">";
-        text.after = "</xmeml>";
+std::vector<XMLNode> QVFCPDoc::deliverables() const {
+    std::vector<XMLNode> sequences;
+    const auto records = sequenceArray();
+    for (const auto& record : *records) {
+        if (!record->selected) continue;
+        const XMLNode processed = record->processedXMLRepresentation;
+        sequences.push_back(processed ? processed : record->xmlRepresentation);
     }
-    text.before += "<bin><uuid>" + QVAppleEvents::generateUUID() +
-                   "</uuid><updatebehavior>add</updatebehavior><name>Reelsweep</name><children>";
-    text.after = "</children></bin>" + text.after;
-    return text;
+    return sequences;
 }
 
 std::optional<std::string> QVFCPDoc::generateXMLOutput(bool includeHeader) {
-    const BinText bin = BinText::make(
-        includeHeader ? std::optional(QVAppleEvents::maximumXMEMLVersion()) : std::nullopt);
-    std::string output = bin.before;
-    const auto records = sequenceArray();
-    for (const auto& record : *records) {
-        if (processingCancelled_) return {};
-        if (!record->selected) continue;
-        const XMLNode processed = record->processedXMLRepresentation;
-        output += serialise(processed ? processed : record->xmlRepresentation);
+    const auto version = includeHeader ? std::optional(host_.xmemlVersion()) : std::nullopt;
+    Result<std::string> text = binText(deliverables(), version, currentStop());
+    return text ? std::optional(std::move(*text)) : std::nullopt;
+}
+
+Result<XMLDocument> QVFCPDoc::standaloneXML() const {
+    return standaloneDocument(*projectController_->xmlDoc(), deliverables(),
+                              installedXMEMLVersion(), {});
+}
+
+Outcome QVFCPDoc::exportTidied(const std::string& path) const {
+    const Result<XMLDocument> document = standaloneXML();
+    if (!document) return document.failure();
+    const auto saved = saveDocument(*document, path, {.codes = finalCutProXMLCodes});
+    return saved ? Outcome(Done{}) : Outcome(saved.failure());
+}
+
+void QVFCPDoc::deliver(SequenceDocument& document, Delivery delivery,
+                       const TidyControls& controls) {
+    if (Outcome verified = verifySource(); !verified) {
+        Log::append("Unable to load XML data - %@", verified.failure().description());
+        runResult_.failures.push_back(verified.failure());
+    } else if (delivery != Delivery::none) {
+        isFCPProject_ ? deliverToFCP(document, controls) : processXML(document, controls);
     }
-    return output + bin.after;
 }
 
-// The bin that generateXMLOutput(false) writes, made of the results themselves: writing hundreds of
-// megabytes out to read them back in gives the same nodes.
-Result<XMLNode> QVFCPDoc::makeBin(XMLNode project) {
-    const BinText text = BinText::make({});
-    Result<XMLNode> bin = project.parseDetached(text.before + text.after);
-    if (!bin) return bin;
-    XMLNode children = bin->child("children");
-    const auto records = sequenceArray();
-    for (const auto& record : *records) {
-        if (processingCancelled_)
-            return Failure{FailureCode::cancelled, "cancelled", path_, 0, 0, ""};
-        if (!record->selected) continue;
-        const XMLNode processed = record->processedXMLRepresentation;
-        // A result that an earlier bin holds already stays there.
-        if (!processed)
-            children.appendChild(record->xmlRepresentation.copy());
-        else
-            children.appendChild(processed.parent() ? processed.copy() : processed);
-    }
-    return bin;
-}
-
-void QVFCPDoc::failDelivery(const std::string& logLine, const std::string& message,
-                            const std::string& informative) {
-    Log::append("%@", logLine);
-    runResult_.failures.push_back(
-        {FailureCode::processing, message + ". " + informative, path_, 0, 0, ""});
-    endProgress();
-    showAlert(message, informative, AlertStyle::warning);
-}
-
-void QVFCPDoc::processXML() {
-    XMLNode children = projectController_->firstNodeForQuery("./xmeml/project/children");
-    if (!children) {
-        const std::string message = "No project node found";
-        const std::string informative =
-            "Please perform this task on an XML document for the entire project, not a specific "
-            "sequence or element.";
-        failDelivery(message + ". " + informative, message, informative);
+void QVFCPDoc::processXML(SequenceDocument& document, const TidyControls& controls) {
+    const auto delivered =
+        document.deliver(deliverables(), {.delivery = Delivery::project}, controls);
+    if (!delivered && delivered.failure().code == FailureCode::cancelled) return;
+    if (!delivered) {
+        endProgress();
+        fail(delivered.failure());
         return;
     }
-    const Result<XMLNode> bin = makeBin(children);
-    if (processingCancelled_) return;
-    if (!bin) {
-        const std::string reason = bin.failure().description();
-        failDelivery("Error creating bin. " + reason + ".", "Error creating bin", reason);
-        return;
-    }
-    children.appendChild(*bin);
     runResult_.delivered = true;
     onMainThread([this] { view_.markChanged(); });
     endProgress();
     showAlert("Processing complete", "Please save the XML file.", AlertStyle::informational);
 }
 
-// The passes by themselves
-
-XMLNode QVFCPDoc::runAlone(XMLNode sequence, const PassOperation& operation) {
-    if (!sequence) return {};
-    TimelineEdit edit(sequence, ledger_.sequences.emplace_back());
-    const OptionList options;
-    const std::vector<std::string> ignored = ignoredEffects();
-    PassRun run{edit, processingCancelled_, options, ignored,
-                [this](const std::string& text) { setProgressLabelText(text); }};
-    const XMLNode result = operation(run);
-    edit.finish();
-    return result;
+void QVFCPDoc::sendToFCP() {
+    try {
+        if (const auto document = this->document()) deliverToFCP(*document, controls(beginRun()));
+    } catch (const std::exception& error) {
+        const std::string text = QVException::logException(error, "-[QVFCPDoc sendToFCP:]");
+        runResult_.failures.push_back({FailureCode::internal, text, path_});
+        endProgress();
+    }
 }
 
-XMLNode QVFCPDoc::removeDisabledClips(XMLNode sequence, std::string_view type) {
-    return runAlone(sequence,
-                    [&](PassRun& run) { return passes::removeDisabledClips(run, sequence, type); });
-}
-
-XMLNode QVFCPDoc::removeSilentAudioClips(XMLNode sequence) {
-    return runAlone(sequence,
-                    [&](PassRun& run) { return passes::removeSilentAudioClips(run, sequence); });
-}
-
-XMLNode QVFCPDoc::removeObscuredClips(XMLNode sequence) {
-    return runAlone(sequence,
-                    [&](PassRun& run) { return passes::removeObscuredClips(run, sequence); });
-}
-
-XMLNode QVFCPDoc::collapseTracks(XMLNode sequence, bool reverse) {
-    return runAlone(sequence,
-                    [&](PassRun& run) { return passes::collapseTracks(run, sequence, reverse); });
-}
-
-XMLNode QVFCPDoc::mergeClips(XMLNode sequence) {
-    return runAlone(sequence, [&](PassRun& run) { return passes::mergeClips(run, sequence); });
-}
-
-XMLNode QVFCPDoc::collapseMulticlips(XMLNode sequence) {
-    return runAlone(sequence,
-                    [&](PassRun& run) { return passes::collapseMulticlips(run, sequence); });
-}
-
-XMLNode QVFCPDoc::removeUnusedTracks(XMLNode sequence) {
-    return runAlone(sequence,
-                    [&](PassRun& run) { return passes::removeUnusedTracks(run, sequence); });
-}
-
-XMLNode QVFCPDoc::replaceGapsWithSlugs(XMLNode sequence) {
-    return runAlone(sequence,
-                    [&](PassRun& run) { return passes::replaceGapsWithSlugs(run, sequence); });
-}
-
-XMLNode QVFCPDoc::removeFilters(XMLNode sequence) {
-    return runAlone(sequence, [&](PassRun& run) { return passes::removeFilters(run, sequence); });
-}
-
-XMLNode QVFCPDoc::removeMarkers(XMLNode sequence) {
-    return runAlone(sequence, [&](PassRun& run) { return passes::removeMarkers(run, sequence); });
-}
-
-XMLNode QVFCPDoc::removeVideoTransitions(XMLNode sequence) {
-    return removeTransitions(sequence, "video");
-}
-
-XMLNode QVFCPDoc::removeAudioTransitions(XMLNode sequence) {
-    return removeTransitions(sequence, "audio");
-}
-
-XMLNode QVFCPDoc::removeTransitions(XMLNode sequence, std::string_view type) {
-    return runAlone(sequence,
-                    [&](PassRun& run) { return passes::removeTransitions(run, sequence, type); });
-}
-
-bool QVFCPDoc::isClipTransparent(XMLNode clip) {
-    return passes::isClipTransparent(clip, ignoredEffects());
+void QVFCPDoc::deliverToFCP(SequenceDocument& document, const TidyControls& controls) {
+    const auto sent = document.deliver(deliverables(), {.delivery = Delivery::host}, controls);
+    if (!sent && sent.failure().code == FailureCode::cancelled) return;
+    if (sent) {
+        runResult_.delivered = true;
+        endProgress();
+        showAlert("Processing complete",
+                  "A duplicate of the sequence has been added to the Reelsweep bin.",
+                  AlertStyle::informational);
+        std::vector<std::string> copies;
+        const auto records = sequenceArray();
+        for (const auto& record : *records)
+            if (record->selected && record->newUUID) copies.push_back(*record->newUUID);
+        document.showDelivered(copies);
+    } else {
+        // Ahead of the end of the progress, so it stands free of the sheet.
+        fail(sent.failure());
+        endProgress();
+    }
+    Log::append("Processing complete");
+    populateSequencesForProject(path_);
 }
 
 XMLNode QVFCPDoc::nodeFromXPath(std::string_view query, XMLNode parent) {

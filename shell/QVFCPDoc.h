@@ -9,38 +9,27 @@
 
 #include "base/AtomicFile.h"
 #include "base/Failure.h"
-#include "base/FinderInfo.h"
+#include "documents/SequenceDocument.h"
+#include "hosts/FinalCutProHost.h"
 #include "hosts/QVFCPProjectController.h"
 #include "shell/DocumentThread.h"
 #include "shell/DocumentView.h"
 #include "shell/QVSequence.h"
 #include "shell/RunResult.h"
 #include "tidy/PassTable.h"
-#include "timeline/ChangeLedger.h"
 
-#include <atomic>
 #include <functional>
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <stop_token>
 #include <string>
 #include <string_view>
 #include <vector>
 
 namespace reelsweep {
 
-class PassRun;
-
 using SequenceArray = std::vector<std::shared_ptr<QVSequence>>;
-
-/// The codes of an XML file of Final Cut Pro: "XML ", KeyG.
-inline constexpr HFSCodes finalCutProXMLCodes{0x584D4C20, 0x4B657947};
-
-/// What a run does with its results.
-enum class Delivery {
-    toSource,  ///< a new bin in the file's project, or in the host for a native project
-    none,      ///< the results stay in the records
-};
 
 class QVFCPDoc {
 public:
@@ -75,7 +64,7 @@ public:
     bool isFCPProject() const { return isFCPProject_; }
     /// Whether Final Cut Pro may be started, and a native project be opened in it, when that is
     /// needed. It may, unless told otherwise; before readFromURL.
-    void setLaunchesFCP(bool launches) { launchesFCP_ = launches; }
+    void setLaunchesFCP(bool launches) { host_.setMayLaunch(launches); }
     /// Why the sequences of a native project could not be listed; nothing when they were.
     std::optional<Failure> listFailure() const;
     const std::string& path() const { return path_; }
@@ -102,18 +91,21 @@ public:
     /// Starts startProcessing on a thread of its own and returns at once. The options are the names
     /// of the boxes that are on. `ended` is run on the main thread when the run is over, even when
     /// the document is gone by then.
+    /// A cancel stops it from here on.
     void process(const OptionList& options, std::function<void()> ended = {});
     /// Blocks until the run started by process() has ended, pumping when called on the main thread.
     void waitUntilProcessed() { processThread_.wait(); }
-    /// The run: copies, renames and tidies every ticked sequence, then delivers.
-    void startProcessing(const OptionList& options, Delivery delivery = Delivery::toSource);
-    /// Asks the run to stop; nothing is delivered then.
-    void cancelProgress() { processingCancelled_ = true; }
+    /// The run: copies, renames and tidies every ticked sequence, then delivers: into a new bin of
+    /// the file's project, or of the host's for a native project. With Delivery::none the results
+    /// stay in the records.
+    void startProcessing(const OptionList& options, Delivery delivery = Delivery::automatic);
+    /// Asks the run that is going, or was just started, to stop; nothing is delivered then. Any
+    /// thread.
+    void cancelProgress();
     /// Sends a native project's ticked sequences to Final Cut Pro as a new bin: the results of the
     /// last run, or the sources where there are none. Opens the copies there, and lists the
     /// sequences anew, unticked. Ends every run over a native project; any thread.
     void sendToFCP();
-    bool processingCancelled() const { return processingCancelled_; }
     const RunResult& runResult() const { return runResult_; }
     const ChangeLedger& changeLedger() const { return ledger_; }
     /// Effects that count as transparent beside the built-in ones and the stored "ignoredEffects".
@@ -124,12 +116,17 @@ public:
     /// Renames a copy in place and answers it: id and name get "-Tidied", the uuid a fresh one, and
     /// id stays as the only attribute.
     XMLNode renameSequence(XMLNode sequence);
+    /// A document of their own for the tidied sequences: every ticked record's result, or source
+    /// when it has none. See standaloneDocument in documents/OutputBin.h.
+    Result<XMLDocument> standaloneXML() const;
+    /// Writes that document to a file, which is replaced when it is there.
+    Outcome exportTidied(const std::string& path) const;
     /// The bin with every ticked record's result (or source, when it has none) as XML text, with or
     /// without the header of a whole document. Nothing when the run was cancelled meanwhile.
     std::optional<std::string> generateXMLOutput(bool includeHeader = true);
 
-    // The passes. Each edits the sequence in place and answers it, or null when the run was
-    // cancelled or the pass could not go on.
+    // The passes one by one, outside a run. Each edits the sequence in place and answers it, or
+    // null when it was cancelled or could not go on.
 
     XMLNode removeDisabledClips(XMLNode sequence, std::string_view type);
     XMLNode removeSilentAudioClips(XMLNode sequence);
@@ -151,57 +148,51 @@ public:
     static XMLNode nodeFromXPath(std::string_view query, XMLNode parent);
 
 private:
-    using PassOperation = std::function<XMLNode(PassRun&)>;
-
     Result<FileIdentity> write(const std::string& path, Overwrite overwrite,
                                bool refuseWhenChanged) const;
     void populate(const std::string& path);
     void enableProcessButton(const SequenceArray& records);
+    std::shared_ptr<SequenceDocument> listedDocument(const std::string& path);
+    std::shared_ptr<SequenceDocument> document() const;
+
     void setProgressLabelText(const std::string& text);
-    void startProgress();
     void endProgress();
     void showAlert(const std::string& message, const std::string& informative, AlertStyle style);
+    /// Notes a failure of the run and shows it.
+    void fail(const Failure& failure);
+
+    /// A stop of its own for a run that begins; the one before is final.
+    std::stop_token beginRun();
+    std::stop_token currentStop() const;
+    void run(const OptionList& options, Delivery delivery, std::stop_token stop);
     /// False when the run cannot go on after it.
-    bool processSequence(QVSequence& record, const OptionList& options);
-    XMLNode applyPasses(XMLNode copy, QVSequence& record, const OptionList& options,
-                        std::string& failure);
-    void deliver(Delivery delivery);
-    void processXML();
-    void deliverToFCP();
-    void openCopiesInFCP();
-    std::shared_ptr<SequenceArray> recordsFromFCP(const std::string& path);
-    XMLNode workingCopy(QVSequence& record);
-    bool fetchSequence(QVSequence& record);
-    void failSequence(const std::string& message, const std::string& logged,
-                      const std::string& informative);
-    Result<XMLNode> makeBin(XMLNode project);
-    void failDelivery(const std::string& logLine, const std::string& message,
-                      const std::string& informative);
-    XMLNode runAlone(XMLNode sequence, const PassOperation& operation);
+    bool processSequence(SequenceDocument& document, std::size_t row, QVSequence& record,
+                         const OptionList& options, const TidyControls& controls);
+    void deliver(SequenceDocument& document, Delivery delivery, const TidyControls& controls);
+    void processXML(SequenceDocument& document, const TidyControls& controls);
+    void deliverToFCP(SequenceDocument& document, const TidyControls& controls);
+    TidyControls controls(std::stop_token stop);
+    std::vector<XMLNode> deliverables() const;
+    XMLNode runAlone(PassFunction pass, XMLNode sequence);
     std::vector<std::string> ignoredEffects() const;
 
     DocumentView& view_;
     std::string path_;
     std::unique_ptr<QVFCPProjectController> projectController_;
     bool isFCPProject_ = false;
-    bool launchesFCP_ = true;
+    FinalCutProHost host_;
     mutable std::mutex sequencesMutex_;
     std::shared_ptr<const SequenceArray> sequences_;
+    /// What the records were listed from, in the same order.
+    std::shared_ptr<SequenceDocument> document_;
     std::optional<Failure> listFailure_;
-    std::atomic<bool> processingCancelled_{false};
+    mutable std::mutex stopMutex_;
+    std::stop_source stop_;
     std::vector<std::string> extraIgnoredEffects_;
     RunResult runResult_;
     ChangeLedger ledger_;
     DocumentThread populateThread_;
     DocumentThread processThread_;
-};
-
-/// The text around the sequences of an output bin, before and after them; with the header of a
-/// whole document when a version of XMEML is given. The bin gets a fresh uuid.
-struct BinText {
-    std::string before;
-    std::string after;
-    static BinText make(std::optional<int> xmemlVersion);
 };
 
 }  // namespace reelsweep

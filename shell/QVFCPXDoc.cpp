@@ -1,94 +1,29 @@
 #include "shell/QVFCPXDoc.h"
 
-#include "base/Log.h"
 #include "services/QVAlert.h"
 #include "services/QVException.h"
 #include "shell/QVFCPDoc.h"
-#include "timeline/QVXMLParser.h"
-#include "timeline/TimelineEdit.h"
-
-#include <algorithm>
-#include <unordered_map>
 
 namespace reelsweep {
-
-namespace {
-
-constexpr const char* projectFormPath = "./fcpxml[1]/project[1]";
-constexpr const char* libraryFormPath = "./fcpxml[1]/library[1]/event[1]/project[1]";
-
-XMLNode projectOf(const XMLDocument& document) {
-    const XMLNode project = QVXMLParser::nodeForQuery(projectFormPath, document.node());
-    return project ? project : QVXMLParser::nodeForQuery(libraryFormPath, document.node());
-}
-
-std::vector<XMLNode> nodesBelowSequence(const XMLDocument& document, const char* projectPath,
-                                        const std::string& element) {
-    return QVXMLParser::nodesForQuery(std::string(projectPath) + "/sequence[1]//" + element,
-                                      document.node())
-        .value_or(std::vector<XMLNode>());
-}
-
-// The effect resources of a document, the project's own first. A resource is matched by its own
-// `ref`, which its filters repeat.
-class EffectResources {
-public:
-    explicit EffectResources(const XMLDocument& document) : document_(document) {
-        for (const char* const parent : {projectFormPath, "./fcpxml[1]"})
-            for (const XMLNode& effect :
-                 QVXMLParser::nodesForQuery(std::string(parent) + "/resources[1]/effect[@ref]",
-                                            document.node())
-                     .value_or(std::vector<XMLNode>()))
-                byRef_[std::string(*effect.attribute("ref"))].push_back(effect);
-    }
-
-    /// The first one that is still there; null for none.
-    XMLNode find(const std::string& ref) const {
-        // A query reads such characters in ways of its own.
-        if (ref.find_first_of("\"&<>") != ref.npos) return query(ref);
-        const auto found = byRef_.find(ref);
-        if (found == byRef_.end()) return {};
-        const auto& effects = found->second;
-        const auto there = std::find_if(effects.begin(), effects.end(),
-                                        [](XMLNode effect) { return bool(effect.parent()); });
-        return there == effects.end() ? XMLNode() : *there;
-    }
-
-private:
-    XMLNode query(const std::string& ref) const {
-        const std::string effect = "/resources[1]/effect[@ref=\"" + ref + "\"]";
-        const XMLNode own = QVXMLParser::nodeForQuery(projectFormPath + effect, document_.node());
-        return own ? own : QVXMLParser::nodeForQuery("./fcpxml[1]" + effect, document_.node());
-    }
-
-    const XMLDocument& document_;
-    std::unordered_map<std::string, std::vector<XMLNode>> byRef_;
-};
-
-bool has(const OptionList& options, std::string_view option) {
-    return std::find(options.begin(), options.end(), option) != options.end();
-}
-
-}  // namespace
 
 QVFCPXDoc::QVFCPXDoc(DocumentView& view) : view_(view) {}
 
 QVFCPXDoc::~QVFCPXDoc() {
-    processingCancelled_ = true;
+    cancelProgress();
     waitUntilProcessed();
 }
 
 Outcome QVFCPXDoc::readFromURL(const std::string& path) {
-    const Result<XMLDocument> document = XMLDocument::load(path);
-    if (!document) return document.failure();
-    if (!projectOf(*document)) {
-        const std::string message = "Invalid FCPX project";
-        const std::string informative =
-            "Please make sure you are importing the XML from an FCPX project, not an event.";
-        showAlert(message, informative, AlertStyle::warning);
-        hasShownFailure_ = true;
-        return Failure{FailureCode::inputInvalid, message + ". " + informative, path, 0, 0, ""};
+    Result<std::unique_ptr<FCPXMLDocument>> opened = FCPXMLDocument::open(path);
+    if (!opened) {
+        // A file that is not valid is told of by whoever opened it.
+        if (const Failure& failure = opened.failure(); !failure.detail.empty()) {
+            showAlert(failure.message, failure.detail, AlertStyle::warning);
+            hasShownFailure_ = true;
+        }
+        return opened.failure();
     }
+    document_ = std::move(*opened);
     path_ = path;
     return Done{};
 }
@@ -102,22 +37,17 @@ Outcome QVFCPXDoc::writeToURL(const std::string& path, Overwrite overwrite,
 Outcome QVFCPXDoc::saveToURL(const std::string& path) {
     const Result<FileIdentity> written = write(path, Overwrite::always, path == path_);
     if (!written) return written.failure();
-    xmlDoc_->setLoadedFile(*written);
+    file_ = *written;
     path_ = path;
+    document_->setPath(path);
     return Done{};
 }
 
 Result<FileIdentity> QVFCPXDoc::write(const std::string& path, Overwrite overwrite,
                                       bool refuseWhenChanged) const {
-    if (!xmlDoc_)
-        return Failure{FailureCode::outputFailed, "there is no result to save", path, 0, 0, ""};
-    AtomicFile file(path, overwrite);
-    if (refuseWhenChanged) file.expectUnchanged(xmlDoc_->loadedFile());
-    if (Outcome opened = file.open(); !opened) return opened.failure();
-    xmlDoc_->serialise(XMLFormat::pretty, file);
-    const FileIdentity identity = FileIdentity::ofDescriptor(file.descriptor());
-    if (Outcome committed = file.commit(); !committed) return committed.failure();
-    return identity;
+    if (!xmlDoc_) return Failure{FailureCode::outputFailed, "there is no result to save", path};
+    return saveDocument(*xmlDoc_, path,
+                        {overwrite, refuseWhenChanged ? file_ : FileIdentity(), {}});
 }
 
 void QVFCPXDoc::setProgressLabelText(const std::string& text) {
@@ -131,89 +61,82 @@ void QVFCPXDoc::showAlert(const std::string& message, const std::string& informa
     QVAlert::alertSheet(message, informative, window, style);
 }
 
-void QVFCPXDoc::process(const OptionList& options, std::function<void()> ended) {
-    thread_.start([this, options] { startProcessing(options); }, std::move(ended));
+std::stop_token QVFCPXDoc::beginRun() {
+    const std::lock_guard lock(stopMutex_);
+    stop_ = std::stop_source();
+    return stop_.get_token();
 }
 
-void QVFCPXDoc::startProcessing(const OptionList& options) {
+void QVFCPXDoc::cancelProgress() {
+    const std::lock_guard lock(stopMutex_);
+    stop_.request_stop();
+}
+
+TidyControls QVFCPXDoc::controls(std::stop_token stop) {
+    return {std::move(stop), [this](const std::string& text) { setProgressLabelText(text); }};
+}
+
+void QVFCPXDoc::process(const OptionList& options, std::function<void()> ended) {
+    thread_.start([this, options, stop = beginRun()] { run(options, stop); }, std::move(ended));
+}
+
+void QVFCPXDoc::startProcessing(const OptionList& options) { run(options, beginRun()); }
+
+void QVFCPXDoc::run(const OptionList& options, std::stop_token stop) {
     runResult_ = RunResult();
     ledger_ = ChangeLedger();
-    onMainThread([this] {
-        processingCancelled_ = false;
-        view_.startProgress();
-    });
+    onMainThread([this] { view_.startProgress(); });
     setProgressLabelText("Initializing...");
     try {
-        processFile(options);
+        processFile(options, std::move(stop));
     } catch (const std::exception& error) {
         const std::string text = QVException::logException(error, "-[QVFCPXDoc startProcessing:]");
-        runResult_.failures.push_back({FailureCode::internal, text, path_, 0, 0, ""});
+        runResult_.failures.push_back({FailureCode::internal, text, path_});
         onMainThread([this] { view_.endProgress(); });
     }
 }
 
-void QVFCPXDoc::processFile(const OptionList& options) {
-    Result<XMLDocument> loaded = XMLDocument::load(path_);
-    if (!loaded) {
-        const std::string reason = loaded.failure().description();
-        Log::append("Unable to load XML data - %@", reason);
-        runResult_.failures.push_back(loaded.failure());
+void QVFCPXDoc::processFile(const OptionList& options, std::stop_token stop) {
+    Result<Tidied> tidied = document_->tidy({.passes = options}, controls(std::move(stop)));
+    if (!tidied && tidied.failure().code != FailureCode::cancelled) {
+        runResult_.failures.push_back(tidied.failure());
         // The progress sheet stays up behind the alert: the window that it blocks has nothing to
         // show but the file that cannot be read any more.
-        showAlert("Unable to load XML data", reason, AlertStyle::warning);
+        showAlert("Unable to load XML data", tidied.failure().description(), AlertStyle::warning);
         return;
     }
-    auto document = std::make_shared<XMLDocument>(std::move(*loaded));
-    SequenceLedger& ledger = ledger_.sequences.emplace_back();
-    ledger.title =
-        QVXMLParser::stringValueForQuery("./@name[1]", projectOf(*document)).value_or("");
-    if (has(options, "removeFilters")) document = removeFilters(std::move(document));
-    if (has(options, "removeMarkers")) document = removeMarkers(std::move(document));
+    // A cancelled run leaves no result, and is told of as any other.
+    runResult_.cancelled = !tidied;
+    runResult_.delivered = tidied.ok();
+    if (tidied) ledger_ = tidied->ledger();
     // A window shows the result when the progress ends.
-    runResult_.cancelled = processingCancelled_;
-    runResult_.delivered = document != nullptr;
     onMainThread([this] { view_.endProgress(); });
-    xmlDoc_ = std::move(document);
+    xmlDoc_ = tidied ? tidied->sharedDocument() : nullptr;
+    if (xmlDoc_) file_ = xmlDoc_->loadedFile();
     onMainThread([this] { view_.markChanged(); });
     processXML();
 }
 
-std::shared_ptr<XMLDocument> QVFCPXDoc::removeFilters(std::shared_ptr<XMLDocument> document) {
-    setProgressLabelText("Removing filters...");
+std::shared_ptr<XMLDocument> QVFCPXDoc::runAlone(Outcome (*pass)(const XMLDocument&,
+                                                                 SequenceLedger&,
+                                                                 const TidyControls&),
+                                                 std::shared_ptr<XMLDocument> document) {
     if (!document) return nullptr;
-    TimelineEdit edit(document->node(), ledgerOfRun());
-    edit.beginPass("removeFilters");
-    const EffectResources effects(*document);
-    for (const XMLNode& filter : nodesBelowSequence(*document, libraryFormPath, "filter")) {
-        if (processingCancelled_) return nullptr;
-        if (const auto ref = QVXMLParser::stringValueForQuery("./@ref[1]", filter))
-            if (const XMLNode resource = effects.find(*ref))
-                edit.detach(resource, "its filter is removed");
-        edit.detach(filter, "all filters are removed");
-    }
-    return document;
+    SequenceLedger& ledger =
+        ledger_.sequences.empty() ? ledger_.sequences.emplace_back() : ledger_.sequences.back();
+    return pass(*document, ledger, controls(beginRun())) ? document : nullptr;
+}
+
+std::shared_ptr<XMLDocument> QVFCPXDoc::removeFilters(std::shared_ptr<XMLDocument> document) {
+    return runAlone(removeFCPXFilters, std::move(document));
 }
 
 std::shared_ptr<XMLDocument> QVFCPXDoc::removeMarkers(std::shared_ptr<XMLDocument> document) {
-    setProgressLabelText("Removing markers...");
-    if (!document) return nullptr;
-    TimelineEdit edit(document->node(), ledgerOfRun());
-    edit.beginPass("removeMarkers");
-    std::vector<XMLNode> markers = nodesBelowSequence(*document, projectFormPath, "marker");
-    if (markers.empty()) markers = nodesBelowSequence(*document, libraryFormPath, "marker");
-    for (const XMLNode& marker : markers) {
-        if (processingCancelled_) return nullptr;
-        edit.detach(marker, "all markers are removed");
-    }
-    return document;
+    return runAlone(removeFCPXMarkers, std::move(document));
 }
 
 XMLNode QVFCPXDoc::nodeFromXPath(std::string_view query, XMLNode parent) {
     return QVFCPDoc::nodeFromXPath(query, parent);
-}
-
-SequenceLedger& QVFCPXDoc::ledgerOfRun() {
-    return ledger_.sequences.empty() ? ledger_.sequences.emplace_back() : ledger_.sequences.back();
 }
 
 void QVFCPXDoc::processXML() {

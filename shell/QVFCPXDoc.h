@@ -8,6 +8,8 @@
 
 #include "base/AtomicFile.h"
 #include "base/Failure.h"
+#include "documents/FCPXMLDocument.h"
+#include "platform/AlertPresenter.h"
 #include "shell/DocumentThread.h"
 #include "shell/DocumentView.h"
 #include "shell/RunResult.h"
@@ -15,9 +17,10 @@
 #include "timeline/ChangeLedger.h"
 #include "xml/XMLDocument.h"
 
-#include <atomic>
 #include <functional>
 #include <memory>
+#include <mutex>
+#include <stop_token>
 #include <string>
 
 namespace reelsweep {
@@ -43,16 +46,17 @@ public:
     /// True when readFromURL failed and has told the user so.
     bool hasShownFailure() const { return hasShownFailure_; }
     /// The result of the last run; null before the first and after a cancelled one.
-    const std::shared_ptr<XMLDocument>& xmlDoc() const { return xmlDoc_; }
+    const std::shared_ptr<const XMLDocument>& xmlDoc() const { return xmlDoc_; }
 
     /// Starts startProcessing on a thread of its own and returns at once. `ended` is run on the
-    /// main thread when the run is over, even when the document is gone by then.
+    /// main thread when the run is over, even when the document is gone by then. A cancel stops it
+    /// from here on.
     void process(const OptionList& options, std::function<void()> ended = {});
     /// Blocks until the run started by process() has ended, pumping when called on the main thread.
     void waitUntilProcessed() { thread_.wait(); }
     /// The run; the options are "removeFilters" and "removeMarkers", others are ignored.
     void startProcessing(const OptionList& options);
-    void cancelProgress() { processingCancelled_ = true; }
+    void cancelProgress();
     const RunResult& runResult() const { return runResult_; }
     const ChangeLedger& changeLedger() const { return ledger_; }
 
@@ -69,19 +73,28 @@ public:
     static XMLNode nodeFromXPath(std::string_view query, XMLNode parent);
 
 private:
-    void processFile(const OptionList& options);
+    std::stop_token beginRun();
+    void run(const OptionList& options, std::stop_token stop);
+    void processFile(const OptionList& options, std::stop_token stop);
+    std::shared_ptr<XMLDocument> runAlone(Outcome (*pass)(const XMLDocument&, SequenceLedger&,
+                                                          const TidyControls&),
+                                          std::shared_ptr<XMLDocument> document);
     Result<FileIdentity> write(const std::string& path, Overwrite overwrite,
                                bool refuseWhenChanged) const;
     void processXML();
-    SequenceLedger& ledgerOfRun();
+    TidyControls controls(std::stop_token stop);
     void setProgressLabelText(const std::string& text);
     void showAlert(const std::string& message, const std::string& informative, AlertStyle style);
 
     DocumentView& view_;
     std::string path_;
     bool hasShownFailure_ = false;
-    std::shared_ptr<XMLDocument> xmlDoc_;
-    std::atomic<bool> processingCancelled_{false};
+    std::unique_ptr<FCPXMLDocument> document_;
+    std::shared_ptr<const XMLDocument> xmlDoc_;
+    /// What the result was read from, or saved to.
+    FileIdentity file_;
+    std::mutex stopMutex_;
+    std::stop_source stop_;
     RunResult runResult_;
     ChangeLedger ledger_;
     DocumentThread thread_;

@@ -34,7 +34,7 @@ public:
     std::optional<std::string> newUUID;  ///< of the renamed copy
     /// Owns a fetched document that xmlRepresentation is part of; null when the file's document
     /// owns it.
-    std::shared_ptr<XMLDocument> fetchedDocument;
+    std::shared_ptr<const XMLDocument> fetchedDocument;
 };
 
 }  // namespace reelsweep

@@ -1,36 +1,36 @@
-// PassRun: what a pass gets from the run that calls it, beside the sequence.
+// PassRun: what a pass gets from the run that calls it.
 //
-// Owner: the document, for the length of one sequence. Thread rule: the run's thread.
+// Owner: the run, for the length of one sequence. Thread rule: the run's thread.
 #pragma once
 
+#include "base/Failure.h"
 #include "tidy/PassTable.h"
 #include "timeline/TimelineEdit.h"
 
-#include <algorithm>
-#include <atomic>
 #include <functional>
+#include <stop_token>
 #include <string>
-#include <string_view>
 #include <vector>
 
 namespace reelsweep {
 
 class PassRun {
 public:
+    /// The sequence, and the door to change it.
     TimelineEdit& edit;
-    const std::atomic<bool>& processingCancelled;
-    const OptionList& options;
     /// Effects that count as transparent beside the built-in ones.
     const std::vector<std::string>& ignoredEffects;
-    /// Shows a progress label and returns when it is shown.
-    std::function<void(const std::string&)> setProgressLabelText;
-    /// Why a pass could not go on, which is no cancel; empty otherwise.
-    std::string failure = {};
+    std::stop_token stop;
+    /// Takes a text that says what is being done, and returns when it is shown. May be empty.
+    const std::function<void(const std::string&)>& progress;
 
-    bool cancelled() const { return processingCancelled.load(std::memory_order_relaxed); }
-    bool has(std::string_view option) const {
-        return std::find(options.begin(), options.end(), option) != options.end();
+    XMLNode sequence() const { return edit.sequence(); }
+    bool cancelled() const { return stop.stop_requested(); }
+    void showProgress(const std::string& text) const {
+        if (progress) progress(text);
     }
+    /// What a pass answers that has found the run stopped.
+    static Failure stopped() { return {FailureCode::cancelled, "cancelled"}; }
 };
 
 }  // namespace reelsweep

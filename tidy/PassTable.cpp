@@ -1,77 +1,76 @@
 #include "tidy/PassTable.h"
 
-#include "tidy/PassRun.h"
 #include "tidy/passes/Passes.h"
 
+#include <algorithm>
 #include <array>
 
 namespace reelsweep {
 
 namespace {
 
-// Collapsing is several passes: what opaque clips hide goes first, then everything falls as far as
-// it can, then what is partly hidden is cut and falls once more.
-XMLNode collapse(PassRun& run, XMLNode sequence) {
-    const bool uncomposited = run.has("collapseUncompositedClips");
-    if (uncomposited) {
-        run.edit.beginPass("collapseUncompositedClips");
-        sequence = passes::removeObscuredClips(run, sequence);
-        if (!sequence) return {};
-    }
-    run.edit.beginPass("collapseTracks");
-    for (const bool reverse : {true, false}) {
-        sequence = passes::collapseTracks(run, sequence, reverse);
-        if (!sequence) return {};
-    }
-    if (uncomposited) {
-        run.edit.beginPass("collapseUncompositedClips");
-        sequence = passes::mergeClips(run, sequence);
-        if (!sequence) return {};
-        run.edit.beginPass("collapseTracks");
-        sequence = passes::collapseTracks(run, sequence, false);
-    }
-    return sequence;
-}
-
-constexpr std::array<PassRow, 12> table = {{
+constexpr auto table = std::to_array<PassRow>({
     {"removeDisabledVideoClips", "Remove disabled video clips",
-     "take out video clips that are switched off", true, false,
-     [](PassRun& run, XMLNode sequence) {
-         return passes::removeDisabledClips(run, sequence, "video");
-     }},
+     "take out video clips that are switched off", true, false, passes::removeDisabledVideoClips},
     {"removeDisabledAudioClips", "Remove disabled audio clips",
-     "take out audio clips that are switched off", true, false,
-     [](PassRun& run, XMLNode sequence) {
-         return passes::removeDisabledClips(run, sequence, "audio");
-     }},
+     "take out audio clips that are switched off", true, false, passes::removeDisabledAudioClips},
     {"removeSilentAudio", "Remove silent audio clips", "take out audio clips whose level is 0",
      false, false, passes::removeSilentAudioClips},
     {"collapseTracks", "Collapse tracks", "move video clips down to the lowest track with room",
-     true, false, collapse},
+     true, false, nullptr},
     {"collapseUncompositedClips", "Collapse uncomposited clips",
      "with collapseTracks: take out or cut what opaque clips hide", true, false, nullptr},
     {"collapseMultiClips", "Collapse multiclips",
-     "flag the multiclips of video tracks as collapsed", false, false, passes::collapseMulticlips},
+     "flag the multiclips of video tracks as collapsed", false, false, passes::collapseMulticlips,
+     "collapsed"},
     {"removeUnusedTracks", "Remove unused tracks",
-     "take out video tracks without clips, but the first", true, false, passes::removeUnusedTracks},
+     "take out video tracks without clips, but the first", true, false, passes::removeUnusedTracks,
+     "track"},
     {"replaceGaps", "Replace gaps with slugs", "fill the holes of the first video track with slugs",
-     false, false, passes::replaceGapsWithSlugs},
+     false, false, passes::replaceGapsWithSlugs, "mediaSource"},
     {"removeFilters", "Remove filters", "take out all filters, audio levels too", false, true,
-     passes::removeFilters},
-    {"removeMarkers", "Remove markers", "take out all markers", false, true, passes::removeMarkers},
+     passes::removeFilters, "filter"},
+    {"removeMarkers", "Remove markers", "take out all markers", false, true, passes::removeMarkers,
+     "marker"},
     {"removeVideoTransitions", "Remove video transitions", "make video transitions plain cuts",
-     false, false,
-     [](PassRun& run, XMLNode sequence) {
-         return passes::removeTransitions(run, sequence, "video");
-     }},
+     false, false, passes::removeVideoTransitions},
     {"removeAudioTransitions", "Remove audio transitions", "make audio transitions plain cuts",
-     false, false,
-     [](PassRun& run, XMLNode sequence) {
-         return passes::removeTransitions(run, sequence, "audio");
-     }},
-}};
+     false, false, passes::removeAudioTransitions},
+});
+
+// Collapsing: what opaque clips hide goes first, then everything falls as far as it can, then what
+// is partly hidden is cut and falls once more.
+constexpr auto collapseSteps = std::to_array<PassStep>({
+    {"collapseUncompositedClips", passes::removeObscuredClips, "collapseTracks"},
+    {"collapseTracks", passes::collapseTracksFromTheTop},
+    {"collapseTracks", passes::collapseTracksFromTheBottom},
+    {"collapseUncompositedClips", passes::mergeClips, "collapseTracks"},
+    {"collapseTracks", passes::collapseTracksFromTheBottom, "collapseUncompositedClips"},
+});
+
+std::vector<PassStep> stepsOfTable() {
+    std::vector<PassStep> steps;
+    for (const PassRow& row : table) {
+        if (row.run) steps.push_back({row.option, row.run});
+        if (row.option == "collapseTracks")
+            steps.insert(steps.end(), collapseSteps.begin(), collapseSteps.end());
+    }
+    return steps;
+}
+
+template <class Wanted>
+OptionList optionsWhere(Wanted wanted) {
+    OptionList options;
+    for (const PassRow& row : table)
+        if (wanted(row)) options.emplace_back(row.option);
+    return options;
+}
 
 }  // namespace
+
+bool hasOption(const OptionList& options, std::string_view option) {
+    return std::find(options.begin(), options.end(), option) != options.end();
+}
 
 std::span<const PassRow> passTable() { return table; }
 
@@ -79,6 +78,19 @@ const PassRow* passNamed(std::string_view option) {
     for (const PassRow& row : table)
         if (row.option == option) return &row;
     return nullptr;
+}
+
+OptionList allPasses() {
+    return optionsWhere([](const PassRow&) { return true; });
+}
+
+OptionList defaultPasses() {
+    return optionsWhere([](const PassRow& row) { return row.onByDefault; });
+}
+
+std::span<const PassStep> passSteps() {
+    static const std::vector<PassStep> steps = stepsOfTable();
+    return steps;
 }
 
 }  // namespace reelsweep

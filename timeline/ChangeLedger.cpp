@@ -16,14 +16,6 @@ std::string description(TrackLabel track) {
     return text += std::to_string(track.number);
 }
 
-ItemTimes ItemTimes::of(XMLNode item) {
-    const auto [start, end, in, out] = item.firstChildren({"start", "end", "in", "out"});
-    const auto read = [](XMLNode time) {
-        return time ? std::optional(leadingFrames(time.stringValue())) : std::nullopt;
-    };
-    return {read(start), read(end), read(in), read(out)};
-}
-
 namespace {
 
 std::string nameOf(XMLNode node) {
@@ -67,6 +59,11 @@ std::size_t SequenceLedger::addReason(std::string text) {
     // One edit's changes come in a row and mostly share their reason.
     if (reasons_.back() != text) reasons_.push_back(std::move(text));
     return reasons_.size() - 1;
+}
+
+void SequenceLedger::rollback(Mark mark) {
+    changes.resize(mark.changes);
+    reasons_.resize(mark.reasons);
 }
 
 SequenceLedger::Totals SequenceLedger::totals(std::string_view pass) const {

@@ -5,7 +5,7 @@
 // Thread rule: written on the run's thread; read after the run.
 #pragma once
 
-#include "time/Frames.h"
+#include "timeline/ItemTimes.h"
 #include "timeline/SequenceTimecode.h"
 #include "xml/XMLNode.h"
 
@@ -38,18 +38,6 @@ struct TrackLabel {
 
 /// "V1", "A3"; empty for no track.
 std::string description(TrackLabel track);
-
-/// An item's times in frames of the sequence, where it has them. `end` and `out` are exclusive; an
-/// edge inside a transition is -1.
-struct ItemTimes {
-    std::optional<Frames> start;
-    std::optional<Frames> end;
-    std::optional<Frames> in;
-    std::optional<Frames> out;
-
-    bool operator==(const ItemTimes&) const = default;
-    static ItemTimes of(XMLNode item);
-};
 
 struct Change {
     ChangeKind kind = ChangeKind::changed;
@@ -100,6 +88,14 @@ public:
     std::size_t addReason(std::string text);
     const std::string& reasonText(const Change& change) const { return reasons_[change.reason]; }
 
+    /// A moment in the list of changes, and going back to it.
+    struct Mark {
+        std::size_t changes = 0;
+        std::size_t reasons = 1;
+    };
+    Mark mark() const { return {changes.size(), reasons_.size()}; }
+    void rollback(Mark mark);
+
     /// How many changes of each kind a pass made, indexed by ChangeKind.
     using Totals = std::array<std::size_t, changeKindCount>;
     Totals totals(std::string_view pass) const;
@@ -117,6 +113,37 @@ std::string looseClipsText(const SequenceLedger& sequence);
 
 struct ChangeLedger {
     std::deque<SequenceLedger> sequences;  ///< in the order in which they were processed
+
+    /// Over the changes of all sequences, in order.
+    class Iterator {
+    public:
+        Iterator(const ChangeLedger& ledger, std::size_t sequence)
+            : ledger_(&ledger), sequence_(sequence) {
+            passEmptySequences();
+        }
+        const Change& operator*() const { return ledger_->sequences[sequence_].changes[change_]; }
+        Iterator& operator++() {
+            ++change_;
+            passEmptySequences();
+            return *this;
+        }
+        bool operator==(const Iterator&) const = default;
+
+    private:
+        void passEmptySequences() {
+            while (sequence_ < ledger_->sequences.size() &&
+                   change_ == ledger_->sequences[sequence_].changes.size()) {
+                ++sequence_;
+                change_ = 0;
+            }
+        }
+
+        const ChangeLedger* ledger_;
+        std::size_t sequence_;
+        std::size_t change_ = 0;
+    };
+    Iterator begin() const { return {*this, 0}; }
+    Iterator end() const { return {*this, sequences.size()}; }
 };
 
 }  // namespace reelsweep

@@ -75,9 +75,7 @@ bool runsInSync(const Contributor& a, const Contributor& b, PictureOptions optio
 
 bool playsIn(const Item& transition, std::span<const Contributor> list) {
     return std::any_of(list.begin(), list.end(), [&](const Contributor& contributor) {
-        return contributor.transition &&
-               contributor.transition->range.start == transition.range.start &&
-               contributor.transition->range.end == transition.range.end;
+        return contributor.transition && contributor.transition->range == transition.range;
     });
 }
 

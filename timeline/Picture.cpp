@@ -345,8 +345,7 @@ bool isMoving(const Contributor& contributor, PictureOptions options) {
 
 bool isSameTransition(const Item* a, const Item* b) {
     if (a == b) return true;
-    return a && b && a->range.start == b->range.start && a->range.end == b->range.end &&
-           a->transition->alignment == b->transition->alignment &&
+    return a && b && a->range == b->range && a->transition->alignment == b->transition->alignment &&
            a->transition->key == b->transition->key;
 }
 

@@ -10,11 +10,11 @@
 // catalogue: call it on the thread that owns both.
 #pragma once
 
+#include "time/FrameRange.h"
 #include "time/Timecode.h"
 #include "timeline/FilterStack.h"
 #include "timeline/Media.h"
 #include "timeline/SequenceTimecode.h"
-#include "timeline/TrackIndex.h"
 #include "timeline/Vocabulary.h"
 #include "xml/XMLNode.h"
 

@@ -3,7 +3,6 @@
 #include "timeline/Vocabulary.h"
 
 #include <algorithm>
-#include <stdexcept>
 
 namespace reelsweep {
 
@@ -86,7 +85,7 @@ TimelineEdit::Place TimelineEdit::placeOf(XMLNode node) const {
 Change& TimelineEdit::record(ChangeKind kind, XMLNode node) {
     Change change;
     change.kind = kind;
-    change.pass = pass_;
+    change.pass = step_;
     change.node = node;
     const Place place = placeOf(node);
     change.trackBefore = change.trackAfter = place.track;
@@ -98,29 +97,39 @@ Change& TimelineEdit::record(ChangeKind kind, XMLNode node) {
     return ledger_.changes.emplace_back(change);
 }
 
-void TimelineEdit::forgetIndexes() {
-    if (indexes_.empty()) return;
-    indexes_.clear();
-    sequenceIndex_ = SequenceIndex();
+// Looking
+
+const TrackIndex& TimelineEdit::index(XMLNode track) {
+    std::unique_ptr<TrackIndex>& index = indexes_[track];
+    if (!index) index.reset(new TrackIndex(sequenceIndex_, track));
+    index->watch();
+    return *index;
 }
 
-TrackIndex& TimelineEdit::index(XMLNode track) {
+TrackIndex* TimelineEdit::indexOf(XMLNode track) const {
     const auto found = indexes_.find(track);
-    if (found != indexes_.end()) return found->second;
-    return indexes_.emplace(track, TrackIndex(sequenceIndex_, track)).first->second;
+    return found == indexes_.end() ? nullptr : found->second.get();
 }
 
-// Nodes anywhere
+void TimelineEdit::beginStep(std::string_view option) {
+    step_ = option;
+    for (const auto& [track, index] : indexes_) index->unwatch();
+}
+
+void TimelineEdit::expectElements(std::span<const std::string_view> names) {
+    for (const std::string_view name : names) listed_.try_emplace(std::string(name));
+}
 
 void TimelineEdit::listElements() {
-    constexpr auto& names = listedNames;
-    elements_ = {};
-    sequence_.forEachDescendant(
-        {names[0], names[1], names[2], names[3], names[4]}, [&](XMLNode found) {
-            const auto name = std::find(names.begin(), names.end(), found.name());
-            elements_[static_cast<std::size_t>(name - names.begin())].push_back(found);
-        });
-    isListed_.fill(true);
+    for (auto& [name, list] : listed_) list = {{}, true};
+    sequence_.forEachDescendant({}, [&](XMLNode element) {
+        if (const auto found = listed_.find(element.name()); found != listed_.end())
+            found->second.elements.push_back(element);
+    });
+}
+
+void TimelineEdit::listsAreOld() {
+    for (auto& [name, list] : listed_) list.isCurrent = false;
 }
 
 bool TimelineEdit::isInSequence(XMLNode node) const {
@@ -128,128 +137,152 @@ bool TimelineEdit::isInSequence(XMLNode node) const {
     return bool(node);
 }
 
-std::vector<XMLNode> TimelineEdit::elementsNamed(std::string_view listedName) {
-    const auto name = std::find(listedNames.begin(), listedNames.end(), listedName);
-    if (name == listedNames.end()) throw std::logic_error("not listed: " + std::string(listedName));
-    const auto which = static_cast<std::size_t>(name - listedNames.begin());
-    if (!isListed_[which]) listElements();
+std::vector<XMLNode> TimelineEdit::elementsNamed(std::string_view name) {
+    auto list = listed_.find(name);
+    if (list == listed_.end()) list = listed_.try_emplace(std::string(name)).first;
+    if (!list->second.isCurrent) listElements();
     std::vector<XMLNode> found;
-    for (const XMLNode& element : elements_[which])
+    for (const XMLNode& element : list->second.elements)
         if (isInSequence(element)) found.push_back(element);
     return found;
 }
 
-void TimelineEdit::detach(XMLNode node, const std::string& reason) {
-    const XMLNode parent = node.parent();
-    if (!parent) return;
+// The tree, its indexes and the journal
+
+void TimelineEdit::leaveIndex(XMLNode node) {
+    TrackIndex* const index = indexOf(node.parent());
+    if (index) index->removed(sequenceIndex_.find(node));
+}
+
+void TimelineEdit::place(XMLNode node, EditJournal::Place to) {
+    journal_.noteMove(node);
+    leaveIndex(node);
+    if (!to.parent) {
+        node.detach();
+        return;
+    }
+    if (to.next)
+        to.parent.insertBefore(node, to.next);
+    else
+        to.parent.appendChild(node);
+    if (TrackIndex* const index = indexOf(to.parent))
+        index->placed(node, to.next ? sequenceIndex_.find(to.next) : TrackIndex::none);
+}
+
+void TimelineEdit::retimed(XMLNode item) {
+    if (TrackIndex* const index = indexOf(item.parent())) index->retimed(sequenceIndex_.find(item));
+}
+
+void TimelineEdit::writeText(XMLNode element, std::string_view text) {
+    const XMLNode only = element.firstChild();
+    if (only && !only.nextSibling() && only.kind() == XMLKind::text) {
+        journal_.noteText(element);
+        element.setText(text);
+    } else {
+        while (const XMLNode child = element.firstChild()) place(child, {});
+        element.setText(text);
+        journal_.noteCreated(element.firstChild());
+    }
+}
+
+void TimelineEdit::rollback(const Checkpoint& checkpoint) {
+    while (journal_.size() > checkpoint.journalSize_) {
+        EditJournal::Entry entry = journal_.takeLast();
+        if (entry.isText) {
+            entry.node.setText(entry.text);
+            retimed(entry.node.parent());
+        } else {
+            place(entry.node, entry.place);
+            journal_.takeLast();                   // going back is nothing to take back
+            retimed(entry.place.parent.parent());  // a text came back to an edge
+        }
+    }
+    ledger_.rollback(checkpoint.ledger_);
+    listsAreOld();
+}
+
+TimelineEdit::Checkpoint::Checkpoint(TimelineEdit& edit)
+    : edit_(edit), journalSize_(edit.journal_.size()), ledger_(edit.ledger_.mark()) {
+    edit.journal_.open();
+}
+
+// Editing
+
+void TimelineEdit::recordRemoval(XMLNode node, std::size_t reason) {
     Change& change = record(ChangeKind::removed, node);
     change.trackAfter = {};
     change.after = {};
-    change.reason = ledger_.addReason(reason);
-    if (indexes_.contains(parent)) forgetIndexes();
-    node.detach();
+    change.reason = reason;
+}
+
+void TimelineEdit::detach(XMLNode node, const std::string& reason) {
+    if (!node.parent()) return;
+    recordRemoval(node, ledger_.addReason(reason));
+    place(node, {});
 }
 
 void TimelineEdit::detachTrack(XMLNode track, const std::string& reason) {
-    for (XMLNode node = track.firstChild(); node; node = node.nextSibling()) {
-        if (!isTimelineItem(node)) continue;
-        Change& change = record(ChangeKind::removed, node);
-        change.trackAfter = {};
-        change.after = {};
-        change.reason = ledger_.addReason(reason);
-    }
+    const std::size_t number = ledger_.addReason(reason);
+    for (XMLNode node = track.firstChild(); node; node = node.nextSibling())
+        if (isTimelineItem(node)) recordRemoval(node, number);
     detach(track, reason);
-    forgetIndexes();
 }
 
-void TimelineEdit::setText(XMLNode element, std::string_view text) {
-    if (element.stringValue() != text) record(ChangeKind::changed, element);
-    element.setText(text);
+void TimelineEdit::move(XMLNode item, const TrackIndex& to, std::size_t childPlace) {
+    Change& change = record(ChangeKind::moved, item);
+    // The place counts the track's children without the item.
+    const TrackIndex::Id id = sequenceIndex_.find(item);
+    const bool isPassed = id != TrackIndex::none && to.holds(id) && to.position(id) <= childPlace;
+    const TrackIndex::Id next = to.entryAt(isPassed ? childPlace + 1 : childPlace);
+    place(item, {to.track(), next == TrackIndex::none ? XMLNode() : to.entry(next).node});
+    change.trackAfter = label(item);
+    listsAreOld();
 }
 
 void TimelineEdit::writeTimes(XMLNode item, const ItemTimes& times) {
-    const auto write = [](XMLNode element, const std::optional<Frames>& value) {
-        if (element && value) element.setText(value->text());
+    const auto write = [this](XMLNode element, const std::optional<Frames>& value) {
+        if (element && value) writeText(element, value->text());
     };
     const auto [start, end, in, out] = item.firstChildren({"start", "end", "in", "out"});
     write(start, times.start);
     write(end, times.end);
     write(in, times.in);
     write(out, times.out);
+    retimed(item);
 }
 
 void TimelineEdit::trim(XMLNode item, const ItemTimes& times) {
     Change& change = record(ChangeKind::trimmed, item);
     writeTimes(item, times);
     change.after = ItemTimes::of(item);
-    forgetIndexes();
 }
 
-// Items of indexed tracks
-
-void TimelineEdit::move(TrackIndex& from, TrackIndex::Id id, TrackIndex& to, std::size_t place) {
-    const XMLNode node = from.entry(id).node;
-    Change& change = record(ChangeKind::moved, node);
-    to.takeOver(from, id, place);
-    const TrackIndex::Id next = to.next(id);
-    XMLNode track = to.track();
-    if (next == TrackIndex::none)
-        track.appendChild(node);
-    else
-        track.insertBefore(node, to.entry(next).node);
-    change.trackAfter = label(node);
-    change.after = ItemTimes::of(node);
-    isListed_ = {};
-}
-
-void TimelineEdit::detach(TrackIndex& track, TrackIndex::Id id, const std::string& reason) {
-    XMLNode node = track.entry(id).node;
-    Change& change = record(ChangeKind::removed, node);
-    change.trackAfter = {};
-    change.after = {};
-    change.reason = ledger_.addReason(reason);
-    track.remove(id);
-    node.detach();
-}
-
-void TimelineEdit::trim(TrackIndex& track, TrackIndex::Id id, const ItemTimes& times) {
-    const XMLNode item = track.entry(id).node;
-    Change& change = record(ChangeKind::trimmed, item);
-    writeTimes(item, times);
-    change.after = ItemTimes::of(item);
-    track.reread(id);
-}
-
-void TimelineEdit::split(TrackIndex& track, TrackIndex::Id id, FrameRange gap,
-                         const ItemTimes& right) {
-    const XMLNode item = track.entry(id).node;
+XMLNode TimelineEdit::split(XMLNode item, FrameRange gap, const ItemTimes& right) {
     const ItemTimes whole = ItemTimes::of(item);
     const XMLNode left = item.copy();
-    trim(track, id, right);
+    trim(item, right);
     writeTimes(left, {.start = {}, .end = gap.start, .in = {}, .out = {}});
-    insertAt(track, left, track.position(id));
-    isListed_ = {};
+    place(left, {item.parent(), item});
+    listsAreOld();
     Change& change = record(ChangeKind::split, left);
     change.before = whole;
+    return left;
 }
 
-void TimelineEdit::insertItem(TrackIndex& track, XMLNode item, std::size_t place) {
-    insertAt(track, item, place);
-    for (std::size_t i = 0; i < listedNames.size(); ++i)
-        if (item.hasDescendant(listedNames[i])) isListed_[i] = false;
+void TimelineEdit::insertItem(const TrackIndex& track, XMLNode item, std::size_t childPlace) {
+    const TrackIndex::Id next = track.entryAt(childPlace);
+    place(item, {track.track(), next == TrackIndex::none ? XMLNode() : track.entry(next).node});
+    for (auto& [name, list] : listed_)
+        if (item.name() == name || item.hasDescendant(name)) list.isCurrent = false;
     Change& change = record(ChangeKind::inserted, item);
     change.trackBefore = {};
     change.before = {};
 }
 
-void TimelineEdit::insertAt(TrackIndex& track, XMLNode node, std::size_t place) {
-    XMLNode parent = track.track();
-    const TrackIndex::Id next = track.entryAt(place);
-    if (next == TrackIndex::none)
-        parent.appendChild(node);
-    else
-        parent.insertBefore(node, track.entry(next).node);
-    track.insertAt(place, node);
+void TimelineEdit::setText(XMLNode element, std::string_view text) {
+    if (element.stringValue() != text) record(ChangeKind::changed, element);
+    writeText(element, text);
+    retimed(element.parent());
 }
 
 }  // namespace reelsweep

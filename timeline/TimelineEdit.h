@@ -1,15 +1,18 @@
 // TimelineEdit: the one door through which a sequence is edited.
 //
-// It edits the tree, keeps the track indexes current and tells the ledger what changed. It tests
-// nothing and decides nothing: what to edit is the passes' business.
+// It edits the tree, keeps the track indexes right, tells the ledger what changed, and can take
+// edits back. It tests nothing and decides nothing: what to edit is the passes' business.
 // Owner: the run (one per sequence). Thread rule: the run's thread.
 #pragma once
 
 #include "timeline/ChangeLedger.h"
+#include "timeline/EditJournal.h"
 #include "timeline/TrackIndex.h"
 #include "xml/XMLNode.h"
 
-#include <array>
+#include <map>
+#include <memory>
+#include <span>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -21,56 +24,83 @@ class TimelineEdit {
 public:
     /// Counts the sequence's items; the ledger must outlive this object.
     TimelineEdit(XMLNode sequence, SequenceLedger& ledger);
+    TimelineEdit(const TimelineEdit&) = delete;
+    TimelineEdit& operator=(const TimelineEdit&) = delete;
 
     XMLNode sequence() const { return sequence_; }
+    const SequenceLedger& ledger() const { return ledger_; }
     /// Changes from here on belong to the pass of that option name (static storage).
-    void beginPass(std::string_view option) { pass_ = option; }
+    void beginStep(std::string_view option);
     /// How many items the sequence came with.
     std::size_t itemsBefore() const { return ledger_.itemsBefore; }
-    /// Counts the items that are left, and finds those that have become loose: were they not so in
-    /// the source, of which the sequence is a copy. After the last pass.
+    /// Counts the items that are left, and finds the clips that are loose now and were not in the
+    /// source, of which the sequence is a copy. After the last step.
     void finish(XMLNode source = {});
 
-    // Nodes anywhere in the sequence
+    // Looking
 
-    /// The names of the elements that passes look for all over a sequence.
-    static constexpr std::array<std::string_view, 5> listedNames = {"track", "filter", "marker",
-                                                                    "collapsed", "mediaSource"};
-    /// All elements of one of these names that stand in the sequence now, in document order. One
-    /// walk over the sequence serves all names, until something is moved or put in.
-    std::vector<XMLNode> elementsNamed(std::string_view listedName);
+    /// All elements of that name that stand in the sequence now, in document order. One walk over
+    /// the sequence lists every name that was ever asked for or expected; it is made anew when
+    /// items have moved or come in since.
+    std::vector<XMLNode> elementsNamed(std::string_view name);
+    /// Names that will be asked for, so that the first walk lists them all.
+    void expectElements(std::span<const std::string_view> names);
 
-    /// Takes a node out; a node that is out already is left alone and not reported twice.
-    void detach(XMLNode node, const std::string& reason);
-    /// Takes a track out; the items left on it are reported with it.
-    void detachTrack(XMLNode track, const std::string& reason);
-    /// Sets the text of an element that is there. One that reads so already is no change.
-    void setText(XMLNode element, std::string_view text);
-    /// Sets those of an item's times that are given, each on an existing child only. No track is
-    /// indexed afterwards.
-    ///   [aaaa]----   ->   [aaaaaa]--
-    void trim(XMLNode item, const ItemTimes& times);
-
-    // Items of indexed tracks
-
-    /// The index of a track, built when first asked for.
-    TrackIndex& index(XMLNode track);
-
-    /// Moves one node to another track, to be the child at `place` there. Times stay.
-    ///   V2      [##]              V2
-    ///   V1 [aa]        ->         V1 [aa] [##]
-    void move(TrackIndex& from, TrackIndex::Id id, TrackIndex& to, std::size_t place);
-    void detach(TrackIndex& track, TrackIndex::Id id, const std::string& reason);
-    void trim(TrackIndex& track, TrackIndex::Id id, const ItemTimes& times);
-    /// Makes two of an item: a copy that ends at `gap.start`, and the item itself, from `gap.end`
-    /// on with its `in` raised by what is cut away. The copy keeps everything else, its id too.
-    ///   [aaaaaaaaaaaaa]   ->   [aaa]      [aaa]
-    void split(TrackIndex& track, TrackIndex::Id id, FrameRange gap, const ItemTimes& right);
-    /// Makes a new item the child at `place` of the track; appends it when that is past the end.
-    void insertItem(TrackIndex& track, XMLNode item, std::size_t place);
+    /// The index of a track, built when first asked for. The reference stays valid as long as this
+    /// object lives, and answers for the track as it is at each question, whatever was edited.
+    const TrackIndex& index(XMLNode track);
 
     /// "V2" for a track of the sequence and for what stands in it.
     TrackLabel label(XMLNode node) const;
+
+    // Editing. Nodes belong to the sequence's document.
+
+    /// Takes a node out; a node that is out already is left alone and not reported twice.
+    ///   [aa][bb][cc]   ->   [aa]----[cc]
+    void detach(XMLNode node, const std::string& reason);
+    /// Takes a track out; the items left on it are reported with it.
+    void detachTrack(XMLNode track, const std::string& reason);
+    /// Moves an item to a track, to be the child at `place` there once it has left its old place.
+    /// Times stay.
+    ///   V2      [##]              V2
+    ///   V1 [aa]        ->         V1 [aa] [##]
+    void move(XMLNode item, const TrackIndex& to, std::size_t place);
+    /// Sets those of an item's times that are given, each on an existing child only.
+    ///   [aaaa]----   ->   [aaaaaa]--
+    void trim(XMLNode item, const ItemTimes& times);
+    /// Makes two of an item on a track: a copy that ends at `gap.start`, and the item itself, from
+    /// `gap.end` on with the `in` of `right`. The copy keeps everything else, its id too. Answers
+    /// the copy.
+    ///   [aaaaaaaaaaaaa]   ->   [aaa]      [aaa]
+    XMLNode split(XMLNode item, FrameRange gap, const ItemTimes& right);
+    /// Makes a new item the child at `place` of the track; appends it when that is past the end.
+    ///   [aa]----[bb]   ->   [aa][ss][bb]
+    void insertItem(const TrackIndex& track, XMLNode item, std::size_t place);
+    /// Sets the text of an element that is there. One that reads so already is no change.
+    void setText(XMLNode element, std::string_view text);
+
+    // Taking back
+
+    /// A moment to which the sequence can go back, with its ledger and its indexes. It ends with
+    /// its scope: what was edited since is kept then. Checkpoints nest.
+    class Checkpoint {
+    public:
+        ~Checkpoint() { edit_.journal_.close(); }
+        Checkpoint(const Checkpoint&) = delete;
+        Checkpoint& operator=(const Checkpoint&) = delete;
+
+    private:
+        friend class TimelineEdit;
+        explicit Checkpoint(TimelineEdit& edit);
+
+        TimelineEdit& edit_;
+        std::size_t journalSize_;
+        SequenceLedger::Mark ledger_;
+    };
+    Checkpoint checkpoint() { return Checkpoint(*this); }
+    /// Undoes everything since the checkpoint, which may be used again.
+    ///   checkpoint [aa][bb]  ...  [aa]----  rollback   ->   [aa][bb]
+    void rollback(const Checkpoint& checkpoint);
 
 private:
     Change& record(ChangeKind kind, XMLNode node);
@@ -80,22 +110,34 @@ private:
         bool isTrackItem = false;  ///< a clip, generator or transition that stands in a track
     };
     Place placeOf(XMLNode node) const;
+    void recordRemoval(XMLNode node, std::size_t reason);
+    TrackIndex* indexOf(XMLNode track) const;
+    /// Puts a node where it is to stand, or nowhere.
+    void place(XMLNode node, EditJournal::Place to);
+    void leaveIndex(XMLNode node);
+    void writeText(XMLNode element, std::string_view text);
     void writeTimes(XMLNode item, const ItemTimes& times);
-    void forgetIndexes();
-    void listElements();
+    /// An item's times may read differently now.
+    void retimed(XMLNode item);
     bool isInSequence(XMLNode node) const;
-    void insertAt(TrackIndex& track, XMLNode node, std::size_t place);
 
     XMLNode sequence_;
     SequenceLedger& ledger_;
-    std::string_view pass_;
+    std::string_view step_;
     std::vector<XMLNode> tracks_;  ///< as they came
     std::unordered_map<XMLNode, TrackLabel> labels_;
     std::vector<XMLNode> items_;  ///< on tracks, as they came
     SequenceIndex sequenceIndex_;
-    std::unordered_map<XMLNode, TrackIndex> indexes_;
-    std::array<std::vector<XMLNode>, listedNames.size()> elements_;  ///< those taken out too
-    std::array<bool, listedNames.size()> isListed_{};  ///< false when the list may be out of date
+    std::unordered_map<XMLNode, std::unique_ptr<TrackIndex>> indexes_;
+    EditJournal journal_;
+
+    struct ListedElements {
+        std::vector<XMLNode> elements;  ///< those taken out too
+        bool isCurrent = false;
+    };
+    std::map<std::string, ListedElements, std::less<>> listed_;
+    void listElements();
+    void listsAreOld();
 };
 
 }  // namespace reelsweep

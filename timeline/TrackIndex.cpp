@@ -1,47 +1,11 @@
 #include "timeline/TrackIndex.h"
 
+#include "timeline/ItemTimes.h"
+
 #include <algorithm>
 #include <cmath>
 
 namespace reelsweep {
-
-namespace {
-
-struct Edge {
-    Frames frames;
-    Frames wholeText;  // differs where a comment or CDATA parts the text
-    double number = std::numeric_limits<double>::quiet_NaN();
-    bool inTransition = false;
-};
-
-// The first child of that name, read both ways.
-Edge readEdge(XMLNode element) {
-    Edge edge;
-    if (!element) return edge;
-    const XMLNode text = element.firstText();
-    edge.frames = leadingFrames(text.value());
-    edge.inTransition = text.value() == edgeInTransitionText;
-    const bool isOneText = text && text == element.firstChild() && !text.nextSibling();
-    if (isOneText) {
-        edge.wholeText = edge.frames;
-        edge.number = xpathNumber(text.value());
-    } else {
-        const std::string whole = element.stringValue();
-        edge.wholeText = leadingFrames(whole);
-        edge.number = xpathNumber(whole);
-    }
-    return edge;
-}
-
-constexpr double largestExactInteger = 9007199254740992.0;  // 2^53
-
-bool readsTheSameBothWays(const Edge& edge) {
-    return edge.frames == edge.wholeText && edge.number == static_cast<double>(edge.frames.count) &&
-           std::abs(edge.number) < largestExactInteger &&
-           (edge.frames == edgeInTransition) == edge.inTransition;
-}
-
-}  // namespace
 
 bool conflict(FrameRange lower, FrameRange upper) {
     return (lower.start >= upper.start && lower.start < upper.end) ||
@@ -71,8 +35,8 @@ TrackEntry TrackEntry::of(XMLNode node) {
         entry.kind = Kind::transition;
 
     const auto [startElement, endElement] = node.firstChildren({"start", "end"});
-    const Edge start = readEdge(startElement);
-    const Edge end = readEdge(endElement);
+    const EdgeText start = EdgeText::of(startElement);
+    const EdgeText end = EdgeText::of(endElement);
     entry.start = start.frames;
     entry.startNumber = start.number;
     entry.startInTransition = start.inTransition;
@@ -80,10 +44,10 @@ TrackEntry TrackEntry::of(XMLNode node) {
     entry.wholeTexts = {start.wholeText, end.wholeText};
     entry.endNumber = end.number;
     entry.endInTransition = end.inTransition;
-    entry.isPlain = entry.isTimed() && readsTheSameBothWays(start) && readsTheSameBothWays(end) &&
+    entry.isPlain = entry.isTimed() && start.isPlain() && end.isPlain() &&
                     !(entry.kind == Kind::transition && (start.inTransition || end.inTransition));
     for (XMLNode e = endElement; e; e = e.nextSibling("end")) {
-        const double number = e == endElement ? end.number : readEdge(e).number;
+        const double number = e == endElement ? end.number : EdgeText::of(e).number;
         if (std::isnan(number)) continue;
         entry.smallestEnd = std::min(entry.smallestEnd, number);
         entry.largestEnd = std::max(entry.largestEnd, number);
@@ -91,65 +55,116 @@ TrackEntry TrackEntry::of(XMLNode node) {
     return entry;
 }
 
-int TrackEntry::searchInTheWayOf(FrameRange range) const {
+FoundBy TrackEntry::foundInTheWayOf(FrameRange range) const {
     const double from = static_cast<double>(range.start.count);
     const double to = static_cast<double>(range.end.count);
-    if (!isTimed()) return 0;
-    if (startNumber >= from && startNumber < to) return 1;
-    if (endNumber > from && endNumber <= to) return 2;
-    if (startNumber <= from && endNumber >= to) return 3;
-    return kind == Kind::item && startNumber == -1 && endNumber == -1 ? 4 : 0;
+    if (!isTimed()) return FoundBy::nothing;
+    if (startNumber >= from && startNumber < to) return FoundBy::startInRange;
+    if (endNumber > from && endNumber <= to) return FoundBy::endInRange;
+    if (startNumber <= from && endNumber >= to) return FoundBy::coveringRange;
+    const bool groupOnly = kind == Kind::item && startNumber == -1 && endNumber == -1;
+    return groupOnly ? FoundBy::groupOnly : FoundBy::nothing;
 }
 
-int TrackEntry::searchInside(FrameRange range) const {
-    if (kind != Kind::item) return 0;
+FoundBy TrackEntry::foundInside(FrameRange range) const {
+    if (kind != Kind::item) return FoundBy::nothing;
     if (startNumber >= static_cast<double>(range.start.count) &&
         endNumber <= static_cast<double>(range.end.count))
-        return 1;
-    return startNumber == -1 && endNumber == -1 ? 2 : 0;
+        return FoundBy::ownRange;
+    return startNumber == -1 && endNumber == -1 ? FoundBy::groupOnly : FoundBy::nothing;
 }
 
-SequenceIndex::Id SequenceIndex::add(XMLNode node) {
-    TreeNode treeNode;
-    treeNode.entry = TrackEntry::of(node);
-    nodes_.push_back(treeNode);
-    return static_cast<Id>(nodes_.size() - 1);
+// Numbers of nodes
+
+std::size_t SequenceIndex::slotOf(XMLNode node) const {
+    // Fibonacci hashing: nodes lie at regular distances.
+    const auto key = reinterpret_cast<std::uintptr_t>(node.identity());
+    const std::size_t mask = slots_.size() - 1;
+    std::size_t slot = (key * 0x9E3779B97F4A7C15u >> 20) & mask;
+    while (slots_[slot] != none && entry(slots_[slot]).node != node) slot = (slot + 1) & mask;
+    return slot;
+}
+
+SequenceIndex::Id SequenceIndex::find(XMLNode node) const {
+    return slots_.empty() ? none : slots_[slotOf(node)];
+}
+
+SequenceIndex::Id SequenceIndex::add(XMLNode xml) {
+    if (const Id known = find(xml); known != none) return known;
+    if (count_ * std::size_t{2} >= slots_.size()) {
+        slots_.assign(std::max<std::size_t>(64, slots_.size() * 2), none);
+        for (Id id = 0; id < count_; ++id) slots_[slotOf(entry(id).node)] = id;
+    }
+    if (count_ % pageSize == 0) pages_.push_back(std::make_unique<TreeNode[]>(pageSize));
+    const Id id = count_++;
+    slots_[slotOf(xml)] = id;
+    node(id).entry = TrackEntry::of(xml);
+    return id;
 }
 
 // Building and walking
 
 TrackIndex::TrackIndex(SequenceIndex& sequence, XMLNode track)
     : sequence_(&sequence), track_(track) {
-    const Id firstId = static_cast<Id>(sequence.nodes_.size());
-    for (XMLNode node = track.firstChild(); node; node = node.nextSibling()) sequence.add(node);
-    const std::size_t n = sequence.nodes_.size() - firstId;
-    for (std::size_t i = 0; i < n; ++i) {
-        TrackEntry& entry = at(firstId + static_cast<Id>(i)).entry;
-        const TrackEntry* before = i > 0 ? &at(firstId + static_cast<Id>(i - 1)).entry : nullptr;
-        const TrackEntry* after = i + 1 < n ? &at(firstId + static_cast<Id>(i + 1)).entry : nullptr;
-        const bool transition = entry.kind == TrackEntry::Kind::transition;
-        // A transition that the clip before it runs into too does not end a walk back.
-        entry.stopsBackwardWalk =
-            !entry.startInTransition && !(transition && before && before->endInTransition);
-        entry.stopsForwardWalk =
-            !entry.endInTransition && !(transition && after && after->startInTransition);
-    }
-    setRoot(build(firstId, n));
+    rebuild();
 }
 
-TrackIndex::Id TrackIndex::build(Id firstId, std::size_t n) {
-    if (n == 0) return none;
-    const std::size_t half = n / 2;
-    const Id middle = firstId + static_cast<Id>(half);
-    const Id left = build(firstId, half);
-    const Id right = build(middle + 1, n - half - 1);
+void TrackIndex::rebuild() const {
+    stale_ = false;
+    dissolve(root_);
+    root_ = none;
+    std::vector<Id> ids;
+    for (XMLNode node = track_.firstChild(); node; node = node.nextSibling()) {
+        const Id known = sequence_->count_;
+        const Id id = sequence_->add(node);
+        if (id < known) {
+            if (const TrackIndex* const home = at(id).home) home->rebuild();
+            at(id).entry = TrackEntry::of(node);
+        }
+        ids.push_back(id);
+    }
+    for (std::size_t i = 0; i < ids.size(); ++i) {
+        TrackEntry& e = at(ids[i]).entry;
+        const TrackEntry* const before = i > 0 ? &at(ids[i - 1]).entry : nullptr;
+        const TrackEntry* const after = i + 1 < ids.size() ? &at(ids[i + 1]).entry : nullptr;
+        const bool transition = e.kind == TrackEntry::Kind::transition;
+        // A transition that the clip before it runs into too does not end a walk back.
+        e.stopsBackwardWalk =
+            !e.startInTransition && !(transition && before && before->endInTransition);
+        e.stopsForwardWalk =
+            !e.endInTransition && !(transition && after && after->startInTransition);
+    }
+    root_ = build(ids);
+    if (root_ != none) at(root_).parent = none;
+}
+
+// Leaves the entries of a tree without one, ready for another. No deeper than the tree is.
+void TrackIndex::dissolve(Id subtree) const {
+    if (subtree == none) return;
+    SequenceIndex::TreeNode& node = at(subtree);
+    dissolve(node.left);
+    dissolve(node.right);
+    node.left = node.right = node.parent = none;
+    node.home = nullptr;
+}
+
+TrackIndex::Id TrackIndex::build(std::span<const Id> ids) const {
+    if (ids.empty()) return none;
+    const std::size_t half = ids.size() / 2;
+    const Id middle = ids[half];
+    const Id left = build(ids.first(half));
+    const Id right = build(ids.subspan(half + 1));
     at(middle).left = left;
     at(middle).right = right;
+    at(middle).home = this;
     pull(middle);
     return middle;
 }
 
-std::size_t TrackIndex::childCount() const { return count(root_); }
+std::size_t TrackIndex::childCount() const {
+    bringUpToDate();
+    return count(root_);
+}
 
 TrackIndex::Id TrackIndex::leftmost(Id subtree) const {
     while (subtree != none && at(subtree).left != none) subtree = at(subtree).left;
@@ -162,18 +177,21 @@ TrackIndex::Id TrackIndex::rightmost(Id subtree) const {
 }
 
 TrackIndex::Id TrackIndex::next(Id id) const {
+    bringUpToDate();
     if (at(id).right != none) return leftmost(at(id).right);
     while (at(id).parent != none && at(at(id).parent).right == id) id = at(id).parent;
     return at(id).parent;
 }
 
 TrackIndex::Id TrackIndex::previous(Id id) const {
+    bringUpToDate();
     if (at(id).left != none) return rightmost(at(id).left);
     while (at(id).parent != none && at(at(id).parent).left == id) id = at(id).parent;
     return at(id).parent;
 }
 
 std::vector<TrackIndex::Id> TrackIndex::items() const {
+    bringUpToDate();
     std::vector<Id> ids;
     for (Id id = leftmost(root_); id != none; id = next(id))
         if (entry(id).kind == TrackEntry::Kind::item) ids.push_back(id);
@@ -181,17 +199,19 @@ std::vector<TrackIndex::Id> TrackIndex::items() const {
 }
 
 std::vector<TrackIndex::Id> TrackIndex::entries(Id first, Id last) const {
+    bringUpToDate();
     std::vector<Id> ids{first};
     while (ids.back() != last) ids.push_back(next(ids.back()));
     return ids;
 }
 
 bool TrackIndex::holds(Id id) const {
-    while (at(id).parent != none) id = at(id).parent;
-    return id == root_;
+    bringUpToDate();
+    return at(id).home == this;
 }
 
 std::size_t TrackIndex::position(Id id) const {
+    bringUpToDate();
     std::size_t before = count(at(id).left);
     for (Id child = id, parent = at(id).parent; parent != none;
          child = parent, parent = at(parent).parent)
@@ -200,6 +220,7 @@ std::size_t TrackIndex::position(Id id) const {
 }
 
 TrackIndex::Id TrackIndex::entryAt(std::size_t place) const {
+    bringUpToDate();
     for (Id id = root_; id != none;) {
         const std::size_t before = count(at(id).left);
         if (place == before) return id;
@@ -215,7 +236,7 @@ TrackIndex::Id TrackIndex::entryAt(std::size_t place) const {
 
 // Summaries
 
-void TrackIndex::pull(Id id) {
+void TrackIndex::pull(Id id) const {
     SequenceIndex::TreeNode& node = at(id);
     const TrackEntry& e = node.entry;
     SequenceIndex::Summary s;
@@ -288,11 +309,6 @@ SequenceIndex::Summary TrackIndex::countsUpTo(Id id) const {
 
 // Keeping current
 
-void TrackIndex::setRoot(Id id) {
-    root_ = id;
-    if (id != none) at(id).parent = none;
-}
-
 void TrackIndex::split(Id subtree, std::size_t leftCount, Id& left, Id& right) {
     if (subtree == none) {
         left = right = none;
@@ -343,6 +359,7 @@ void TrackIndex::cut(Id id) {
     slot = merge(at(id).left, at(id).right);
     if (slot != none) at(slot).parent = parent;
     at(id).left = at(id).right = at(id).parent = none;
+    at(id).home = nullptr;
     pullUpFrom(parent);
 }
 
@@ -360,6 +377,7 @@ void TrackIndex::paste(Id id, std::size_t place) {
     at(id).left = before;
     at(id).right = after;
     at(id).parent = parent;
+    at(id).home = this;
     pull(id);
     *slot = id;
     pullUpFrom(parent);
@@ -384,13 +402,13 @@ void TrackIndex::refreshStopsAround(Id id) {
     for (const Id changed : {id, previous(id), next(id)}) refreshStops(changed);
 }
 
-void TrackIndex::takeOver(TrackIndex& from, Id id, std::size_t place) {
-    from.remove(id);
-    paste(id, place);
-    refreshStopsAround(id);
+void TrackIndex::watch() {
+    bringUpToDate();
+    watched_ = true;
 }
 
-void TrackIndex::remove(Id id) {
+void TrackIndex::removed(Id id) {
+    if (!follows()) return markStale();
     const Id before = previous(id);
     const Id after = next(id);
     cut(id);
@@ -398,14 +416,17 @@ void TrackIndex::remove(Id id) {
     refreshStops(after);
 }
 
-void TrackIndex::insertAt(std::size_t place, XMLNode node) {
+void TrackIndex::placed(XMLNode node, Id next) {
+    if (!follows()) return markStale();
     const Id id = sequence_->add(node);
-    pull(id);
-    paste(id, place);
+    // A tree that has not followed the node's way out still holds it.
+    if (const TrackIndex* const home = at(id).home) home->rebuild();
+    paste(id, next == none ? count(root_) : position(next));
     refreshStopsAround(id);
 }
 
-void TrackIndex::reread(Id id) {
+void TrackIndex::retimed(Id id) {
+    if (!follows()) return markStale();
     TrackEntry& entry = at(id).entry;
     const TrackEntry before = entry;
     entry = TrackEntry::of(before.node);

@@ -16,23 +16,31 @@
 //
 // Files may hold any text as a time. Own edges are compared as XPath numbers and groups by leading
 // integers, as queries on the tree would, so that the answers are the same for malformed files too.
-// Owner: SequenceIndex. Thread rule: the thread that edits the sequence.
+// Passes only ask; TimelineEdit, which makes the indexes, keeps them right.
+// Owner: TimelineEdit; a reference stays valid as long as it lives, whatever is edited.
+// Thread rule: the thread that edits the sequence.
 #pragma once
 
-#include "time/Frames.h"
+#include "time/FrameRange.h"
 #include "xml/XMLNode.h"
 
 #include <cstdint>
 #include <limits>
+#include <memory>
 #include <optional>
+#include <span>
 #include <vector>
 
 namespace reelsweep {
 
-/// Frames [start, end), end exclusive; -1 where a group runs off its track.
-struct FrameRange {
-    Frames start;
-    Frames end;
+/// By which of its searches a pass finds an item; searches are made in this order.
+enum class FoundBy : std::uint8_t {
+    nothing,
+    startInRange,
+    endInRange,
+    coveringRange,
+    ownRange,   ///< both of its own edges lie inside the range
+    groupOnly,  ///< a clip without an edge of its own, which only its group places
 };
 
 /// One child node of a track, whatever it is, with its times as the searches need them.
@@ -56,13 +64,12 @@ struct TrackEntry {
     bool isPlain = false;
 
     bool isTimed() const { return kind != Kind::other; }
-    /// Which of the searches for what stands in the way of a range finds the entry by its own
-    /// edges: 1 starts inside, 2 ends inside, 3 covers it, 4 a clip that only its group places; 0
-    /// none of them.
-    int searchInTheWayOf(FrameRange range) const;
-    /// The same for what lies inside a range, clips and generators only: 1 by its own edges, 2 a
-    /// clip that only its group places; 0 neither.
-    int searchInside(FrameRange range) const;
+    /// Which of the searches for what stands in the way of a range finds the entry:
+    /// startInRange, endInRange, coveringRange, groupOnly or nothing.
+    FoundBy foundInTheWayOf(FrameRange range) const;
+    /// The same for the searches for what lies inside a range, clips and generators only: ownRange,
+    /// groupOnly or nothing.
+    FoundBy foundInside(FrameRange range) const;
     /// Both edges inside transitions: only its group says where it is.
     bool isMiddleOfChain() const {
         return kind == Kind::item && startInTransition && endInTransition;
@@ -94,7 +101,10 @@ public:
     using Id = std::uint32_t;
     static constexpr Id none = std::numeric_limits<Id>::max();
 
-    const TrackEntry& entry(Id id) const { return nodes_[id].entry; }
+    /// The reference stays valid, and current, while the sequence is edited.
+    const TrackEntry& entry(Id id) const { return node(id).entry; }
+    /// The number of a node that is or was a child of an indexed track; none for any other.
+    Id find(XMLNode node) const;
 
 private:
     friend class TrackIndex;
@@ -120,14 +130,23 @@ private:
     struct TreeNode {
         TrackEntry entry;
         Summary summary;
+        const TrackIndex* home = nullptr;  ///< the index whose tree it stands in
         Id left = none;
         Id right = none;
         Id parent = none;
     };
 
-    Id add(XMLNode node);
+    /// The number of a node, which gets one when it has none.
+    Id add(XMLNode xml);
+    std::size_t slotOf(XMLNode node) const;
 
-    std::vector<TreeNode> nodes_;
+    /// Nodes stay where they are, so that whoever looks at one may edit.
+    static constexpr std::size_t pageSize = 512;
+    TreeNode& node(Id id) const { return pages_[id / pageSize][id % pageSize]; }
+
+    std::vector<std::unique_ptr<TreeNode[]>> pages_;
+    Id count_ = 0;
+    std::vector<Id> slots_;  ///< numbers by node, open addressing; a power of two of them
     std::uint64_t random_ = 0x9E3779B97F4A7C15u;
 };
 
@@ -136,11 +155,11 @@ public:
     using Id = SequenceIndex::Id;
     static constexpr Id none = SequenceIndex::none;
 
-    /// Indexes all child nodes of the track. O(n).
-    TrackIndex(SequenceIndex& sequence, XMLNode track);
-
     XMLNode track() const { return track_; }
-    const TrackEntry& entry(Id id) const { return sequence_->entry(id); }
+    const TrackEntry& entry(Id id) const {
+        bringUpToDate();
+        return sequence_->entry(id);
+    }
     std::size_t childCount() const;
     /// Clips and generators in order. O(n).
     std::vector<Id> items() const;
@@ -159,18 +178,18 @@ public:
     };
     Group group(Id id) const;
 
-    /// A stretch of siblings that no group reaches across the ends of.
-    struct Run {
+    /// Neighbouring entries whose groups all stay among them.
+    struct Stretch {
         Id first = none;
         Id last = none;
         /// One chain of clips joined by transitions, plain in every number, longer than two clips.
-        /// All its clips have the whole run as their group; only its first and last clip have an
-        /// edge of their own.
+        /// All its clips have the whole stretch as their group; only its first and last clip have
+        /// an edge of their own.
         bool isChain = false;
         FrameRange range;  ///< of the group; only for a chain
     };
-    /// The smallest run that holds `id`.
-    Run run(Id id) const;
+    /// The smallest stretch that holds `id`.
+    Stretch stretch(Id id) const;
 
     /// The first entry from `from` on (or from the start, for none) whose own edges make it a
     /// candidate for `range` and whose group conflicts with it. Null id when the range is free.
@@ -187,18 +206,30 @@ public:
     /// The entry at that index; none past the end.
     Id entryAt(std::size_t place) const;
 
-    // Keeping current. The tree of nodes is edited by TimelineEdit, which calls these.
-
-    /// Takes an entry over, from another track or from elsewhere on this one, to be the child at
-    /// `place` once it has left its old place.
-    void takeOver(TrackIndex& from, Id id, std::size_t place);
-    void remove(Id id);
-    /// Adds a node that now is the child at `place`.
-    void insertAt(std::size_t place, XMLNode node);
-    /// Reads the entry's times again.
-    void reread(Id id);
-
 private:
+    friend class TimelineEdit;
+
+    /// Indexes all child nodes of the track. O(n).
+    TrackIndex(SequenceIndex& sequence, XMLNode track);
+
+    // Keeping right: the door's business, which edits the tree first. A watched index follows each
+    // edit in O(log n). One that is not watched is marked as stale by the first edit, at no cost,
+    // and made anew in its place by the next question, in O(n).
+
+    void watch();
+    void unwatch() { watched_ = false; }
+    void removed(Id id);
+    /// A node has come to stand before the entry `next`, at the end for none.
+    void placed(XMLNode node, Id next);
+    void retimed(Id id);
+    void markStale() { stale_ = true; }
+
+    bool follows() const { return watched_ && !stale_; }
+    void bringUpToDate() const {
+        if (stale_) rebuild();
+    }
+    void rebuild() const;
+
     struct Bounds;
     template <class Possible, class Wanted>
     Id find(Id subtree, FrameRange around, std::size_t skip, const Possible& possible,
@@ -206,12 +237,12 @@ private:
     template <class Possible, class Wanted>
     Id findFrom(Id from, const Possible& possible, const Wanted& wanted) const;
 
-    SequenceIndex::TreeNode& at(Id id) const { return sequence_->nodes_[id]; }
+    SequenceIndex::TreeNode& at(Id id) const { return sequence_->node(id); }
     std::size_t count(Id id) const { return id == none ? 0 : at(id).summary.count; }
-    Id build(Id firstId, std::size_t n);
+    Id build(std::span<const Id> ids) const;
     /// The summary of all entries up to and including `id`; only its counts are meant.
     SequenceIndex::Summary countsUpTo(Id id) const;
-    void pull(Id id);
+    void pull(Id id) const;
     void pullUpFrom(Id id);
     void refreshStops(Id id);
     void refreshStopsAround(Id id);
@@ -220,7 +251,7 @@ private:
     void split(Id subtree, std::size_t leftCount, Id& left, Id& right);
     Id merge(Id left, Id right);
     bool chance(std::size_t part, std::size_t whole);
-    void setRoot(Id id);
+    void dissolve(Id subtree) const;
     void cut(Id id);
     void paste(Id id, std::size_t place);
     Id lastBackwardStopBefore(Id id) const;
@@ -230,7 +261,9 @@ private:
 
     SequenceIndex* sequence_;
     XMLNode track_;
-    Id root_ = none;
+    mutable Id root_ = none;
+    mutable bool stale_ = false;
+    bool watched_ = true;
 };
 
 }  // namespace reelsweep

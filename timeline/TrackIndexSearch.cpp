@@ -61,6 +61,7 @@ TrackIndex::Id TrackIndex::find(Id subtree, FrameRange around, std::size_t skip,
 
 template <class Possible, class Wanted>
 TrackIndex::Id TrackIndex::findFrom(Id from, const Possible& possible, const Wanted& wanted) const {
+    bringUpToDate();
     const FrameRange offTrack{edgeInTransition, edgeInTransition};
     return find(root_, offTrack, from == none ? 0 : position(from), possible, wanted);
 }
@@ -69,7 +70,7 @@ TrackIndex::Id TrackIndex::firstInTheWay(FrameRange range, Id from) const {
     return findFrom(
         from, [&](const auto&, const Bounds& bounds) { return bounds.mayConflict(range); },
         [&](const TrackEntry& e, FrameRange group) {
-            return conflict(group, range) && e.searchInTheWayOf(range) != 0;
+            return conflict(group, range) && e.foundInTheWayOf(range) != FoundBy::nothing;
         });
 }
 
@@ -78,7 +79,7 @@ TrackIndex::Id TrackIndex::firstInside(FrameRange range, Id from) const {
         from, [&](const auto&, const Bounds& bounds) { return bounds.mayLieInside(range); },
         [&](const TrackEntry& e, FrameRange group) {
             return group.start >= range.start && group.end <= range.end &&
-                   e.searchInside(range) != 0;
+                   e.foundInside(range) != FoundBy::nothing;
         });
 }
 
@@ -100,6 +101,7 @@ TrackIndex::Id TrackIndex::firstOverlapping(FrameRange range, Id from) const {
 }
 
 TrackIndex::Id TrackIndex::lastEndingBy(Frames frame) const {
+    bringUpToDate();
     const double latest = static_cast<double>(frame.count);
     Id id = root_;
     while (id != none && at(id).summary.smallestRealEnd <= latest) {
@@ -115,7 +117,7 @@ TrackIndex::Id TrackIndex::lastEndingBy(Frames frame) const {
     return none;
 }
 
-// Groups and runs
+// Groups and stretches
 
 TrackIndex::Id TrackIndex::lastBackwardStopBefore(Id id) const {
     const auto lastIn = [&](Id subtree) {
@@ -168,6 +170,7 @@ TrackIndex::Id TrackIndex::firstForwardStopAfter(Id id) const {
 }
 
 TrackIndex::Group TrackIndex::group(Id id) const {
+    bringUpToDate();
     const TrackEntry& e = entry(id);
     Group group{id, id, {e.start, e.end}};
     if (e.startInTransition) {
@@ -209,7 +212,7 @@ bool TrackIndex::isChain(const Group& group) const {
            !crossedAfter(group.last);
 }
 
-TrackIndex::Run TrackIndex::run(Id id) const {
+TrackIndex::Stretch TrackIndex::stretch(Id id) const {
     const std::size_t here = position(id);
     // A transition has a group of its own; its neighbours tell whether it stands in a chain.
     for (const Id seed : {id, previous(id), next(id)}) {
@@ -218,12 +221,12 @@ TrackIndex::Run TrackIndex::run(Id id) const {
         if (position(chain.first) <= here && here <= position(chain.last) && isChain(chain))
             return {chain.first, chain.last, true, chain.range};
     }
-    Run run{id, id, false, {}};
-    for (Id before = previous(run.first); before != none && crossedAfter(before);
-         before = previous(run.first))
-        run.first = before;
-    while (crossedAfter(run.last)) run.last = next(run.last);
-    return run;
+    Stretch stretch{id, id, false, {}};
+    for (Id before = previous(stretch.first); before != none && crossedAfter(before);
+         before = previous(stretch.first))
+        stretch.first = before;
+    while (crossedAfter(stretch.last)) stretch.last = next(stretch.last);
+    return stretch;
 }
 
 }  // namespace reelsweep

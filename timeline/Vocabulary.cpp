@@ -6,10 +6,10 @@ namespace reelsweep {
 
 const char* description(MediaType type) { return type == MediaType::video ? "video" : "audio"; }
 
-std::vector<XMLNode> mainTracks(XMLNode sequence, const char* type) {
+std::vector<XMLNode> mainTracks(XMLNode sequence, MediaType type) {
     std::vector<XMLNode> tracks;
-    for (const XMLNode track : childrenNamed(sequence.child("media").child(type), "track"))
-        tracks.push_back(track);
+    const XMLNode list = sequence.child("media").child(description(type));
+    for (const XMLNode track : childrenNamed(list, "track")) tracks.push_back(track);
     return tracks;
 }
 

@@ -57,7 +57,7 @@ enum class MediaType { video, audio };
 const char* description(MediaType type);
 
 /// The tracks of the first video or audio element of the sequence's first media element.
-std::vector<XMLNode> mainTracks(XMLNode sequence, const char* type);
+std::vector<XMLNode> mainTracks(XMLNode sequence, MediaType type);
 
 /// Whether some text of the element is exactly this.
 bool hasText(XMLNode element, std::string_view text);

@@ -1,5 +1,5 @@
 // A standalone document defines whatever its sequences refer to, once, at the first use.
-#include "shell/StandaloneDelivery.h"
+#include "shell/QVFCPDoc.h"
 #include "tests/timeline/RecordingView.h"
 
 #include <gtest/gtest.h>
@@ -40,7 +40,7 @@ struct Source {
         const XMLDocument& xml = *document.projectController().xmlDoc();
         const std::string before = xml.serialise(XMLFormat::compact);
         document.startProcessing({"removeDisabledVideoClips"}, Delivery::none);
-        const Result<XMLDocument> output = standaloneDocument(document);
+        const Result<XMLDocument> output = document.standaloneXML();
         if (!output) return output.failure().description();
         EXPECT_EQ(xml.serialise(XMLFormat::compact), before);
         std::string text = output->serialise(XMLFormat::compact);
@@ -144,12 +144,14 @@ TEST(StandaloneDelivery, DefinesFilesAtTheirFirstUse) {
     }
 }
 
-TEST(StandaloneDelivery, AnswersNothingForACancelledRun) {
+TEST(StandaloneDelivery, AnswersNothingAfterAStop) {
     Source source(sequence("s", ""));
-    source.view.onLabel = [&](const std::string&) { source.document.cancelProgress(); };
-    source.document.setSelected(0, true);
-    source.document.startProcessing({}, Delivery::none);
-    const Result<XMLDocument> output = standaloneDocument(source.document);
+    const XMLDocument& xml = *source.document.projectController().xmlDoc();
+    const std::vector<XMLNode> sequences{xml.rootElement().firstChild()};
+    std::stop_source stop;
+    EXPECT_TRUE(standaloneDocument(xml, sequences, newestXMEMLVersion, stop.get_token()));
+    stop.request_stop();
+    const auto output = standaloneDocument(xml, sequences, newestXMEMLVersion, stop.get_token());
     ASSERT_FALSE(output);
     EXPECT_EQ(output.failure().code, FailureCode::cancelled);
 }

@@ -12,18 +12,19 @@ namespace {
 using Id = TrackIndex::Id;
 
 // Moves one group down. False when cancelled in the middle.
-bool moveGroup(PassRun& run, TrackIndex& from, const TrackIndex::Group& group, TrackIndex& lower) {
+bool moveGroup(PassRun& run, const TrackIndex& from, const TrackIndex::Group& group,
+               const TrackIndex& lower) {
     const Id before = lower.lastEndingBy(from.entry(group.first).wholeTexts.start);
     std::size_t place = before == TrackIndex::none ? 0 : lower.position(before) + 1;
     for (const Id id : from.entries(group.first, group.last)) {
         if (run.cancelled()) return false;
-        run.edit.move(from, id, lower, place++);
+        run.edit.move(from.entry(id).node, lower, place++);
     }
     return true;
 }
 
 // Moves down whatever of the upper track finds room on the lower one. False when cancelled.
-bool collapseOnto(PassRun& run, TrackIndex& upper, TrackIndex& lower, int lowerNumber) {
+bool collapseOnto(PassRun& run, const TrackIndex& upper, const TrackIndex& lower, int lowerNumber) {
     const std::vector<Id> upperClips = upper.items();
     std::unordered_map<Id, std::size_t> places;
     for (std::size_t j = 0; j < upperClips.size(); ++j) places[upperClips[j]] = j;
@@ -31,7 +32,7 @@ bool collapseOnto(PassRun& run, TrackIndex& upper, TrackIndex& lower, int lowerN
     for (std::size_t j = 0; j < upperClips.size(); ++j) {
         if (run.cancelled()) return false;
         // A clip may have moved down with an earlier one already: then its group is there.
-        TrackIndex& own = upper.holds(upperClips[j]) ? upper : lower;
+        const TrackIndex& own = upper.holds(upperClips[j]) ? upper : lower;
         const TrackIndex::Group group = own.group(upperClips[j]);
         if (lower.firstInTheWay(group.range) != TrackIndex::none) continue;
 
@@ -50,26 +51,29 @@ bool collapseOnto(PassRun& run, TrackIndex& upper, TrackIndex& lower, int lowerN
     return true;
 }
 
-}  // namespace
-
-XMLNode collapseTracks(PassRun& run, XMLNode sequence, bool reverse) {
-    run.setProgressLabelText("Collapsing tracks...");
+Outcome collapseTracks(PassRun& run, bool reverse) {
+    run.showProgress("Collapsing tracks...");
     Log::fastAppend("Collapsing tracks...");
     if (reverse) Log::fastAppend("Reversed");
-    const std::vector<XMLNode> tracks = mainTracks(sequence, "video");
-    if (!tracks.empty() && run.cancelled()) return {};
+    const std::vector<XMLNode> tracks = mainTracks(run.sequence(), MediaType::video);
+    if (!tracks.empty() && run.cancelled()) return PassRun::stopped();
     Log::fastAppend("Total tracks to process: %i", tracks.size());
 
     // A clip falls one track a visit: from the top down it can fall on, from the bottom up it
     // cannot.
     for (std::size_t step = 1; step < tracks.size(); ++step) {
         const std::size_t upper = reverse ? tracks.size() - step : step;
-        if (run.cancelled()) return {};
+        if (run.cancelled()) return PassRun::stopped();
         if (!collapseOnto(run, run.edit.index(tracks[upper]), run.edit.index(tracks[upper - 1]),
                           static_cast<int>(upper - 1)))
-            return {};
+            return PassRun::stopped();
     }
-    return sequence;
+    return Done{};
 }
+
+}  // namespace
+
+Outcome collapseTracksFromTheTop(PassRun& run) { return collapseTracks(run, true); }
+Outcome collapseTracksFromTheBottom(PassRun& run) { return collapseTracks(run, false); }
 
 }  // namespace reelsweep::passes

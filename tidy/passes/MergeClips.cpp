@@ -40,7 +40,7 @@ void addIfCut(const TrackIndex& lower, Id id, FrameRange range, Found& found) {
 
 // In a chain every clip but the first and the last has no edge of its own, and nothing to cut. Its
 // middle clips are always candidates, so the chain is hidden as one or not at all.
-void findInChain(const TrackIndex& lower, const TrackIndex::Run& chain, FrameRange range,
+void findInChain(const TrackIndex& lower, const TrackIndex::Stretch& chain, FrameRange range,
                  Found& found) {
     if (!conflict(chain.range, range)) return;
     found.any = true;
@@ -59,79 +59,88 @@ void findInChain(const TrackIndex& lower, const TrackIndex::Run& chain, FrameRan
     if (!ownEdges(chain.last)) addIfCut(lower, chain.last, range, found);
 }
 
-void findInRun(const PassRun& pass, const TrackIndex& lower, const TrackIndex::Run& run,
-               FrameRange range, Found& found) {
-    const std::vector<Id> overlapped = hiddenInRun(
-        pass, lower, run, 4, [&](const TrackEntry& e) { return e.searchInTheWayOf(range); },
+void findInStretch(const PassRun& run, const TrackIndex& lower, const TrackIndex::Stretch& stretch,
+                   FrameRange range, Found& found) {
+    const std::vector<Id> overlapped = hiddenInStretch(
+        run, lower, stretch, [&](const TrackEntry& e) { return e.foundInTheWayOf(range); },
         [&](FrameRange group) { return conflict(group, range); });
     found.any = found.any || !overlapped.empty();
     for (const Id id : overlapped) addIfCut(lower, id, range, found);
 }
 
-Found findOverlapped(const PassRun& pass, const TrackIndex& lower, FrameRange range) {
+Found findOverlapped(const PassRun& run, const TrackIndex& lower, FrameRange range) {
     Found found;
     Id hit = lower.firstInTheWay(range);
     while (hit != TrackIndex::none) {
-        const TrackIndex::Run run = lower.run(hit);
+        const TrackIndex::Stretch stretch = lower.stretch(hit);
         // A range that starts or ends at -1 reaches the edges inside transitions by themselves.
-        if (run.isChain && std::min(range.start, range.end) > edgeInTransition)
-            findInChain(lower, run, range, found);
+        if (stretch.isChain && std::min(range.start, range.end) > edgeInTransition)
+            findInChain(lower, stretch, range, found);
         else
-            findInRun(pass, lower, run, range, found);
-        const Id after = lower.next(run.last);
+            findInStretch(run, lower, stretch, range, found);
+        const Id after = lower.next(stretch.last);
         hit = after == TrackIndex::none ? after : lower.firstInTheWay(range, after);
     }
     return found;
 }
 
 // An editing system finds a clip's media by `in` and its place by `start` and `end`; `out` and
-// `duration` tell how much of the media there is, and stay as they are.
-void cut(PassRun& run, TrackIndex& lower, Id id, FrameRange range, const std::string& reason) {
+// `duration` tell how much of the media there is, and stay as they are. True when the clip was split.
+bool cut(PassRun& run, const TrackIndex& lower, Id id, FrameRange range,
+         const std::string& reason) {
     const TrackEntry& entry = lower.entry(id);
-    const Frames in = leadingFrames(entry.node.child("in").stringValue());
+    const XMLNode clip = entry.node;
+    const Frames in = framesOf(clip.child("in"));
     const ItemTimes tail{
         .start = range.end, .end = {}, .in = in - entry.wholeTexts.start + range.end, .out = {}};
     switch (overlapOf(entry.wholeTexts, range)) {
-        case Overlap::sticksOutOnBothSides: run.edit.split(lower, id, range, tail); break;
+        case Overlap::sticksOutOnBothSides: run.edit.split(clip, range, tail); return true;
         case Overlap::tailHidden:
-            run.edit.trim(lower, id, {.start = {}, .end = range.start, .in = {}, .out = {}});
+            run.edit.trim(clip, {.start = {}, .end = range.start, .in = {}, .out = {}});
             break;
-        case Overlap::headHidden: run.edit.trim(lower, id, tail); break;
-        case Overlap::inside: run.edit.detach(lower, id, reason); break;
+        case Overlap::headHidden: run.edit.trim(clip, tail); break;
+        case Overlap::inside: run.edit.detach(clip, reason); break;
         case Overlap::none: break;
     }
+    return false;
+}
+
+// Cuts what lies below one opaque clip. Answers how many clips became two.
+std::size_t cutBelow(PassRun& run, const OpaqueClip& clip, const std::vector<Id>& cuts,
+                     FrameRange range, const std::string& reason) {
+    std::size_t splits = 0;
+    for (const Id id : cuts) {
+        if (run.cancelled()) break;
+        if (cut(run, clip.lower, id, range, reason)) ++splits;
+    }
+    return splits;
 }
 
 }  // namespace
 
-XMLNode mergeClips(PassRun& run, XMLNode sequence) {
-    run.setProgressLabelText("Merging clips...");
+Outcome mergeClips(PassRun& run) {
+    run.showProgress("Merging clips...");
     Log::append("Merging clips...");
     // A clip can stick out on both sides of each other clip once. Far more splits mean that clips
     // overlap or end before they start: each such clip may double what lies below it.
     const std::size_t mostSplits = run.edit.itemsBefore() + 10000;
     std::size_t splits = 0;
-    const bool done = visitOpaqueClips(run, sequence, [&](const OpaqueClip& clip) {
+    return visitOpaqueClips(run, [&](const OpaqueClip& clip) -> Outcome {
         const FrameRange range = opaqueMiddle(clip);
         const Found found = findOverlapped(run, clip.lower, range);
-        if (run.cancelled()) return false;
-        if (!found.any) return true;
+        if (run.cancelled()) return PassRun::stopped();
+        if (!found.any) return Done{};
         Log::fastAppend("Lower track %i has partially obscured clip(s) below %@,%@",
                         clip.lowerNumber, range.start, range.end);
         const std::string reason = hiddenReason(run, clip, range);
-        for (const Id id : found.cuts) {
-            if (run.cancelled()) return false;
-            const std::size_t before = clip.lower.childCount();
-            cut(run, clip.lower, id, range, reason);
-            if (clip.lower.childCount() > before && ++splits > mostSplits) {
-                run.failure = "Clips were split again and again, " + std::to_string(splits) +
-                              " times; the last was " + reason;
-                return false;
-            }
-        }
-        return true;
+        splits += cutBelow(run, clip, found.cuts, range, reason);
+        if (run.cancelled()) return PassRun::stopped();
+        if (splits > mostSplits)
+            return Failure{FailureCode::processing, "Clips were split again and again, " +
+                                                        std::to_string(splits) +
+                                                        " times; the last was " + reason};
+        return Done{};
     });
-    return done ? sequence : XMLNode();
 }
 
 }  // namespace reelsweep::passes

@@ -13,32 +13,32 @@ namespace reelsweep::passes {
 
 /// An opaque clip with the indexes of its track and of the track below.
 struct OpaqueClip {
-    TrackIndex& upper;
-    TrackIndex& lower;
+    const TrackIndex& upper;
+    const TrackIndex& lower;
     int lowerNumber;  ///< from 0
     TrackIndex::Id id;
     TrackIndex::Group group;
 };
 
-/// Visits every opaque clip above another video track, top track first. False when cancelled; a
-/// visit answers false to say so too.
+/// Visits every opaque clip above another video track, top track first, until the run is stopped
+/// or a visit fails.
 template <class Visit>
-bool visitOpaqueClips(PassRun& run, XMLNode sequence, Visit visit) {
-    const std::vector<XMLNode> tracks = mainTracks(sequence, "video");
-    if (!tracks.empty() && run.cancelled()) return false;
+Outcome visitOpaqueClips(PassRun& run, Visit visit) {
+    const std::vector<XMLNode> tracks = mainTracks(run.sequence(), MediaType::video);
+    if (!tracks.empty() && run.cancelled()) return PassRun::stopped();
     Log::fastAppend("Total tracks to process: %i", tracks.size());
     for (std::size_t u = tracks.size(); u-- > 1;) {
-        if (run.cancelled()) return false;
-        TrackIndex& upper = run.edit.index(tracks[u]);
-        TrackIndex& lower = run.edit.index(tracks[u - 1]);
+        if (run.cancelled()) return PassRun::stopped();
+        const TrackIndex& upper = run.edit.index(tracks[u]);
+        const TrackIndex& lower = run.edit.index(tracks[u - 1]);
         for (const TrackIndex::Id id : upper.items()) {
-            if (run.cancelled()) return false;
+            if (run.cancelled()) return PassRun::stopped();
             if (isClipTransparent(upper.entry(id).node, run.ignoredEffects)) continue;
-            if (!visit(OpaqueClip{upper, lower, static_cast<int>(u) - 1, id, upper.group(id)}))
-                return false;
+            const OpaqueClip clip{upper, lower, static_cast<int>(u) - 1, id, upper.group(id)};
+            if (Outcome visited = visit(clip); !visited) return visited;
         }
     }
-    return true;
+    return Done{};
 }
 
 /// A list of entries in the order in which they were first put in, without duplicates.
@@ -63,28 +63,28 @@ private:
     std::unordered_map<TrackIndex::Id, std::size_t> places_;
 };
 
-/// Works out, over one run of a track, which entries a clip above hides. What is answered after a
-/// cancel is incomplete.
+/// Works out, over one stretch of a track, which entries a clip above hides. What is answered after
+/// a stop is incomplete.
 ///
-/// `search` tells by which search an entry is found (from 1; 0 for none). What the searches find,
-/// in order of first appearance, is the set to begin with. Then each of these entries brings its
-/// whole group into the set when `keeps` holds for the group's range, and takes its whole group out
-/// when not.
+/// `search` tells by which search an entry is found. What the searches find, in order of first
+/// appearance, is the set to begin with. Then each of these entries brings its whole group into the
+/// set when `keeps` holds for the group's range, and takes its whole group out when not.
 template <class Search, class Keeps>
-std::vector<TrackIndex::Id> hiddenInRun(const PassRun& pass, const TrackIndex& track,
-                                        const TrackIndex::Run& run, int searches, Search search,
-                                        Keeps keeps) {
-    const std::vector<TrackIndex::Id> entries = track.entries(run.first, run.last);
+std::vector<TrackIndex::Id> hiddenInStretch(const PassRun& run, const TrackIndex& track,
+                                            const TrackIndex::Stretch& stretch, Search search,
+                                            Keeps keeps) {
+    const std::vector<TrackIndex::Id> entries = track.entries(stretch.first, stretch.last);
     std::vector<TrackIndex::Id> found;
-    for (int s = 1; s <= searches; ++s)
+    for (const FoundBy by : {FoundBy::startInRange, FoundBy::endInRange, FoundBy::coveringRange,
+                             FoundBy::ownRange, FoundBy::groupOnly})
         for (const TrackIndex::Id id : entries)
-            if (search(track.entry(id)) == s) found.push_back(id);
+            if (search(track.entry(id)) == by) found.push_back(id);
 
     EntrySet hidden;
     for (const TrackIndex::Id id : found) hidden.add(id);
     TrackIndex::Group last;
     for (const TrackIndex::Id id : found) {
-        if (pass.cancelled()) break;
+        if (run.cancelled()) break;
         const TrackIndex::Group group = track.group(id);
         // All clips of a long chain have one group, and once is enough for it.
         if (group.first == last.first && group.last == last.last) continue;

@@ -1,58 +1,64 @@
-// The clean-up passes. Each edits the sequence in place through the run's TimelineEdit and answers
-// it, or null when the run was cancelled: what was done before the cancel stays done.
+// The clean-up passes. Each edits the run's sequence in place through its TimelineEdit. It fails
+// with cancelled when the run was stopped: what was done before stays done.
 //
 // Thread rule: the run's thread.
 #pragma once
 
+#include "base/Failure.h"
 #include "tidy/PassRun.h"
 #include "xml/XMLNode.h"
 
-#include <string_view>
+#include <string>
+#include <vector>
 
 namespace reelsweep::passes {
 
-/// Takes out every disabled clip of that type ("video" or "audio") with all that moves with it.
+/// Takes out every disabled clip of the video or of the audio tracks with all that moves with it.
 ///   [aa]x[!b]   ->   (group gone)
-XMLNode removeDisabledClips(PassRun& run, XMLNode sequence, std::string_view type);
+Outcome removeDisabledVideoClips(PassRun& run);
+Outcome removeDisabledAudioClips(PassRun& run);
 
 /// Takes out every audio clip whose level is exactly "0", with all that moves with it.
-XMLNode removeSilentAudioClips(PassRun& run, XMLNode sequence);
+Outcome removeSilentAudioClips(PassRun& run);
 
 /// Takes out lower clips that lie wholly under one opaque clip of the track above.
 ///   V2   [######]         V2   [######]
 ///   V1  a [bb] cc    ->   V1  a        cc
-XMLNode removeObscuredClips(PassRun& run, XMLNode sequence);
+Outcome removeObscuredClips(PassRun& run);
 
 /// Moves clips down a track wherever the lower track is free for as long as their group lasts.
-/// `reverse` visits the upper tracks from the top down, so a clip may fall through several.
+/// From the top down a clip may fall through several tracks, from the bottom up by one.
 ///   V2      [##]              V2
 ///   V1 [aa]        ->         V1 [aa] [##]
-XMLNode collapseTracks(PassRun& run, XMLNode sequence, bool reverse);
+Outcome collapseTracksFromTheTop(PassRun& run);
+Outcome collapseTracksFromTheBottom(PassRun& run);
 
-/// An opaque upper clip cuts what it hides below it.
+/// An opaque upper clip cuts what it hides below it. Fails with processing when clips would be
+/// split without end.
 ///   V2        [####]              V2        [####]
 ///   V1   [aaaaaaaaaaaaa]    ->    V1   [aaa]      [aaa]
-XMLNode mergeClips(PassRun& run, XMLNode sequence);
+Outcome mergeClips(PassRun& run);
 
 /// Flags every multiclip on video tracks as collapsed.
-XMLNode collapseMulticlips(PassRun& run, XMLNode sequence);
+Outcome collapseMulticlips(PassRun& run);
 
 /// Takes out video tracks without clips, but never the first.
-XMLNode removeUnusedTracks(PassRun& run, XMLNode sequence);
+Outcome removeUnusedTracks(PassRun& run);
 
 /// Fills the holes before and between the clips of the first video track with slugs.
 ///   --[aa]---[bb]--   ->   [s][aa][s][bb]--
-XMLNode replaceGapsWithSlugs(PassRun& run, XMLNode sequence);
+Outcome replaceGapsWithSlugs(PassRun& run);
 
 /// Takes out every filter, at any depth.
-XMLNode removeFilters(PassRun& run, XMLNode sequence);
+Outcome removeFilters(PassRun& run);
 
 /// Takes out every marker, at any depth.
-XMLNode removeMarkers(PassRun& run, XMLNode sequence);
+Outcome removeMarkers(PassRun& run);
 
-/// Takes out the transitions of that type's tracks; the clips that ran into one meet at a cut.
+/// Takes out the transitions of the video or of the audio tracks; the clips that ran into one meet at a cut.
 ///   [aaaa(xx)bbbb]   ->   [aaaaa|bbbbb]
-XMLNode removeTransitions(PassRun& run, XMLNode sequence, std::string_view type);
+Outcome removeVideoTransitions(PassRun& run);
+Outcome removeAudioTransitions(PassRun& run);
 
 /// Whether a clip lets the track below show through: then it hides nothing.
 bool isClipTransparent(XMLNode clip, const std::vector<std::string>& ignoredEffects);

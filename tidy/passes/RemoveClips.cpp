@@ -29,7 +29,7 @@ bool isSilent(XMLNode clip) {
 }
 
 template <class Wanted>
-std::vector<XMLNode> clipsInMainTracks(XMLNode sequence, const char* type, Wanted wanted) {
+std::vector<XMLNode> clipsInMainTracks(XMLNode sequence, MediaType type, Wanted wanted) {
     std::vector<XMLNode> clips;
     for (const XMLNode track : mainTracks(sequence, type))
         for (XMLNode node = track.firstChild(); node; node = node.nextSibling())
@@ -37,35 +37,43 @@ std::vector<XMLNode> clipsInMainTracks(XMLNode sequence, const char* type, Wante
     return clips;
 }
 
-XMLNode removeWithGroups(PassRun& run, XMLNode sequence, const std::vector<XMLNode>& clips,
+Outcome removeWithGroups(PassRun& run, const std::vector<XMLNode>& clips,
                          const std::string& reason) {
     Log::fastAppend("Clips to disable: %@", description(clips));
     for (const XMLNode& clip : clips) {
-        if (run.cancelled()) return {};
+        if (run.cancelled()) return PassRun::stopped();
         for (const XMLNode& node : QVXMLParser::affectedNodesForClip(clip))
             run.edit.detach(
                 node, node == clip ? reason : "joined to " + displayName(clip) + ", " + reason);
     }
-    return sequence;
+    return Done{};
+}
+
+Outcome removeDisabledClips(PassRun& run, MediaType type) {
+    run.showProgress("Removing disabled " + std::string(description(type)) + " clips...");
+    const auto clips = clipsInMainTracks(run.sequence(), type, isDisabled);
+    return removeWithGroups(run, clips, "disabled");
 }
 
 }  // namespace
 
-XMLNode removeDisabledClips(PassRun& run, XMLNode sequence, std::string_view type) {
-    run.setProgressLabelText("Removing disabled " + std::string(type) + " clips...");
-    const auto clips = clipsInMainTracks(sequence, std::string(type).c_str(), isDisabled);
-    return removeWithGroups(run, sequence, clips, "disabled");
+Outcome removeDisabledVideoClips(PassRun& run) {
+    return removeDisabledClips(run, MediaType::video);
 }
 
-XMLNode removeSilentAudioClips(PassRun& run, XMLNode sequence) {
-    run.setProgressLabelText("Removing silent audio clips...");
+Outcome removeDisabledAudioClips(PassRun& run) {
+    return removeDisabledClips(run, MediaType::audio);
+}
+
+Outcome removeSilentAudioClips(PassRun& run) {
+    run.showProgress("Removing silent audio clips...");
     // Logs the words of the disabled-clip pass on purpose: people who read logs search for them.
-    const auto clips = clipsInMainTracks(sequence, "audio", isSilent);
-    return removeWithGroups(run, sequence, clips, "level 0");
+    const auto clips = clipsInMainTracks(run.sequence(), MediaType::audio, isSilent);
+    return removeWithGroups(run, clips, "level 0");
 }
 
-XMLNode collapseMulticlips(PassRun& run, XMLNode sequence) {
-    run.setProgressLabelText("Collapsing multiclips...");
+Outcome collapseMulticlips(PassRun& run) {
+    run.showProgress("Collapsing multiclips...");
     std::vector<XMLNode> flags;
     for (const XMLNode& collapsed : run.edit.elementsNamed("collapsed")) {
         const XMLNode multiclip = collapsed.parent();
@@ -76,14 +84,14 @@ XMLNode collapseMulticlips(PassRun& run, XMLNode sequence) {
             flags.push_back(collapsed);
     }
     for (const XMLNode& flag : flags) {
-        if (run.cancelled()) return {};
+        if (run.cancelled()) return PassRun::stopped();
         run.edit.setText(flag, "TRUE");
     }
-    return sequence;
+    return Done{};
 }
 
-XMLNode removeUnusedTracks(PassRun& run, XMLNode sequence) {
-    run.setProgressLabelText("Removing empty tracks...");
+Outcome removeUnusedTracks(PassRun& run) {
+    run.showProgress("Removing empty tracks...");
     std::vector<XMLNode> upperTracks;
     for (const XMLNode& track : run.edit.elementsNamed("track")) {
         const XMLNode parent = track.parent();
@@ -91,12 +99,12 @@ XMLNode removeUnusedTracks(PassRun& run, XMLNode sequence) {
             upperTracks.push_back(track);
     }
     for (const XMLNode& track : upperTracks) {
-        if (run.cancelled()) return {};
+        if (run.cancelled()) return PassRun::stopped();
         if (track.hasDescendant("clipitem") || track.hasDescendant("generatoritem")) continue;
         Log::fastAppend("Empty track at index: %i", track.index());
         run.edit.detachTrack(track, "no clips on it");
     }
-    return sequence;
+    return Done{};
 }
 
 }  // namespace reelsweep::passes

@@ -12,17 +12,17 @@ std::string hiddenReason(const PassRun& run, const OpaqueClip& clip, FrameRange 
 namespace {
 
 // Everything on the lower track whose whole group lies inside the range.
-std::vector<TrackIndex::Id> hiddenBelow(const PassRun& pass, const TrackIndex& lower,
+std::vector<TrackIndex::Id> hiddenBelow(const PassRun& run, const TrackIndex& lower,
                                         FrameRange range) {
     std::vector<TrackIndex::Id> all;
     TrackIndex::Id hit = lower.firstInside(range);
     while (hit != TrackIndex::none) {
-        const TrackIndex::Run run = lower.run(hit);
-        const std::vector<TrackIndex::Id> hidden = hiddenInRun(
-            pass, lower, run, 2, [&](const TrackEntry& e) { return e.searchInside(range); },
+        const TrackIndex::Stretch stretch = lower.stretch(hit);
+        const std::vector<TrackIndex::Id> hidden = hiddenInStretch(
+            run, lower, stretch, [&](const TrackEntry& e) { return e.foundInside(range); },
             [&](FrameRange group) { return group.start >= range.start && group.end <= range.end; });
         all.insert(all.end(), hidden.begin(), hidden.end());
-        const TrackIndex::Id after = lower.next(run.last);
+        const TrackIndex::Id after = lower.next(stretch.last);
         hit = after == TrackIndex::none ? after : lower.firstInside(range, after);
     }
     return all;
@@ -30,22 +30,21 @@ std::vector<TrackIndex::Id> hiddenBelow(const PassRun& pass, const TrackIndex& l
 
 }  // namespace
 
-XMLNode removeObscuredClips(PassRun& run, XMLNode sequence) {
+Outcome removeObscuredClips(PassRun& run) {
     // The collapse pass follows at once, so the label is its label.
-    run.setProgressLabelText("Collapsing tracks...");
+    run.showProgress("Collapsing tracks...");
     Log::append("Removing obscured clips...");
-    const bool done = visitOpaqueClips(run, sequence, [&](const OpaqueClip& clip) {
+    return visitOpaqueClips(run, [&](const OpaqueClip& clip) -> Outcome {
         const FrameRange range = clip.group.range;
         const std::vector<TrackIndex::Id> hidden = hiddenBelow(run, clip.lower, range);
-        if (run.cancelled()) return false;
-        if (hidden.empty()) return true;
+        if (run.cancelled()) return PassRun::stopped();
+        if (hidden.empty()) return Done{};
         Log::fastAppend("Lower track %i has fully obscured clip(s) %@-%@", clip.lowerNumber,
                         range.start, range.end);
         const std::string reason = hiddenReason(run, clip, range);
-        for (const TrackIndex::Id id : hidden) run.edit.detach(clip.lower, id, reason);
-        return true;
+        for (const TrackIndex::Id id : hidden) run.edit.detach(clip.lower.entry(id).node, reason);
+        return Done{};
     });
-    return done ? sequence : XMLNode();
 }
 
 }  // namespace reelsweep::passes

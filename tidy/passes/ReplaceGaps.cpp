@@ -24,8 +24,8 @@ std::string slugNumber(Frames frames) {
 // Slug3 and so on and refer to that file. There is no clip "Slug1": the id belongs to the file.
 class SlugMaker {
 public:
-    SlugMaker(TimelineEdit& edit, XMLNode sequence) {
-        const XMLNode rate = sequence.child("rate");
+    explicit SlugMaker(TimelineEdit& edit) {
+        const XMLNode rate = edit.sequence().child("rate");
         rateXML_ =
             rate ? serialise(rate) : "<rate><ntsc>false</ntsc><timebase>24</timebase></rate>";
         for (const XMLNode& source : edit.elementsNamed("mediaSource"))
@@ -81,7 +81,7 @@ public:
     };
     /// Clips must come in document order.
     Clip next(XMLNode clip) {
-        TrackIndex& index = edit_.index(clip.parent());
+        const TrackIndex& index = edit_.index(clip.parent());
         const auto [found, isNew] = siblings_.try_emplace(clip.parent());
         Siblings& siblings = found->second;
         if (isNew) siblings.clips = index.items();
@@ -101,21 +101,21 @@ private:
 
 }  // namespace
 
-XMLNode replaceGapsWithSlugs(PassRun& run, XMLNode sequence) {
-    run.setProgressLabelText("Replacing gaps with slugs...");
-    const XMLNode track = firstVideoTrack(sequence);
+Outcome replaceGapsWithSlugs(PassRun& run) {
+    run.showProgress("Replacing gaps with slugs...");
+    const XMLNode track = firstVideoTrack(run.sequence());
     if (!track) {
         Log::append("No video tracks found");
-        return sequence;
+        return Done{};
     }
-    if (run.cancelled()) return {};
-    SlugMaker slugs(run.edit, sequence);
+    if (run.cancelled()) return PassRun::stopped();
+    SlugMaker slugs(run.edit);
     const std::vector<XMLNode> clips = clipsBelow(track);
-    TrackIndex& index = run.edit.index(track);
+    const TrackIndex& index = run.edit.index(track);
     ClipRanges ranges(run.edit);
     Frames previousEnd;
     for (const XMLNode& clip : clips) {
-        if (run.cancelled()) return {};
+        if (run.cancelled()) return PassRun::stopped();
         Log::fastAppend("clip start: %@", clip.child("start").stringValue());
         const auto [range, place] = ranges.next(clip);
         Log::fastAppend("range start: %i", range.start.count);
@@ -123,7 +123,7 @@ XMLNode replaceGapsWithSlugs(PassRun& run, XMLNode sequence) {
         if (range.start > previousEnd) {
             Log::fastAppend("Gap from %i to %i", previousEnd.count, range.start.count);
             const std::string xml = slugs.makeXML({previousEnd, range.start});
-            const Result<XMLNode> slug = sequence.parseDetached(xml);
+            const Result<XMLNode> slug = track.parseDetached(xml);
             if (!slug) throw std::logic_error("slug: " + slug.failure().description());
             // A clip inside another item has an index among its own siblings: that is where the
             // slug goes, into the track all the same. And the slug stands before the clip itself,
@@ -135,7 +135,7 @@ XMLNode replaceGapsWithSlugs(PassRun& run, XMLNode sequence) {
         // the rest of that clip, as it always could.
         previousEnd = range.end;
     }
-    return sequence;
+    return Done{};
 }
 
 }  // namespace reelsweep::passes

@@ -1,9 +1,6 @@
-#include "shell/StandaloneDelivery.h"
-
-#include "hosts/QVAppleEvents.h"
+#include "documents/OutputBin.h"
 #include "timeline/Vocabulary.h"
 
-#include <stdexcept>
 #include <unordered_map>
 #include <unordered_set>
 
@@ -144,44 +141,21 @@ private:
     std::unordered_set<std::string> masterClips_;
 };
 
-// A document that any host may read: where the version of the one that is installed cannot be told,
-// the newest one.
-int xmemlVersion() {
-    constexpr int newest = 5;
-    try {
-        return QVAppleEvents::maximumXMEMLVersion();
-    } catch (const std::out_of_range&) {
-        return newest;
-    }
-}
-
 }  // namespace
 
-Result<XMLDocument> standaloneDocument(QVFCPDoc& document) {
-    const BinText text = BinText::make(xmemlVersion());
+Result<XMLDocument> standaloneDocument(const XMLDocument& source,
+                                       std::span<const XMLNode> sequences, int xmemlVersion,
+                                       std::stop_token stop) {
+    const BinText text = BinText::make(xmemlVersion);
     Result<XMLDocument> output = XMLDocument::parse(text.before + text.after);
     if (!output) return output;
     XMLNode children = output->rootElement().child("bin").child("children");
-    const auto records = document.sequenceArray();
-    for (const auto& record : *records) {
-        if (document.processingCancelled())
-            return Failure{FailureCode::cancelled, "cancelled", document.path(), 0, 0, ""};
-        if (!record->selected) continue;
-        const XMLNode processed = record->processedXMLRepresentation;
-        children.appendCopy(processed ? processed : record->xmlRepresentation);
+    for (const XMLNode& sequence : sequences) {
+        if (stop.stop_requested()) return Failure{FailureCode::cancelled, "cancelled"};
+        children.appendCopy(sequence);
     }
-    Completion(document.projectController().xmlDoc()->node(), children).run();
+    Completion(source.node(), children).run();
     return output;
-}
-
-Outcome writeStandaloneDocument(QVFCPDoc& document, const std::string& path) {
-    const Result<XMLDocument> standalone = standaloneDocument(document);
-    if (!standalone) return standalone.failure();
-    AtomicFile file(path, Overwrite::always);
-    if (Outcome opened = file.open(); !opened) return opened;
-    standalone->serialise(XMLFormat::pretty, file);
-    writeHFSCodes(file.descriptor(), finalCutProXMLCodes);
-    return file.commit();
 }
 
 }  // namespace reelsweep

@@ -1,0 +1,69 @@
+#include "documents/Document.h"
+
+#include "documents/FCPXMLDocument.h"
+#include "documents/SequenceDocument.h"
+
+namespace reelsweep {
+
+const char* description(Delivery delivery) {
+    switch (delivery) {
+        case Delivery::project: return "project";
+        case Delivery::standalone: return "standalone";
+        case Delivery::document: return "document";
+        case Delivery::host: return "host";
+        case Delivery::automatic:
+        case Delivery::none: break;
+    }
+    return "";
+}
+
+Result<FileIdentity> saveDocument(const XMLDocument& document, const std::string& path,
+                                  const SaveOptions& options) {
+    AtomicFile file(path, options.overwrite);
+    if (options.mustStillBe.known()) file.expectUnchanged(options.mustStillBe);
+    if (Outcome opened = file.open(); !opened) return opened.failure();
+    document.serialise(XMLFormat::pretty, file);
+    if (options.codes) writeHFSCodes(file.descriptor(), *options.codes);
+    const FileIdentity identity = FileIdentity::ofDescriptor(file.descriptor());
+    if (Outcome committed = file.commit(); !committed) return committed.failure();
+    return identity;
+}
+
+Outcome Tidied::save(const std::string& path, Overwrite overwrite) const {
+    if (!document_) return Failure{FailureCode::outputFailed, "there is no result to save", path};
+    const auto saved = saveDocument(*document_, path, {overwrite, {}, fileCodes_});
+    return saved ? Outcome(Done{}) : Outcome(saved.failure());
+}
+
+namespace {
+
+template <class Opened>
+Result<std::unique_ptr<Document>> asDocument(Result<std::unique_ptr<Opened>> opened) {
+    if (!opened) return opened.failure();
+    return std::unique_ptr<Document>(std::move(*opened));
+}
+
+}  // namespace
+
+Result<std::unique_ptr<Document>> openDocument(const std::string& path,
+                                               const OpenOptions& options) {
+    const Result<DocumentFormat> format = documentFormat(path);
+    if (!format) return format.failure();
+    switch (*format) {
+        case DocumentFormat::fcpxml: return asDocument(FCPXMLDocument::open(path));
+        case DocumentFormat::nativeProject:
+            if (options.host) return asDocument(NativeDocument::open(path, *options.host));
+            return Failure{
+                FailureCode::inputUnreadable,
+                "is a native project, whose sequences only its editing application knows", path};
+        case DocumentFormat::xmeml: break;
+    }
+    return asDocument(XMEMLDocument::open(path, options.verification));
+}
+
+Result<Tidied> tidy(Document& document, const DocumentRequest& request,
+                    const TidyControls& controls) {
+    return document.tidy(request, controls);
+}
+
+}  // namespace reelsweep

@@ -1,0 +1,139 @@
+#include "documents/FCPXMLDocument.h"
+
+#include "base/Log.h"
+#include "timeline/QVXMLParser.h"
+#include "timeline/TimelineEdit.h"
+
+#include <algorithm>
+#include <unordered_map>
+
+namespace reelsweep {
+
+namespace {
+
+constexpr const char* projectFormPath = "./fcpxml[1]/project[1]";
+constexpr const char* libraryFormPath = "./fcpxml[1]/library[1]/event[1]/project[1]";
+
+XMLNode projectOf(const XMLDocument& document) {
+    const XMLNode project = QVXMLParser::nodeForQuery(projectFormPath, document.node());
+    return project ? project : QVXMLParser::nodeForQuery(libraryFormPath, document.node());
+}
+
+std::vector<XMLNode> nodesBelowSequence(const XMLDocument& document, const char* projectPath,
+                                        const std::string& element) {
+    return QVXMLParser::nodesForQuery(std::string(projectPath) + "/sequence[1]//" + element,
+                                      document.node())
+        .value_or(std::vector<XMLNode>());
+}
+
+// The effect resources of a document, the project's own first. A resource is matched by its own
+// `ref`, which its filters repeat.
+class EffectResources {
+public:
+    explicit EffectResources(const XMLDocument& document) : document_(document) {
+        for (const char* const parent : {projectFormPath, "./fcpxml[1]"})
+            for (const XMLNode& effect :
+                 QVXMLParser::nodesForQuery(std::string(parent) + "/resources[1]/effect[@ref]",
+                                            document.node())
+                     .value_or(std::vector<XMLNode>()))
+                byRef_[std::string(*effect.attribute("ref"))].push_back(effect);
+    }
+
+    /// The first one that is still there; null for none.
+    XMLNode find(const std::string& ref) const {
+        // A query reads such characters in ways of its own.
+        if (ref.find_first_of("\"&<>") != ref.npos) return query(ref);
+        const auto found = byRef_.find(ref);
+        if (found == byRef_.end()) return {};
+        const auto& effects = found->second;
+        const auto there = std::find_if(effects.begin(), effects.end(),
+                                        [](XMLNode effect) { return bool(effect.parent()); });
+        return there == effects.end() ? XMLNode() : *there;
+    }
+
+private:
+    XMLNode query(const std::string& ref) const {
+        const std::string effect = "/resources[1]/effect[@ref=\"" + ref + "\"]";
+        const XMLNode own = QVXMLParser::nodeForQuery(projectFormPath + effect, document_.node());
+        return own ? own : QVXMLParser::nodeForQuery("./fcpxml[1]" + effect, document_.node());
+    }
+
+    const XMLDocument& document_;
+    std::unordered_map<std::string, std::vector<XMLNode>> byRef_;
+};
+
+void showProgress(const TidyControls& controls, const char* text) {
+    if (controls.progress) controls.progress(text);
+}
+
+Failure stopped() { return {FailureCode::cancelled, "cancelled"}; }
+
+}  // namespace
+
+Result<std::unique_ptr<FCPXMLDocument>> FCPXMLDocument::open(const std::string& path) {
+    const Result<XMLDocument> tree = XMLDocument::load(path);
+    if (!tree) return tree.failure();
+    if (!projectOf(*tree)) {
+        Failure failure{FailureCode::inputInvalid, "Invalid FCPX project", path};
+        failure.detail =
+            "Please make sure you are importing the XML from an FCPX project, not an event.";
+        return failure;
+    }
+    return std::unique_ptr<FCPXMLDocument>(new FCPXMLDocument(path));
+}
+
+Result<Tidied> FCPXMLDocument::tidy(const DocumentRequest& request, const TidyControls& controls) {
+    Result<XMLDocument> loaded = XMLDocument::load(path_);
+    if (!loaded) {
+        Log::append("Unable to load XML data - %@", loaded.failure().description());
+        return loaded.failure();
+    }
+    const auto document = std::make_shared<XMLDocument>(std::move(*loaded));
+    Tidied tidied;
+    SequenceLedger& ledger = tidied.ledger_.sequences.emplace_back();
+    ledger.title =
+        QVXMLParser::stringValueForQuery("./@name[1]", projectOf(*document)).value_or("");
+    ledger.document = document;
+    if (hasOption(request.passes, "removeFilters"))
+        if (Outcome done = removeFCPXFilters(*document, ledger, controls); !done)
+            return done.failure();
+    if (hasOption(request.passes, "removeMarkers"))
+        if (Outcome done = removeFCPXMarkers(*document, ledger, controls); !done)
+            return done.failure();
+    if (controls.stop.stop_requested()) return stopped();
+    tidied.delivery_ = request.delivery == Delivery::none ? Delivery::none : Delivery::document;
+    tidied.document_ = document;
+    return tidied;
+}
+
+Outcome removeFCPXFilters(const XMLDocument& document, SequenceLedger& ledger,
+                          const TidyControls& controls) {
+    showProgress(controls, "Removing filters...");
+    TimelineEdit edit(document.node(), ledger);
+    edit.beginStep("removeFilters");
+    const EffectResources effects(document);
+    for (const XMLNode& filter : nodesBelowSequence(document, libraryFormPath, "filter")) {
+        if (controls.stop.stop_requested()) return stopped();
+        if (const auto ref = QVXMLParser::stringValueForQuery("./@ref[1]", filter))
+            if (const XMLNode resource = effects.find(*ref))
+                edit.detach(resource, "its filter is removed");
+        edit.detach(filter, "all filters are removed");
+    }
+    return Done{};
+}
+
+Outcome removeFCPXMarkers(const XMLDocument& document, SequenceLedger& ledger,
+                          const TidyControls& controls) {
+    showProgress(controls, "Removing markers...");
+    TimelineEdit edit(document.node(), ledger);
+    edit.beginStep("removeMarkers");
+    std::vector<XMLNode> markers = nodesBelowSequence(document, projectFormPath, "marker");
+    if (markers.empty()) markers = nodesBelowSequence(document, libraryFormPath, "marker");
+    for (const XMLNode& marker : markers) {
+        if (controls.stop.stop_requested()) return stopped();
+        edit.detach(marker, "all markers are removed");
+    }
+    return Done{};
+}
+
+}  // namespace reelsweep

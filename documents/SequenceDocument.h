@@ -1,0 +1,79 @@
+// SequenceDocument: a document with a list of sequences that are tidied as copies: an XMEML file,
+// or a native project that an editing application has open.
+//
+// Owner and thread rule: as Document.
+#pragma once
+
+#include "documents/Document.h"
+
+#include <span>
+
+namespace reelsweep {
+
+class SequenceDocument : public Document {
+public:
+    Result<Tidied> tidy(const DocumentRequest& request, const TidyControls& controls) override;
+
+    // The steps of a tidy, for windows that show each
+
+    /// A sequence as it can be copied: a short listing is fetched first, and stays fetched. Fails
+    /// with processing when it cannot be had, which is logged.
+    virtual Result<SourceSequence> wholeSequence(std::size_t row, const TidyControls& controls) = 0;
+    /// Puts a new bin with the sequences where the delivery says. Fails with processing, which is
+    /// logged. Answers the document to save, if there is one.
+    virtual Result<std::shared_ptr<const XMLDocument>> deliver(std::span<const XMLNode> sequences,
+                                                               const DocumentRequest& request,
+                                                               const TidyControls& controls) = 0;
+    /// Shows copies that were delivered, by their uuids, where there is somebody to show them.
+    virtual void showDelivered(std::span<const std::string>) {}
+
+protected:
+    using Document::Document;
+};
+
+/// An XMEML document.
+class XMEMLDocument final : public SequenceDocument {
+public:
+    /// Fails with inputUnreadable or inputInvalid.
+    static Result<std::unique_ptr<XMEMLDocument>> open(
+        const std::string& path, Verification verification = Verification::beforeUse);
+    /// Over a tree that is there already; null for none.
+    XMEMLDocument(std::string path, std::shared_ptr<XMLDocument> tree);
+
+    DocumentFormat format() const override { return DocumentFormat::xmeml; }
+    Delivery ownDelivery() const override;
+    Outcome verify() const override;
+    Result<SourceSequence> wholeSequence(std::size_t row, const TidyControls& controls) override;
+    Result<std::shared_ptr<const XMLDocument>> deliver(std::span<const XMLNode> sequences,
+                                                       const DocumentRequest& request,
+                                                       const TidyControls& controls) override;
+
+private:
+    std::shared_ptr<XMLDocument> tree_;
+};
+
+/// A native project: its sequences are asked of the editing application, and go back to it.
+class NativeDocument final : public SequenceDocument {
+public:
+    /// Lists the sequences. Fails with inputUnreadable when the host does not answer. The host
+    /// must outlive the document.
+    static Result<std::unique_ptr<NativeDocument>> open(const std::string& path, EditingHost& host);
+    /// Without its sequences, for list() to get.
+    NativeDocument(std::string path, EditingHost& host)
+        : SequenceDocument(std::move(path)), host_(host) {}
+    /// Asks the host for the sequences, once. Fails with inputUnreadable.
+    Outcome list();
+
+    DocumentFormat format() const override { return DocumentFormat::nativeProject; }
+    Delivery ownDelivery() const override { return Delivery::host; }
+    Result<SourceSequence> wholeSequence(std::size_t row, const TidyControls& controls) override;
+    Result<std::shared_ptr<const XMLDocument>> deliver(std::span<const XMLNode> sequences,
+                                                       const DocumentRequest& request,
+                                                       const TidyControls& controls) override;
+    void showDelivered(std::span<const std::string> uuids) override;
+
+private:
+    EditingHost& host_;
+};
+
+}  // namespace reelsweep

@@ -1,0 +1,47 @@
+// A sequence of a document, and the tidied copy that a run makes of it.
+//
+// Thread rule: the thread that owns the tree.
+#pragma once
+
+#include "base/Failure.h"
+#include "tidy/TidySequence.h"
+#include "timeline/ChangeLedger.h"
+#include "xml/XMLDocument.h"
+#include "xml/XMLNode.h"
+
+#include <memory>
+#include <optional>
+#include <string>
+
+namespace reelsweep {
+
+/// A sequence as its document has it; never edited.
+struct SourceSequence {
+    std::string title;
+    XMLNode node;
+    /// A host's short listing, which says no more than title and uuid.
+    bool isShortForm = false;
+    /// The tree of `node`, when that was fetched for this sequence; null for the document's own.
+    std::shared_ptr<const XMLDocument> owner;
+
+    static SourceSequence of(XMLNode node);
+    /// The sequence's own uuid, or the first one below it; nothing when there is none. A look-up.
+    std::optional<std::string> uuid() const;
+};
+
+struct TidiedCopy {
+    XMLNode sequence;                 ///< without parent, in the tree of its source
+    std::optional<std::string> uuid;  ///< of the copy
+    SequenceLedger ledger;
+};
+
+/// Makes a sequence that is a copy known as one: id and name get "-Tidied", the uuid a fresh one,
+/// and id stays as the only attribute.
+void renameCopy(XMLNode sequence);
+
+/// Copies, renames and tidies a sequence. Fails as tidySequence does, with the title in the failure
+/// and in the log; the source stays as it is.
+Result<TidiedCopy> tidiedCopy(const SourceSequence& source, const TidyRequest& request,
+                              const TidyControls& controls);
+
+}  // namespace reelsweep

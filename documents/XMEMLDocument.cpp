@@ -1,0 +1,64 @@
+#include "base/Log.h"
+#include "documents/SequenceDocument.h"
+
+namespace reelsweep {
+
+Result<std::unique_ptr<XMEMLDocument>> XMEMLDocument::open(const std::string& path,
+                                                           Verification verification) {
+    Result<XMLDocument> tree = XMLDocument::load(path, verification);
+    if (!tree) return tree.failure();
+    return std::make_unique<XMEMLDocument>(path, std::make_shared<XMLDocument>(std::move(*tree)));
+}
+
+XMEMLDocument::XMEMLDocument(std::string path, std::shared_ptr<XMLDocument> tree)
+    : SequenceDocument(std::move(path)), tree_(std::move(tree)) {
+    if (!tree_) return;
+    // Every sequence with a name, nested ones too: what the query ".//sequence/name/.." finds.
+    tree_->node().forEachDescendant({"sequence"}, [&](XMLNode sequence) {
+        if (sequence.child("name")) sequences_.push_back(SourceSequence::of(sequence));
+    });
+}
+
+Delivery XMEMLDocument::ownDelivery() const {
+    return tree_ && projectChildren(*tree_) ? Delivery::project : Delivery::standalone;
+}
+
+Outcome XMEMLDocument::verify() const { return tree_ ? tree_->verify() : Outcome(Done{}); }
+
+Result<SourceSequence> XMEMLDocument::wholeSequence(std::size_t row, const TidyControls&) {
+    return sequences_[row];
+}
+
+Result<std::shared_ptr<const XMLDocument>> XMEMLDocument::deliver(
+    std::span<const XMLNode> sequences, const DocumentRequest& request,
+    const TidyControls& controls) {
+    using Delivered = std::shared_ptr<const XMLDocument>;
+    if (request.delivery == Delivery::none) return Delivered();
+    if (request.delivery == Delivery::standalone) {
+        Result<XMLDocument> document =
+            standaloneDocument(*tree_, sequences, request.xmemlVersion, controls.stop);
+        if (!document) return document.failure();
+        return Delivered(std::make_shared<XMLDocument>(std::move(*document)));
+    }
+    XMLNode children = tree_ ? projectChildren(*tree_) : XMLNode();
+    if (!children) {
+        Failure failure{FailureCode::processing, "No project node found"};
+        failure.detail =
+            "Please perform this task on an XML document for the entire project, not a specific "
+            "sequence or element.";
+        Log::append("%@", failure.description());
+        return failure;
+    }
+    const Result<XMLNode> bin = makeBin(children, sequences, controls.stop);
+    if (!bin && bin.failure().code == FailureCode::cancelled) return bin.failure();
+    if (!bin) {
+        Failure failure{FailureCode::processing, "Error creating bin"};
+        failure.detail = bin.failure().description();
+        Log::append("%@.", failure.description());
+        return failure;
+    }
+    children.appendChild(*bin);
+    return Delivered(tree_);
+}
+
+}  // namespace reelsweep

@@ -1,0 +1,52 @@
+// tidySequence: the clean-up of one sequence as a function. It knows no thread, window, alert or
+// platform.
+//
+// Thread rule: the thread that owns the tree; the stop may be requested from any thread.
+#pragma once
+
+#include "base/Failure.h"
+#include "tidy/PassTable.h"
+#include "timeline/ChangeLedger.h"
+#include "timeline/TimelineEdit.h"
+#include "xml/XMLNode.h"
+
+#include <functional>
+#include <stop_token>
+#include <string>
+#include <vector>
+
+namespace reelsweep {
+
+/// What is to be done.
+struct TidyRequest {
+    OptionList passes = defaultPasses();
+    /// Effects that count as transparent beside the built-in ones.
+    std::vector<std::string> ignoredEffects = {};
+};
+
+/// Looks on while a sequence is tidied, and changes nothing. Proofs and traces hang here; passes
+/// know nothing of it.
+class StepObserver {
+public:
+    virtual ~StepObserver() = default;
+    virtual void before(const PassStep&, const TimelineEdit&) {}
+    virtual void after(const PassStep&, const TimelineEdit&) {}
+};
+
+/// How a tidy is watched and stopped.
+struct TidyControls {
+    std::stop_token stop = {};
+    /// Takes a text that says what is being done; the tidy goes on when it returns.
+    std::function<void(const std::string&)> progress = {};
+    StepObserver* observer = nullptr;  ///< owned by the caller; may be null
+};
+
+/// Applies the passes to a sequence in place and answers what was changed.
+///
+/// `source` is the sequence that `copy` is a copy of; what was loose there is no news. It may be
+/// null. Fails with cancelled after a stop, and with processing when a pass could not go on; the
+/// copy is then in a state between, and of no use.
+Result<SequenceLedger> tidySequence(XMLNode copy, XMLNode source, const TidyRequest& request,
+                                    const TidyControls& controls = {});
+
+}  // namespace reelsweep

@@ -1,0 +1,67 @@
+// EditJournal: how to take back what TimelineEdit did to the tree.
+//
+// While somebody may want to go back, every elementary change leaves what it was before: where a
+// node stood, or what an element's text was. Taking them back in reverse order gives the same tree,
+// node for node.
+// Owner: TimelineEdit. Thread rule: the thread that edits the sequence.
+#pragma once
+
+#include "xml/XMLNode.h"
+
+#include <cstddef>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace reelsweep {
+
+class EditJournal {
+public:
+    /// Where a node stood: before `next` in `parent`, last for a null `next`, nowhere for a null
+    /// `parent`.
+    struct Place {
+        XMLNode parent;
+        XMLNode next;
+
+        static Place of(XMLNode node) { return {node.parent(), node.nextSibling()}; }
+    };
+    struct Entry {
+        XMLNode node;
+        Place place;
+        /// For a change of text: the node is an element with this one text.
+        bool isText = false;
+        std::string text;
+    };
+
+    /// Entries are kept from the first open checkpoint to the last one's end.
+    void open() { ++open_; }
+    void close() {
+        if (--open_ == 0) entries_.clear();
+    }
+    bool isOpen() const { return open_ > 0; }
+
+    void noteMove(XMLNode node) {
+        if (isOpen()) entries_.push_back({node, Place::of(node), false, {}});
+    }
+    /// The node stood nowhere before.
+    void noteCreated(XMLNode node) {
+        if (isOpen()) entries_.push_back({node, {}, false, {}});
+    }
+    void noteText(XMLNode element) {
+        if (isOpen()) entries_.push_back({element, {}, true, element.stringValue()});
+    }
+
+    std::size_t size() const { return entries_.size(); }
+    /// Takes the last entry off.
+    Entry takeLast() {
+        Entry last = std::move(entries_.back());
+        entries_.pop_back();
+        return last;
+    }
+
+private:
+    std::vector<Entry> entries_;
+    int open_ = 0;
+};
+
+}  // namespace reelsweep
