@@ -1,0 +1,192 @@
+#include "timeline/ContributorMatch.h"
+
+#include "timeline/IntervalPairs.h"
+#include "timeline/NestedSequence.h"
+
+#include <algorithm>
+
+namespace reelsweep {
+
+namespace {
+
+using List = ContributorMatch::List;
+
+bool areBothSides(const Contributor& a, const Contributor& b) {
+    return a.transition && a.transition == b.transition && a.side != b.side;
+}
+
+// The number of contributors at the front of the list that share one place: two sides of a
+// transition, or one.
+std::size_t sidesAtFront(List list, PictureOptions options) {
+    return options.ignoreTransitions && list.size() > 1 && areBothSides(list[0], list[1]) ? 2 : 1;
+}
+
+bool hasNoFilters(const Contributor& contributor) {
+    const FilterStack& own = *contributor.item->filters;
+    const FilterStack& track = *contributor.track->filters;
+    if (contributor.track->type == MediaType::video)
+        return own.pictureKey.empty() && track.pictureKey.empty() &&
+               own.speed.kind == Speed::Kind::plain;
+    return own.soundKey.empty() && track.soundKey.empty() && own.speed.kind == Speed::Kind::plain;
+}
+
+// What a side of a dissolve is when the dissolve is gone.
+Contributor withoutTransition(Contributor contributor) {
+    contributor.side = TransitionSide::none;
+    contributor.transition = nullptr;
+    return contributor;
+}
+
+// A list of slugs, which is black once its transitions are closed.
+bool isBlack(List list, PictureOptions options) {
+    return std::all_of(list.begin(), list.end(), [&](const Contributor& contributor) {
+        const Item& item = *contributor.item;
+        return item.media->isBlack && item.compositeMode.empty() &&
+               (options.ignoreFilters || item.filters->pictureKey.empty());
+    });
+}
+
+// Adds a range to those before it.
+void append(std::vector<FrameRange>& ranges, FrameRange range) {
+    if (range.end <= range.start) return;
+    if (!ranges.empty() && ranges.back().end >= range.start)
+        ranges.back().end = std::max(ranges.back().end, range.end);
+    else
+        ranges.push_back(range);
+}
+
+std::vector<FrameRange> united(std::vector<FrameRange> ranges) {
+    std::sort(ranges.begin(), ranges.end(),
+              [](FrameRange a, FrameRange b) { return a.start < b.start; });
+    std::vector<FrameRange> result;
+    for (const FrameRange range : ranges) append(result, range);
+    return result;
+}
+
+}  // namespace
+
+bool ContributorMatch::matches(const Contributor& expected, const Contributor& after,
+                               PictureOptions options, Pairs& pairs) {
+    if (options.ignoreFilters && !hasNoFilters(after)) return false;
+    const bool isClosed = options.ignoreTransitions && after.side == TransitionSide::none;
+    if (!looksTheSame(isClosed ? withoutTransition(expected) : expected, after, options))
+        return false;
+    if (expected.media().nested != after.media().nested) pairs.emplace_back(&expected, &after);
+    return true;
+}
+
+bool ContributorMatch::matchPicture(List expected, List after, PictureOptions options,
+                                    Pairs& pairs) {
+    while (!expected.empty()) {
+        // Nothing is left in the copy: only black may still be expected.
+        if (after.empty()) return options.ignoreTransitions && isBlack(expected, options);
+        const std::size_t sides = sidesAtFront(expected, options);
+        const bool areBothThere =
+            sides == 2 && after.size() > 1 && areBothSides(after[0], after[1]);
+        if (sides == 1 || areBothThere) {
+            if (!matches(expected[0], after[0], options, pairs)) return false;
+            expected = expected.subspan(1);
+        } else {
+            if (!matches(expected[0], after[0], options, pairs) &&
+                !matches(expected[1], after[0], options, pairs))
+                return false;
+            expected = expected.subspan(2);
+            // The side that stands hides what shows below the other one.
+            if (after[0].covers) return after.size() == 1;
+        }
+        after = after.subspan(1);
+    }
+    return after.empty();
+}
+
+// Sounds have no layers: each must be found, whatever the order.
+bool ContributorMatch::matchSound(List expected, List after, PictureOptions options, Pairs& pairs) {
+    std::vector<const Contributor*> missing;
+    for (const Contributor& contributor : expected) missing.push_back(&contributor);
+    std::vector<const Item*> closed;
+    for (const Contributor& contributor : after) {
+        const auto found = std::find_if(missing.begin(), missing.end(), [&](const Contributor* c) {
+            return matches(*c, contributor, options, pairs);
+        });
+        if (found == missing.end()) return false;
+        if (contributor.side == TransitionSide::none && (*found)->transition)
+            closed.push_back((*found)->transition);
+        missing.erase(found);
+    }
+    return std::all_of(missing.begin(), missing.end(), [&](const Contributor* contributor) {
+        // A silent clip may go, whether its level does or not.
+        if (options.ignoreFilters && contributor->item->filters->isSilent) return true;
+        return std::find(closed.begin(), closed.end(), contributor->transition) != closed.end();
+    });
+}
+
+std::vector<FrameRange> ContributorMatch::unlike(List before, List after, FrameRange range) {
+    Pairs pairs;
+    bool isSame = before.size() == after.size();
+    for (std::size_t i = 0; isSame && i < before.size(); ++i)
+        isSame = matches(before[i], after[i], {}, pairs);
+    const bool isSound = !before.empty() && before[0].track->type == MediaType::audio;
+    if (!isSame && isSound) {
+        pairs.clear();
+        isSame = matchSound(before, after, {}, pairs);
+    }
+    return isSame ? nestedUnlike(pairs, range, {}) : std::vector{range};
+}
+
+std::vector<FrameRange> ContributorMatch::unlikeExpected(List expected, List after,
+                                                         FrameRange range, PictureOptions options) {
+    Pairs pairs;
+    const List either = expected.empty() ? after : expected;
+    if (either.empty()) return {};
+    const bool isSame = either[0].track->type == MediaType::video
+                            ? matchPicture(expected, after, options, pairs)
+                            : matchSound(expected, after, options, pairs);
+    return isSame ? nestedUnlike(pairs, range, options) : std::vector{range};
+}
+
+bool ContributorMatch::areSame(const Contributor& expected, const Contributor& after,
+                               FrameRange range, PictureOptions options) {
+    Pairs pairs;
+    return matches(expected, after, options, pairs) && nestedUnlike(pairs, range, options).empty();
+}
+
+std::vector<FrameRange> ContributorMatch::nestedUnlike(const Pairs& pairs, FrameRange range,
+                                                       PictureOptions options) {
+    std::vector<FrameRange> ranges;
+    for (const auto& [before, after] : pairs) {
+        const NestedPair pair{before->media().nested, after->media().nested, before->track->type,
+                              options.ignoreFilters};
+        const std::vector<FrameRange>& differing = nestedDifference(pair);
+        if (differing.empty()) continue;
+        const bool isPlain = after->item->filters->speed.kind == Speed::Kind::plain;
+        if (!isPlain) return {range};
+        const SourceLine& line = after->item->line;
+        const Frames from = line.at(range.start);
+        auto own = std::partition_point(differing.begin(), differing.end(),
+                                        [&](const FrameRange& r) { return r.end <= from; });
+        for (; own != differing.end(); ++own) {
+            const FrameRange place = line.onTimeline(*own);
+            if (place.start >= range.end) break;
+            const FrameRange here{std::max(range.start, place.start),
+                                  std::min(range.end, place.end)};
+            if (here.start < here.end) ranges.push_back(here);
+        }
+    }
+    return ranges.empty() ? ranges : united(std::move(ranges));
+}
+
+const std::vector<FrameRange>& ContributorMatch::nestedDifference(const NestedPair& pair) {
+    if (const auto known = nested_.find(pair); known != nested_.end()) return known->second;
+    std::vector<FrameRange> differing;
+    const PictureOptions options{.ignoreFilters = pair.ignoreFilters, .keepSlugs = true};
+    const Intervals before(pair.before->timeline, pair.type, allFrames, options);
+    const Intervals after(pair.after->timeline, pair.type, allFrames, {.keepSlugs = true});
+    forEachStretch(before.list(), after.list(), [&](FrameRange range, List a, List b) {
+        const std::vector<FrameRange> found =
+            pair.ignoreFilters ? unlikeExpected(a, b, range, options) : unlike(a, b, range);
+        for (const FrameRange part : found) append(differing, part);
+    });
+    return nested_.emplace(pair, std::move(differing)).first->second;
+}
+
+}  // namespace reelsweep

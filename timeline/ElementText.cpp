@@ -1,0 +1,57 @@
+#include "timeline/ElementText.h"
+
+#include "base/Text.h"
+
+#include <algorithm>
+#include <limits>
+
+namespace reelsweep {
+
+namespace {
+
+char lower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
+bool isDigit(char c) { return c >= '0' && c <= '9'; }
+
+}  // namespace
+
+bool equalInAnyCase(std::string_view a, std::string_view b) {
+    return std::equal(a.begin(), a.end(), b.begin(), b.end(),
+                      [](char x, char y) { return lower(x) == lower(y); });
+}
+
+std::optional<Frames> framesIn(std::string_view text) {
+    std::string_view rest = text;
+    while (!rest.empty() && (rest.front() == ' ' || (rest.front() >= '\t' && rest.front() <= '\r')))
+        rest.remove_prefix(1);
+    if (!rest.empty() && (rest.front() == '-' || rest.front() == '+')) rest.remove_prefix(1);
+    if (rest.empty() || !isDigit(rest.front())) return {};
+    return leadingFrames(text);
+}
+
+int smallNumber(std::string_view text) {
+    const std::int64_t count = leadingFrames(text).count;
+    return static_cast<int>(std::clamp<std::int64_t>(count, std::numeric_limits<int>::min(),
+                                                     std::numeric_limits<int>::max()));
+}
+
+std::string plainNumber(std::string_view text) {
+    std::string_view rest = trimmed(text);
+    const bool negative = !rest.empty() && rest.front() == '-';
+    if (!rest.empty() && (rest.front() == '-' || rest.front() == '+')) rest.remove_prefix(1);
+    const std::size_t point = std::min(rest.find('.'), rest.size());
+    std::string_view whole = rest.substr(0, point);
+    std::string_view part = rest.substr(std::min(point + 1, rest.size()));
+    const auto allDigits = [](std::string_view digits) {
+        return std::all_of(digits.begin(), digits.end(), isDigit);
+    };
+    if ((whole.empty() && part.empty()) || !allDigits(whole) || !allDigits(part))
+        return std::string(text);
+    while (!whole.empty() && whole.front() == '0') whole.remove_prefix(1);
+    while (!part.empty() && part.back() == '0') part.remove_suffix(1);
+    std::string number = negative && !(whole.empty() && part.empty()) ? "-" : "";
+    number += whole.empty() ? "0" : whole;
+    if (!part.empty()) number.append(".").append(part);
+    return number;
+}
+
+}  // namespace reelsweep

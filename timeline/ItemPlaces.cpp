@@ -1,0 +1,167 @@
+#include "timeline/ItemPlaces.h"
+
+#include "timeline/ElementText.h"
+
+#include <numeric>
+
+namespace reelsweep {
+
+namespace {
+
+bool isPlacedTransition(const Item& item) {
+    return item.kind == ItemKind::transition && item.hasPlace();
+}
+
+EdgePlace placeOf(const std::optional<Frames>& written) {
+    if (!written) return EdgePlace::nowhere;
+    return *written == edgeInTransition ? EdgePlace::inTransition : EdgePlace::own;
+}
+
+// How many of a clip's frames run in a frame of the sequence, as a fraction without common factor.
+SourceLine lineOf(FrameRate clip, FrameRate sequence) {
+    SourceLine line;
+    if (!clip.known() || !sequence.known()) return line;
+    line.step = clip.timebase * (clip.ntsc ? 1000 : 1001);
+    line.divisor = sequence.timebase * (sequence.ntsc ? 1000 : 1001);
+    const std::int64_t common = std::gcd(line.step, line.divisor);
+    line.step /= common;
+    line.divisor /= common;
+    return line;
+}
+
+// Files may hold any number: products wrap around instead of being undefined.
+std::int64_t product(std::int64_t a, std::int64_t b) {
+    return static_cast<std::int64_t>(static_cast<std::uint64_t>(a) * static_cast<std::uint64_t>(b));
+}
+
+// How many frames of the sequence the source range lasts, rounded up.
+Frames sourceLength(const Item& item) {
+    const std::int64_t length = (item.source.end - item.source.start).count;
+    if (length <= 0) return {};
+    const std::int64_t scaled = product(length, item.line.divisor);
+    return {scaled / item.line.step + (scaled % item.line.step > 0 ? 1 : 0)};
+}
+
+// The edge that `in` belongs to stands at its own place, or at the start of its transition.
+void placeStart(Item& item, const Item* before) {
+    const Item* const transition = before && isPlacedTransition(*before) ? before : nullptr;
+    if (item.startPlace == EdgePlace::inTransition) {
+        if (transition)
+            item.range.start = transition->range.start;
+        else
+            item.startPlace = EdgePlace::nowhere;
+        item.fadesIn = transition;
+    } else if (item.startPlace == EdgePlace::own && transition &&
+               transition->range.start <= item.range.start &&
+               item.range.start < transition->range.end) {
+        item.fadesIn = transition;
+    }
+}
+
+void placeEnd(Item& item, const Item* after) {
+    const Item* const transition = after && isPlacedTransition(*after) ? after : nullptr;
+    if (item.endPlace == EdgePlace::inTransition) {
+        if (transition)
+            item.range.end = transition->range.end;
+        else
+            item.endPlace = EdgePlace::nowhere;
+        item.fadesOut = transition;
+    } else if (item.endPlace == EdgePlace::own && transition &&
+               transition->range.start < item.range.end &&
+               item.range.end <= transition->range.end) {
+        item.fadesOut = transition;
+    }
+}
+
+// Edges that nothing places lie as far from the other one as the source range is long.
+void guessPlaces(Item& item) {
+    const bool startIsKnown = item.startPlace != EdgePlace::nowhere;
+    const bool endIsKnown = item.endPlace != EdgePlace::nowhere;
+    if (!startIsKnown && !endIsKnown) item.range = {};
+    if (!startIsKnown && endIsKnown) item.range.start = item.range.end - sourceLength(item);
+    if (startIsKnown && !endIsKnown) item.range.end = item.range.start + sourceLength(item);
+}
+
+// Where the cut stands that a transition is about.
+Frames cutOf(const Item& transition) {
+    const FrameRange range = transition.range;
+    switch (transition.transition->alignment) {
+        case Alignment::start:
+        case Alignment::startBlack: return range.start;
+        case Alignment::end:
+        case Alignment::endBlack: return range.end;
+        case Alignment::center:
+        case Alignment::unknown: break;
+    }
+    if (!transition.transition->outgoing) return range.start;
+    if (!transition.transition->incoming) return range.end;
+    return range.start + (range.end - range.start).half();
+}
+
+// `items` know their transitions; now the transitions get to know them.
+void joinToTransitions(std::span<Item> items) {
+    for (Item& item : items) {
+        // The transitions stand among the items, which are the caller's.
+        if (item.fadesIn) const_cast<Transition*>(item.fadesIn->transition)->incoming = &item;
+        if (item.fadesOut) const_cast<Transition*>(item.fadesOut->transition)->outgoing = &item;
+    }
+    for (Item& item : items) {
+        item.cut = item.range;
+        const Item* const in = item.fadesIn;
+        const Item* const out = item.fadesOut;
+        if (in && item.startPlace == EdgePlace::inTransition) item.cut.start = cutOf(*in);
+        if (out && item.endPlace == EdgePlace::inTransition) item.cut.end = cutOf(*out);
+        // With edges of its own the clip is longer than it says: the transition needs the rest.
+        if (in && item.startPlace == EdgePlace::own) item.range.start = in->range.start;
+        if (out && item.endPlace == EdgePlace::own) item.range.end = out->range.end;
+    }
+}
+
+}  // namespace
+
+void setWrittenEdges(Item& item, std::string_view start, std::string_view end) {
+    const std::optional<Frames> first = framesIn(start);
+    const std::optional<Frames> last = framesIn(end);
+    item.startPlace = placeOf(first);
+    item.endPlace = placeOf(last);
+    item.range = {first.value_or(Frames{}), last.value_or(Frames{})};
+    if (item.kind == ItemKind::transition) {
+        // Nothing stands beside a transition that could place it.
+        if (item.startPlace == EdgePlace::inTransition) item.startPlace = EdgePlace::nowhere;
+        if (item.endPlace == EdgePlace::inTransition) item.endPlace = EdgePlace::nowhere;
+    }
+}
+
+void placeItems(std::span<Item> items, FrameRate sequenceRate) {
+    for (std::size_t i = 0; i < items.size(); ++i) {
+        Item& item = items[i];
+        item.line = lineOf(item.rate, sequenceRate);
+        if (item.kind != ItemKind::transition) {
+            placeStart(item, i > 0 ? &items[i - 1] : nullptr);
+            placeEnd(item, i + 1 < items.size() ? &items[i + 1] : nullptr);
+        }
+        guessPlaces(item);
+        const Frames in = item.source.start + item.subclipStart;
+        item.line.offset = (Frames{product(in.count, item.line.divisor)} -
+                            Frames{product(item.range.start.count, item.line.step)})
+                               .count;
+    }
+    joinToTransitions(items);
+}
+
+Frames SourceLine::at(Frames frame) const {
+    const std::int64_t scaled = (Frames{offset} + Frames{product(frame.count, step)}).count;
+    const std::int64_t whole = scaled / divisor;
+    return {scaled % divisor < 0 ? whole - 1 : whole};
+}
+
+FrameRange SourceLine::onTimeline(FrameRange own) const {
+    const SourceLine back{(Frames{} - Frames{offset}).count, divisor, step};
+    const auto firstAt = [&](Frames frame) {
+        const Frames roundedDown = back.at(frame);
+        return roundedDown + Frames{at(roundedDown) < frame ? 1 : 0};
+    };
+    return {firstAt(own.start), firstAt(own.end)};
+}
+
+}  // namespace reelsweep

@@ -1,0 +1,142 @@
+#include "timeline/PictureDifference.h"
+
+#include "timeline/ContributorMatch.h"
+#include "timeline/DifferenceKinds.h"
+#include "timeline/IntervalPairs.h"
+
+#include <algorithm>
+
+namespace reelsweep {
+
+namespace {
+
+using List = std::span<const Contributor>;
+
+bool showTheSameSide(const std::optional<Contributor>& a, const std::optional<Contributor>& b) {
+    return bool(a) == bool(b) && (!a || (a->item == b->item && a->side == b->side));
+}
+
+// Filters of the whole picture or the whole mix, and the size of the frame.
+bool isWholeTheSame(const Timeline& source, const Timeline& copy, MediaType type) {
+    if (type == MediaType::audio) return source.mixFilters().soundKey == copy.mixFilters().soundKey;
+    return source.pictureFilters().pictureKey == copy.pictureFilters().pictureKey &&
+           (source.size() == copy.size() || !source.size().known() || !copy.size().known());
+}
+
+bool hasNoWholeFilters(const Timeline& timeline, MediaType type) {
+    return type == MediaType::audio ? timeline.mixFilters().soundKey.empty()
+                                    : timeline.pictureFilters().pictureKey.empty();
+}
+
+// Goes over source and copy and lists where they differ.
+class Comparison {
+public:
+    Comparison(const Intervals& source, const Intervals& copy, PictureOptions asked)
+        : source_(source), copy_(copy), asked_(asked), type_(source.type()) {
+        const Timeline& after = copy.timeline();
+        isWholeSame_ = isWholeTheSame(source.timeline(), after, type_);
+        const bool isAnythingAsked = asked.ignoreFilters || asked.ignoreTransitions;
+        mayBeAsked_ = isAnythingAsked &&
+                      (isWholeSame_ || (asked.ignoreFilters && hasNoWholeFilters(after, type_)));
+    }
+
+    std::vector<Difference> differences() {
+        forEachStretch(source_.list(), copy_.list(), [&](FrameRange range, List a, List b) {
+            if (!isWholeSame_) return addUnlike(range, a, b);
+            for (const FrameRange part : match_.unlike(a, b, range)) addUnlike(part, a, b);
+        });
+        return std::move(found_);
+    }
+
+private:
+    // Part of what differs may be as expected.
+    void addUnlike(FrameRange range, List before, List after) {
+        const Judged plain{before, {}, source_.timeline(), copy_.timeline(), match_};
+        if (!mayBeAsked_) return add(range, before, after, false, plain);
+        if (!expected_) expected_.emplace(source_.timeline(), type_, allFrames, asked_);
+        forEachWithin(expected_->list(), range, [&](FrameRange here, List list) {
+            const Judged asExpected{list, asked_, source_.timeline(), copy_.timeline(), match_};
+            Frames at = here.start;
+            for (const FrameRange changed : match_.unlikeExpected(list, after, here, asked_)) {
+                add({at, changed.start}, before, after, true, plain);
+                add(changed, before, after, false, asExpected);
+                at = changed.end;
+            }
+            add({at, here.end}, before, after, true, plain);
+        });
+    }
+
+    void add(FrameRange range, List before, List after, bool asked, const Judged& judged) {
+        if (range.end <= range.start) return;
+        Difference difference;
+        difference.type = type_;
+        difference.range = range;
+        difference.asked = asked;
+        difference.before = before;
+        difference.after = after;
+        classify(difference, judged);
+        if (!found_.empty() && goesOn(found_.back(), difference))
+            found_.back().range.end = range.end;
+        else
+            found_.push_back(difference);
+    }
+
+    static bool goesOn(const Difference& before, const Difference& next) {
+        return before.range.end == next.range.start && before.kind == next.kind &&
+               before.asked == next.asked && showTheSameSide(before.was, next.was) &&
+               showTheSameSide(before.is, next.is);
+    }
+
+    const Intervals& source_;
+    const Intervals& copy_;
+    const PictureOptions asked_;
+    const MediaType type_;
+    bool isWholeSame_ = true;
+    bool mayBeAsked_ = false;
+    // Made at the first difference.
+    std::optional<Intervals> expected_;
+    ContributorMatch match_;
+    std::vector<Difference> found_;
+};
+
+Frames firstFrame(const Intervals& intervals) {
+    return intervals.list().empty() ? Frames{} : intervals.list().front().range.start;
+}
+
+}  // namespace
+
+PictureDifference::Half PictureDifference::compared(const Timeline& source, const Timeline& copy,
+                                                    MediaType type, Asked asked) {
+    Half half{
+        Intervals(source, type, allFrames, {}), Intervals(copy, type, allFrames, {}), {}, {}, {}};
+    const PictureOptions options{.ignoreFilters = asked.filters,
+                                 .ignoreTransitions = type == MediaType::video
+                                                          ? asked.videoTransitions
+                                                          : asked.audioTransitions};
+    half.differences = Comparison(half.source, half.copy, options).differences();
+    for (const Difference& difference : half.differences) {
+        Frames& sum = difference.asked ? half.asked : half.changed;
+        sum = sum + (difference.range.end - difference.range.start);
+    }
+    return half;
+}
+
+PictureDifference::PictureDifference(const Timeline& source, const Timeline& copy, Asked asked)
+    : picture_(compared(source, copy, MediaType::video, asked)),
+      sound_(compared(source, copy, MediaType::audio, asked)) {
+    Frames first;
+    for (const Intervals* intervals :
+         {&picture_.source, &picture_.copy, &sound_.source, &sound_.copy})
+        first = std::min(first, firstFrame(*intervals));
+    frames_ = std::max(source.end(), copy.end()) - first;
+}
+
+bool PictureDifference::isSame() const {
+    return picture_.differences.empty() && sound_.differences.empty();
+}
+
+bool PictureDifference::isAsAsked() const {
+    return picture_.changed == Frames{0} && sound_.changed == Frames{0};
+}
+
+}  // namespace reelsweep

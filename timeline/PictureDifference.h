@@ -1,0 +1,112 @@
+// PictureDifference: whether two timelines show the same picture and play the same sound, frame by
+// frame, and where they do not.
+//
+// The proof of a run compares a source with its copy; any two timelines will do. Media are the same
+// by path, or by name, reel and time code, never by id, and nested sequences by what they show.
+//
+// **Asked or changed.** A run is asked to remove filters or transitions, and that changes the
+// picture. What it may change is derived from the source: the *expected* picture is the source's
+// without its filters (so without what they covered or uncovered, and at plain speed) and with each
+// transition closed: where two clips were mixed, either of them may stand, in sync; a one-sided
+// fade leaves its clip whole, in sync. A frame of the copy that equals the source's is the same;
+// one that equals the expected one is asked; every other is changed. Disabled clips and markers
+// show nothing and a silent clip plays nothing, so asking for their removal allows nothing more. A
+// black slug over black is the same picture.
+//
+//   source   A[0,-1) x[90,110) B[-1,200)     two sides of a dissolve in [90,110)
+//   copy     A[0,100) B[100,200)             asked, with transitions: A or B, at their own frames
+//   copy     A[0,99)  B[100,200)             frame 99 is black: changed
+//
+// Owner: a PictureDifference keeps both timelines alive; its differences point into them.
+// Thread rule: any thread.
+#pragma once
+
+#include "timeline/Picture.h"
+
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace reelsweep {
+
+enum class DifferenceKind : std::uint8_t {
+    lost,              ///< a clip that was there is gone
+    revealed,          ///< a clip that was hidden or disabled shows
+    added,             ///< a clip shows that was not there
+    otherMedia,        ///< another clip in its place
+    otherSourceFrame,  ///< the same media at another frame or speed
+    otherLook,         ///< other filters, opacity, composite mode, level or channel
+    otherOrder,        ///< the same clips in another order of layers
+    transition,        ///< a dissolve has lost a side, or is another or none
+    edgeWithoutPlace,  ///< nothing says any more where the clip begins or ends
+};
+inline constexpr std::size_t differenceKindCount = 9;
+
+/// One word or two for reports: "lost", "other source frame".
+std::string_view description(DifferenceKind kind);
+
+/// What the run was asked to take out of the picture or the sound.
+struct Asked {
+    bool filters = false;
+    bool videoTransitions = false;
+    bool audioTransitions = false;
+};
+
+/// A stretch of frames in which the two differ in the same way.
+struct Difference {
+    MediaType type = MediaType::video;
+    FrameRange range;
+    DifferenceKind kind = DifferenceKind::lost;
+    bool asked = false;
+    /// All that the two show at the start of the range.
+    std::span<const Contributor> before;
+    std::span<const Contributor> after;
+    /// The contributors that the difference is about; nothing where one of them shows none.
+    std::optional<Contributor> was;
+    std::optional<Contributor> is;
+};
+
+class PictureDifference {
+public:
+    /// O(n log n) in the items of both.
+    PictureDifference(const Timeline& source, const Timeline& copy, Asked asked = {});
+
+    const Timeline& source() const { return picture_.source.timeline(); }
+    const Timeline& copy() const { return picture_.copy.timeline(); }
+
+    /// In time order.
+    const std::vector<Difference>& differences(MediaType type) const {
+        return of(type).differences;
+    }
+
+    /// Frames of the longer of the two timelines.
+    Frames frames() const { return frames_; }
+    /// How many of them differ: as asked, and otherwise.
+    Frames asked(MediaType type) const { return of(type).asked; }
+    Frames changed(MediaType type) const { return of(type).changed; }
+    Frames same(MediaType type) const { return frames_ - of(type).asked - of(type).changed; }
+    bool isSame() const;
+    /// Nothing differs but what was asked.
+    bool isAsAsked() const;
+
+private:
+    // The picture, or the sound.
+    struct Half {
+        Intervals source;
+        Intervals copy;
+        std::vector<Difference> differences;
+        Frames asked;
+        Frames changed;
+    };
+    static Half compared(const Timeline& source, const Timeline& copy, MediaType type, Asked asked);
+    const Half& of(MediaType type) const { return type == MediaType::video ? picture_ : sound_; }
+
+    Frames frames_;
+    Half picture_;
+    Half sound_;
+};
+
+}  // namespace reelsweep

@@ -1,0 +1,99 @@
+// TimelineReader: reads a sequence and those nested in it into Timeline contents.
+//
+// Items first, references last: a track may refer to a `file` that is defined further down, since
+// passes move clips between tracks.
+// Thread rule: the thread that owns the tree and the catalogue.
+#pragma once
+
+#include "timeline/TimelineContents.h"
+
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+namespace reelsweep {
+
+class TimelineReader {
+public:
+    TimelineReader(MediaCatalogue::Contents& catalogue, TimelineStore& store, TimelineDetail detail)
+        : catalogue_(catalogue), store_(store), detail_(detail) {}
+
+    /// Reads a sequence with all that is nested in it, and finds what it refers to.
+    void read(XMLNode sequence, Timeline::Contents& contents);
+
+private:
+    struct Draft;
+    // An item whose media is another sequence.
+    struct SequenceUse {
+        Item* item;
+        std::string_view id;
+        Draft* definition;  // null for a reference by id
+    };
+    // A sequence whose definition stands in the one that is read, or that one itself.
+    struct Draft {
+        XMLNode node;
+        Timeline::Contents* contents = nullptr;
+        std::vector<SequenceUse> uses;
+        const NestedSequence* nested = nullptr;
+        bool isBeingFinished = false;
+    };
+    // An item whose file may be defined further on.
+    struct FileUse {
+        Item* item;
+        std::string_view id;
+        std::string_view syncOffset;  // of the angle, when it is one of a multiclip
+    };
+    struct ItemTexts {
+        std::string_view start, end, in, out, enabled, alignment;
+        XMLNode effect;
+    };
+
+    void readSequence(Draft& draft);
+    void readFormat(XMLNode video);
+    void readTracks(XMLNode parent, MediaType type);
+    void readTrack(XMLNode node, Track& track);
+    void readItem(XMLNode node, Item& item);
+    void readItemChild(XMLNode child, Item& item, ItemTexts& texts);
+    void readTransition(Item& item, const ItemTexts& texts);
+    const FilterStack* readFilters(XMLNode parent);
+    FrameRate readRate(XMLNode rate) const;
+
+    void keep(std::string_view& text, XMLNode element);
+
+    void useFile(Item& item, XMLNode file, std::string_view syncOffset = {});
+    void useMulticlip(Item& item, XMLNode multiclip);
+    void useSequence(Item& item, XMLNode sequence);
+    void readLabels(XMLNode labels);
+    void readLink(XMLNode link);
+    void readMarker(XMLNode marker);
+
+    void finishFiles();
+    const Media* fileDefinedElsewhere(std::string_view id);
+    const Media* angleOf(const Media& file, std::string_view syncOffset);
+    const NestedSequence* finish(Draft& draft, int depth);
+    const NestedSequence* nestedDefinedElsewhere(std::string_view id);
+    const Media* sequenceMedia(const NestedSequence& nested);
+
+    MediaCatalogue::Contents& catalogue_;
+    TimelineStore& store_;
+    const TimelineDetail detail_;
+    std::deque<Draft> drafts_;  // the first is the outermost
+    std::unordered_map<std::string_view, Draft*> sequences_;
+    std::unordered_map<std::string_view, const Media*> files_;
+    std::unordered_map<std::string_view, XMLNode> multiclips_;
+    std::unordered_map<const NestedSequence*, const Media*> sequenceMedia_;
+    std::vector<FileUse> fileUses_;
+
+    // Of the sequence, track and item that are being read.
+    Draft* draft_ = nullptr;
+    Timeline::Contents* contents_ = nullptr;
+    MediaType type_ = MediaType::video;
+    std::vector<XMLNode> filters_;
+    bool hasMedia_ = false;
+    ItemNotes notes_;
+    std::vector<Link> links_;
+    std::vector<Marker> markers_;
+    std::string text_;
+};
+
+}  // namespace reelsweep
