@@ -6,6 +6,7 @@
 #include "platform/qt/QtMainThread.h"
 #include "platform/qt/QtWorkspace.h"
 #include "services/QVLog.h"
+#include "xml/TreeMemory.h"
 
 #include <QApplication>
 #include <QIcon>
@@ -57,6 +58,7 @@ QStringList filesOf(QStringList arguments) {
 
 int main(int argc, char** argv) {
     using namespace reelsweep;
+    useTreeMemory();
     if (answeredWithoutWindows(argc, argv)) return 0;
     QApplication application(argc, argv);
     QApplication::setApplicationName(QStringLiteral("Reelsweep"));

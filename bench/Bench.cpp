@@ -6,6 +6,7 @@
 #include "bench/ProjectGenerator.h"
 #include "bench/Steps.h"
 #include "services/QVLog.h"
+#include "xml/TreeMemory.h"
 
 #include <fmt/format.h>
 #include <unistd.h>
@@ -247,6 +248,8 @@ int main(int argc, char** argv) {
             reelsweep::floorProcess(floorPaths[0], floorPaths[1], floorPaths[2]);
             return 0;
         }
+        // The floor has pugixml as it is.
+        reelsweep::useTreeMemory();
         if (quick) items = std::max<std::size_t>(items / 10, 4);
         reelsweep::runBenchmarks(
             folder.empty() ? reelsweep::defaultFolder(items) : std::filesystem::path(folder), items,

@@ -6,6 +6,7 @@
 #include "platform/qt/QtMainThread.h"
 #include "tests/app/AppTest.h"
 #include "tests/timeline/Timeline.h"
+#include "xml/TreeMemory.h"
 
 #include <QElapsedTimer>
 
@@ -81,6 +82,7 @@ int run() {
 
 int main(int argc, char** argv) {
     using namespace reelsweep;
+    useTreeMemory();  // as the application does
     QApplication application(argc, argv);
     QApplication::setQuitOnLastWindowClosed(false);
     Platform platform = Platform::commandLine();
