@@ -5,6 +5,7 @@
 #include "bench/ChildProcess.h"
 #include "bench/ProjectGenerator.h"
 #include "bench/Steps.h"
+#include "platform/posix/CommandLinePlatform.h"
 #include "services/QVLog.h"
 #include "xml/TreeMemory.h"
 
@@ -202,6 +203,7 @@ void runBenchmarks(const fs::path& parent, std::size_t items, int runs) {
     std::setvbuf(stdout, nullptr, _IOLBF,
                  0);  // a run takes minutes: show each table when it is there
     const WorkFolder folder(parent);
+    Platform::install(commandLinePlatform());
     QVLog::createNewLog("reelsweep-bench", true);
     fmt::print("{}; files on {} ({})\n\n", machine(), fileSystemOf(folder.path()), parent.string());
     const Bench bench{folder, items, runs};

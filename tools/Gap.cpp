@@ -2,6 +2,7 @@
 //
 // Processes a sequence of 50,000 items with all options in a real window, and prints the largest
 // time between two handled events, and when it was.
+#include "platform/posix/CommandLinePlatform.h"
 #include "platform/qt/QtAlertPresenter.h"
 #include "platform/qt/QtMainThread.h"
 #include "tests/app/AppTest.h"
@@ -85,7 +86,7 @@ int main(int argc, char** argv) {
     useTreeMemory();  // as the application does
     QApplication application(argc, argv);
     QApplication::setQuitOnLastWindowClosed(false);
-    Platform platform = Platform::commandLine();
+    Platform platform = commandLinePlatform();
     platform.mainThread = std::make_unique<QtMainThread>();
     platform.alertPresenter = std::make_unique<QtAlertPresenter>();
     Platform::install(std::move(platform));
