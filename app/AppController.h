@@ -6,8 +6,8 @@
 #include "app/DocumentController.h"
 #include "app/ProjectLoaderDialog.h"
 #include "app/QVAboutDialogController.h"
-#include "platform/posix/RunMarker.h"
 #include "services/QVSoftwareUpdate.h"
+#include "services/RunMarker.h"
 
 #include <QObject>
 #include <QPointer>

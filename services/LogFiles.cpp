@@ -1,9 +1,9 @@
 #include "services/LogFiles.h"
 
 #include "base/FileReplacement.h"
+#include "base/FolderLock.h"
 #include "base/Format.h"
 #include "platform/Platform.h"
-#include "platform/posix/FolderLock.h"
 #include "services/QVLocalPaths.h"
 
 #include <cerrno>

@@ -2,11 +2,11 @@
 
 #include "base/Text.h"
 #include "platform/Platform.h"
-#include "platform/SystemInfo.h"
 #include "services/FamilyPreferences.h"
 #include "services/LogFiles.h"
 #include "services/LogText.h"
 #include "services/QVException.h"
+#include "services/SystemInfo.h"
 
 #include <cerrno>
 #include <chrono>

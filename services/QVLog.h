@@ -6,7 +6,7 @@
 // exception: see appendLog. The log never fails its caller; its own troubles go to standard output,
 // unless noPrinting is set.
 //
-// Formats are those of support/Format.h. A percent sign that no directive follows may be written
+// Formats are those of base/Format.h. A percent sign that no directive follows may be written
 // plainly in a format (see escapeTextForLogging).
 //
 // A program that has called createNewLog gets a fresh file; without it, entries are added to the

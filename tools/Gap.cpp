@@ -2,10 +2,12 @@
 //
 // Processes a sequence of 50,000 items with all options in a real window, and prints the largest
 // time between two handled events, and when it was.
+#include "platform/posix/CommandLinePlatform.h"
 #include "platform/qt/QtAlertPresenter.h"
 #include "platform/qt/QtMainThread.h"
 #include "tests/app/AppTest.h"
 #include "tests/timeline/Timeline.h"
+#include "xml/TreeMemory.h"
 
 #include <QElapsedTimer>
 
@@ -81,9 +83,10 @@ int run() {
 
 int main(int argc, char** argv) {
     using namespace reelsweep;
+    useTreeMemory();  // as the application does
     QApplication application(argc, argv);
     QApplication::setQuitOnLastWindowClosed(false);
-    Platform platform = Platform::commandLine();
+    Platform platform = commandLinePlatform();
     platform.mainThread = std::make_unique<QtMainThread>();
     platform.alertPresenter = std::make_unique<QtAlertPresenter>();
     Platform::install(std::move(platform));

@@ -4,6 +4,7 @@
 // its own.
 #include "app/InterfaceDescription.h"
 #include "app/StartWindow.h"
+#include "platform/posix/CommandLinePlatform.h"
 #include "platform/qt/QtAlertPresenter.h"
 #include "platform/qt/QtMainThread.h"
 #include "tests/app/AppTest.h"
@@ -159,7 +160,7 @@ int main(int argc, char** argv) {
         std::fputs("usage: reelsweep-shots FOLDER [PREFIX] [dark]\n", stderr);
         return 2;
     }
-    Platform platform = Platform::commandLine();
+    Platform platform = commandLinePlatform();
     platform.mainThread = std::make_unique<QtMainThread>();
     platform.alertPresenter = std::make_unique<QtAlertPresenter>();
     Platform::install(std::move(platform));

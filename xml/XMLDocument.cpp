@@ -1,7 +1,6 @@
 #include "xml/XMLDocument.h"
 
 #include "xml/StrictCheck.h"
-#include "xml/TreeMemory.h"
 #include "xml/XMLAccess.h"
 #include "xml/XMLWriter.h"
 
@@ -36,12 +35,7 @@ public:
 
 }  // namespace
 
-// The base class sees to the memory before the first allocation is made.
-struct UsesTreeMemory {
-    UsesTreeMemory() { useTreeMemory(); }
-};
-
-struct XMLDocument::Tree : UsesTreeMemory {
+struct XMLDocument::Tree {
     pugi::xml_document pugi;
     pugi::xml_node content;
 
@@ -118,7 +112,6 @@ struct ParserFree {
 using ParserBuffer = std::unique_ptr<char, ParserFree>;
 
 ParserBuffer allocateForParser(std::size_t bytes) {
-    useTreeMemory();
     return ParserBuffer(static_cast<char*>(pugi::get_memory_allocation_function()(bytes)));
 }
 

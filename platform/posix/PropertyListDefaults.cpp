@@ -1,7 +1,7 @@
 #include "platform/posix/PropertyListDefaults.h"
 
+#include "base/FolderLock.h"
 #include "platform/Platform.h"
-#include "platform/posix/FolderLock.h"
 
 #include <filesystem>
 

@@ -1,3 +1,4 @@
+#include "platform/posix/CurlHttpClient.h"
 #include "services/QVOSDetect.h"
 #include "services/QVQC.h"
 #include "tests/platform/ChildProcess.h"
@@ -292,7 +293,7 @@ TEST_F(Usage, ALostSubmissionIsLoggedAndNotRepeated) {
     }
     // An answer, whatever it says, is no failure of the connection.
     ASSERT_TRUE(pumpUntil([&] { return !failing.requests().empty(); }));
-    Platform::current().httpClient = Platform::commandLine().httpClient;
+    Platform::current().httpClient = std::make_unique<CurlHttpClient>();
     for (const std::string& line : logged())
         EXPECT_EQ(line.find("failed"), std::string::npos) << line;
 }

@@ -1,4 +1,4 @@
-#include "platform/posix/RunMarker.h"
+#include "services/RunMarker.h"
 
 #include <fcntl.h>
 #include <sys/file.h>

@@ -1,4 +1,4 @@
-#include "platform/posix/FolderLock.h"
+#include "base/FolderLock.h"
 
 #include <cerrno>
 #include <thread>

@@ -1,4 +1,4 @@
-#include "platform/SystemInfo.h"
+#include "services/SystemInfo.h"
 
 #include <fstream>
 #include <string_view>

@@ -1,4 +1,4 @@
-#include "platform/posix/RunMarker.h"
+#include "services/RunMarker.h"
 #include "tests/platform/ChildProcess.h"
 
 #include <gtest/gtest.h>
