@@ -31,6 +31,7 @@ public:
     const SequenceLedger& ledger() const { return ledger_; }
     /// Changes from here on belong to the pass of that option name (static storage).
     void beginStep(std::string_view option);
+    std::string_view step() const { return step_; }
     /// How many items the sequence came with.
     std::size_t itemsBefore() const { return ledger_.itemsBefore; }
     /// Counts the items that are left, and finds the clips that are loose now and were not in the
@@ -79,19 +80,22 @@ public:
     /// Sets the text of an element that is there. One that reads so already is no change.
     void setText(XMLNode element, std::string_view text);
 
+    /// Notes that the step leaves a clip alone that it would have changed, and why.
+    void noteKept(XMLNode clip, const std::string& reason);
+
     // Taking back
 
     /// A moment to which the sequence can go back, with its ledger and its indexes. It ends with
     /// its scope: what was edited since is kept then. Checkpoints nest.
     class Checkpoint {
     public:
+        explicit Checkpoint(TimelineEdit& edit);
         ~Checkpoint() { edit_.journal_.close(); }
         Checkpoint(const Checkpoint&) = delete;
         Checkpoint& operator=(const Checkpoint&) = delete;
 
     private:
         friend class TimelineEdit;
-        explicit Checkpoint(TimelineEdit& edit);
 
         TimelineEdit& edit_;
         std::size_t journalSize_;
