@@ -237,6 +237,8 @@ void close(XMLNode transition, Random& random) {
     const Frames end = leadingFrames(transition.child("end").stringValue());
     XMLNode before = transition.previousSibling();
     XMLNode after = transition.nextSibling();
+    while (before && !isTimelineItem(before)) before = before.previousSibling();
+    while (after && !isTimelineItem(after)) after = after.nextSibling();
     const bool runsOut = before.child("end").stringValue() == "-1";
     const bool runsIn = after.child("start").stringValue() == "-1";
     Frames cut = runsOut ? end : start;
@@ -245,9 +247,8 @@ void close(XMLNode transition, Random& random) {
     // A clip with an edge of its own inside the transition says where the cut is.
     const Frames ownStart = leadingFrames(after.child("start").stringValue());
     const Frames ownEnd = leadingFrames(before.child("end").stringValue());
-    if (runsOut && after.child("start") && !runsIn && start <= ownStart && ownStart < end)
-        cut = ownStart;
-    if (runsIn && before.child("end") && !runsOut && start < ownEnd && ownEnd <= end) cut = ownEnd;
+    if (runsOut && isClip(after) && !runsIn && start <= ownStart && ownStart < end) cut = ownStart;
+    if (runsIn && isClip(before) && !runsOut && start < ownEnd && ownEnd <= end) cut = ownEnd;
     if (runsOut) before.child("end").setText(cut.text());
     if (runsIn) {
         after.child("start").setText(cut.text());
@@ -256,12 +257,13 @@ void close(XMLNode transition, Random& random) {
     transition.detach();
 }
 
-// Malformed transitions, and such that overlap, do not say what closing them in sync would be.
+// Malformed transitions, and clips too short for theirs, do not say what closing them would be.
 bool canBeClosed(const reelsweep::Timeline& timeline) {
     return std::all_of(timeline.items().begin(), timeline.items().end(), [](const Item& item) {
-        const bool areApart = !item.fadesIn || !item.fadesOut ||
-                              item.fadesIn->range.end <= item.fadesOut->range.start;
-        return item.hasPlace() && !item.isEmpty() && areApart;
+        const Frames inEnd = item.fadesIn ? item.fadesIn->range.end : item.range.start;
+        const Frames outStart = item.fadesOut ? item.fadesOut->range.start : item.range.end;
+        return item.hasPlace() && !item.isEmpty() && inEnd <= outStart && inEnd <= item.range.end &&
+               item.range.start <= outStart;
     });
 }
 
