@@ -3,6 +3,7 @@
 #include "timeline/ElementText.h"
 #include "timeline/FilterMeaning.h"
 
+#include <algorithm>
 #include <vector>
 
 namespace reelsweep {
@@ -140,8 +141,10 @@ private:
             if (filter.concernsSound) appendLook(sound, filter);
             if (filter.meaning == FilterMeaning::opacity) stack.opacity = amountOf(filter, "100");
             if (filter.meaning == FilterMeaning::level) stack.level = amountOf(filter, "1");
-            for (const Parameter& parameter : filter.parameters)
-                stack.hasKeyframes = stack.hasKeyframes || !parameter.keyframes.empty();
+            const bool moves = std::any_of(filter.parameters.begin(), filter.parameters.end(),
+                                           [](const Parameter& p) { return !p.keyframes.empty(); });
+            stack.pictureMoves = stack.pictureMoves || (moves && filter.concernsPicture);
+            stack.soundMoves = stack.soundMoves || (moves && filter.concernsSound);
         }
         stack.isSilent = stack.level.isConstant() && stack.level.value == "0";
         stack.pictureKey = arena_.keep(picture);

@@ -75,7 +75,8 @@ private:
                  TransitionSide side) {
         contributor.transition = transition;
         contributor.side = side;
-        contributor.covers = contributor.covers && options_.ignoreTransitions;
+        contributor.covers =
+            contributor.covers && options_.ignoreTransitions && !fadesToNothing(contributor);
         add(contributor, range);
     }
 
@@ -213,6 +214,11 @@ private:
         for (; row.next < row.stretches.size() && row.stretches[row.next].range.start <= at;
              ++row.next)
             row.active.push_back(&row.stretches[row.next]);
+        // Clips at one place are listed as the track has them, however they were parted.
+        if (row.active.size() > 1)
+            std::sort(row.active.begin(), row.active.end(), [](const auto* a, const auto* b) {
+                return std::less<>()(a->contributor.item, b->contributor.item);
+            });
         const std::uint64_t bit = std::uint64_t{1} << (t % bitsOf);
         if (row.active.empty())
             busy_[t / bitsOf] &= ~bit;
@@ -339,8 +345,10 @@ bool haveSameFilters(const Contributor& a, const Contributor& b, Key key) {
 // One that stands still shows the same at any source frame, unless its filters move.
 bool isMoving(const Contributor& contributor, PictureOptions options) {
     const Media& media = contributor.media();
-    const bool isAnimated = !options.ignoreFilters && contributor.item->filters->hasKeyframes;
-    return isAnimated || !(media.isStill || media.isBlack);
+    const FilterStack& filters = *contributor.item->filters;
+    const bool moves =
+        contributor.track->type == MediaType::video ? filters.pictureMoves : filters.soundMoves;
+    return (moves && !options.ignoreFilters) || !(media.isStill || media.isBlack);
 }
 
 bool isSameTransition(const Item* a, const Item* b) {
@@ -350,6 +358,15 @@ bool isSameTransition(const Item* a, const Item* b) {
 }
 
 }  // namespace
+
+bool fadesToNothing(const Contributor& contributor) {
+    if (!contributor.transition) return false;
+    const Transition& transition = *contributor.transition->transition;
+    const Item* const other =
+        contributor.side == TransitionSide::outgoing ? transition.incoming : transition.outgoing;
+    const bool isSound = contributor.track->type == MediaType::audio;
+    return other && (!other->enabled || (isSound && other->filters->isSilent));
+}
 
 bool showsTheSame(const Contributor& a, const Contributor& b, PictureOptions options) {
     return looksTheSame(a, b, options) && a.media().nested == b.media().nested;
