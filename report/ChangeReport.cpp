@@ -1,8 +1,7 @@
 #include "report/ChangeReport.h"
 
+#include "report/PictureJson.h"
 #include "tidy/PassTable.h"
-#include "timeline/DifferenceText.h"
-#include "timeline/PictureDifference.h"
 
 #include <algorithm>
 #include <nlohmann/json.hpp>
@@ -88,49 +87,6 @@ Json keptValue(const SequenceLedger& sequence) {
     return list;
 }
 
-Json contributorsValue(std::span<const Contributor> contributors, Frames frame) {
-    Json list = Json::array();
-    for (const Contributor& contributor : contributors)
-        list.push_back(contributorText(contributor, frame));
-    return list;
-}
-
-Json differenceValue(const Difference& difference, const SequenceTimecode& timecode) {
-    Json value;
-    value["type"] = description(difference.type);
-    value["kind"] = description(difference.kind);
-    value["asked"] = difference.asked;
-    value["start"] = difference.range.start.count;
-    value["end"] = difference.range.end.count;
-    value["before"] = contributorsValue(difference.before, difference.range.start);
-    value["after"] = contributorsValue(difference.after, difference.range.start);
-    value["text"] = differenceText(difference, timecode);
-    return value;
-}
-
-Json halfValue(const PictureDifference& picture, MediaType type) {
-    Json half;
-    half["same"] = picture.same(type).count;
-    half["asked"] = picture.asked(type).count;
-    half["changed"] = picture.changed(type).count;
-    return half;
-}
-
-// The proof: sums, and each stretch of frames that differs.
-Json pictureValue(const SequenceLedger& sequence) {
-    if (!sequence.picture) return nullptr;
-    const PictureDifference& picture = *sequence.picture;
-    Json value;
-    value["frames"] = picture.frames().count;
-    value["picture"] = halfValue(picture, MediaType::video);
-    value["sound"] = halfValue(picture, MediaType::audio);
-    value["differences"] = Json::array();
-    for (const MediaType type : {MediaType::video, MediaType::audio})
-        for (const Difference& difference : picture.differences(type))
-            value["differences"].push_back(differenceValue(difference, sequence.timecode));
-    return value;
-}
-
 // The passes that changed something, in run order, with their changes of each kind.
 Json totalsValue(const SequenceLedger& sequence) {
     Json list = Json::array();
@@ -201,7 +157,8 @@ void ChangeReport::addSequence(const SequenceLedger& sequence) {
     put(sequence.balances() ? "true" : "false");
     put(",\n     \"looseClips\": " + dumped(looseClipsValue(sequence)));
     put(",\n     \"kept\": " + dumped(keptValue(sequence)));
-    put(",\n     \"picture\": " + dumped(pictureValue(sequence)));
+    put(",\n     \"picture\": " +
+        dumped(sequence.picture ? pictureJson(*sequence.picture) : Json(nullptr)));
     put(",\n     \"totals\": " + dumped(totalsValue(sequence)));
     put(",\n     \"changes\": [");
     std::string_view separator = "\n      ";
