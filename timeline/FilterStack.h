@@ -92,7 +92,6 @@ struct FilterStack {
     bool keepsFrameFull = true;
     bool isSilent = false;      ///< the level is a constant 0
     bool pictureMoves = false;  ///< a filter that changes the picture has keyframes
-    bool soundMoves = false;
     /// What changes the picture, and what the sound, as text: the filters that are not neutral,
     /// without the speed. Equal texts are equal looks.
     std::string_view pictureKey;

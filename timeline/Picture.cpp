@@ -75,8 +75,7 @@ private:
                  TransitionSide side) {
         contributor.transition = transition;
         contributor.side = side;
-        contributor.covers =
-            contributor.covers && options_.ignoreTransitions && !fadesToNothing(contributor);
+        contributor.covers = contributor.covers && options_.ignoreTransitions;
         add(contributor, range);
     }
 
@@ -262,7 +261,9 @@ private:
         bool allCover = true;
         for (const Stretch* stretch : row.active) {
             current_.push_back(stretch->contributor);
-            allCover = allCover && stretch->contributor.covers;
+            // With the transition closed nothing may stand in the place of this side.
+            const bool mayGo = options_.ignoreTransitions && fadesToNothing(stretch->contributor);
+            allCover = allCover && stretch->contributor.covers && !mayGo;
         }
         if (row.active.size() == 1) return allCover;
         if (isBothSides(row)) return allCover;
@@ -290,7 +291,9 @@ private:
             const auto before = std::span(contributors).subspan(last.first, last.count);
             const bool goesOn =
                 std::equal(before.begin(), before.end(), current_.begin(), current_.end(),
-                           [&](const auto& a, const auto& b) { return goesOnAs(a, b); });
+                           [&](const auto& a, const auto& b) {
+                               return a.covers == b.covers && showsTheSame(a, b, options_);
+                           });
             if (goesOn) {
                 found.back().range.end = at;
                 return;
@@ -298,11 +301,6 @@ private:
         }
         found.push_back({{openedAt_, at}, contributors.size(), current_.size()});
         contributors.insert(contributors.end(), current_.begin(), current_.end());
-    }
-
-    bool goesOnAs(const Contributor& a, const Contributor& b) const {
-        // Of a nested sequence it is asked where it is full.
-        return showsTheSame(a, b, options_) && (!options_.keepSlugs || a.covers == b.covers);
     }
 
     const MediaType type_;
@@ -344,11 +342,10 @@ bool haveSameFilters(const Contributor& a, const Contributor& b, Key key) {
 
 // One that stands still shows the same at any source frame, unless its filters move.
 bool isMoving(const Contributor& contributor, PictureOptions options) {
+    if (contributor.track->type == MediaType::audio) return true;
     const Media& media = contributor.media();
-    const FilterStack& filters = *contributor.item->filters;
-    const bool moves =
-        contributor.track->type == MediaType::video ? filters.pictureMoves : filters.soundMoves;
-    return (moves && !options.ignoreFilters) || !(media.isStill || media.isBlack);
+    const bool filtersMove = !options.ignoreFilters && contributor.item->filters->pictureMoves;
+    return filtersMove || !(media.isStill || media.isBlack);
 }
 
 bool isSameTransition(const Item* a, const Item* b) {

@@ -407,8 +407,9 @@ Text plainTransition(XMLNode transition) {
 }
 
 bool plainStandsStill(XMLNode document, XMLNode item, bool isVideo) {
+    if (!isVideo) return false;
     for (const PlainEffect& effect : effectsOf(item))
-        if (effect.name != "timeremap" && concerns(effect, isVideo) &&
+        if (effect.name != "timeremap" && concerns(effect, true) &&
             effect.text.find(':') != Text::npos)
             return false;
     const XMLNode file = fileOf(document, item);

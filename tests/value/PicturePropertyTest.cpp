@@ -231,22 +231,26 @@ TEST(PictureProperty, RemovedFiltersChangeOnlyWhatWasAsked) {
         decoratedTimeline);
 }
 
+Frames timeOf(XMLNode item, const char* name) {
+    return leadingFrames(item.child(name).firstText().value());
+}
+
 // Cuts where the transition was: both clips keep their frames, and meet anywhere inside it.
 void close(XMLNode transition, Random& random) {
-    const Frames start = leadingFrames(transition.child("start").stringValue());
-    const Frames end = leadingFrames(transition.child("end").stringValue());
+    const Frames start = timeOf(transition, "start");
+    const Frames end = timeOf(transition, "end");
     XMLNode before = transition.previousSibling();
     XMLNode after = transition.nextSibling();
     while (before && !isTimelineItem(before)) before = before.previousSibling();
     while (after && !isTimelineItem(after)) after = after.nextSibling();
-    const bool runsOut = before.child("end").stringValue() == "-1";
-    const bool runsIn = after.child("start").stringValue() == "-1";
+    const Frames ownStart = timeOf(after, "start");
+    const Frames ownEnd = timeOf(before, "end");
+    const bool runsOut = ownEnd == edgeInTransition;
+    const bool runsIn = ownStart == edgeInTransition;
     Frames cut = runsOut ? end : start;
     if (runsOut && runsIn)
         cut = start + Frames{random.upTo(0, static_cast<int>((end - start).count))};
     // A clip with an edge of its own inside the transition says where the cut is.
-    const Frames ownStart = leadingFrames(after.child("start").stringValue());
-    const Frames ownEnd = leadingFrames(before.child("end").stringValue());
     if (runsOut && isClip(after) && !runsIn && start <= ownStart && ownStart < end) cut = ownStart;
     if (runsIn && isClip(before) && !runsOut && start < ownEnd && ownEnd <= end) cut = ownEnd;
     if (runsOut) before.child("end").setText(cut.text());
@@ -254,7 +258,15 @@ void close(XMLNode transition, Random& random) {
         after.child("start").setText(cut.text());
         add(after.child("in"), static_cast<int>((cut - start).count));
     }
-    transition.detach();
+}
+
+// A gap between the edges that two clips have inside their transition.
+bool leavesGap(const Item& item) {
+    if (!item.transition || !item.transition->outgoing || !item.transition->incoming) return false;
+    const Item& outgoing = *item.transition->outgoing;
+    const Item& incoming = *item.transition->incoming;
+    return outgoing.endPlace == EdgePlace::own && incoming.startPlace == EdgePlace::own &&
+           outgoing.cut.end != incoming.cut.start;
 }
 
 // Malformed transitions, and clips too short for theirs, do not say what closing them would be.
@@ -262,8 +274,9 @@ bool canBeClosed(const reelsweep::Timeline& timeline) {
     return std::all_of(timeline.items().begin(), timeline.items().end(), [](const Item& item) {
         const Frames inEnd = item.fadesIn ? item.fadesIn->range.end : item.range.start;
         const Frames outStart = item.fadesOut ? item.fadesOut->range.start : item.range.end;
-        return item.hasPlace() && !item.isEmpty() && inEnd <= outStart && inEnd <= item.range.end &&
-               item.range.start <= outStart;
+        return item.hasPlace() && !item.isEmpty() && !leavesGap(item) && inEnd <= outStart &&
+               inEnd <= item.range.end && item.range.start <= outStart &&
+               (!item.fadesIn || item.node.child("in"));
     });
 }
 
@@ -278,6 +291,7 @@ TEST(PictureProperty, TransitionsClosedInSyncChangeOnlyWhatWasAsked) {
         copy.forEachDescendant({"transitionitem"}, [&](XMLNode t) { transitions.push_back(t); });
         Random random(text.size());
         for (const XMLNode& transition : transitions) close(transition, random);
+        for (XMLNode& transition : transitions) transition.detach();
         closed += transitions.size();
         return {"", changedText(timeline.sequence, copy,
                                 {.videoTransitions = true, .audioTransitions = true}, catalogue)};
