@@ -202,7 +202,7 @@ CutDifference::CutDifference(const Timeline& before, const Timeline& after)
             const Timeline& cut = change.after ? after_ : before_;
             const Item& item = *(change.after ? change.after : change.before);
             const Track& track = cut.trackOf(item);
-            return std::tuple(item.cut.start, track.type, track.number);
+            return std::tuple(item.cut.start, track.type, track.number, change.after != nullptr);
         };
         return order(a) < order(b);
     });

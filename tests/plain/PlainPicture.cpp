@@ -83,7 +83,9 @@ XMLNode nestedOf(XMLNode item) {
 Text mediaOf(XMLNode document, XMLNode item) {
     if (isBlack(document, item)) return "black";
     if (item.isElement("generatoritem")) return "generator " + textOf(item.child("effect"), "name");
-    if (item.child("file")) return "file " + textOf(fileOf(document, item), "pathurl");
+    const XMLNode file = fileOf(document, item);
+    if (file) return "file " + textOf(file, "pathurl");
+    if (item.child("file")) return "undefined " + Text(*item.child("file").attribute("id"));
     if (item.child("sequence")) return "sequence";
     return "clip " + textOf(item, "name");
 }
@@ -374,7 +376,7 @@ Text plainLook(XMLNode document, XMLNode item, bool isVideo) {
     Text look = mediaOf(document, item);
     if (isVideo) {
         const Text mode = textOf(item, "compositemode");
-        if (upper(mode) != "NORMAL") look += " " + mode;
+        if (!mode.empty() && upper(mode) != "NORMAL") look += " " + mode;
         if (mayBeTransparent(document, item)) look += " alpha";
     }
     const bool hasSpeed = !plainStandsStill(document, item, isVideo);
