@@ -119,8 +119,12 @@ bool ContributorMatch::matchSound(List expected, List after, PictureOptions opti
             return matches(*c, contributor, options, pairs);
         });
         if (found == missing.end()) return false;
-        if (contributor.side == TransitionSide::none && (*found)->transition)
-            closed.push_back((*found)->transition);
+        if (const Item* const transition = (*found)->transition;
+            transition && contributor.side == TransitionSide::none) {
+            // Of a closed transition one side stands, never both at once.
+            if (std::find(closed.begin(), closed.end(), transition) != closed.end()) return false;
+            closed.push_back(transition);
+        }
         missing.erase(found);
     }
     return std::all_of(missing.begin(), missing.end(), [&](const Contributor* contributor) {

@@ -79,11 +79,30 @@ bool playsIn(const Item& transition, std::span<const Contributor> list) {
     });
 }
 
+const Contributor* otherSideOf(const Contributor& side, const Contributors& list) {
+    const auto found = std::find_if(list.begin(), list.end(), [&](const Contributor* other) {
+        return side.transition && other->transition == side.transition && other->side != side.side;
+    });
+    return found == list.end() ? nullptr : *found;
+}
+
 struct Verdict {
     DifferenceKind kind;
     const Contributor* was;
     const Contributor* is;
 };
+
+const Contributor* firstInTransition(std::span<const Contributor> list) {
+    const auto found = std::find_if(list.begin(), list.end(),
+                                    [](const Contributor& c) { return c.transition != nullptr; });
+    return found == list.end() ? nullptr : &*found;
+}
+
+Contributors pointersTo(std::span<const Contributor> list) {
+    Contributors pointers;
+    for (const Contributor& contributor : list) pointers.push_back(&contributor);
+    return pointers;
+}
 
 const Contributor* first(std::span<const Contributor> list) {
     return list.empty() ? nullptr : &list.front();
@@ -110,6 +129,9 @@ Verdict judge(const Difference& difference, const Judged& judged) {
     const bool wasThere = is && stands(*is->item, judged.source, difference.type, at, false);
     if (rest.before.empty()) {
         if (is) return {wasThere ? Kind::revealed : Kind::added, nullptr, is};
+        // A dissolve whose both sides stand, but not as one.
+        if (const Contributor* const side = firstInTransition(judged.expected))
+            return {Kind::transition, side, sameMediaIn(pointersTo(difference.after), *side)};
         // The same clips: in another order, or all of them under another filter.
         const bool isSameOrder =
             std::equal(judged.expected.begin(), judged.expected.end(), difference.after.begin(),
@@ -124,6 +146,11 @@ Verdict judge(const Difference& difference, const Judged& judged) {
         return judgeSameMedia(*was, *same, judged.options);
     if (was->transition && playsIn(*was->transition, difference.after))
         return {Kind::transition, was, is};
+    if (const Contributor* const other = otherSideOf(*was, rest.before)) {
+        const Contributor* const stands = sameMediaIn(rest.after, *other);
+        if (stands && runsInSync(*other, *stands, judged.options))
+            return {Kind::transition, other, stands};
+    }
     // Sounds do not hide one another.
     if (difference.type == MediaType::audio) return {Kind::lost, was, nullptr};
     const bool isHidden = stands(*was->item, judged.copy, difference.type, at, true);

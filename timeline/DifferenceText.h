@@ -3,6 +3,7 @@
 // Thread rule: plain functions.
 #pragma once
 
+#include "timeline/CutDifference.h"
 #include "timeline/PictureDifference.h"
 
 #include <string>
@@ -22,6 +23,10 @@ std::string contributorText(const Contributor& contributor, Frames frame);
 
 /// The time code of an item's media at one of the clip's own frames.
 std::string sourceTimecode(const Item& item, Frames own);
+
+/// One line for a change between two cuts, with the record time codes of the clip:
+///   "01:00:04:12 to 01:00:05:22, V1: A.mov, source 00:00:03:10, trimmed: starts 12 frames later"
+std::string cutChangeText(const CutDifference& difference, const CutChange& change);
 
 /// A number with its thousands parted: "108,000".
 std::string groupedNumber(Frames number);

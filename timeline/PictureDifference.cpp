@@ -12,8 +12,8 @@ namespace {
 
 using List = std::span<const Contributor>;
 
-bool showTheSameSide(const std::optional<Contributor>& a, const std::optional<Contributor>& b) {
-    return bool(a) == bool(b) && (!a || (a->item == b->item && a->side == b->side));
+bool areOfOneClip(const std::optional<Contributor>& a, const std::optional<Contributor>& b) {
+    return bool(a) == bool(b) && (!a || a->item == b->item);
 }
 
 // Filters of the whole picture or the whole mix, and the size of the frame.
@@ -99,8 +99,8 @@ private:
 
     static bool goesOn(const Difference& before, const Difference& next) {
         return before.range.end == next.range.start && before.kind == next.kind &&
-               before.asked == next.asked && showTheSameSide(before.was, next.was) &&
-               showTheSameSide(before.is, next.is);
+               before.asked == next.asked && areOfOneClip(before.was, next.was) &&
+               areOfOneClip(before.is, next.is);
     }
 
     const Intervals& source_;

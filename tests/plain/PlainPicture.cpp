@@ -74,10 +74,18 @@ bool endsIn(const Text& text, const Text& end) {
     return text.size() >= end.size() && text.substr(text.size() - end.size()) == end;
 }
 
+// The sequence that a clip plays; null for what plays something else.
+XMLNode nestedOf(XMLNode item) {
+    const bool plays = item.isElement("clipitem") && !item.child("file");
+    return plays ? item.child("sequence") : XMLNode();
+}
+
 Text mediaOf(XMLNode document, XMLNode item) {
     if (isBlack(document, item)) return "black";
     if (item.isElement("generatoritem")) return "generator " + textOf(item.child("effect"), "name");
-    if (item.child("file")) return "file " + textOf(fileOf(document, item), "pathurl");
+    const XMLNode file = fileOf(document, item);
+    if (file) return "file " + textOf(file, "pathurl");
+    if (item.child("file")) return "undefined " + Text(*item.child("file").attribute("id"));
     if (item.child("sequence")) return "sequence";
     return "clip " + textOf(item, "name");
 }
@@ -317,7 +325,7 @@ private:
 
     // A nested sequence hides what is below it only where its own picture is full.
     bool nestedIsFull(const PlainItem& item, Frames f) const {
-        const XMLNode nested = item.node.child("sequence");
+        const XMLNode nested = nestedOf(item.node);
         if (!nested) return true;
         for (const PlainEffect& effect : effectsOf(item.node))
             if (effect.name == "timeremap") return false;
@@ -368,7 +376,7 @@ Text plainLook(XMLNode document, XMLNode item, bool isVideo) {
     Text look = mediaOf(document, item);
     if (isVideo) {
         const Text mode = textOf(item, "compositemode");
-        if (upper(mode) != "NORMAL") look += " " + mode;
+        if (!mode.empty() && upper(mode) != "NORMAL") look += " " + mode;
         if (mayBeTransparent(document, item)) look += " alpha";
     }
     const bool hasSpeed = !plainStandsStill(document, item, isVideo);
@@ -385,8 +393,8 @@ Text plainLook(XMLNode document, XMLNode item, bool isVideo) {
 Text plainSource(XMLNode document, XMLNode item, bool isVideo, bool hasPlace, Frames source) {
     Text text = hasPlace ? "" : " without place";
     if (!plainStandsStill(document, item, isVideo)) text += " @" + source.text();
-    if (!item.isElement("clipitem") || item.child("file") || !item.child("sequence")) return text;
-    const PlainSequence nested(document, definitionOf(document, item.child("sequence")), isVideo);
+    if (!nestedOf(item)) return text;
+    const PlainSequence nested(document, definitionOf(document, nestedOf(item)), isVideo);
     const auto addFrame = [&](Frames f) {
         std::vector<Text> seen = nested.at(f, true);
         if (!isVideo) std::sort(seen.begin(), seen.end());

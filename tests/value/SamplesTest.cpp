@@ -1,1 +1,62 @@
+// Real exports of several editing applications, and the bundled sample, as values.
+#include "tests/value/Values.h"
 
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <filesystem>
+
+namespace reelsweep::test {
+namespace {
+
+namespace fs = std::filesystem;
+
+// The XMEML files to try; the folder of real exports need not be there.
+std::vector<fs::path> sampleFiles() {
+    const char* const variable = std::getenv("REELSWEEP_SAMPLES");
+    const fs::path source = REELSWEEP_SOURCE_FOLDER;
+    const fs::path exports =
+        variable ? fs::path(variable) : source.parent_path() / "shared/samples";
+    std::vector<fs::path> files;
+    for (const fs::path& folder : {source / "resources/sample", exports}) {
+        std::error_code error;
+        for (const auto& entry : fs::directory_iterator(folder, error))
+            if (entry.path().extension() == ".xml") files.push_back(entry.path());
+    }
+    return files;
+}
+
+void check(XMLNode sequence, const std::shared_ptr<MediaCatalogue>& catalogue) {
+    SCOPED_TRACE(sequence.child("name").stringValue());
+    const auto timeline = reelsweep::Timeline::of(sequence, catalogue);
+    for (const Item& item : timeline.items()) {
+        EXPECT_TRUE(item.hasPlace() && !item.isEmpty()) << item.name;
+        EXPECT_TRUE(!item.media || item.media->kind != Media::Kind::undefined) << item.name;
+    }
+    // Something is seen or heard, and the same in a copy of it.
+    EXPECT_FALSE(picture(timeline).list().empty() && sound(timeline).list().empty());
+    const auto copy = reelsweep::Timeline::of(sequence.copy(), catalogue);
+    EXPECT_TRUE(PictureDifference(timeline, copy, {true, true, true}).isSame());
+    EXPECT_TRUE(CutDifference(timeline, copy).changes().empty());
+}
+
+TEST(Samples, AreReadWithoutFault) {
+    const std::vector<fs::path> files = sampleFiles();
+    ASSERT_FALSE(files.empty());
+    for (const fs::path& file : files) {
+        SCOPED_TRACE(file);
+        const Result<XMLDocument> document = XMLDocument::load(file);
+        ASSERT_TRUE(document) << document.failure().description();
+        const auto catalogue = MediaCatalogue::of(document->node());
+        std::vector<XMLNode> sequences;
+        document->node().forEachDescendant({"sequence"}, [&](XMLNode sequence) {
+            if (sequence.child("media")) sequences.push_back(sequence);
+        });
+        EXPECT_FALSE(sequences.empty());
+        for (const XMLNode& sequence : sequences) check(sequence, catalogue);
+    }
+    if (files.size() == 1) GTEST_SKIP() << "the folder of real exports is not there";
+}
+
+}  // namespace
+}  // namespace reelsweep::test

@@ -7,6 +7,7 @@
 #pragma once
 
 #include "tests/timeline/Timeline.h"
+#include "timeline/CutDifference.h"
 #include "timeline/DifferenceText.h"
 #include "timeline/MediaCatalogue.h"
 #include "timeline/PictureDifference.h"
