@@ -1,5 +1,6 @@
 #include "xml/XMLDocument.h"
 
+#include "xml/QuickCheck.h"
 #include "xml/StrictCheck.h"
 #include "xml/TreeMemory.h"
 #include "xml/XMLAccess.h"
@@ -11,6 +12,7 @@
 #include <cerrno>
 #include <cstring>
 #include <future>
+#include <optional>
 
 namespace reelsweep {
 
@@ -154,20 +156,36 @@ Result<std::string> readStream(int descriptor, const std::string& path) {
 // From this size on the check runs beside the parser.
 constexpr std::size_t largeInputBytes = std::size_t{1024} * 1024;
 
-// The check of an open file, and whether the file stayed the same meanwhile.
-Outcome checkOpenFile(const Descriptor& file, const FileIdentity& identity,
-                      const std::string& path) {
-    if (Outcome checked = checkWellFormed(file.get(), path); !checked) return checked;
-    if (FileIdentity::ofDescriptor(file.get()) != identity)
-        return unreadable(path, "changed while it was being read");
-    return Done{};
-}
-
 }  // namespace
+
+struct XMLDocument::Checked {
+    Outcome outcome;
+    std::optional<XMLOutline> outline;  ///< when the quick check settled it
+
+    static std::shared_ptr<const Checked> answer(Outcome outcome,
+                                                 std::optional<XMLOutline> outline = {}) {
+        return std::make_shared<Checked>(Checked{std::move(outcome), std::move(outline)});
+    }
+
+    // The check of an open file, and whether the file stayed the same meanwhile.
+    static std::shared_ptr<const Checked> ofFile(const Descriptor& file,
+                                                 const FileIdentity& identity,
+                                                 const std::string& path) {
+        std::optional<XMLOutline> outline = quickOutline(file.get());
+        if (!outline)
+            if (Outcome checked = checkWellFormed(file.get(), path); !checked)
+                return answer(std::move(checked));
+        if (FileIdentity::ofDescriptor(file.get()) != identity)
+            return answer(unreadable(path, "changed while it was being read"));
+        if (outline) outline->file = identity;
+        return answer(Done{}, std::move(outline));
+    }
+};
 
 Result<XMLDocument> XMLDocument::parse(std::string_view bytes, const std::string& name) {
     if (bytes.empty()) return emptyInput(name);
-    if (Outcome checked = checkWellFormed(bytes, name); !checked) return checked.failure();
+    if (!quickOutline(bytes))
+        if (Outcome checked = checkWellFormed(bytes, name); !checked) return checked.failure();
     XMLDocument document;
     document.tree_ = std::make_unique<Tree>();
     const auto parsed =
@@ -196,7 +214,7 @@ Result<XMLDocument> XMLDocument::load(const std::string& path, Verification veri
     const FileIdentity identity = FileIdentity::ofDescriptor(file->get());
     const auto policy = size >= largeInputBytes ? std::launch::async : std::launch::deferred;
     document.check_ = std::async(policy, [file, identity, path] {
-                          return checkOpenFile(*file, identity, path);
+                          return Checked::ofFile(*file, identity, path);
                       }).share();
 
     ParserBuffer bytes = allocateForParser(size);
@@ -217,7 +235,15 @@ Result<XMLDocument> XMLDocument::load(const std::string& path, Verification veri
     return document;
 }
 
-Outcome XMLDocument::verify() const { return check_.valid() ? check_.get() : Outcome(Done{}); }
+Outcome XMLDocument::verify() const {
+    return check_.valid() ? check_.get()->outcome : Outcome(Done{});
+}
+
+const XMLOutline* XMLDocument::outline() const {
+    if (!check_.valid()) return nullptr;
+    const std::optional<XMLOutline>& outline = check_.get()->outline;
+    return outline && outline->file == loadedFile_ ? &*outline : nullptr;
+}
 
 Result<std::string> rootElementName(const std::string& path) {
     const Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC));

@@ -157,6 +157,30 @@ TEST(XMLDocument, FindsTheBadLineOfALargeFile) {
     EXPECT_EQ(bad.failure().file, folder / "bad.xml");
 }
 
+TEST(XMLDocument, KnowsWhereThingsStandInTheFileThatItIs) {
+    const TemporaryFolder folder;
+    const std::string large = "<a>" + std::string(2'000'000, ' ') + "<sequence/></a>";
+    for (const std::string& xml : {std::string("<a>\n<sequence/></a>"), large}) {
+        SCOPED_TRACE(xml.size());
+        writeFile(folder / "in.xml", xml);
+        Result<XMLDocument> loaded = XMLDocument::load(folder / "in.xml", Verification::deferred);
+        ASSERT_TRUE(loaded);
+        const XMLOutline* const outline = loaded->outline();
+        ASSERT_NE(outline, nullptr);
+        EXPECT_EQ(outline->file, FileIdentity::ofFile(folder / "in.xml"));
+        EXPECT_EQ(outline->root.end, xml.size());
+        EXPECT_EQ(outline->sequences.at(0).begin, xml.find("<sequence/>"));
+        writeFile(folder / "out.xml", "<a/>");
+        loaded->setLoadedFile(FileIdentity::ofFile(folder / "out.xml"));
+        EXPECT_EQ(loaded->outline(), nullptr);
+    }
+    writeFile(folder / "in.xml", "<?xml version='1.0' encoding='ISO-8859-1'?><a>\xE9</a>");
+    const Result<XMLDocument> latin = XMLDocument::load(folder / "in.xml");
+    ASSERT_TRUE(latin);
+    EXPECT_EQ(latin->outline(), nullptr);
+    EXPECT_EQ(parsed("<a/>").outline(), nullptr);
+}
+
 TEST(XMLDocument, ReportsFilesThatCannotBeRead) {
     const TemporaryFolder folder;
     for (const std::string& path : {folder.path(), folder / "absent.xml"}) {
