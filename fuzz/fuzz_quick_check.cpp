@@ -1,8 +1,10 @@
 // The quick check against the strict one: whatever it accepts is well-formed by Expat's word and
-// becomes a tree, however the bytes are cut, and the parts stand where it says.
+// becomes a tree, however the bytes are cut, and the parts stand where it says. A child that is put
+// between the bytes there is one in the tree.
 
 #include "fuzz/Quiet.h"
 #include "tests/xml/Pieces.h"
+#include "xml/SplicePlace.h"
 #include "xml/StrictCheck.h"
 #include "xml/XMLDocument.h"
 
@@ -17,6 +19,14 @@ namespace {
 
 // Nested elements are parsed again for each level, so not all of very many are looked at.
 constexpr std::size_t mostElements = 40;
+
+struct Text final : ByteSink {
+    std::string text;
+    bool write(std::string_view bytes) override {
+        text.append(bytes);
+        return true;
+    }
+};
 
 // The answer for pieces of 1 to `largest` bytes, by a small generator of its own.
 std::optional<XMLOutline> outlineInOddPieces(std::string_view bytes, std::uint32_t seed,
@@ -70,6 +80,31 @@ std::vector<XMLNode> childElements(const XMLNode& parent) {
     return children;
 }
 
+// A child that is put between the bytes is the same as one that is put into the tree.
+void requireSplice(std::string_view bytes, const ParentBytes& place, XMLNode parent,
+                   const XMLDocument& document) {
+    const auto read = [&](std::uint64_t begin, std::uint64_t end) {
+        return std::optional(std::string(part(bytes, begin, end)));
+    };
+    const std::optional<SplicePlace> splice = SplicePlace::afterLastChild(place, read);
+    require(splice || place.selfClosed() || place.contentEnd > place.contentBegin);
+    if (!splice) return;
+    XMLNode child = *document.node().parseDetached("<bin><name>1&#13;\n2</name><bin/></bin>");
+    Text added;
+    serialise(child, splice->layout, added);
+    const std::string spliced = std::string(part(bytes, 0, splice->offset)) + splice->before +
+                                added.text + splice->after +
+                                std::string(part(bytes, splice->offset, bytes.size()));
+    const Result<XMLDocument> byBytes = XMLDocument::parse(spliced, "spliced");
+    parent.appendChild(child);
+    // Written and read again, so that white space that is no content any more is none in both.
+    const Result<XMLDocument> byTree =
+        XMLDocument::parse(document.serialise(XMLFormat::compact), "whole");
+    require(byBytes.ok() && byTree.ok());
+    require(byBytes->serialise(XMLFormat::compact) == byTree->serialise(XMLFormat::compact));
+    child.detach();
+}
+
 void requireOutline(std::string_view bytes, const XMLOutline& outline,
                     const XMLDocument& document) {
     require(outline.byteOrderMark == bytes.starts_with("\xEF\xBB\xBF"));
@@ -95,6 +130,7 @@ void requireOutline(std::string_view bytes, const XMLOutline& outline,
         require(outline.projectChildren[i].hasChild() == !children.empty());
         if (!children.empty())
             requireElement(bytes, outline.projectChildren[i].lastChild, children.back());
+        requireSplice(bytes, outline.projectChildren[i], parents[i], document);
     }
 }
 

@@ -1,5 +1,6 @@
 #include "xml/XMLDocument.h"
 
+#include "base/UniqueDescriptor.h"
 #include "xml/QuickCheck.h"
 #include "xml/StrictCheck.h"
 #include "xml/TreeMemory.h"
@@ -99,20 +100,6 @@ Failure unreadable(const std::string& path, const char* what) {
     return {FailureCode::inputUnreadable, what, path, 0, 0, ""};
 }
 
-class Descriptor {
-public:
-    explicit Descriptor(int value) : value_(value) {}
-    ~Descriptor() {
-        if (value_ >= 0) close(value_);
-    }
-    Descriptor(const Descriptor&) = delete;
-    Descriptor& operator=(const Descriptor&) = delete;
-    int get() const { return value_; }
-
-private:
-    int value_;
-};
-
 // Memory that pugixml may take over.
 struct ParserFree {
     void operator()(char* bytes) const { pugi::get_memory_deallocation_function()(bytes); }
@@ -168,7 +155,7 @@ struct XMLDocument::Checked {
     }
 
     // The check of an open file, and whether the file stayed the same meanwhile.
-    static std::shared_ptr<const Checked> ofFile(const Descriptor& file,
+    static std::shared_ptr<const Checked> ofFile(const UniqueDescriptor& file,
                                                  const FileIdentity& identity,
                                                  const std::string& path) {
         std::optional<XMLOutline> outline = quickOutline(file.get());
@@ -196,7 +183,7 @@ Result<XMLDocument> XMLDocument::parse(std::string_view bytes, const std::string
 }
 
 Result<XMLDocument> XMLDocument::load(const std::string& path, Verification verification) {
-    const auto file = std::make_shared<Descriptor>(open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    const auto file = std::make_shared<UniqueDescriptor>(open(path.c_str(), O_RDONLY | O_CLOEXEC));
     if (file->get() < 0) return unreadable(path, std::strerror(errno));
     struct stat status {};
     if (fstat(file->get(), &status) != 0) return unreadable(path, std::strerror(errno));
@@ -246,7 +233,7 @@ const XMLOutline* XMLDocument::outline() const {
 }
 
 Result<std::string> rootElementName(const std::string& path) {
-    const Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    const UniqueDescriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
     if (file.get() < 0) return unreadable(path, std::strerror(errno));
     struct stat status {};
     if (fstat(file.get(), &status) == 0 && S_ISDIR(status.st_mode))
@@ -297,6 +284,12 @@ std::string serialise(const XMLNode& node, XMLFormat format) {
     writer.write(XMLAccess::pugi(node));
     writer.flush();
     return std::move(sink.text);
+}
+
+void serialise(const XMLNode& node, const XMLLayout& layout, ByteSink& sink) {
+    XMLWriter writer(sink, layout);
+    writer.write(XMLAccess::pugi(node));
+    writer.flush();
 }
 
 }  // namespace reelsweep

@@ -26,6 +26,15 @@ enum class XMLFormat {
     pretty,   ///< elements on lines of their own, one tab a level
 };
 
+/// How a node is written among lines that are there already.
+struct XMLLayout {
+    std::string lineEnd;      ///< "\n", "\r\n" or "\r"; empty: no white space is added
+    std::string margin;       ///< before each of the node's lines
+    std::string indentation;  ///< more of it before the lines of each level inside the node
+
+    bool operator==(const XMLLayout&) const = default;
+};
+
 /// When a loaded file's well-formedness is settled.
 enum class Verification {
     beforeUse,  ///< load() answers when the check is over
@@ -90,5 +99,8 @@ Result<std::string> rootElementName(const std::string& path);
 
 /// One node (an element with all below it) as text, without declaration.
 std::string serialise(const XMLNode& node, XMLFormat format = XMLFormat::compact);
+/// Writes one node to a sink chunk by chunk; ends in a line end where the layout has lines. Line
+/// ends inside texts become the layout's too, which a parser reads as the same text.
+void serialise(const XMLNode& node, const XMLLayout& layout, ByteSink& sink);
 
 }  // namespace reelsweep

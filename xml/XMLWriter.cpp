@@ -1,18 +1,42 @@
 #include "xml/XMLWriter.h"
 
+#include <optional>
+#include <utility>
+
 namespace reelsweep {
 
 namespace {
 
 constexpr std::size_t pieceBytes = std::size_t{1024} * 1024;
 
+// The one thing that pugixml writes and no text, attribute or loaded node has in it.
+constexpr char mark = '\1';
+
+// How many times a part makes up the whole; nothing when it does not.
+std::optional<unsigned> timesIn(std::string_view part, std::string_view whole) {
+    unsigned times = 0;
+    for (; !part.empty() && whole.starts_with(part); ++times) whole.remove_prefix(part.size());
+    return whole.empty() ? std::optional(times) : std::nullopt;
+}
+
 }  // namespace
 
+XMLWriter::XMLWriter(ByteSink& sink, XMLFormat format)
+    : XMLWriter(sink, format == XMLFormat::pretty ? XMLLayout{"\n", "", "\t"} : XMLLayout{}) {}
+
+XMLWriter::XMLWriter(ByteSink& sink, XMLLayout layout) : sink_(sink), layout_(std::move(layout)) {
+    const std::optional<unsigned> times = timesIn(layout_.indentation, layout_.margin);
+    marks_ = !times;
+    depth_ = times.value_or(1);
+}
+
 void XMLWriter::write(const pugi::xml_node& node) {
-    if (format_ == XMLFormat::pretty)
-        node.print(*this, "\t", pugi::format_indent, pugi::encoding_utf8);
-    else
+    const char marked[] = {mark, '\0'};
+    if (layout_.lineEnd.empty())
         node.print(*this, "", pugi::format_raw, pugi::encoding_utf8);
+    else
+        node.print(*this, marks_ ? marked : layout_.indentation.c_str(), pugi::format_indent,
+                   pugi::encoding_utf8, depth_);
 }
 
 void XMLWriter::write(const void* data, std::size_t size) {
@@ -24,19 +48,31 @@ void XMLWriter::write(const void* data, std::size_t size) {
     delivery_ = std::async(std::launch::async, [this] { deliver(full_); });
 }
 
+void XMLWriter::appendTranslated(std::string& text, char c) {
+    const bool wasMark = std::exchange(inMarks_, marks_ && c == mark);
+    if (inMarks_)
+        text += wasMark ? layout_.indentation : layout_.margin;
+    else if (c == '\r')
+        text += "&#13;";
+    else if (c == '\n' && !layout_.lineEnd.empty())
+        text += layout_.lineEnd;
+    else
+        text += c;
+}
+
+void XMLWriter::deliverTranslated(std::string_view piece) {
+    std::string text;
+    text.reserve(piece.size() + piece.size() / 8);
+    for (const char c : piece) appendTranslated(text, c);
+    sink_.write(text);
+}
+
 void XMLWriter::deliver(std::string_view piece) {
-    std::size_t carriageReturn = piece.find('\r');
-    if (carriageReturn == std::string_view::npos) {
+    const bool hasPlainLines = !marks_ && (layout_.lineEnd.empty() || layout_.lineEnd == "\n");
+    if (hasPlainLines && piece.find('\r') == std::string_view::npos)
         sink_.write(piece);
-        return;
-    }
-    std::string escaped;
-    escaped.reserve(piece.size() + piece.size() / 16);
-    for (; carriageReturn != std::string_view::npos; carriageReturn = piece.find('\r')) {
-        escaped.append(piece.substr(0, carriageReturn)).append("&#13;");
-        piece.remove_prefix(carriageReturn + 1);
-    }
-    sink_.write(escaped.append(piece));
+    else
+        deliverTranslated(piece);
 }
 
 void XMLWriter::flush() {
