@@ -1,5 +1,6 @@
 #include "xml/XMLWriter.h"
 
+#include <algorithm>
 #include <optional>
 #include <utility>
 
@@ -49,21 +50,29 @@ void XMLWriter::write(const void* data, std::size_t size) {
 }
 
 void XMLWriter::appendTranslated(std::string& text, char c) {
-    const bool wasMark = std::exchange(inMarks_, marks_ && c == mark);
-    if (inMarks_)
-        text += wasMark ? layout_.indentation : layout_.margin;
-    else if (c == '\r')
+    if (c == '\r')
         text += "&#13;";
-    else if (c == '\n' && !layout_.lineEnd.empty())
-        text += layout_.lineEnd;
+    else if (c == '\n')
+        text += layout_.lineEnd.empty() ? std::string_view("\n") : layout_.lineEnd;
     else
-        text += c;
+        text += inMarks_ ? layout_.indentation : layout_.margin;
+    inMarks_ = c == mark;
 }
 
 void XMLWriter::deliverTranslated(std::string_view piece) {
+    const auto isPlain = [this](char c) {
+        return c != '\n' && c != '\r' && (c != mark || !marks_);
+    };
     std::string text;
     text.reserve(piece.size() + piece.size() / 8);
-    for (const char c : piece) appendTranslated(text, c);
+    while (!piece.empty()) {
+        const auto end = std::find_if_not(piece.begin(), piece.end(), isPlain);
+        const auto plain = static_cast<std::size_t>(end - piece.begin());
+        text += piece.substr(0, plain);
+        if (plain > 0) inMarks_ = false;
+        if (plain < piece.size()) appendTranslated(text, piece[plain]);
+        piece.remove_prefix(std::min(plain + 1, piece.size()));
+    }
     sink_.write(text);
 }
 

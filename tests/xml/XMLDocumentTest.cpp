@@ -60,6 +60,38 @@ TEST(XMLDocument, PrettyPrintsOneElementALine) {
               "<a>\n\t<b>\n\t\t<c>1</c>\n\t\t<!--n-->\n\t</b>\n\t<d> </d>\n</a>\n");
 }
 
+struct Text final : ByteSink {
+    std::string text;
+    bool write(std::string_view bytes) override {
+        text += bytes;
+        return true;
+    }
+};
+
+TEST(XMLDocument, LaysANodeOutAsAskedHoweverLargeItIs) {
+    std::string xml = "<a>";
+    for (int i = 0; i < 60'000; ++i) xml += "<b><c>1</c><d><e/></d></b>";
+    const XMLDocument document = parsed(xml + "</a>");
+    const std::string pretty = document.serialise(XMLFormat::pretty);
+    ASSERT_GT(pretty.size(), 2'000'000u);  // in several pieces
+    for (const XMLLayout& layout : {XMLLayout{"\r\n", "   ", "\t"}, XMLLayout{"\n", "\t ", ""},
+                                    XMLLayout{"\r\n", "", "  "}, XMLLayout{"\n", "    ", "  "}}) {
+        SCOPED_TRACE(layout.margin + "|" + layout.indentation + "|" + layout.lineEnd);
+        std::string expected;
+        for (std::size_t at = 0; at < pretty.size();) {
+            const std::size_t text = pretty.find_first_not_of('\t', at);
+            const std::size_t end = pretty.find('\n', text);
+            expected += layout.margin;
+            for (; at < text; ++at) expected += layout.indentation;
+            expected.append(pretty, text, end - text).append(layout.lineEnd);
+            at = end + 1;
+        }
+        Text written;
+        serialise(document.rootElement(), layout, written);
+        EXPECT_TRUE(written.text == expected);
+    }
+}
+
 std::string utf16(std::string_view ascii, bool bigEndian) {
     std::string bytes;
     for (const char c : ascii) {
