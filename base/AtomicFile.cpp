@@ -66,8 +66,8 @@ std::error_code renameReplacing(const std::string& from, const std::string& to) 
 
 constexpr const char* existsAlready = "there is a file already";
 
-// Ways to copy up to `bytes` bytes that follow `offset` in one file to the current place in another.
-// Each moves the offset, and answers how many bytes went over: 0 at the end, -1 with errno on errors.
+// Ways to copy up to `bytes` bytes from a place in one file to the current place in another. Each
+// moves the offset, and answers how many bytes went over: 0 at the end, -1 with errno on errors.
 using CopyStep = ssize_t (*)(int from, off_t& offset, int to, std::size_t bytes);
 
 ssize_t copyRange(int from, off_t& offset, int to, std::size_t bytes) {
@@ -159,8 +159,8 @@ bool AtomicFile::write(std::string_view bytes) {
 bool AtomicFile::copyFrom(int source, std::uint64_t offset, std::uint64_t bytes) {
     off_t at = static_cast<off_t>(offset);
     const off_t end = at + static_cast<off_t>(bytes);
-    // The first two work between some file systems only, and say so in many ways. What is wrong with
-    // the files themselves comes out at the last.
+    // The first two work between some file systems only, and say so in many ways. What is wrong
+    // with the files themselves comes out at the last.
     constexpr std::array<CopyStep, 3> steps{copyRange, sendBytes, readAndWrite};
     for (std::size_t step = 0; error_ == 0 && at < end;) {
         const ssize_t put =

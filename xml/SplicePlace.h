@@ -31,8 +31,9 @@ struct SplicePlace {
     /// Answers the bytes [begin, end) of the file; nothing when they cannot be read.
     using Reader =
         std::function<std::optional<std::string>(std::uint64_t begin, std::uint64_t end)>;
-    /// The place behind the last child of an element two levels below the root. The child gets lines
-    /// of its own where its neighbours have them, with their margin, indentation and line ends.
+    /// The place behind the last child of an element two levels below the root. The child gets
+    /// lines of its own where its neighbours have them, with their margin, indentation and line
+    /// ends.
     ///
     /// Nothing where bytes alone do not say how: the parent has no end tag, text or comments stand
     /// behind its last child, or more white space than anybody writes.

@@ -20,9 +20,9 @@ namespace reelsweep {
 
 class SplicedSave {
 public:
-    /// For a file of that outline, with a new child behind the last one of `parent`, which is one of
-    /// the outline's. Nothing when the document must be saved as a whole: the file is not what the
-    /// outline describes any more, or there is no place.
+    /// For a file of that outline, with a new child behind the last one of `parent`, which is one
+    /// of the outline's. Nothing when the document must be saved as a whole: the file is not what
+    /// the outline describes any more, or there is no place.
     static std::optional<SplicedSave> ofFile(const std::string& path, const XMLOutline& outline,
                                              const ParentBytes& parent);
 

@@ -18,7 +18,10 @@ namespace reelsweep {
 // pugixml puts a carriage return of a text out as it is, and a parser reads that as a line feed: a
 // name would change with every load and save. So every carriage return in the output becomes a
 // character reference. That touches texts and attributes only, since loading leaves none anywhere
-// else.
+// else. Then every line feed becomes the layout's line end.
+//
+// pugixml indents by so many times one text. A margin that is something else is put in at delivery,
+// in place of a mark.
 class XMLWriter final : private pugi::xml_writer {
 public:
     XMLWriter(ByteSink& sink, XMLFormat format);
