@@ -1,11 +1,12 @@
 #include "base/AtomicFile.h"
+#include "base/UniqueDescriptor.h"
 #include "tests/platform/TemporaryFolder.h"
+#include "tests/xml/FullDisk.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
-#include <csignal>
 #include <filesystem>
 
 namespace reelsweep::test {
@@ -113,19 +114,40 @@ TEST(AtomicFile, SaysWhyNothingCouldBeWritten) {
     EXPECT_EQ(filesIn(folder), 1u);
 }
 
+TEST(AtomicFile, CopiesPartsOfOtherFilesWhereverTheyAre) {
+    const TemporaryFolder folder;
+    writeFile(folder / "source", "0123456789");
+    // What cannot be copied within the system is sent, and what cannot be sent is read.
+    for (const std::string& source : {folder / "source", std::string("/proc/version")}) {
+        SCOPED_TRACE(source);
+        const std::string bytes = contentsOf(source);
+        const UniqueDescriptor from(open(source.c_str(), O_RDONLY | O_CLOEXEC));
+        ASSERT_EQ(lseek(from.get(), 3, SEEK_SET), 3);
+        AtomicFile file(folder / "cut.xml", Overwrite::always);
+        ASSERT_TRUE(file.open());
+        EXPECT_TRUE(file.copyFrom(from.get(), 0, 4));
+        file.write("new");
+        EXPECT_TRUE(file.copyFrom(from.get(), 4, bytes.size() - 4));
+        EXPECT_EQ(lseek(from.get(), 0, SEEK_CUR), 3);
+        ASSERT_TRUE(file.commit());
+        EXPECT_EQ(contentsOf(folder / "cut.xml"), bytes.substr(0, 4) + "new" + bytes.substr(4));
+
+        AtomicFile tooShort(folder / "short.xml", Overwrite::always);
+        ASSERT_TRUE(tooShort.open());
+        EXPECT_FALSE(tooShort.copyFrom(from.get(), 4, bytes.size()));
+        EXPECT_FALSE(tooShort.commit());
+        EXPECT_FALSE(std::filesystem::exists(folder / "short.xml"));
+    }
+}
+
 TEST(AtomicFile, LeavesTheOldFileWhenTheDiskIsFull) {
     const TemporaryFolder folder;
     const std::string path = folder / "cut.xml";
     writeFile(path, "old");
-    struct rlimit before {};
-    ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &before), 0);
-    struct rlimit small = before;
-    small.rlim_cur = 4096;
-    const auto handler = std::signal(SIGXFSZ, SIG_IGN);
-    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &small), 0);
-    const Outcome outcome = save(path, std::string(100'000, 'x'));
-    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &before), 0);
-    std::signal(SIGXFSZ, handler);
+    const Outcome outcome = [&] {
+        const FullDisk fullDisk(4096);
+        return save(path, std::string(100'000, 'x'));
+    }();
     ASSERT_FALSE(outcome);
     EXPECT_NE(outcome.failure().message.find("could not be written"), std::string::npos);
     EXPECT_EQ(contentsOf(path), "old");
