@@ -1,7 +1,7 @@
 // The clean-up passes as data: one table drives the run, the check boxes, the command line and its
 // help.
 //
-// Adding a pass is a row here and a file in tidy/passes/.
+// The rows stand in tidy/PassRows.inc. Adding a pass is a row there and a file in tidy/passes/.
 // Thread rule: constant data.
 #pragma once
 

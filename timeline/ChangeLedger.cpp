@@ -62,8 +62,9 @@ std::size_t SequenceLedger::addReason(std::string text) {
 }
 
 void SequenceLedger::rollback(Mark mark) {
-    changes.resize(mark.changes);
-    reasons_.resize(mark.reasons);
+    // After going back to an earlier mark there is less than this one stands for.
+    changes.resize(std::min(mark.changes, changes.size()));
+    reasons_.resize(std::min(mark.reasons, reasons_.size()));
 }
 
 SequenceLedger::Totals SequenceLedger::totals(std::string_view pass) const {

@@ -114,11 +114,10 @@ private:
     TrackIndex* indexOf(XMLNode track) const;
     /// Puts a node where it is to stand, or nowhere.
     void place(XMLNode node, EditJournal::Place to);
-    void leaveIndex(XMLNode node);
     void writeText(XMLNode element, std::string_view text);
     void writeTimes(XMLNode item, const ItemTimes& times);
-    /// An item's times may read differently now.
-    void retimed(XMLNode item);
+    /// Something below `parent` has changed: `node`, or the text of it.
+    void changedBelow(XMLNode parent, XMLNode node);
     bool isInSequence(XMLNode node) const;
 
     XMLNode sequence_;

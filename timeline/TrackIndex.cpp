@@ -115,13 +115,7 @@ void TrackIndex::rebuild() const {
     root_ = none;
     std::vector<Id> ids;
     for (XMLNode node = track_.firstChild(); node; node = node.nextSibling()) {
-        const Id known = sequence_->count_;
-        const Id id = sequence_->add(node);
-        if (id < known) {
-            if (const TrackIndex* const home = at(id).home) home->rebuild();
-            at(id).entry = TrackEntry::of(node);
-        }
-        ids.push_back(id);
+        ids.push_back(enter(node));
     }
     for (std::size_t i = 0; i < ids.size(); ++i) {
         TrackEntry& e = at(ids[i]).entry;
@@ -136,6 +130,19 @@ void TrackIndex::rebuild() const {
     }
     root_ = build(ids);
     if (root_ != none) at(root_).parent = none;
+}
+
+// The number of a node that comes to this track, with its entry as the node is now.
+TrackIndex::Id TrackIndex::enter(XMLNode node) const {
+    const Id known = sequence_->count_;
+    const Id id = sequence_->add(node);
+    if (id < known) {
+        // A tree that has not followed the node's way out still holds it.
+        if (const TrackIndex* const home = at(id).home) home->rebuild();
+        // No index read its times while it stood on no track, or on one that was not followed.
+        at(id).entry = TrackEntry::of(node);
+    }
+    return id;
 }
 
 // Leaves the entries of a tree without one, ready for another. No deeper than the tree is.
@@ -418,9 +425,7 @@ void TrackIndex::removed(Id id) {
 
 void TrackIndex::placed(XMLNode node, Id next) {
     if (!follows()) return markStale();
-    const Id id = sequence_->add(node);
-    // A tree that has not followed the node's way out still holds it.
-    if (const TrackIndex* const home = at(id).home) home->rebuild();
+    const Id id = enter(node);
     paste(id, next == none ? count(root_) : position(next));
     refreshStopsAround(id);
 }

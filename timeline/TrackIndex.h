@@ -229,6 +229,7 @@ private:
         if (stale_) rebuild();
     }
     void rebuild() const;
+    Id enter(XMLNode node) const;
 
     struct Bounds;
     template <class Possible, class Wanted>

@@ -101,7 +101,7 @@ private:
 
 }  // namespace
 
-Outcome replaceGapsWithSlugs(PassRun& run) {
+Outcome replaceGaps(PassRun& run) {
     run.showProgress("Replacing gaps with slugs...");
     const XMLNode track = firstVideoTrack(run.sequence());
     if (!track) {
