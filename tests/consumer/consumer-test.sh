@@ -55,10 +55,17 @@ foreign=$(foreign_libraries "$folder/library/consumer")
 
 mkdir "$folder/home"
 printf '<xmeml>\n\t<sequence>\n</xmeml>\n' >"$folder/broken.xml"
+changes='collapseTracks: 16
+collapseUncompositedClips: 18
+removeDisabledAudioClips: 4
+removeDisabledVideoClips: 7
+removeUnusedTracks: 7
+4 sequences, 32 steps
+'
 before=$(sha256sum "$sample")
 for home in "$folder/home" /nonexistent; do
     rm -f "$folder/tidied.xml"
-    expect "$home" 0 'COUNTS' '' "$folder/library/consumer" "$sample" "$folder/tidied.xml"
+    expect "$home" 0 "$changes" '' "$folder/library/consumer" "$sample" "$folder/tidied.xml"
     [[ $(grep -c '<name>.*-Tidied</name>' "$folder/tidied.xml") -eq 4 ]] ||
         fail "the tidied file does not hold four copies"
     expect "$home" 1 '' "consumer: $folder/broken.xml:3:3: mismatched tag
