@@ -19,8 +19,8 @@ constexpr auto table = std::to_array<PassRow>({
 #undef STEPS
 });
 
-// Collapsing: what opaque clips hide goes first, then everything falls as far as it can, then what
-// is partly hidden is cut and falls once more.
+// Collapsing: what opaque clips hide goes first. Then everything falls as far as it can. What is
+// partly hidden is cut last, and what is left of it falls once more.
 constexpr auto collapseSteps = std::to_array<PassStep>({
     {"collapseUncompositedClips", passes::removeObscuredClips, "collapseTracks"},
     {"collapseTracks", passes::collapseTracksFromTheTop},

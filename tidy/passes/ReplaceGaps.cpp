@@ -125,14 +125,14 @@ Outcome replaceGaps(PassRun& run) {
             const std::string xml = slugs.makeXML({previousEnd, range.start});
             const Result<XMLNode> slug = track.parseDetached(xml);
             if (!slug) throw std::logic_error("slug: " + slug.failure().description());
-            // A clip inside another item has an index among its own siblings: that is where the
-            // slug goes, into the track all the same. And the slug stands before the clip itself,
-            // so between it and the transition that fades it in.
+            // The slug goes into the track at the clip's index among its own siblings, even for a
+            // clip inside another item. It stands right before the clip, and so behind the
+            // transition that fades the clip in.
             run.edit.insertItem(index, *slug, place);
             Log::fastAppend("slug: %@", xml);
         }
-        // Also when it lies inside the clip before it and ends earlier: a slug may then stand over
-        // the rest of that clip, as it always could.
+        // This holds for a clip that lies inside the one before it and ends earlier, too. A slug
+        // may then stand over the rest of that earlier clip, as it always could.
         previousEnd = range.end;
     }
     return Done{};
