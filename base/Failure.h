@@ -18,6 +18,7 @@ enum class FailureCode {
     inputInvalid,     ///< a file was read and is not valid
     outputFailed,     ///< a result could not be written
     processing,       ///< a sequence or the delivery failed
+    notTheSame,       ///< what was asked to be the same is not, or would not import
     cancelled,        ///< the user cancelled
     internal,         ///< a mistake of the program
 };

@@ -56,6 +56,13 @@ constexpr std::string_view projectsFooter = R"(Examples:
   reelsweep-cli projects --json | jq -r '.[]'
       the paths alone, for scripts)";
 
+constexpr std::string_view verifyFooter = R"(Examples:
+  reelsweep-cli verify film-Tidied.xml
+      each sequence with its tidied copy in the same file
+  reelsweep-cli verify film.xml conformed.xml --sequence "Reel 1=Reel 1 v2"
+      any two sequences, also from other programs
+Ends with code 0 when all are the same, with 6 when not.)";
+
 // The commands as data: this table drives dispatch and help.
 struct CommandRow {
     std::string_view name;
@@ -64,13 +71,14 @@ struct CommandRow {
     CommandRun (*define)(CLI::App& parser);
 };
 
-constexpr std::array<CommandRow, 4> table = {{
+constexpr auto table = std::to_array<CommandRow>({
     {"list", "list the sequences of a file", listFooter, defineList},
     {"tidy", "tidy the sequences of files", tidyFooter, defineTidy},
     {"passes", "list the clean-up passes", passesFooter, definePasses},
     {"projects", "list the projects that are open in Final Cut Pro", projectsFooter,
      defineProjects},
-}};
+    {"verify", "compare what two sequences show, frame by frame", verifyFooter, defineVerify},
+});
 
 std::string generalHelp() {
     std::string help =

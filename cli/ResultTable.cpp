@@ -1,6 +1,7 @@
 #include "cli/ResultTable.h"
 
 #include "cli/TextTable.h"
+#include "report/PictureProof.h"
 #include "tidy/PassTable.h"
 
 #include <algorithm>
@@ -49,7 +50,8 @@ std::string resultTable(const ChangeLedger& ledger) {
         if (!changed) table.addRow({title, "nothing to change"});
     }
     addTotals(table, "Total", "", all);
-    return table.text();
+    const std::string picture = pictureSumText(ledger);
+    return table.text() + (picture.empty() ? "" : picture + "\n");
 }
 
 }  // namespace reelsweep

@@ -49,6 +49,8 @@ private:
     void save();
     ExitCode conclude();
     ExitCode showResult();
+    Outcome checkStrictly() const;
+    void noteWhatNeedsAttention();
 
     Application& application_;
     const TidyPlan& plan_;

@@ -52,7 +52,15 @@ struct DocumentRequest {
     std::optional<std::vector<std::size_t>> sequences = {};
     Delivery delivery = Delivery::automatic;
     int xmemlVersion = newestXMEMLVersion;  ///< of a standalone document
+    /// Edits that would change the picture or the sound unasked are kept back; off, the passes are
+    /// literal. XMEML only.
+    bool keepPicture = true;
+    /// The picture before and after is compared, frame by frame: each ledger's `picture`.
+    bool provesPicture = true;
 };
+
+/// What of it concerns each sequence.
+TidyRequest tidyRequest(const DocumentRequest& request);
 
 /// The type and creator codes that an XML file of Final Cut Pro carries: "XML ", KeyG.
 inline constexpr HFSCodes finalCutProXMLCodes{0x584D4C20, 0x4B657947};

@@ -38,8 +38,7 @@ Result<Tidied> SequenceDocument::tidy(const DocumentRequest& request,
             results.push_back(sequences_[row].node);
             continue;
         }
-        Result<TidiedCopy> copy =
-            tidiedCopy(*source, {request.passes, request.ignoredEffects}, controls);
+        Result<TidiedCopy> copy = tidiedCopy(*source, tidyRequest(request), controls);
         // The source would take the result's place in the bin and pass for tidied.
         if (!copy) return copy.failure();
         results.push_back(copy->sequence);

@@ -247,7 +247,8 @@ bool QVFCPDoc::processSequence(SequenceDocument& document, std::size_t row, QVSe
     record.xmlRepresentation = source->node;
     record.fetchedDocument = source->owner;
     record.isPlaceholder = source->isShortForm;
-    Result<TidiedCopy> copy = tidiedCopy(*source, {options, ignoredEffects()}, controls);
+    Result<TidiedCopy> copy =
+        tidiedCopy(*source, {options, ignoredEffects(), keepsPicture_, provesPicture_}, controls);
     record.processedXMLRepresentation = copy ? copy->sequence : XMLNode();
     if (copy) {
         record.newUUID = copy->uuid;

@@ -112,6 +112,11 @@ public:
         extraIgnoredEffects_ = std::move(names);
     }
 
+    /// Whether runs keep edits back that would change the picture, and compare it before and after.
+    /// Literal runs, which do neither, are what a document does by itself.
+    void setKeepsPicture(bool keeps) { keepsPicture_ = keeps; }
+    void setProvesPicture(bool proves) { provesPicture_ = proves; }
+
     /// Renames a copy in place and answers it: id and name get "-Tidied", the uuid a fresh one, and
     /// id stays as the only attribute.
     XMLNode renameSequence(XMLNode sequence);
@@ -188,6 +193,8 @@ private:
     mutable std::mutex stopMutex_;
     std::stop_source stop_;
     std::vector<std::string> extraIgnoredEffects_;
+    bool keepsPicture_ = false;
+    bool provesPicture_ = false;
     RunResult runResult_;
     ChangeLedger ledger_;
     DocumentThread populateThread_;

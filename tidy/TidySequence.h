@@ -22,6 +22,11 @@ struct TidyRequest {
     OptionList passes = defaultPasses();
     /// Effects that count as transparent beside the built-in ones.
     std::vector<std::string> ignoredEffects = {};
+    /// Edits that would change the picture or the sound unasked are kept back. Off, the passes are
+    /// literal.
+    bool keepPicture = false;
+    /// The picture before and after is compared: the ledger's `picture`. Always with keepPicture.
+    bool provesPicture = false;
 };
 
 /// Looks on while a sequence is tidied, and changes nothing. Proofs and traces are observers.
@@ -43,8 +48,9 @@ struct TidyControls {
 /// Applies the passes to a sequence in place and answers what was changed.
 ///
 /// `source` is the sequence that `copy` is a copy of, or null. Clips that were loose there are not
-/// reported as loose. Fails with cancelled after a stop, and with processing when a pass could not
-/// go on. The copy is then half tidied and of no use.
+/// reported as loose, and what the copy refers to is searched in the source's document. Fails with
+/// cancelled after a stop, and with processing when a pass could not go on. The copy is then half
+/// tidied and of no use.
 Result<SequenceLedger> tidySequence(XMLNode copy, XMLNode source, const TidyRequest& request,
                                     const TidyControls& controls = {});
 

@@ -67,6 +67,20 @@ struct LooseClip {
     std::string id() const;
 };
 
+/// A clip that a pass left alone, although it would have changed it.
+struct KeptItem {
+    std::string_view pass;  ///< option name of the pass; static storage
+    XMLNode node;
+    TrackLabel track;
+    ItemTimes times;
+    std::string reason;  ///< "moving it to V1 would ..."
+
+    std::string name() const;
+    std::string id() const;
+};
+
+class PictureDifference;
+
 /// The changes of one sequence.
 class SequenceLedger {
 public:
@@ -83,6 +97,9 @@ public:
     /// so. Passes do not look at one another's work: one may take the transition that another one's
     /// clip relies on. Nothing says any more where such a clip starts or ends.
     std::vector<LooseClip> looseClips;
+    std::vector<KeptItem> kept;
+    /// The source against the copy, frame by frame; null when that was not looked at.
+    std::shared_ptr<const PictureDifference> picture;
 
     /// Keeps a reason once for the changes that share it; answers its number.
     std::size_t addReason(std::string text);
@@ -92,8 +109,9 @@ public:
     struct Mark {
         std::size_t changes = 0;
         std::size_t reasons = 1;
+        std::size_t kept = 0;
     };
-    Mark mark() const { return {changes.size(), reasons_.size()}; }
+    Mark mark() const { return {changes.size(), reasons_.size(), kept.size()}; }
     void rollback(Mark mark);
 
     /// How many changes of each kind a pass made, indexed by ChangeKind.

@@ -37,13 +37,22 @@ Contributor withoutTransition(Contributor contributor) {
     return contributor;
 }
 
-// A list of slugs, which is black once its transitions are closed.
-bool isBlack(List list, PictureOptions options) {
-    return std::all_of(list.begin(), list.end(), [&](const Contributor& contributor) {
-        const Item& item = *contributor.item;
-        return item.media->isBlack && item.compositeMode.empty() &&
-               (options.ignoreFilters || item.filters->pictureKey.empty());
-    });
+// Whether a list may show nothing but black once its transitions are closed.
+bool mayBeBlack(List list, PictureOptions options) {
+    while (!list.empty()) {
+        const std::size_t sides = sidesAtFront(list, options);
+        const auto isBlack = [&](const Contributor& contributor) {
+            const Item& item = *contributor.item;
+            return item.media->isBlack && item.compositeMode.empty() &&
+                   (options.ignoreFilters || item.filters->pictureKey.empty());
+        };
+        const auto front = list.first(sides);
+        const auto black = std::find_if(front.begin(), front.end(), isBlack);
+        if (black == front.end() && !fadesToNothing(front[0])) return false;
+        if (black != front.end() && black->covers) return true;
+        list = list.subspan(sides);
+    }
+    return true;
 }
 
 // Adds a range to those before it.
@@ -79,21 +88,22 @@ bool ContributorMatch::matchPicture(List expected, List after, PictureOptions op
                                     Pairs& pairs) {
     while (!expected.empty()) {
         // Nothing is left in the copy: only black may still be expected.
-        if (after.empty()) return options.ignoreTransitions && isBlack(expected, options);
-        const std::size_t sides = sidesAtFront(expected, options);
+        if (after.empty()) return options.ignoreTransitions && mayBeBlack(expected, options);
+        const List front = expected.first(sidesAtFront(expected, options));
         const bool areBothThere =
-            sides == 2 && after.size() > 1 && areBothSides(after[0], after[1]);
-        if (sides == 1 || areBothThere) {
-            if (!matches(expected[0], after[0], options, pairs)) return false;
-            expected = expected.subspan(1);
-        } else {
-            if (!matches(expected[0], after[0], options, pairs) &&
-                !matches(expected[1], after[0], options, pairs))
-                return false;
-            expected = expected.subspan(2);
-            // The side that stands hides what shows below the other one.
-            if (after[0].covers) return after.size() == 1;
-        }
+            front.size() == 2 && after.size() > 1 && areBothSides(after[0], after[1]);
+        const List candidates = areBothThere ? front.first(1) : front;
+        const bool stands = std::any_of(candidates.begin(), candidates.end(), [&](const auto& c) {
+            return matches(c, after[0], options, pairs);
+        });
+        // Where the other side is disabled, nothing may stand in its place.
+        const bool mayBeGone = options.ignoreTransitions && fadesToNothing(front[0]);
+        if (!stands && !mayBeGone) return false;
+        expected = expected.subspan(candidates.size());
+        if (!stands) continue;
+        // The side that stands hides what shows below the other one.
+        const bool isClosed = options.ignoreTransitions && after[0].side == TransitionSide::none;
+        if (isClosed && after[0].covers) return after.size() == 1;
         after = after.subspan(1);
     }
     return after.empty();
@@ -116,6 +126,7 @@ bool ContributorMatch::matchSound(List expected, List after, PictureOptions opti
     return std::all_of(missing.begin(), missing.end(), [&](const Contributor* contributor) {
         // A silent clip may go, whether its level does or not.
         if (options.ignoreFilters && contributor->item->filters->isSilent) return true;
+        if (options.ignoreTransitions && fadesToNothing(*contributor)) return true;
         return std::find(closed.begin(), closed.end(), contributor->transition) != closed.end();
     });
 }

@@ -3,6 +3,7 @@
 #include "timeline/ElementText.h"
 #include "timeline/FilterMeaning.h"
 
+#include <algorithm>
 #include <vector>
 
 namespace reelsweep {
@@ -124,6 +125,11 @@ private:
         return parameter;
     }
 
+    static bool moves(const Filter& filter) {
+        return std::any_of(filter.parameters.begin(), filter.parameters.end(),
+                           [](const Parameter& p) { return !p.keyframes.empty(); });
+    }
+
     void summarise(FilterStack& stack) {
         std::string picture, sound;
         for (const Filter& filter : stack.filters) {
@@ -140,8 +146,7 @@ private:
             if (filter.concernsSound) appendLook(sound, filter);
             if (filter.meaning == FilterMeaning::opacity) stack.opacity = amountOf(filter, "100");
             if (filter.meaning == FilterMeaning::level) stack.level = amountOf(filter, "1");
-            for (const Parameter& parameter : filter.parameters)
-                stack.hasKeyframes = stack.hasKeyframes || !parameter.keyframes.empty();
+            stack.pictureMoves = stack.pictureMoves || (filter.concernsPicture && moves(filter));
         }
         stack.isSilent = stack.level.isConstant() && stack.level.value == "0";
         stack.pictureKey = arena_.keep(picture);

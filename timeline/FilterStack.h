@@ -91,7 +91,7 @@ struct FilterStack {
     /// distort are at their defaults, and every other filter is one that keeps the shape.
     bool keepsFrameFull = true;
     bool isSilent = false;      ///< the level is a constant 0
-    bool hasKeyframes = false;  ///< of a filter that is not neutral
+    bool pictureMoves = false;  ///< a filter that changes the picture has keyframes
     /// What changes the picture, and what the sound, as text: the filters that are not neutral,
     /// without the speed. Equal texts are equal looks.
     std::string_view pictureKey;

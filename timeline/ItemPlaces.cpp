@@ -8,8 +8,10 @@ namespace reelsweep {
 
 namespace {
 
+// One that ends before it starts says nothing about its neighbours.
 bool isPlacedTransition(const Item& item) {
-    return item.kind == ItemKind::transition && item.hasPlace();
+    return item.kind == ItemKind::transition && item.hasPlace() &&
+           item.range.start <= item.range.end;
 }
 
 EdgePlace placeOf(const std::optional<Frames>& written) {
@@ -111,9 +113,12 @@ void joinToTransitions(std::span<Item> items) {
         const Item* const out = item.fadesOut;
         if (in && item.startPlace == EdgePlace::inTransition) item.cut.start = cutOf(*in);
         if (out && item.endPlace == EdgePlace::inTransition) item.cut.end = cutOf(*out);
-        // With edges of its own the clip is longer than it says: the transition needs the rest.
-        if (in && item.startPlace == EdgePlace::own) item.range.start = in->range.start;
-        if (out && item.endPlace == EdgePlace::own) item.range.end = out->range.end;
+        // Between two clips with edges of their own, each is longer than it says: the transition
+        // needs the rest.
+        if (in && item.startPlace == EdgePlace::own && in->transition->outgoing)
+            item.range.start = in->range.start;
+        if (out && item.endPlace == EdgePlace::own && out->transition->incoming)
+            item.range.end = out->range.end;
     }
 }
 

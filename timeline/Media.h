@@ -35,7 +35,7 @@ struct Media {
     bool isBlack = false;  ///< a slug: a full black frame
     /// One picture that stands still, so that every source frame shows the same.
     bool isStill = false;
-    bool canHoldAlpha = false;  ///< the format can; the clip says whether it is used
+    bool canHoldAlpha = true;  ///< the format can; the clip says whether it is used
     /// The format is mostly used with alpha: without a word of the clip it counts as alpha.
     bool usuallyHasAlpha = false;
     std::string_view id;    ///< as the document has it

@@ -190,6 +190,7 @@ const Media* undefinedMedia(std::string_view element, std::string_view id, TextA
 const Media* readGenerator(XMLNode generatoritem, TextArena& arena) {
     Media media;
     media.kind = Media::Kind::generator;
+    media.canHoldAlpha = false;
     const XMLNode effect = generatoritem.child("effect");
     const auto [name, id] = effect.firstChildren({"name", "effectid"});
     const std::string_view idText = elementText(id);

@@ -213,6 +213,11 @@ private:
         for (; row.next < row.stretches.size() && row.stretches[row.next].range.start <= at;
              ++row.next)
             row.active.push_back(&row.stretches[row.next]);
+        // Clips at one place are listed as the track has them, however they were parted.
+        if (row.active.size() > 1)
+            std::sort(row.active.begin(), row.active.end(), [](const auto* a, const auto* b) {
+                return std::less<>()(a->contributor.item, b->contributor.item);
+            });
         const std::uint64_t bit = std::uint64_t{1} << (t % bitsOf);
         if (row.active.empty())
             busy_[t / bitsOf] &= ~bit;
@@ -256,7 +261,9 @@ private:
         bool allCover = true;
         for (const Stretch* stretch : row.active) {
             current_.push_back(stretch->contributor);
-            allCover = allCover && stretch->contributor.covers;
+            // With the transition closed nothing may stand in the place of this side.
+            const bool mayGo = options_.ignoreTransitions && fadesToNothing(stretch->contributor);
+            allCover = allCover && stretch->contributor.covers && !mayGo;
         }
         if (row.active.size() == 1) return allCover;
         if (isBothSides(row)) return allCover;
@@ -284,7 +291,9 @@ private:
             const auto before = std::span(contributors).subspan(last.first, last.count);
             const bool goesOn =
                 std::equal(before.begin(), before.end(), current_.begin(), current_.end(),
-                           [&](const auto& a, const auto& b) { return goesOnAs(a, b); });
+                           [&](const auto& a, const auto& b) {
+                               return a.covers == b.covers && showsTheSame(a, b, options_);
+                           });
             if (goesOn) {
                 found.back().range.end = at;
                 return;
@@ -292,11 +301,6 @@ private:
         }
         found.push_back({{openedAt_, at}, contributors.size(), current_.size()});
         contributors.insert(contributors.end(), current_.begin(), current_.end());
-    }
-
-    bool goesOnAs(const Contributor& a, const Contributor& b) const {
-        // Of a nested sequence it is asked where it is full.
-        return showsTheSame(a, b, options_) && (!options_.keepSlugs || a.covers == b.covers);
     }
 
     const MediaType type_;
@@ -338,9 +342,10 @@ bool haveSameFilters(const Contributor& a, const Contributor& b, Key key) {
 
 // One that stands still shows the same at any source frame, unless its filters move.
 bool isMoving(const Contributor& contributor, PictureOptions options) {
+    if (contributor.track->type == MediaType::audio) return true;
     const Media& media = contributor.media();
-    const bool isAnimated = !options.ignoreFilters && contributor.item->filters->hasKeyframes;
-    return isAnimated || !(media.isStill || media.isBlack);
+    const bool filtersMove = !options.ignoreFilters && contributor.item->filters->pictureMoves;
+    return filtersMove || !(media.isStill || media.isBlack);
 }
 
 bool isSameTransition(const Item* a, const Item* b) {
@@ -350,6 +355,15 @@ bool isSameTransition(const Item* a, const Item* b) {
 }
 
 }  // namespace
+
+bool fadesToNothing(const Contributor& contributor) {
+    if (!contributor.transition) return false;
+    const Transition& transition = *contributor.transition->transition;
+    const Item* const other =
+        contributor.side == TransitionSide::outgoing ? transition.incoming : transition.outgoing;
+    const bool isSound = contributor.track->type == MediaType::audio;
+    return other && (!other->enabled || (isSound && other->filters->isSilent));
+}
 
 bool showsTheSame(const Contributor& a, const Contributor& b, PictureOptions options) {
     return looksTheSame(a, b, options) && a.media().nested == b.media().nested;

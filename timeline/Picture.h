@@ -64,7 +64,7 @@ struct PictureOptions {
     /// As if there were no filters, and every clip at plain speed.
     bool ignoreFilters = false;
     /// As if both sides of a transition were whole through its range: either may then show. The
-    /// next contributors are listed unless both sides cover.
+    /// next contributors are listed unless both sides cover; a disabled side covers nothing.
     bool ignoreTransitions = false;
     /// For a nested sequence, where a slug hides what is below the sequence and nothing does not.
     bool keepSlugs = false;
@@ -96,6 +96,9 @@ private:
     std::vector<Contributor> contributors_;
     std::vector<Interval> intervals_;
 };
+
+/// Whether the clip on the other side of the contributor's transition is disabled, or silent.
+bool fadesToNothing(const Contributor& contributor);
 
 /// Whether two contributors, of one timeline or of two, look and sound the same: the same media at
 /// the same source frame in sync, with the same speed, filters, opacity, composite mode, and the

@@ -104,7 +104,7 @@ struct ItemNotes {
 ///
 /// `range` is as far as the clip's picture reaches: through the whole of a transition, which needs
 /// the clip's frames up to its far end. `cut` ends where an editor sees the cut, inside the
-/// transition. A transition that touches a clip whose edges are its own lengthens the range alike.
+/// transition. A transition between clips whose edges are their own lengthens their ranges alike.
 /// Without transitions both are the same.
 struct Item {
     ItemKind kind = ItemKind::clip;

@@ -290,4 +290,8 @@ void TimelineEdit::setText(XMLNode element, std::string_view text) {
     writeText(element, text);
 }
 
+void TimelineEdit::noteKept(XMLNode clip, const std::string& reason) {
+    ledger_.kept.push_back({step_, clip, label(clip), ItemTimes::of(clip), reason});
+}
+
 }  // namespace reelsweep

@@ -31,6 +31,8 @@ public:
     const SequenceLedger& ledger() const { return ledger_; }
     /// Changes from here on belong to the pass of that option name (static storage).
     void beginStep(std::string_view option);
+    /// The option name of the pass that changes belong to.
+    std::string_view step() const { return step_; }
     /// How many items the sequence came with.
     std::size_t itemsBefore() const { return ledger_.itemsBefore; }
     /// Counts the items that are left, and lists the clips that are loose. The sequence is a copy of
@@ -79,19 +81,22 @@ public:
     /// Sets the text of an element. When the element reads so already, no change is reported.
     void setText(XMLNode element, std::string_view text);
 
+    /// Notes that the step leaves a clip alone that it would have changed, and why.
+    void noteKept(XMLNode clip, const std::string& reason);
+
     // Taking back
 
     /// A moment that the sequence, its ledger and its indexes can go back to. At the end of its
     /// scope, what was edited since is kept. Checkpoints nest.
     class Checkpoint {
     public:
+        explicit Checkpoint(TimelineEdit& edit);
         ~Checkpoint() { edit_.journal_.close(); }
         Checkpoint(const Checkpoint&) = delete;
         Checkpoint& operator=(const Checkpoint&) = delete;
 
     private:
         friend class TimelineEdit;
-        explicit Checkpoint(TimelineEdit& edit);
 
         TimelineEdit& edit_;
         std::size_t journalSize_;

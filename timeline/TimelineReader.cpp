@@ -173,6 +173,7 @@ void TimelineReader::readItem(XMLNode node, Item& item) {
 void TimelineReader::readItemChild(XMLNode child, Item& item, ItemTexts& texts) {
     const std::string_view name = child.name();
     const bool everything = detail_ == TimelineDetail::everything;
+    const bool isClip = item.kind == ItemKind::clip;
     switch (name.empty() ? '\0' : name.front()) {
         case 'a':
             if (name == "alphatype") keep(item.alphaType, child);
@@ -189,7 +190,7 @@ void TimelineReader::readItemChild(XMLNode child, Item& item, ItemTexts& texts) 
             break;
         case 'f':
             if (name == "filter") filters_.push_back(child);
-            if (name == "file" && !hasMedia_) useFile(item, child);
+            if (isClip && name == "file" && !hasMedia_) useFile(item, child);
             break;
         case 'i':
             if (name == "in") set(texts.in, child);
@@ -200,7 +201,7 @@ void TimelineReader::readItemChild(XMLNode child, Item& item, ItemTexts& texts) 
             break;
         case 'm':
             if (name == "masterclipid") keep(item.masterClip, child);
-            if (name == "multiclip") useMulticlip(item, child);
+            if (isClip && name == "multiclip" && !hasMedia_) useMulticlip(item, child);
             if (everything && name == "marker") readMarker(child);
             break;
         case 'n':
@@ -217,7 +218,7 @@ void TimelineReader::readItemChild(XMLNode child, Item& item, ItemTexts& texts) 
             break;
         case 's':
             if (name == "start") set(texts.start, child);
-            if (name == "sequence") useSequence(item, child);
+            if (isClip && name == "sequence" && !hasMedia_) useSequence(item, child);
             if (name == "sourcetrack")
                 item.sourceChannel = smallNumber(childText(child, "trackindex"));
             if (name == "subclipinfo")

@@ -106,7 +106,8 @@ TEST(Ledger, CountsPerPassAndPerSequence) {
     const auto tidied =
         tidy(file.document, {.passes = {"removeDisabledVideoClips", "collapseTracks",
                                         "collapseUncompositedClips", "replaceGaps"},
-                             .sequences = {{0, 2}}});
+                             .sequences = {{0, 2}},
+                             .keepPicture = false});
     ASSERT_TRUE(tidied);
     const auto& ledgers = tidied->ledger().sequences;
     ASSERT_EQ(ledgers.size(), 2u);  // the second sequence is not asked for

@@ -57,18 +57,22 @@ std::string reduced(const std::string& timeline, const std::string& part, const 
 
 }  // namespace
 
+bool isMeant(const std::string& part, std::string_view candidate) {
+    return part.empty() || part == candidate;
+}
+
 std::string joined(const std::vector<std::string>& parts) {
     std::string text;
     for (const std::string& part : parts) text += part + " ";
     return text;
 }
 
-void expectOnRandomTimelines(const Check& check) {
+void expectOnRandomTimelines(const Check& check, const Maker& make) {
     const std::uint64_t first = fromEnvironment("REELSWEEP_PROPERTY_SEED", 1);
     const std::uint64_t count = fromEnvironment("REELSWEEP_PROPERTY_COUNT", 2000);
     std::uint64_t tooLarge = 0;
     for (std::uint64_t seed = first; seed < first + count; ++seed) {
-        const std::string timeline = randomTimeline(seed);
+        const std::string timeline = make ? make(seed) : randomTimeline(seed);
         const Fault fault = outcome(check, timeline, "", tooLarge);
         if (!fault) continue;
         const std::string smallest = reduced(timeline, fault.part, check);

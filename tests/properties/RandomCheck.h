@@ -1,8 +1,9 @@
-// Checks on many random timelines, and the smallest timeline that fails one.
+// RandomCheck: a check on many random timelines, and the smallest one that fails it.
 //
 // REELSWEEP_PROPERTY_COUNT timelines (2000) from REELSWEEP_PROPERTY_SEED (1) on.
 #pragma once
 
+#include <cstdint>
 #include <functional>
 #include <string>
 #include <string_view>
@@ -17,18 +18,20 @@ struct Fault {
     explicit operator bool() const { return !text.empty(); }
 };
 
-/// Checks a timeline; with a part, only that one. Throws std::length_error for a malformed timeline
-/// that grows too large to be checked, as the plain twin does.
+/// Checks a timeline; with a part, only that one. A plain twin goes first: it throws
+/// std::length_error when a malformed timeline grows too large to be checked.
 using Check = std::function<Fault(const std::string& timeline, const std::string& part)>;
 
-inline bool isMeant(const std::string& part, std::string_view candidate) {
-    return part.empty() || part == candidate;
-}
+/// Makes a timeline from a seed.
+using Maker = std::function<std::string(std::uint64_t seed)>;
 
-/// The parts with a space behind each.
+bool isMeant(const std::string& part, std::string_view candidate);
+
+/// The parts, each with a space after it.
 std::string joined(const std::vector<std::string>& parts);
 
-/// Fails the running test with the smallest timeline for which the check finds a fault.
-void expectOnRandomTimelines(const Check& check);
+/// Fails the test with the smallest timeline that fails the check, and when more than one in a
+/// hundred was too large. Without a maker the timelines are those of RandomTimeline.h.
+void expectOnRandomTimelines(const Check& check, const Maker& make = {});
 
 }  // namespace reelsweep::test

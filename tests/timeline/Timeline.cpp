@@ -218,12 +218,15 @@ std::vector<std::string> timelineTokens(std::string_view notation) {
 
 std::string sequenceXML(std::string_view notation) {
     std::string own;
+    std::string format;
     std::string video;
     std::string audio;
     std::string* current = nullptr;
     for (const std::string& token : timelineTokens(notation)) {
         if (token == "S:") {
             current = &own;
+        } else if (token == "F:") {
+            current = &format;
         } else if (isTrackLabel(token)) {
             current = token[0] == 'V' ? &video : &audio;
             *current += current->empty() ? "<track>" : "</track><track>";
@@ -237,7 +240,7 @@ std::string sequenceXML(std::string_view notation) {
         if (!tracks->empty()) *tracks += "</track>";
     return "<sequence id=\"sequence-1\" "
            "explodedTracks=\"true\"><uuid>1234</uuid><name>Harbour</name>" +
-           own + "<media>" + element("video", video) + element("audio", audio) +
+           own + "<media>" + element("video", format + video) + element("audio", audio) +
            "</media></sequence>";
 }
 

@@ -95,7 +95,11 @@ bool cut(PassRun& run, const TrackIndex& lower, Id id, FrameRange range,
     const ItemTimes tail{
         .start = range.end, .end = {}, .in = in - entry.wholeTexts.start + range.end, .out = {}};
     switch (overlapOf(entry.wholeTexts, range)) {
-        case Overlap::sticksOutOnBothSides: run.edit.split(clip, range, tail); return true;
+        case Overlap::sticksOutOnBothSides: {
+            const XMLNode left = run.edit.split(clip, range, tail);
+            if (run.isCareful()) run.guard->addPiece(left, clip);
+            return true;
+        }
         case Overlap::tailHidden:
             run.edit.trim(clip, {.start = {}, .end = range.start, .in = {}, .out = {}});
             break;
@@ -104,6 +108,29 @@ bool cut(PassRun& run, const TrackIndex& lower, Id id, FrameRange range,
         case Overlap::none: break;
     }
     return false;
+}
+
+// What is cut in a careful run: what lies below a range that is hidden for certain, unless it is to
+// be left alone.
+Found carefullyOverlapped(PassRun& run, const OpaqueClip& clip, FrameRange range,
+                          const std::vector<Id>& literalCuts) {
+    Found found;
+    if (range.start != range.end) found = findOverlapped(run, clip.lower, range);
+    const auto node = [&](Id id) { return clip.lower.entry(id).node; };
+    std::erase_if(found.cuts, [&](Id id) {
+        const TrackIndex::Group group = clip.lower.group(id);
+        std::vector<XMLNode> nodes;
+        for (const Id member : clip.lower.entries(group.first, group.last))
+            nodes.push_back(node(member));
+        return run.keepsAny(nodes);
+    });
+    found.any = !found.cuts.empty();
+    std::vector<XMLNode> uncut;
+    for (const Id id : literalCuts)
+        if (std::find(found.cuts.begin(), found.cuts.end(), id) == found.cuts.end())
+            uncut.push_back(node(id));
+    noteNotHidden(run, clip, uncut);
+    return found;
 }
 
 // A clip can stick out on both sides of each other clip once. Far more splits mean that clips
@@ -143,8 +170,12 @@ Outcome mergeClips(PassRun& run) {
     Log::append("Merging clips...");
     SplitLimit limit(run);
     return visitOpaqueClips(run, [&](const OpaqueClip& clip) -> Outcome {
-        const FrameRange range = opaqueMiddle(clip);
-        const Found found = findOverlapped(run, clip.lower, range);
+        FrameRange range = opaqueMiddle(clip);
+        Found found = findOverlapped(run, clip.lower, range);
+        if (run.isCareful() && found.any) {
+            range = clip.certainPart(*run.guard, range);
+            found = carefullyOverlapped(run, clip, range, found.cuts);
+        }
         if (run.cancelled()) return PassRun::stopped();
         if (!found.any) return Done{};
         Log::fastAppend("Lower track %i has partially obscured clip(s) below %@,%@",

@@ -5,6 +5,8 @@
 #include "tidy/passes/Passes.h"
 #include "timeline/Vocabulary.h"
 
+#include <algorithm>
+#include <span>
 #include <string>
 #include <unordered_map>
 #include <vector>
@@ -18,6 +20,16 @@ struct OpaqueClip {
     int lowerNumber;  ///< from 0
     TrackIndex::Id id;
     TrackIndex::Group group;
+
+    XMLNode node() const { return upper.entry(id).node; }
+    /// The part of a range that it certainly hides, as far as it reaches now; an empty one when it
+    /// may let something through.
+    FrameRange certainPart(const PictureGuard& guard, FrameRange range) const {
+        const auto hidden = guard.hiddenBelow(node());
+        if (!hidden) return {range.start, range.start};
+        const Frames start = std::max(range.start, hidden->start);
+        return {start, std::max(start, std::min(range.end, hidden->end))};
+    }
 };
 
 /// Visits every opaque clip above another video track, top track first, until the run is stopped
@@ -99,6 +111,10 @@ std::vector<TrackIndex::Id> hiddenInStretch(const PassRun& run, const TrackIndex
     }
     return hidden.entries();
 }
+
+/// Notes the clips among these that stay because the clip above may let them through, or because
+/// they are to be left alone.
+void noteNotHidden(PassRun& run, const OpaqueClip& clip, std::span<const XMLNode> nodes);
 
 /// "hidden under NAME on V3 from 100 to 200".
 std::string hiddenReason(const PassRun& run, const OpaqueClip& clip, FrameRange range);
