@@ -38,7 +38,7 @@ install(TARGETS ${shell_targets} reelsweep_platform_posix EXPORT ReelsweepShellT
 list(TRANSFORM library_layers PREPEND ${CMAKE_SOURCE_DIR}/ OUTPUT_VARIABLE library_folders)
 list(TRANSFORM shell_layers PREPEND ${CMAKE_SOURCE_DIR}/ OUTPUT_VARIABLE shell_folders)
 install(DIRECTORY ${library_folders} DESTINATION ${header_folder} COMPONENT library
-        FILES_MATCHING PATTERN "*.h")
+        FILES_MATCHING PATTERN "*.h" PATTERN "*.inc")
 install(DIRECTORY ${shell_folders} DESTINATION ${header_folder} COMPONENT shell
         FILES_MATCHING PATTERN "*.h" PATTERN qt EXCLUDE)
 install(EXPORT ReelsweepTargets NAMESPACE Reelsweep::

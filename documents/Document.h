@@ -138,17 +138,17 @@ struct OpenOptions {
 Result<std::unique_ptr<Document>> openDocument(const std::string& path,
                                                const OpenOptions& options = {});
 
-/// document.tidy, for those who read from left to right.
+/// The same as document.tidy(request, controls).
 Result<Tidied> tidy(Document& document, const DocumentRequest& request = {},
                     const TidyControls& controls = {});
 
-/// Writes a document to a file, pretty-printed and atomically, and answers what the file then is.
 struct SaveOptions {
     Overwrite overwrite = Overwrite::always;
     /// When known, the file at the path must still be this one.
     FileIdentity mustStillBe = {};
     std::optional<HFSCodes> codes = {};
 };
+/// Writes a document to a file, pretty-printed and atomically. Answers what the file then is.
 Result<FileIdentity> saveDocument(const XMLDocument& document, const std::string& path,
                                   const SaveOptions& options);
 

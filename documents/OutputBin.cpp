@@ -35,8 +35,8 @@ Result<std::string> binText(std::span<const XMLNode> sequences, std::optional<in
     return text + bin.after;
 }
 
-// Made of the sequences themselves: writing hundreds of megabytes out to read them back in gives
-// the same nodes.
+// The bin is made of the sequences themselves. Writing hundreds of megabytes out and reading them
+// back in would give the same nodes.
 Result<XMLNode> makeBin(XMLNode anyNode, std::span<const XMLNode> sequences, std::stop_token stop) {
     const BinText text = BinText::make({});
     Result<XMLNode> bin = anyNode.parseDetached(text.before + text.after);

@@ -2,6 +2,7 @@
 
 #include "base/Log.h"
 
+#include <algorithm>
 #include <numeric>
 
 namespace reelsweep {
@@ -25,7 +26,10 @@ Result<Tidied> SequenceDocument::tidy(const DocumentRequest& request,
     settled.delivery = tidied.delivery_;
     std::vector<XMLNode> results;
     std::vector<std::string> uuids;
-    for (const std::size_t row : rowsOf(request, sequences_.size())) {
+    const std::vector<std::size_t> rows = rowsOf(request, sequences_.size());
+    if (!rows.empty() && *std::max_element(rows.begin(), rows.end()) >= sequences_.size())
+        return Failure{FailureCode::usage, "has no such sequence", path_};
+    for (const std::size_t row : rows) {
         if (controls.stop.stop_requested()) return Failure{FailureCode::cancelled, "cancelled"};
         const Result<SourceSequence> source = wholeSequence(row, controls);
         if (!source) {

@@ -239,8 +239,8 @@ bool QVFCPDoc::processSequence(SequenceDocument& document, std::size_t row, QVSe
                                const OptionList& options, const TidyControls& controls) {
     const Result<SourceSequence> source = document.wholeSequence(row, controls);
     if (!source) {
-        // It stays ticked, and its short form goes into the bin: there the editor sees which
-        // sequence is missing.
+        // The record stays ticked, and its short form goes into the bin. There the editor sees
+        // which sequence is missing.
         fail(source.failure());
         return true;
     }
@@ -263,8 +263,8 @@ bool QVFCPDoc::processSequence(SequenceDocument& document, std::size_t row, QVSe
 }
 
 std::vector<std::string> QVFCPDoc::ignoredEffects() const {
-    // Not "ignoredFilters", which the preferences keep for filters that a user wants spared: to
-    // spare a filter and to call its clip see-through are two wishes.
+    // The preference "ignoredFilters" is for filters that a user wants spared. To spare a filter is
+    // one wish, to call its clip see-through another.
     std::vector<std::string> names =
         Platform::current().userDefaults->stringArrayForKey("ignoredEffects");
     names.insert(names.end(), extraIgnoredEffects_.begin(), extraIgnoredEffects_.end());
@@ -357,7 +357,7 @@ void QVFCPDoc::deliverToFCP(SequenceDocument& document, const TidyControls& cont
             if (record->selected && record->newUUID) copies.push_back(*record->newUUID);
         document.showDelivered(copies);
     } else {
-        // Ahead of the end of the progress, so it stands free of the sheet.
+        // The alert comes before the progress ends, so it stands free of the sheet.
         fail(sent.failure());
         endProgress();
     }

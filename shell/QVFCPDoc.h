@@ -62,8 +62,8 @@ public:
     /// refuses to overwrite what another program wrote there.
     Outcome saveToURL(const std::string& path);
     bool isFCPProject() const { return isFCPProject_; }
-    /// Whether Final Cut Pro may be started, and a native project be opened in it, when that is
-    /// needed. It may, unless told otherwise; before readFromURL.
+    /// Whether Final Cut Pro may be started, and a native project be opened in it. It may, unless
+    /// this says otherwise before readFromURL.
     void setLaunchesFCP(bool launches) { host_.setMayLaunch(launches); }
     /// Why the sequences of a native project could not be listed; nothing when they were.
     std::optional<Failure> listFailure() const;
@@ -90,8 +90,7 @@ public:
 
     /// Starts startProcessing on a thread of its own and returns at once. The options are the names
     /// of the boxes that are on. `ended` is run on the main thread when the run is over, even when
-    /// the document is gone by then.
-    /// A cancel stops it from here on.
+    /// the document is gone by then. A cancel that follows at once stops the run.
     void process(const OptionList& options, std::function<void()> ended = {});
     /// Blocks until the run started by process() has ended, pumping when called on the main thread.
     void waitUntilProcessed() { processThread_.wait(); }
@@ -104,7 +103,7 @@ public:
     void cancelProgress();
     /// Sends a native project's ticked sequences to Final Cut Pro as a new bin: the results of the
     /// last run, or the sources where there are none. Opens the copies there, and lists the
-    /// sequences anew, unticked. Ends every run over a native project; any thread.
+    /// sequences anew, unticked. A run over a native project ends with it. Any thread.
     void sendToFCP();
     const RunResult& runResult() const { return runResult_; }
     const ChangeLedger& changeLedger() const { return ledger_; }
@@ -166,7 +165,7 @@ private:
     /// Notes a failure of the run and shows it.
     void fail(const Failure& failure);
 
-    /// A stop of its own for a run that begins; the one before is final.
+    /// A new stop for a run that begins. A stop of the run before stays requested.
     std::stop_token beginRun();
     std::stop_token currentStop() const;
     void run(const OptionList& options, Delivery delivery, std::stop_token stop);

@@ -16,7 +16,7 @@ QVFCPXDoc::~QVFCPXDoc() {
 Outcome QVFCPXDoc::readFromURL(const std::string& path) {
     Result<std::unique_ptr<FCPXMLDocument>> opened = FCPXMLDocument::open(path);
     if (!opened) {
-        // A file that is not valid is told of by whoever opened it.
+        // Whoever opened the file tells the user when it is not valid.
         if (const Failure& failure = opened.failure(); !failure.detail.empty()) {
             showAlert(failure.message, failure.detail, AlertStyle::warning);
             hasShownFailure_ = true;
@@ -100,12 +100,12 @@ void QVFCPXDoc::processFile(const OptionList& options, std::stop_token stop) {
     Result<Tidied> tidied = document_->tidy({.passes = options}, controls(std::move(stop)));
     if (!tidied && tidied.failure().code != FailureCode::cancelled) {
         runResult_.failures.push_back(tidied.failure());
-        // The progress sheet stays up behind the alert: the window that it blocks has nothing to
-        // show but the file that cannot be read any more.
+        // The progress sheet stays up behind the alert. The window that it blocks has nothing to
+        // show: its file cannot be read any more.
         showAlert("Unable to load XML data", tidied.failure().description(), AlertStyle::warning);
         return;
     }
-    // A cancelled run leaves no result, and is told of as any other.
+    // A cancelled run leaves no result, but ends with the same alert as any other.
     runResult_.cancelled = !tidied;
     runResult_.delivered = tidied.ok();
     if (tidied) ledger_ = tidied->ledger();

@@ -49,8 +49,8 @@ public:
     const std::shared_ptr<const XMLDocument>& xmlDoc() const { return xmlDoc_; }
 
     /// Starts startProcessing on a thread of its own and returns at once. `ended` is run on the
-    /// main thread when the run is over, even when the document is gone by then. A cancel stops it
-    /// from here on.
+    /// main thread when the run is over, even when the document is gone by then. A cancel that
+    /// follows at once stops the run.
     void process(const OptionList& options, std::function<void()> ended = {});
     /// Blocks until the run started by process() has ended, pumping when called on the main thread.
     void waitUntilProcessed() { thread_.wait(); }

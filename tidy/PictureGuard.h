@@ -43,9 +43,9 @@ public:
     /// A clip was split: the new piece hides what the whole hid.
     void addPiece(XMLNode piece, XMLNode whole);
 
-    /// Keeps the edits of an attempt back that changed the picture or the sound unasked; after a few
-    /// attempts, all edits. False when nothing is left to be kept back: then the difference was in
-    /// the source.
+    /// Keeps those edits of an attempt back that changed the picture or the sound unasked. After a
+    /// few attempts it keeps all edits back. False when nothing is left to be kept back: then the
+    /// difference was in the source.
     bool learnFrom(const PictureDifference& difference, const SequenceLedger& ledger);
     /// What was kept back, for the ledger of the attempt that was good.
     std::vector<KeptItem> kept() const;

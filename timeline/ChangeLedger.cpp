@@ -65,9 +65,10 @@ std::size_t SequenceLedger::addReason(std::string text) {
 }
 
 void SequenceLedger::rollback(Mark mark) {
-    changes.resize(mark.changes);
-    reasons_.resize(mark.reasons);
-    kept.resize(mark.kept);
+    // After going back to an earlier mark there is less than this one stands for.
+    changes.resize(std::min(mark.changes, changes.size()));
+    reasons_.resize(std::min(mark.reasons, reasons_.size()));
+    kept.resize(std::min(mark.kept, kept.size()));
 }
 
 SequenceLedger::Totals SequenceLedger::totals(std::string_view pass) const {

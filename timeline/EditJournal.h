@@ -1,8 +1,8 @@
 // EditJournal: how to take back what TimelineEdit did to the tree.
 //
-// While somebody may want to go back, every elementary change leaves what it was before: where a
-// node stood, or what an element's text was. Taking them back in reverse order gives the same tree,
-// node for node.
+// While a checkpoint is open, every elementary change notes what was there before: where a node
+// stood, or what an element's text was. Taking the changes back in reverse order gives the same
+// tree, node for node.
 // Owner: TimelineEdit. Thread rule: the thread that edits the sequence.
 #pragma once
 

@@ -50,9 +50,11 @@ TimelineEdit::TimelineEdit(XMLNode sequence, SequenceLedger& ledger)
 }
 
 void TimelineEdit::finish(XMLNode source) {
-    std::erase_if(tracks_, [](XMLNode track) { return !track.parent(); });
-    const std::vector<XMLNode> left = itemsOn(tracks_);
+    std::vector<XMLNode> tracksLeft = tracks_;
+    std::erase_if(tracksLeft, [](XMLNode track) { return !track.parent(); });
+    const std::vector<XMLNode> left = itemsOn(tracksLeft);
     ledger_.itemsAfter = left.size();
+    ledger_.looseClips.clear();
     std::unordered_map<XMLNode, XMLNode> sources;  // of the items that came; made when needed
     for (const XMLNode& item : left) {
         if (!isLoose(item)) continue;
@@ -149,28 +151,31 @@ std::vector<XMLNode> TimelineEdit::elementsNamed(std::string_view name) {
 
 // The tree, its indexes and the journal
 
-void TimelineEdit::leaveIndex(XMLNode node) {
-    TrackIndex* const index = indexOf(node.parent());
-    if (index) index->removed(sequenceIndex_.find(node));
-}
-
 void TimelineEdit::place(XMLNode node, EditJournal::Place to) {
     journal_.noteMove(node);
-    leaveIndex(node);
-    if (!to.parent) {
+    const XMLNode from = node.parent();
+    if (!to.parent)
         node.detach();
-        return;
-    }
-    if (to.next)
+    else if (to.next)
         to.parent.insertBefore(node, to.next);
     else
         to.parent.appendChild(node);
+    if (TrackIndex* const index = indexOf(from))
+        index->removed(sequenceIndex_.find(node));
+    else
+        changedBelow(from, node);
     if (TrackIndex* const index = indexOf(to.parent))
         index->placed(node, to.next ? sequenceIndex_.find(to.next) : TrackIndex::none);
+    else
+        changedBelow(to.parent, node);
 }
 
-void TimelineEdit::retimed(XMLNode item) {
-    if (TrackIndex* const index = indexOf(item.parent())) index->retimed(sequenceIndex_.find(item));
+void TimelineEdit::changedBelow(XMLNode parent, XMLNode node) {
+    // An index reads of an item what its edges say, and nothing else.
+    for (; parent; node = parent, parent = parent.parent())
+        if (node.isElement("start") || node.isElement("end"))
+            if (TrackIndex* const index = indexOf(parent.parent()))
+                return index->retimed(sequenceIndex_.find(parent));
 }
 
 void TimelineEdit::writeText(XMLNode element, std::string_view text) {
@@ -182,7 +187,10 @@ void TimelineEdit::writeText(XMLNode element, std::string_view text) {
         while (const XMLNode child = element.firstChild()) place(child, {});
         element.setText(text);
         journal_.noteCreated(element.firstChild());
+        if (TrackIndex* const index = indexOf(element))
+            index->placed(element.firstChild(), TrackIndex::none);
     }
+    changedBelow(element, element.firstChild());
 }
 
 void TimelineEdit::rollback(const Checkpoint& checkpoint) {
@@ -190,11 +198,10 @@ void TimelineEdit::rollback(const Checkpoint& checkpoint) {
         EditJournal::Entry entry = journal_.takeLast();
         if (entry.isText) {
             entry.node.setText(entry.text);
-            retimed(entry.node.parent());
+            changedBelow(entry.node, entry.node.firstChild());
         } else {
             place(entry.node, entry.place);
-            journal_.takeLast();                   // going back is nothing to take back
-            retimed(entry.place.parent.parent());  // a text came back to an edge
+            journal_.takeLast();  // going back is nothing to take back
         }
     }
     ledger_.rollback(checkpoint.ledger_);
@@ -248,7 +255,6 @@ void TimelineEdit::writeTimes(XMLNode item, const ItemTimes& times) {
     write(end, times.end);
     write(in, times.in);
     write(out, times.out);
-    retimed(item);
 }
 
 void TimelineEdit::trim(XMLNode item, const ItemTimes& times) {
@@ -282,7 +288,6 @@ void TimelineEdit::insertItem(const TrackIndex& track, XMLNode item, std::size_t
 void TimelineEdit::setText(XMLNode element, std::string_view text) {
     if (element.stringValue() != text) record(ChangeKind::changed, element);
     writeText(element, text);
-    retimed(element.parent());
 }
 
 void TimelineEdit::noteKept(XMLNode clip, const std::string& reason) {

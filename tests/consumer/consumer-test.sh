@@ -32,13 +32,16 @@ foreign_libraries() {
     ldd "$1" | awk '{ sub(".*/", "", $1); print $1 }' | grep -vE "^($allowed)\.so" || true
 }
 
-# expect HOME STATUS OUTPUT ERRORS PROGRAM ARGUMENT: the program says exactly that and nothing else.
+# expect HOME STATUS OUTPUT ERRORS PROGRAM ARGUMENT...: the program says exactly that and nothing
+# else.
 expect() {
-    local home=$1 status=0
-    HOME=$home XDG_RUNTIME_DIR=$home "$5" "$6" >"$folder/out" 2>"$folder/err" || status=$?
-    { diff <(printf '%s' "$3") "$folder/out" && diff <(printf '%s' "$4") "$folder/err"; } ||
-        fail "${5##*/} ${6##*/} with HOME=$home prints something else"
-    [[ $status -eq $2 ]] || fail "${5##*/} ${6##*/} with HOME=$home exits with $status, not $2"
+    local home=$1 expected=$2 output=$3 errors=$4 status=0
+    shift 4
+    HOME=$home XDG_RUNTIME_DIR=$home "$@" >"$folder/out" 2>"$folder/err" || status=$?
+    { diff <(printf '%s' "$output") "$folder/out" && diff <(printf '%s' "$errors") "$folder/err"; } ||
+        fail "${1##*/} ${2##*/} with HOME=$home prints something else"
+    [[ $status -eq $expected ]] ||
+        fail "${1##*/} ${2##*/} with HOME=$home exits with $status, not $expected"
 }
 
 "$cmake" --install "$build" --prefix "$folder/installed" --component library >/dev/null
@@ -52,16 +55,24 @@ foreign=$(foreign_libraries "$folder/library/consumer")
 
 mkdir "$folder/home"
 printf '<xmeml>\n\t<sequence>\n</xmeml>\n' >"$folder/broken.xml"
-sequences='Opening Titles: 9 items
-Harbour at Work v07: 67 items
-Teaser 30s: 22 items
-Selects Net Loft: 15 items
+changes='collapseTracks: 16
+collapseUncompositedClips: 18
+removeDisabledAudioClips: 4
+removeDisabledVideoClips: 7
+removeUnusedTracks: 7
+4 sequences, 32 steps
 '
+before=$(sha256sum "$sample")
 for home in "$folder/home" /nonexistent; do
-    expect "$home" 0 "$sequences" '' "$folder/library/consumer" "$sample"
+    rm -f "$folder/tidied.xml"
+    expect "$home" 0 "$changes" '' "$folder/library/consumer" "$sample" "$folder/tidied.xml"
+    [[ $(grep -c '<name>.*-Tidied</name>' "$folder/tidied.xml") -eq 4 ]] ||
+        fail "the tidied file does not hold four copies"
     expect "$home" 1 '' "consumer: $folder/broken.xml:3:3: mismatched tag
-" "$folder/library/consumer" "$folder/broken.xml"
+" "$folder/library/consumer" "$folder/broken.xml" "$folder/none.xml"
+    [[ ! -e $folder/none.xml ]] || fail "a file that could not be read was saved"
 done
+[[ $(sha256sum "$sample") == "$before" ]] || fail "the source was changed"
 [[ -z $(ls -A "$folder/home") ]] || fail "the home is not as it was" "$(find "$folder/home")"
 
 if configure early -DWITH_SHELL=ON; then fail "the shell is found before it is installed"; fi

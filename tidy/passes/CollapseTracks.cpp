@@ -48,7 +48,7 @@ bool collapseOnto(PassRun& run, const TrackIndex& upper, const TrackIndex& lower
 
     for (std::size_t j = 0; j < upperClips.size(); ++j) {
         if (run.cancelled()) return false;
-        // A clip may have moved down with an earlier one already: then its group is there.
+        // A clip that moved down with an earlier one has its group there.
         const TrackIndex& own = upper.holds(upperClips[j]) ? upper : lower;
         const TrackIndex::Group group = own.group(upperClips[j]);
         if (lower.firstInTheWay(group.range) != TrackIndex::none) continue;
@@ -77,8 +77,8 @@ Outcome collapseTracks(PassRun& run, bool reverse) {
     if (!tracks.empty() && run.cancelled()) return PassRun::stopped();
     Log::fastAppend("Total tracks to process: %i", tracks.size());
 
-    // A clip falls one track a visit: from the top down it can fall on, from the bottom up it
-    // cannot.
+    // A clip falls one track at each visit of its track. From the top down the next visit finds it
+    // again; from the bottom up no visit does.
     for (std::size_t step = 1; step < tracks.size(); ++step) {
         const std::size_t upper = reverse ? tracks.size() - step : step;
         if (run.cancelled()) return PassRun::stopped();

@@ -19,8 +19,8 @@ Frames lengthOf(const TrackEntry& entry) {
 }
 
 // The range without the transitions at its ends: only the fully opaque middle hides anything. Both
-// ends go by the length of the group's first node, as they always have. With a long transition
-// before a short one the range ends before it starts; the pieces of what is cut then overlap.
+// ends are shortened by the length of the group's first node, as they always were. With a long
+// transition before a short one the range ends before it starts. What is cut then overlaps.
 FrameRange opaqueMiddle(const OpaqueClip& clip) {
     FrameRange range = clip.group.range;
     const TrackEntry& first = clip.upper.entry(clip.group.first);
@@ -84,8 +84,9 @@ Found findOverlapped(const PassRun& run, const TrackIndex& lower, FrameRange ran
     return found;
 }
 
-// An editing system finds a clip's media by `in` and its place by `start` and `end`; `out` and
-// `duration` tell how much of the media there is, and stay as they are. True when the clip was split.
+// An editing system finds a clip's media by `in` and its place by `start` and `end`. `out` and
+// `duration` tell how much of the media there is, and stay as they are. True when the clip was
+// split.
 bool cut(PassRun& run, const TrackIndex& lower, Id id, FrameRange range,
          const std::string& reason) {
     const TrackEntry& entry = lower.entry(id);

@@ -75,12 +75,12 @@ private:
     std::unordered_map<TrackIndex::Id, std::size_t> places_;
 };
 
-/// Works out, over one stretch of a track, which entries a clip above hides. What is answered after
-/// a stop is incomplete.
+/// Works out which entries of one stretch of a track a clip above hides. After a stop the answer is
+/// incomplete.
 ///
-/// `search` tells by which search an entry is found. What the searches find, in order of first
-/// appearance, is the set to begin with. Then each of these entries brings its whole group into the
-/// set when `keeps` holds for the group's range, and takes its whole group out when not.
+/// `search` tells by which search an entry is found. The set begins with all that is found, in the
+/// order of the searches. Each of these entries then brings its whole group into the set when
+/// `keeps` holds for the group's range, and takes its whole group out when it does not.
 template <class Search, class Keeps>
 std::vector<TrackIndex::Id> hiddenInStretch(const PassRun& run, const TrackIndex& track,
                                             const TrackIndex::Stretch& stretch, Search search,

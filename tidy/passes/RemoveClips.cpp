@@ -103,14 +103,14 @@ Outcome removeDisabledAudioClips(PassRun& run) {
     return removeDisabledClips(run, MediaType::audio);
 }
 
-Outcome removeSilentAudioClips(PassRun& run) {
+Outcome removeSilentAudio(PassRun& run) {
     run.showProgress("Removing silent audio clips...");
     // Logs the words of the disabled-clip pass on purpose: people who read logs search for them.
     const auto clips = clipsInMainTracks(run.sequence(), MediaType::audio, isSilent);
     return removeWithGroups(run, clips, "level 0", isSilent);
 }
 
-Outcome collapseMulticlips(PassRun& run) {
+Outcome collapseMultiClips(PassRun& run) {
     run.showProgress("Collapsing multiclips...");
     std::vector<XMLNode> flags;
     for (const XMLNode& collapsed : run.edit.elementsNamed("collapsed")) {

@@ -47,8 +47,8 @@ void closeOver(PassRun& run, XMLNode transition) {
     }
 }
 
-// The same for a careful run: every clip keeps its source in sync. A fade leaves its clip whole, and
-// of an odd length the incoming clip takes the frame more.
+// The same for a careful run: every clip keeps its source in sync. A fade leaves its clip whole.
+// Of an odd length the incoming clip takes the frame more.
 //   [aaaa(xx)      ->   [aaaaaa]
 void closeInSync(PassRun& run, XMLNode transition) {
     const ItemTimes times = ItemTimes::of(transition);

@@ -27,8 +27,8 @@ std::string slugNumber(Frames frames) {
 // Slug3 and so on and refer to that file. There is no clip "Slug1": the id belongs to the file.
 class SlugMaker {
 public:
-    /// A careful one gives the slugs a file of their own, which it defines whatever slugs there are:
-    /// another sequence's "Slug1" may have another rate, or be defined elsewhere or not at all.
+    /// A careful one gives the slugs a file of their own, and defines it whatever slugs there are.
+    /// Another sequence's "Slug1" may have another rate, or be defined elsewhere or not at all.
     SlugMaker(TimelineEdit& edit, bool careful) {
         if (careful) fileId_ = "Slug-" + newUUID();
         const XMLNode rate = edit.sequence().child("rate");
@@ -140,7 +140,7 @@ Outcome fillHoles(PassRun& run, XMLNode track, SlugMaker& slugs) {
 
 }  // namespace
 
-Outcome replaceGapsWithSlugs(PassRun& run) {
+Outcome replaceGaps(PassRun& run) {
     run.showProgress("Replacing gaps with slugs...");
     const XMLNode track = firstVideoTrack(run.sequence());
     if (!track) {
@@ -163,13 +163,13 @@ Outcome replaceGapsWithSlugs(PassRun& run) {
         if (range.start > previousEnd) {
             Log::fastAppend("Gap from %i to %i", previousEnd.count, range.start.count);
             const std::string xml = slugs.makeXML({previousEnd, range.start});
-            // A clip inside another item has an index among its own siblings: that is where the
-            // slug goes, into the track all the same. And the slug stands before the clip itself,
-            // so between it and the transition that fades it in.
+            // The slug goes into the track at the clip's index among its own siblings, even for a
+            // clip inside another item. It stands right before the clip, and so behind the
+            // transition that fades the clip in.
             insertSlug(run, index, place, xml);
         }
-        // Also when it lies inside the clip before it and ends earlier: a slug may then stand over
-        // the rest of that clip, as it always could.
+        // This holds for a clip that lies inside the one before it and ends earlier, too. A slug
+        // may then stand over the rest of that earlier clip, as it always could.
         previousEnd = range.end;
     }
     return Done{};

@@ -1,7 +1,7 @@
 // What windows and exports say of a run's changes.
 #include "report/ChangeCSV.h"
 #include "report/ChangeListing.h"
-#include "tests/timeline/Project.h"
+#include "tests/timeline/Interchange.h"
 
 #include <gtest/gtest.h>
 
@@ -16,12 +16,14 @@ const char* const timeline =
 
 // A run over two sequences: in each a disabled clip goes and a clip moves down.
 struct ListedRun {
-    ListedRun() : project({timeline, timeline}) {
-        project.document.setAllSelected(true);
-        project.document.startProcessing({"removeDisabledVideoClips", "collapseTracks"},
-                                         Delivery::none);
-    }
-    Project project;
+    ListedRun()
+        : file({timeline, timeline}),
+          tidied(tidy(file.document, {.passes = {"removeDisabledVideoClips", "collapseTracks"},
+                                      .delivery = Delivery::none})) {}
+    const ChangeLedger& ledger() const { return tidied->ledger(); }
+
+    Interchange file;
+    Result<Tidied> tidied;
 };
 
 std::string listed(const ChangeListing& listing) {
@@ -41,7 +43,7 @@ std::string listed(const ChangeListing& listing) {
 
 TEST(ChangeListing, ListsChangesBySequenceAndPassWithTheSequencesTimecode) {
     const ListedRun run;
-    const ChangeListing listing(run.project.document.changeLedger());
+    const ChangeListing listing(run.ledger());
     const std::string removed =
         " Remove disabled video clips: removed B (V1  01:00:04:00 - 01:00:06:00) ()\n";
     const std::string moved =
@@ -54,7 +56,7 @@ TEST(ChangeListing, ListsChangesBySequenceAndPassWithTheSequencesTimecode) {
 
 TEST(ChangeListing, FiltersByWhatAPersonSees) {
     const ListedRun run;
-    ChangeListing listing(run.project.document.changeLedger());
+    ChangeListing listing(run.ledger());
     const struct {
         const char* filter;
         std::size_t shown;
@@ -79,12 +81,16 @@ public:
 };
 
 TEST(ChangeCSV, WritesALineAChangeAndQuotesWhatNeedsIt) {
-    Project project(
+    Interchange file(
         {"S: {<rate><timebase>25</timebase></rate>} V1: A[0,100)+Blur !B[100,-1)@5:90"});
-    project.record().title = "Reel \"1\", cut\n2";
-    project.document.startProcessing({"removeDisabledVideoClips", "removeFilters"}, Delivery::none);
+    const auto tidied =
+        tidy(file.document,
+             {.passes = {"removeDisabledVideoClips", "removeFilters"}, .delivery = Delivery::none});
+    ASSERT_TRUE(tidied);
+    ChangeLedger ledger = tidied->ledger();
+    ledger.sequences.front().title = "Reel \"1\", cut\n2";
     TextSink sink;
-    ASSERT_TRUE(writeChangesCSV(project.document.changeLedger(), sink));
+    ASSERT_TRUE(writeChangesCSV(ledger, sink));
     const std::size_t line = sink.text.find("\r\n") + 2;
     const std::string reel = "\"Reel \"\"1\"\", cut\n2\",";
     EXPECT_EQ(sink.text.substr(line),

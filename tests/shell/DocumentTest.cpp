@@ -153,7 +153,7 @@ TEST(Document, DeliversTheTickedSequencesAsABin) {
 TEST(Document, DeliversAnEmptyBinWhenNothingIsTicked) {
     Project project({"V1: !A[0,9)"});
     project.document.setSelected(0, false);
-    project.document.startProcessing(allOptions());
+    project.document.startProcessing(allPasses());
     EXPECT_EQ(withoutUuids(serialise(projectChildren(project).lastChild())),
               "<bin><uuid>UUID</uuid><updatebehavior>add</updatebehavior><name>Reelsweep</name>"
               "<children/></bin>");

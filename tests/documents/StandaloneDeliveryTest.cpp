@@ -1,6 +1,5 @@
 // A standalone document defines whatever its sequences refer to, once, at the first use.
-#include "shell/QVFCPDoc.h"
-#include "tests/timeline/RecordingView.h"
+#include "tests/timeline/Interchange.h"
 
 #include <gtest/gtest.h>
 
@@ -26,40 +25,29 @@ std::string masterClip(const std::string& id, const std::string& content) {
     return "<clip id=\"" + id + "\"><name>" + id + "</name>" + content + "</clip>";
 }
 
-struct Source {
-    explicit Source(const std::string& content) {
-        auto parsed = XMLDocument::parse("<xmeml version=\"5\">" + content + "</xmeml>");
-        document.projectController().setXmlDoc(std::make_shared<XMLDocument>(std::move(*parsed)));
-        document.populateSequencesForProject("");
-    }
-
-    // Tidies the rows and answers what stands in the standalone bin. Sequences keep their
-    // names there, so that expectations stay short.
-    std::string delivered(const std::vector<std::size_t>& rows) {
-        for (const std::size_t row : rows) document.setSelected(row, true);
-        const XMLDocument& xml = *document.projectController().xmlDoc();
-        const std::string before = xml.serialise(XMLFormat::compact);
-        document.startProcessing({"removeDisabledVideoClips"}, Delivery::none);
-        const Result<XMLDocument> output = document.standaloneXML();
-        if (!output) return output.failure().description();
-        EXPECT_EQ(xml.serialise(XMLFormat::compact), before);
-        std::string text = output->serialise(XMLFormat::compact);
-        EXPECT_TRUE(XMLDocument::parse(text));
-        EXPECT_TRUE(
-            text.starts_with("<?xml version=\"1.0\" encoding=\"UTF-8\"?><!DOCTYPE xmeml>"
-                             "<xmeml version=\"5\"><bin><uuid>"));
-        std::string children;
-        const XMLNode bin = output->rootElement().child("bin");
-        for (XMLNode c = bin.child("children").firstChild(); c; c = c.nextSibling())
-            children += serialise(c);
-        for (std::size_t at; (at = children.find("-Tidied")) != std::string::npos;)
-            children.erase(at, 7);
-        return children;
-    }
-
-    RecordingView view;
-    QVFCPDoc document{view};
-};
+// Tidies the rows and answers what stands in the standalone bin. Sequences keep their names there,
+// so that expectations stay short.
+std::string delivered(const std::string& content, const std::vector<std::size_t>& rows) {
+    Interchange file = Interchange::ofXML("<xmeml version=\"5\">" + content + "</xmeml>");
+    const std::string before = file.xml();
+    const auto tidied = tidy(file.document, {.passes = {"removeDisabledVideoClips"},
+                                             .sequences = rows,
+                                             .delivery = Delivery::standalone});
+    if (!tidied) return tidied.failure().description();
+    EXPECT_EQ(file.xml(), before);
+    const std::string text = tidied->document()->serialise(XMLFormat::compact);
+    EXPECT_TRUE(XMLDocument::parse(text));
+    EXPECT_TRUE(
+        text.starts_with("<?xml version=\"1.0\" encoding=\"UTF-8\"?><!DOCTYPE xmeml>"
+                         "<xmeml version=\"5\"><bin><uuid>"));
+    std::string children;
+    const XMLNode bin = tidied->document()->rootElement().child("bin");
+    for (XMLNode c = bin.child("children").firstChild(); c; c = c.nextSibling())
+        children += serialise(c);
+    for (std::size_t at; (at = children.find("-Tidied")) != std::string::npos;)
+        children.erase(at, 7);
+    return children;
+}
 
 TEST(StandaloneDelivery, DefinesFilesAtTheirFirstUse) {
     struct Row {
@@ -140,14 +128,14 @@ TEST(StandaloneDelivery, DefinesFilesAtTheirFirstUse) {
     };
     for (const Row& row : rows) {
         SCOPED_TRACE(row.what);
-        EXPECT_EQ(Source(row.content).delivered(row.rows), row.delivered);
+        EXPECT_EQ(delivered(row.content, row.rows), row.delivered);
     }
 }
 
 TEST(StandaloneDelivery, AnswersNothingAfterAStop) {
-    Source source(sequence("s", ""));
-    const XMLDocument& xml = *source.document.projectController().xmlDoc();
-    const std::vector<XMLNode> sequences{xml.rootElement().firstChild()};
+    const Interchange file = Interchange::ofXML(sequence("s", ""));
+    const XMLDocument& xml = *file.tree;
+    const std::vector<XMLNode> sequences{xml.rootElement()};
     std::stop_source stop;
     EXPECT_TRUE(standaloneDocument(xml, sequences, newestXMEMLVersion, stop.get_token()));
     stop.request_stop();
