@@ -11,6 +11,7 @@ enum class ExitCode : int {
     inputFailed = 3,
     outputFailed = 4,
     processingFailed = 5,
+    faultsFound = 6,
     internalError = 70,
     interrupted = 130,
 };
@@ -36,6 +37,7 @@ inline constexpr const char* exitCodeHelp = R"(Exit codes:
   3    an input could not be read or is not valid
   4    an output could not be written
   5    a sequence or the delivery failed
+  6    the picture changed, or an importer would stumble
   70   internal error
   130  interrupted; the file in work was not written
 With several files the first failure decides; the other files are still done.)";

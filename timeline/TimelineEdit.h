@@ -31,6 +31,10 @@ public:
     const SequenceLedger& ledger() const { return ledger_; }
     /// Changes from here on belong to the pass of that option name (static storage).
     void beginStep(std::string_view option);
+    /// The items of the sequence with those of `source` that they came from, the sequence of which
+    /// this one was a copy when this object was made. The pieces of a split came from one item; what
+    /// was inserted came from none. Items that were taken out are in it too.
+    std::unordered_map<XMLNode, XMLNode> sourceItems(XMLNode source) const;
     /// How many items the sequence came with.
     std::size_t itemsBefore() const { return ledger_.itemsBefore; }
     /// Counts the items that are left, and finds the clips that are loose now and were not in the
@@ -67,7 +71,7 @@ public:
     void move(XMLNode item, const TrackIndex& to, std::size_t place);
     /// Sets those of an item's times that are given, each on an existing child only.
     ///   [aaaa]----   ->   [aaaaaa]--
-    void trim(XMLNode item, const ItemTimes& times);
+    void trim(XMLNode item, const ItemTimes& times, const std::string& reason = {});
     /// Makes two of an item on a track: a copy that ends at `gap.start`, and the item itself, from
     /// `gap.end` on with the `in` of `right`. The copy keeps everything else, its id too. Answers
     /// the copy.
@@ -78,6 +82,22 @@ public:
     void insertItem(const TrackIndex& track, XMLNode item, std::size_t place);
     /// Sets the text of an element that is there. One that reads so already is no change.
     void setText(XMLNode element, std::string_view text);
+    /// A text, or an attribute that is there (static storage), that is to read otherwise.
+    struct Rewrite {
+        XMLNode element;
+        std::string text;
+        const char* attribute = nullptr;
+    };
+    /// Sets texts and attributes that belong together: one change of `about`, which they stand in or
+    /// are. No rewrites are no change.
+    void rewrite(XMLNode about, std::span<const Rewrite> rewrites, const std::string& reason);
+    /// Gives an element without content what a definition holds, which may stand in another
+    /// document; the definition stays as it is.
+    ///   <file id="f"/>   ->   <file id="f"> ... </file>
+    void define(XMLNode reference, XMLNode definition, const std::string& reason);
+    /// Takes the content out of a definition, which leaves a reference.
+    ///   <file id="f"> ... </file>   ->   <file id="f"/>
+    void refer(XMLNode definition, const std::string& reason);
 
     // Taking back
 
@@ -126,7 +146,8 @@ private:
     std::string_view step_;
     std::vector<XMLNode> tracks_;  ///< as they came
     std::unordered_map<XMLNode, TrackLabel> labels_;
-    std::vector<XMLNode> items_;  ///< on tracks, as they came
+    std::vector<XMLNode> items_;                   ///< on tracks, as they came
+    std::unordered_map<XMLNode, XMLNode> pieces_;  ///< new pieces of splits, and what they were
     SequenceIndex sequenceIndex_;
     std::unordered_map<XMLNode, std::unique_ptr<TrackIndex>> indexes_;
     EditJournal journal_;
