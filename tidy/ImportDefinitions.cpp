@@ -49,7 +49,8 @@ private:
             rename(element, known->second);
             return;
         }
-        const XMLNode meaning = isDefined ? element : meaningOf(key);
+        XMLNode meaning = isDefined ? element : meaningOf(key);
+        if (!meaning && element.isElement("file")) meaning = slugFor(element);
         const std::optional<std::string> known = meaning ? variantOf(key, meaning) : std::nullopt;
         if (known && isDefined) edit_.refer(element, "defined before: " + *known);
         if (meaning && !known) {
@@ -61,8 +62,6 @@ private:
         } else if (known) {
             if (!isDefined) resolved_.emplace(key, *known);
             rename(element, *known);
-        } else if (!isDefined && element.isElement("file")) {
-            defineSlug(element);
         }
     }
 
@@ -126,19 +125,16 @@ private:
     }
 
     // Slugs refer to the file of the sequence's first slug; when the source had slugs of its own,
-    // that file may be defined nowhere.
-    void defineSlug(XMLNode file) {
+    // that file may be defined nowhere. Null for the file of any other clip.
+    static XMLNode slugFor(XMLNode file) {
         const XMLNode clip = file.parent();
-        if (clip.child("name").stringValue() != "Slug" || clip.child("masterclipid")) return;
-        const std::string rate = serialise(clip.child("rate"));
-        const Result<XMLNode> slug =
-            file.parseDetached("<file><name>Slug</name><mediaSource>Slug</mediaSource>" +
-                               (clip.child("rate") ? rate : std::string()) + "</file>");
-        if (!slug) return;
-        const std::string key = keyOf(file);
-        addVariant(key, file, *slug);
-        resolved_.emplace(key, idOf(file));
-        edit_.define(file, *slug, "defined at its first use");
+        if (clip.child("name").stringValue() != "Slug" || clip.child("masterclipid")) return {};
+        Result<XMLNode> slug =
+            file.parseDetached("<file><name>Slug</name><mediaSource>Slug</mediaSource></file>");
+        if (!slug) return {};
+        slug->setOnlyAttribute("id", idOf(file));
+        if (const XMLNode rate = clip.child("rate")) slug->appendCopy(rate);
+        return *slug;
     }
 
     TimelineEdit& edit_;

@@ -7,6 +7,7 @@
 #include "timeline/Vocabulary.h"
 
 #include <algorithm>
+#include <array>
 #include <optional>
 
 namespace reelsweep::importing {
@@ -32,8 +33,6 @@ bool lieOver(const PlacedItem& a, const PlacedItem& b) {
     return first.start < second.end && second.start < first.end;
 }
 
-// One look at the copy, and mending of what it shows. What is mended may show more, so there are
-// several; each does one kind of thing, and reads the places again.
 class Mender {
 public:
     Mender(TimelineEdit& edit, const SequencePlaces& source, const Sources& sources)
@@ -43,24 +42,27 @@ public:
     }
 
     void run() {
-        // Each round that edits takes an item away, or gives an edge or a length for good.
-        while (look([&](const PlacedTrack& track) { removeLoneTransitions(track); }) ||
-               look([&](const PlacedTrack& track) { placeEdges(track); }) ||
-               look([&](const PlacedTrack& track) { removeReversed(track); }) ||
-               look([&](const PlacedTrack& track) { sort(track); }) ||
-               look([&](const PlacedTrack& track) { separate(track); }))
-            ;
-        look([&](const PlacedTrack& track) { fitSources(track); });
+        // What is mended may show more. Each round takes an item away or puts it right for good.
+        while (mendOnce()) continue;
     }
 
 private:
-    template <class MendTrack>
-    bool look(MendTrack mendTrack) {
+    // The first kind of thing that is wrong anywhere; the places are read anew after each.
+    bool mendOnce() {
+        static constexpr std::array steps = {&Mender::removeLoneTransitions,
+                                             &Mender::placeEdges,
+                                             &Mender::removeReversed,
+                                             &Mender::sort,
+                                             &Mender::separate,
+                                             &Mender::fitSources};
         const std::size_t changes = edit_.ledger().changes.size();
         const SequencePlaces places = SequencePlaces::of(edit_.sequence());
         rate_ = places.rate();
-        for (const PlacedTrack& track : places.tracks()) mendTrack(track);
-        return edit_.ledger().changes.size() > changes;
+        for (const auto step : steps) {
+            for (const PlacedTrack& track : places.tracks()) (this->*step)(track);
+            if (edit_.ledger().changes.size() > changes) return true;
+        }
+        return false;
     }
 
     // The item as the source has it, or null.
@@ -155,8 +157,9 @@ private:
     bool wasSo(const PlacedItem& a, const PlacedItem& b, Wrong wrong) const {
         const PlacedItem* const first = inSource(a);
         const PlacedItem* const second = inSource(b);
-        return first && second && first->item->node.parent() == second->item->node.parent() &&
-               wrong(*first, *second);
+        return first && second && first != second && first->item->hasPlace() &&
+               second->item->hasPlace() &&
+               first->item->node.parent() == second->item->node.parent() && wrong(*first, *second);
     }
 
     // Only items that stand free: a transition holds its clips where they are.
@@ -173,9 +176,7 @@ private:
             const auto later = [](const PlacedItem& a, const PlacedItem& b) {
                 return a.index < b.index && b.sourcePlace().start < a.sourcePlace().start;
             };
-            if (!isFree || wasSo(*latest, item, later)) continue;
-            moveBack(track, item);
-            return;  // the places have changed
+            if (isFree && !wasSo(*latest, item, later)) moveBack(track, item);
         }
     }
 
@@ -202,28 +203,33 @@ private:
         std::stable_sort(clips.begin(), clips.end(), [](const auto* a, const auto* b) {
             return a->body().start < b->body().start;
         });
-        for (std::size_t i = 1; i < clips.size(); ++i) {
-            const PlacedItem& earlier = *clips[i - 1];
-            const PlacedItem& later = *clips[i];
-            if (!lieOver(earlier, later) || wasSo(earlier, later, lieOver)) continue;
-            cutEarlier(earlier, later);
-            return;  // the places have changed
+        const PlacedItem* last = nullptr;
+        for (const PlacedItem* const clip : clips) {
+            if (!last || !lieOver(*last, *clip) || wasSo(*last, *clip, lieOver)) {
+                if (!last || clip->body().end > last->body().end) last = clip;
+            } else if (cutEarlier(*last, *clip)) {
+                last = clip;
+            }
         }
     }
 
-    void cutEarlier(const PlacedItem& earlier, const PlacedItem& later) {
+    // What was put in gives way; so does what would have no frame left. False when the later one
+    // went.
+    bool cutEarlier(const PlacedItem& earlier, const PlacedItem& later) {
         const XMLNode node = earlier.item->node;
-        const std::string over = displayName(later.item->node) + " starts there";
+        const std::string laterName = displayName(later.item->node);
         const Frames end = later.body().start;
-        // What was put in gives way; so does what would have no frame left.
         if (!inSource(later)) {
             edit_.detach(later.item->node, displayName(node) + " is there already");
-        } else if (!inSource(earlier) || end <= earlier.body().start ||
-                   earlier.item->endPlace != EdgePlace::own) {
-            edit_.detach(node, displayName(later.item->node) + " is there already");
-        } else {
-            edit_.trim(node, {.start = {}, .end = end, .in = {}, .out = {}}, over);
+            return false;
         }
+        if (!inSource(earlier) || end <= earlier.body().start ||
+            earlier.item->endPlace != EdgePlace::own)
+            edit_.detach(node, laterName + " is there already");
+        else
+            edit_.trim(node, {.start = {}, .end = end, .in = {}, .out = {}},
+                       laterName + " starts there");
+        return true;
     }
 
     // Source ranges
