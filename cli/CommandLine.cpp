@@ -51,6 +51,14 @@ constexpr std::string_view passesFooter = R"(Examples:
   reelsweep-cli passes
   reelsweep-cli tidy film.xml --passes removeFilters,removeMarkers)";
 
+constexpr std::string_view checkFooter =
+    R"(Looked for are links, ids, files, edges, source ranges, ticks and the order of
+items. How the picture looks is not.
+
+Examples:
+  reelsweep-cli check film-Tidied.xml
+  reelsweep-cli check --json film.xml | jq -r '.faults[].kind' | sort | uniq -c)";
+
 constexpr std::string_view projectsFooter = R"(Examples:
   reelsweep-cli projects
   reelsweep-cli projects --json | jq -r '.[]'
@@ -75,6 +83,7 @@ constexpr auto table = std::to_array<CommandRow>({
     {"list", "list the sequences of a file", listFooter, defineList},
     {"tidy", "tidy the sequences of files", tidyFooter, defineTidy},
     {"passes", "list the clean-up passes", passesFooter, definePasses},
+    {"check", "list what an importer would stumble over in a file", checkFooter, defineCheck},
     {"projects", "list the projects that are open in Final Cut Pro", projectsFooter,
      defineProjects},
     {"verify", "compare what two sequences show, frame by frame", verifyFooter, defineVerify},

@@ -58,15 +58,23 @@ void TimelineEdit::finish(XMLNode source) {
     std::unordered_map<XMLNode, XMLNode> sources;  // of the items that came; made when needed
     for (const XMLNode& item : left) {
         if (!isLoose(item)) continue;
-        if (sources.empty() && source) {
-            const std::vector<XMLNode> before = itemsOn(allTracks(source));
-            for (std::size_t i = 0; i < std::min(before.size(), items_.size()); ++i)
-                sources.emplace(items_[i], before[i]);
-        }
+        if (sources.empty() && source) sources = sourceItems(source);
         const auto found = sources.find(item);
         if (found == sources.end() || !isLoose(found->second))
             ledger_.looseClips.push_back({item, label(item), ItemTimes::of(item)});
     }
+}
+
+std::unordered_map<XMLNode, XMLNode> TimelineEdit::sourceItems(XMLNode source) const {
+    std::unordered_map<XMLNode, XMLNode> sources;
+    const std::vector<XMLNode> before = itemsOn(allTracks(source));
+    for (std::size_t i = 0; i < std::min(before.size(), items_.size()); ++i)
+        sources.emplace(items_[i], before[i]);
+    for (const auto& [piece, whole] : pieces_) {
+        const auto found = sources.find(whole);
+        if (found != sources.end()) sources.emplace(piece, found->second);
+    }
+    return sources;
 }
 
 TrackLabel TimelineEdit::label(XMLNode node) const { return placeOf(node).track; }
@@ -196,7 +204,9 @@ void TimelineEdit::writeText(XMLNode element, std::string_view text) {
 void TimelineEdit::rollback(const Checkpoint& checkpoint) {
     while (journal_.size() > checkpoint.journalSize_) {
         EditJournal::Entry entry = journal_.takeLast();
-        if (entry.isText) {
+        if (entry.attribute) {
+            entry.node.setAttribute(entry.attribute, entry.text);
+        } else if (entry.isText) {
             entry.node.setText(entry.text);
             changedBelow(entry.node, entry.node.firstChild());
         } else {
@@ -257,8 +267,9 @@ void TimelineEdit::writeTimes(XMLNode item, const ItemTimes& times) {
     write(out, times.out);
 }
 
-void TimelineEdit::trim(XMLNode item, const ItemTimes& times) {
+void TimelineEdit::trim(XMLNode item, const ItemTimes& times, const std::string& reason) {
     Change& change = record(ChangeKind::trimmed, item);
+    if (!reason.empty()) change.reason = ledger_.addReason(reason);
     writeTimes(item, times);
     change.after = ItemTimes::of(item);
 }
@@ -266,6 +277,8 @@ void TimelineEdit::trim(XMLNode item, const ItemTimes& times) {
 XMLNode TimelineEdit::split(XMLNode item, FrameRange gap, const ItemTimes& right) {
     const ItemTimes whole = ItemTimes::of(item);
     const XMLNode left = item.copy();
+    const auto earlier = pieces_.find(item);
+    pieces_.emplace(left, earlier == pieces_.end() ? item : earlier->second);
     trim(item, right);
     writeTimes(left, {.start = {}, .end = gap.start, .in = {}, .out = {}});
     place(left, {item.parent(), item});
@@ -292,6 +305,33 @@ void TimelineEdit::setText(XMLNode element, std::string_view text) {
 
 void TimelineEdit::noteKept(XMLNode clip, const std::string& reason) {
     ledger_.kept.push_back({step_, clip, label(clip), ItemTimes::of(clip), reason});
+}
+
+void TimelineEdit::rewrite(XMLNode about, std::span<const Rewrite> rewrites,
+                           const std::string& reason) {
+    if (rewrites.empty()) return;
+    record(ChangeKind::changed, about).reason = ledger_.addReason(reason);
+    for (const Rewrite& rewrite : rewrites) {
+        if (rewrite.attribute) {
+            journal_.noteAttribute(rewrite.element, rewrite.attribute);
+            XMLNode(rewrite.element).setAttribute(rewrite.attribute, rewrite.text);
+        } else {
+            writeText(rewrite.element, rewrite.text);
+            retimed(rewrite.element.parent());
+        }
+    }
+}
+
+void TimelineEdit::define(XMLNode reference, XMLNode definition, const std::string& reason) {
+    record(ChangeKind::changed, reference).reason = ledger_.addReason(reason);
+    for (XMLNode child = definition.firstChild(); child; child = child.nextSibling())
+        journal_.noteCreated(reference.appendCopy(child));
+    listsAreOld();
+}
+
+void TimelineEdit::refer(XMLNode definition, const std::string& reason) {
+    record(ChangeKind::changed, definition).reason = ledger_.addReason(reason);
+    while (const XMLNode child = definition.firstChild()) place(child, {});
 }
 
 }  // namespace reelsweep

@@ -33,6 +33,10 @@ public:
     void beginStep(std::string_view option);
     /// The option name of the pass that changes belong to.
     std::string_view step() const { return step_; }
+    /// The items of the sequence with those of `source` that they came from, the sequence of which
+    /// this one was a copy when this object was made. The pieces of a split came from one item; what
+    /// was inserted came from none. Items that were taken out are in it too.
+    std::unordered_map<XMLNode, XMLNode> sourceItems(XMLNode source) const;
     /// How many items the sequence came with.
     std::size_t itemsBefore() const { return ledger_.itemsBefore; }
     /// Counts the items that are left, and lists the clips that are loose. The sequence is a copy of
@@ -69,7 +73,7 @@ public:
     void move(XMLNode item, const TrackIndex& to, std::size_t place);
     /// Sets the times that are given. A time that the item has no element for stays missing.
     ///   [aaaa]----   ->   [aaaaaa]--
-    void trim(XMLNode item, const ItemTimes& times);
+    void trim(XMLNode item, const ItemTimes& times, const std::string& reason = {});
     /// Makes two of an item on a track. The left piece is a copy that ends at `gap.start` and keeps
     /// everything else, its id too. The right piece is the item itself with the times of `right`,
     /// which start at `gap.end`. Answers the copy.
@@ -80,6 +84,22 @@ public:
     void insertItem(const TrackIndex& track, XMLNode item, std::size_t place);
     /// Sets the text of an element. When the element reads so already, no change is reported.
     void setText(XMLNode element, std::string_view text);
+    /// A text, or an attribute that is there (static storage), that is to read otherwise.
+    struct Rewrite {
+        XMLNode element;
+        std::string text;
+        const char* attribute = nullptr;
+    };
+    /// Sets texts and attributes that belong together: one change of `about`, which they stand in or
+    /// are. No rewrites are no change.
+    void rewrite(XMLNode about, std::span<const Rewrite> rewrites, const std::string& reason);
+    /// Gives an element without content what a definition holds, which may stand in another
+    /// document; the definition stays as it is.
+    ///   <file id="f"/>   ->   <file id="f"> ... </file>
+    void define(XMLNode reference, XMLNode definition, const std::string& reason);
+    /// Takes the content out of a definition, which leaves a reference.
+    ///   <file id="f"> ... </file>   ->   <file id="f"/>
+    void refer(XMLNode definition, const std::string& reason);
 
     /// Notes that the step leaves a clip alone that it would have changed, and why.
     void noteKept(XMLNode clip, const std::string& reason);
@@ -130,7 +150,8 @@ private:
     std::string_view step_;
     std::vector<XMLNode> tracks_;  ///< as they came
     std::unordered_map<XMLNode, TrackLabel> labels_;
-    std::vector<XMLNode> items_;  ///< on tracks, as they came
+    std::vector<XMLNode> items_;                   ///< on tracks, as they came
+    std::unordered_map<XMLNode, XMLNode> pieces_;  ///< new pieces of splits, and what they were
     SequenceIndex sequenceIndex_;
     std::unordered_map<XMLNode, std::unique_ptr<TrackIndex>> indexes_;
     EditJournal journal_;
