@@ -150,9 +150,11 @@ CommandRun defineTidy(CLI::App& parser) {
                   "sound; what was left is listed (default: on)")
         ->group(what);
     parser
-        .add_flag("--literal", o.literal,
-                  "Apply the passes to the letter, without looking at\n"
-                  "the picture")
+        .add_flag("--import-safe,!--no-import-safe", o.importSafe,
+                  "Mend links, ids, edges and ticks of the copies, so that\n"
+                  "every application imports them (default: on)")
+        ->group(what);
+    parser.add_flag("--literal", o.literal, "Apply the passes to the letter and do nothing else")
         ->group(what);
     parser
         .add_flag("--strict", o.strict,

@@ -108,6 +108,7 @@ Outcome TidyFile::settleRequest() {
             "the file away; use -o");
     request.sequences = *rows;
     request.keepPicture = plan_.keepPicture;
+    request.importSafe = plan_.importSafe;
     request.ignoredEffects = plan_.ignoredEffects;
     for (std::string& name : Platform::current().userDefaults->stringArrayForKey("ignoredEffects"))
         request.ignoredEffects.push_back(std::move(name));

@@ -155,6 +155,7 @@ Result<TidyPlan> planTidy(const TidyOptions& options) {
                                                        : Delivery::automatic;
     plan.report = options.report;
     plan.keepPicture = options.keepPicture && !options.literal;
+    plan.importSafe = options.importSafe && !options.literal;
     plan.strict = options.strict;
     plan.launch = options.launch;
     plan.dryRun = options.dryRun;

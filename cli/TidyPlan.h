@@ -25,6 +25,7 @@ struct TidyOptions {
     std::string delivery = "auto";
     std::string report;
     bool keepPicture = true;
+    bool importSafe = true;
     bool literal = false;
     bool strict = false;
     bool launch = false;
@@ -54,6 +55,7 @@ struct TidyPlan {
     Delivery delivery = Delivery::automatic;
     std::string report;  ///< empty for none; "-" for standard output
     bool keepPicture = true;
+    bool importSafe = true;
     bool strict = false;  ///< a result that shows another picture is not written
     bool launch = false;
     bool dryRun = false;

@@ -57,6 +57,8 @@ struct DocumentRequest {
     bool keepPicture = true;
     /// The picture before and after is compared, frame by frame: each ledger's `picture`.
     bool provesPicture = true;
+    /// The copies are made ones that other applications import: see tidy/ImportStep.h.
+    bool importSafe = true;
 };
 
 /// What of it concerns each sequence.

@@ -5,6 +5,7 @@
 #include "platform/Platform.h"
 #include "services/QVAlert.h"
 #include "services/QVException.h"
+#include "timeline/QVXMLParser.h"
 #include "xml/XMLQuery.h"
 
 #include <algorithm>
@@ -225,10 +226,15 @@ void QVFCPDoc::run(const OptionList& options, Delivery delivery, std::stop_token
             if (record.selected)
                 goesOn = processSequence(*document, row, record, options, controls(stop));
         }
+        if (!stop.stop_requested() && goesOn && importsSafely_)
+            goesOn = makeImportSafe(copies_, isFCPProject_ ? nullptr : document->tree(), stop).ok();
+        finishCopies();
         if (!stop.stop_requested() && goesOn) deliver(*document, delivery, controls(stop));
     } catch (const std::exception& error) {
         const std::string text = QVException::logException(error, "-[QVFCPDoc startProcessing:]");
         runResult_.failures.push_back({FailureCode::internal, text, path_});
+        copies_.clear();
+        copiedRecords_.clear();
     }
     // What was delivered before the cancel came is not taken back.
     runResult_.cancelled = stop.stop_requested() && !runResult_.delivered;
@@ -247,19 +253,28 @@ bool QVFCPDoc::processSequence(SequenceDocument& document, std::size_t row, QVSe
     record.xmlRepresentation = source->node;
     record.fetchedDocument = source->owner;
     record.isPlaceholder = source->isShortForm;
-    Result<TidiedCopy> copy =
-        tidiedCopy(*source, {options, ignoredEffects(), keepsPicture_, provesPicture_}, controls);
-    record.processedXMLRepresentation = copy ? copy->sequence : XMLNode();
+    auto copy = CopyInWork::begin(
+        *source, {options, ignoredEffects(), keepsPicture_, provesPicture_}, controls);
+    record.processedXMLRepresentation = copy ? (*copy)->sequence() : XMLNode();
     if (copy) {
-        record.newUUID = copy->uuid;
-        copy->ledger.title = record.title;
-        ledger_.sequences.push_back(std::move(copy->ledger));
+        record.newUUID = QVXMLParser::uuidForNode((*copy)->sequence());
+        copies_.push_back(std::move(*copy));
+        copiedRecords_.push_back(&record);
     } else if (copy.failure().code != FailureCode::cancelled) {
         // The source would take the result's place in the bin and pass for tidied.
         endProgress();
         fail(copy.failure());
     }
     return copy.ok();
+}
+
+void QVFCPDoc::finishCopies() {
+    for (std::size_t i = 0; i < copies_.size(); ++i) {
+        ledger_.sequences.push_back(copies_[i]->finish().ledger);
+        ledger_.sequences.back().title = copiedRecords_[i]->title;
+    }
+    copies_.clear();
+    copiedRecords_.clear();
 }
 
 std::vector<std::string> QVFCPDoc::ignoredEffects() const {

@@ -116,6 +116,8 @@ public:
     /// Literal runs, which do neither, are what a document does by itself.
     void setKeepsPicture(bool keeps) { keepsPicture_ = keeps; }
     void setProvesPicture(bool proves) { provesPicture_ = proves; }
+    /// Whether the copies are made ones that other applications import.
+    void setImportsSafely(bool safely) { importsSafely_ = safely; }
 
     /// Renames a copy in place and answers it: id and name get "-Tidied", the uuid a fresh one, and
     /// id stays as the only attribute.
@@ -172,6 +174,7 @@ private:
     /// False when the run cannot go on after it.
     bool processSequence(SequenceDocument& document, std::size_t row, QVSequence& record,
                          const OptionList& options, const TidyControls& controls);
+    void finishCopies();
     void deliver(SequenceDocument& document, Delivery delivery, const TidyControls& controls);
     void processXML(SequenceDocument& document, const TidyControls& controls);
     void deliverToFCP(SequenceDocument& document, const TidyControls& controls);
@@ -195,6 +198,10 @@ private:
     std::vector<std::string> extraIgnoredEffects_;
     bool keepsPicture_ = false;
     bool provesPicture_ = false;
+    bool importsSafely_ = false;
+    /// Of the run that is going, with the records that they were made for.
+    std::vector<std::unique_ptr<CopyInWork>> copies_;
+    std::vector<QVSequence*> copiedRecords_;
     RunResult runResult_;
     ChangeLedger ledger_;
     DocumentThread populateThread_;
