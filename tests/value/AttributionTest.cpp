@@ -54,8 +54,7 @@ TEST(ChangeAttribution, NamesTheEditsBehindADifference) {
     copy.edit().detach(copy.item("B").child("filter"), "all filters");
     copy.edit().trim(copy.item("C"), {.start = {}, .end = Frames{45}, .in = {}, .out = {}});
     // What was moved in sync, and what was trimmed elsewhere, made no difference.
-    copy.edit().move(copy.item("F"),
-                     copy.edit().index(copy.item("A") ? XMLNode() : copy.item("B").parent()), 1);
+    copy.edit().move(copy.item("F"), copy.edit().index(copy.item("B").parent()), 1);
     EXPECT_EQ(copy.text(), "lost: removed A; other look: removed Opacity of B; lost: trimmed C");
 }
 
