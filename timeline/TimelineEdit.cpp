@@ -317,7 +317,6 @@ void TimelineEdit::rewrite(XMLNode about, std::span<const Rewrite> rewrites,
             XMLNode(rewrite.element).setAttribute(rewrite.attribute, rewrite.text);
         } else {
             writeText(rewrite.element, rewrite.text);
-            retimed(rewrite.element.parent());
         }
     }
 }
