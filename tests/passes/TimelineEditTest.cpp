@@ -44,7 +44,9 @@ struct Held {
             EXPECT_EQ(IndexAnswers::of(*index), IndexAnswers::of(fresh.index(index->track())));
     }
 
-    Timeline timeline{"V1: A[0,-1) x[90,110) B[-1,200) e C[200,300) V2: D[300,400) E[500,600)"};
+    Timeline timeline{
+        "V1: A[0,-1) x[90,110) B[-1,200) e C[200,300){<file id='f'/>} V2: "
+        "D[300,400){<file id='g'><name>n</name></file>} E[500,600)"};
     SequenceLedger ledger;
     TimelineEdit edit;
     std::vector<const TrackIndex*> indexes;
@@ -81,6 +83,14 @@ const Edit edits[] = {
      }},
     {"insert", [](Held& h) { h.edit.insertItem(*h.indexes[1], h.item("C").copy(), 1); }},
     {"set the text of a start", [](Held& h) { h.edit.setText(h.item("B").child("start"), "100"); }},
+    {"rewrite an edge and an attribute",
+     [](Held& h) {
+         const XMLNode item = h.item("C");
+         const TimelineEdit::Rewrite rewrites[] = {{item.child("end"), "-1"}, {item, "c2", "id"}};
+         h.edit.rewrite(item, rewrites, "x");
+     }},
+    {"define a file", [](Held& h) { h.edit.define(h.item("f"), h.item("g"), "x"); }},
+    {"refer to a file", [](Held& h) { h.edit.refer(h.item("g"), "x"); }},
     {"set the text of a setting",
      [](Held& h) { h.edit.setText(h.indexes[0]->track().child("enabled"), "FALSE"); }},
     {"set the text of an item", [](Held& h) { h.edit.setText(h.item("C"), "nothing more"); }},

@@ -9,6 +9,7 @@
 #include "timeline/Vocabulary.h"
 
 #include <gtest/gtest.h>
+#include <array>
 #include <optional>
 #include <stdexcept>
 
@@ -103,7 +104,10 @@ private:
         if (verb <= 65) return edit_.trim(item, {time(), time(), time(), {}});
         if (verb <= 75) edit_.split(item, {Frames{20}, Frames{30}}, {Frames{30}, {}, {}, {}});
         if (verb > 75 && verb <= 85) return edit_.insertItem(to, item.copy(), place);
-        if (verb > 85 && edge) edit_.setText(edge, random_.chance(40) ? "-1" : time()->text());
+        if (verb <= 85 || !edge) return;
+        const std::string text = random_.chance(40) ? "-1" : time()->text();
+        if (random_.chance(50)) return edit_.setText(edge, text);
+        edit_.rewrite(item, std::array{TimelineEdit::Rewrite{edge, text}}, "an edge is mended");
     }
 
     static std::vector<XMLNode> itemsOf(XMLNode track) {
