@@ -42,19 +42,17 @@ public:
     }
 
     void run() {
-        // What is mended may show more. Each round takes an item away or puts it right for good.
+        // What is mended may show more. It ends, since each item is edited in one way only once.
         while (mendOnce()) continue;
     }
 
 private:
     // The first kind of thing that is wrong anywhere; the places are read anew after each.
     bool mendOnce() {
-        static constexpr std::array steps = {&Mender::removeLoneTransitions,
-                                             &Mender::placeEdges,
-                                             &Mender::removeReversed,
-                                             &Mender::sort,
-                                             &Mender::separate,
-                                             &Mender::fitSources};
+        // Order first: what was put between a transition and its clip would part them.
+        static constexpr std::array steps = {&Mender::sort,       &Mender::removeLoneTransitions,
+                                             &Mender::placeEdges, &Mender::removeReversed,
+                                             &Mender::separate,   &Mender::fitSources};
         const std::size_t changes = edit_.ledger().changes.size();
         const SequencePlaces places = SequencePlaces::of(edit_.sequence());
         rate_ = places.rate();
@@ -63,6 +61,12 @@ private:
             if (edit_.ledger().changes.size() > changes) return true;
         }
         return false;
+    }
+
+    using Items = std::unordered_set<XMLNode>;
+    // Whether an item has not been edited in this way. Malformed times may read no better for it.
+    static bool isFirst(Items& edited, const PlacedItem& item) {
+        return edited.insert(item.item->node).second;
     }
 
     // The item as the source has it, or null.
@@ -99,7 +103,7 @@ private:
         const std::vector<PlacedItem>& items = track.items;
         for (std::size_t i = 0; i < items.size(); ++i) {
             const bool start = lostStart(items[i]), end = lostEnd(items[i]);
-            if (!start && !end) continue;
+            if ((!start && !end) || !isFirst(edges_, items[i])) continue;
             ItemTimes times;
             if (start) placeStart(items[i], i > 0 ? &items[i - 1] : nullptr, times);
             if (end) placeEnd(items[i], i + 1 < items.size() ? &items[i + 1] : nullptr, times);
@@ -176,7 +180,8 @@ private:
             const auto later = [](const PlacedItem& a, const PlacedItem& b) {
                 return a.index < b.index && b.sourcePlace().start < a.sourcePlace().start;
             };
-            if (isFree && !wasSo(*latest, item, later)) moveBack(track, item);
+            if (isFree && !wasSo(*latest, item, later) && isFirst(order_, item))
+                moveBack(track, item);
         }
     }
 
@@ -223,7 +228,7 @@ private:
             edit_.detach(later.item->node, displayName(node) + " is there already");
             return false;
         }
-        if (!inSource(earlier) || end <= earlier.body().start ||
+        if (!inSource(earlier) || end <= earlier.body().start || !isFirst(ends_, earlier) ||
             earlier.item->endPlace != EdgePlace::own)
             edit_.detach(node, laterName + " is there already");
         else
@@ -238,7 +243,9 @@ private:
     void fitSources(const PlacedTrack& track) {
         for (const PlacedItem& item : track.items) {
             const PlacedItem* const before = inSource(item);
-            if (!before || item.lengthsAgree(rate_) || !before->lengthsAgree(sourceRate_)) continue;
+            if (!before || item.lengthsAgree(rate_) || !before->lengthsAgree(sourceRate_) ||
+                !isFirst(lengths_, item))
+                continue;
             const FrameRange place = item.sourcePlace();
             const Frames out = *item.times.in + (place.end - place.start);
             edit_.trim(item.item->node, {.start = {}, .end = {}, .in = {}, .out = out},
@@ -251,6 +258,7 @@ private:
     FrameRate sourceRate_;
     const Sources& sources_;
     std::unordered_map<XMLNode, const PlacedItem*> inSource_;
+    Items edges_, order_, ends_, lengths_;  // edited already
 };
 
 }  // namespace

@@ -73,7 +73,10 @@ std::string faultCounts(const std::vector<ImportFault>& faults) {
 namespace {
 
 std::string whatAndWhere(const ImportFault& fault) {
+    // "C1-Tidied-2" and "C1-2" came from "C1".
     std::string id = fault.id.substr(0, fault.id.find("-Tidied"));
+    const std::size_t number = id.find_last_not_of("0123456789");
+    if (number != id.npos && number + 1 < id.size() && id[number] == '-') id.erase(number);
     return std::string(name(fault.kind)) + " " + id + (id.empty() ? fault.item : "");
 }
 
