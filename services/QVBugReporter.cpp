@@ -37,10 +37,10 @@ void recordNow(const char* key, const QVBugReporter::Text& plistPath) {
     if (!plistPath) {
         error = Platform::current().userDefaults->setObject(key, now);
     } else {
-        PropertyList record = readPropertyList(*plistPath).value_or(PropertyList());
-        if (!record.as<PropertyList::Dictionary>()) record = PropertyList();
-        record.as<PropertyList::Dictionary>()->insert_or_assign(key, now);
-        error = writePropertyList(*plistPath, record);
+        PropertyList::Dictionary record;
+        error = dictionaryForChange(*plistPath, record);
+        record.insert_or_assign(key, now);
+        if (!error) error = writePropertyList(*plistPath, record);
         if (!error) QVBugReporter::chownPlist(*plistPath);
     }
     if (error) QVLog::appendLog("Unable to record the date of the %@: %@", key, error.message());
