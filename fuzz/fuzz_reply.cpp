@@ -5,6 +5,7 @@
 #include "hosts/QVAppleEvents.h"
 #include "platform/Platform.h"
 #include "platform/posix/AppleEventWire.h"
+#include "platform/posix/QueueMainThread.h"
 #include "platform/posix/SessionBus.h"
 
 #include <fcntl.h>
@@ -16,6 +17,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <thread>
 
 using namespace reelsweep;
 
@@ -159,6 +161,10 @@ Answering& installHost() {
         Platform::current().appleEvents = std::move(made);
         Platform::current().workspace = std::make_unique<Desktop>();
         Platform::current().console = std::make_unique<Silence>();
+        // Somebody else's, so that replies are read here and not on a thread for each.
+        std::thread([] {
+            Platform::current().mainThread = std::make_unique<QueueMainThread>();
+        }).join();
         return answering;
     }();
     return *host;

@@ -89,7 +89,7 @@ PropertyListFile loadPropertyList(const std::string& path);
 std::optional<PropertyList> readPropertyList(const std::string& path);
 
 /// The dictionary in a file, to be changed and written back; empty when there is no file. A damaged
-/// file, or one that holds something else, is set aside as PATH.broken (PATH.broken.2 and so on when
+/// file, or one that holds something else, is set aside as PATH.broken (PATH.broken.2 and so on if
 /// there are earlier ones). One that cannot be read now stays as it is and is an error: whoever
 /// wrote to it would lose what it holds. The system console says so in both cases.
 std::error_code dictionaryForChange(const std::string& path, PropertyList::Dictionary& values);

@@ -145,7 +145,8 @@ void QVBugReporter::chownPlist(const std::string& path) {
     if (users == components.end() || users + 1 == components.end() || (users + 1)->empty()) return;
     const char* const tool =
         filesystem::itemExists("/usr/sbin/chown") ? "/usr/sbin/chown" : "/bin/chown";
-    QVTaskEx::runTask(tool, {*(users + 1), path}, 5.0);
+    // The link itself, should one stand there.
+    QVTaskEx::runTask(tool, {"-h", *(users + 1), path}, 5.0);
 }
 
 }  // namespace reelsweep
