@@ -52,6 +52,7 @@ public:
     bool found() const { return !identity_.empty() && !name_.empty(); }
     /// There is no such folder, as opposed to one that cannot be looked into.
     bool isMissing() const { return isMissing_; }
+    /// Without links above the item. The path may have led elsewhere when it was tested before.
     std::string path() const { return fs::path(folder_) / name_; }
     const std::string& folder() const { return folder_; }
     const std::string& identity() const { return identity_; }
@@ -194,6 +195,8 @@ bool QVAuthorization::authRemoveFile(const std::string& path) {
     if (!mayTouch(path, "Unable to delete path %@ because it is a system directory.")) return false;
     const Place place(path);
     if (!place.found()) return place.isMissing();
+    if (!mayTouch(place.path(), "Unable to delete path %@ because it is a system directory."))
+        return false;
     return authExecTask(shell, scriptArguments("/bin/rm -Rdf -- \"/proc/self/fd/3/$3\"", {&place}),
                         false) == 0;
 }
@@ -273,6 +276,8 @@ bool QVAuthorization::authMoveFile(const std::optional<std::string>& path,
     const Place from(*path);
     const Place to(*destination);
     if (!from.found() || !to.found()) return runsAsRoot();
+    if (!mayTouch(from.path(), "Unable to move path %@ because it is a system directory."))
+        return false;
     // -T: a link to a folder at the destination is replaced, not gone into.
     return runTool(shell, scriptArguments("/bin/mv -f -T -- \"/proc/self/fd/3/$3\" "
                                           "\"/proc/self/fd/4/$6\"",

@@ -103,7 +103,7 @@ TEST(AtomicFile, TheNextSaveRemovesWhatAKilledOneLeft) {
     for (const std::string& name :
          {".cut.xml." + std::to_string(getpid()) + "-77.tmp", ".cut.xml." + gone + ".tmp",
           ".cut.xml." + gone + "-1", ".other.xml." + gone + "-0.tmp", "cut.xml." + gone + "-0.tmp",
-          "settings.plist." + gone + "-0.bak", "settings.plist.1-"}) {
+          "settings.plist." + gone + "-0.bak", "settings.plist." + gone + "-"}) {
         kept.push_back(folder / name);
         writeFile(kept.back(), "");
     }
