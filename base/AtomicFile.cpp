@@ -1,6 +1,9 @@
 #include "base/AtomicFile.h"
 
+#include "base/ExtendedAttributes.h"
 #include "base/Rename.h"
+#include "base/StaleSiblings.h"
+#include "base/UniqueDescriptor.h"
 
 #include <fcntl.h>
 #include <sys/sendfile.h>
@@ -50,13 +53,19 @@ void syncFolder(const std::string& folder) {
     close(descriptor);
 }
 
-// A hidden name beside the target that no other process and no earlier attempt uses.
-std::string siblingName(const std::string& target, unsigned attempt) {
+// The hidden names beside the target, between which process and attempt stand.
+std::string siblingStart(const std::string& target) {
     const std::size_t slash = target.rfind('/');
     // A long name must leave room for what is added to it.
     const std::string name = target.substr(slash == std::string::npos ? 0 : slash + 1, 200);
-    return folderOf(target) + "/." + name + "." + std::to_string(getpid()) + "-" +
-           std::to_string(attempt) + ".tmp";
+    return "." + name + ".";
+}
+constexpr const char* siblingEnd = ".tmp";
+
+// A name that no other process and no earlier attempt uses.
+std::string siblingName(const std::string& target, unsigned attempt) {
+    return folderOf(target) + "/" + siblingStart(target) + std::to_string(getpid()) + "-" +
+           std::to_string(attempt) + siblingEnd;
 }
 
 std::error_code renameReplacing(const std::string& from, const std::string& to) {
@@ -123,6 +132,7 @@ Outcome AtomicFile::open() {
             S_ISDIR(existing.st_mode) ? "is a folder, not a file" : "is not a regular file", 0);
     if (exists && overwrite_ == Overwrite::never) return failure(existsAlready, 0);
 
+    removeStaleSiblings(folderOf(target_), siblingStart(target_), siblingEnd);
     // Made with the usual creation mode, so a new file gets what the user's mask leaves.
     for (unsigned attempt = 0; attempt < 100 && descriptor_ < 0; ++attempt) {
         temporary_ = siblingName(target_, attempt);
@@ -134,12 +144,18 @@ Outcome AtomicFile::open() {
         temporary_.clear();
         return failure("could not be created", error);
     }
+    markInUse(descriptor_);
     if (exists) {
         // Only root may give files away; for others the new file is theirs.
         if (fchown(descriptor_, existing.st_uid, existing.st_gid) != 0 && errno != EPERM)
             return failure("could not be given its owner", errno);
         if (fchmod(descriptor_, existing.st_mode & 07777) != 0)
             return failure("could not be given its permissions", errno);
+        // After the permissions, which would change an access list.
+        const UniqueDescriptor old(::open(target_.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+        if (old)
+            if (const std::error_code error = copyExtendedAttributes(old.get(), descriptor_))
+                return failure("could not be given its extended attributes", error.value());
     }
     return Done{};
 }

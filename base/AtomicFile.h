@@ -42,8 +42,9 @@ enum class Overwrite {
 
 /// A file that appears at its path only when it is whole.
 ///
-/// The permissions of a replaced file are kept (its owner too, where the process may set it); a
-/// symbolic link is followed, so that the link stays. Without commit() the path is left untouched.
+/// The permissions and extended attributes of a replaced file are kept (its owner too, where the
+/// process may set it); a symbolic link is followed, so that the link stays. Without commit() the
+/// path is left untouched. The sibling of a save that was killed goes with the next save there.
 class AtomicFile final : public ByteSink {
 public:
     /// Nothing is touched yet.

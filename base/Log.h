@@ -29,6 +29,8 @@ class Log {
 public:
     /// From now on lines go to this sink; null for none.
     static void setSink(LogSink* sink);
+    /// True while somebody takes the lines.
+    static bool hasSink();
 
     /// One line.
     template <class... Args>

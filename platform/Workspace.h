@@ -3,6 +3,7 @@
 // Owner: Platform. Thread rule: any thread.
 #pragma once
 
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -49,6 +50,20 @@ public:
     /// Moves an item to the desktop's Trash, from which it can be restored. Answers the error, or
     /// none; the item is then where it was.
     virtual std::error_code recycle(const std::string& path) = 0;
+
+    /// Moves an item to a place where nothing is; something there is the error file_exists.
+    using Mover = std::function<std::error_code(const std::string& from, const std::string& to)>;
+    /// The name in the Trash at the given try, from 1 on.
+    using TrashName = std::function<std::string(const std::string& name, int attempt)>;
+    /// recycle for an item that this process may not move itself: into the Trash of the user's home
+    /// by the mover. A desktop without such a Trash answers function_not_supported.
+    virtual std::error_code recycleBy(const std::string& path, const TrashName& name,
+                                      const Mover& move) {
+        static_cast<void>(path);
+        static_cast<void>(name);
+        static_cast<void>(move);
+        return std::make_error_code(std::errc::function_not_supported);
+    }
 };
 
 }  // namespace reelsweep

@@ -32,9 +32,13 @@ Platform commandLinePlatform() {
     platform.userDefaults = std::make_unique<PropertyListDefaults>(
         platform.bundle->identifier().value_or(""), library ? *library + "/Preferences" : "");
     SessionBusTransport::Settings events;
-    if (const auto seconds = platform.userDefaults->integerForKey("appleEventTimeout"); seconds > 0)
-        events.everyTimeout = std::chrono::seconds(seconds);
-    platform.appleEvents = std::make_unique<SessionBusTransport>(events);
+    // Asked for when an event goes out: a program that sends none never looks at its settings.
+    events.everyTimeout = [] {
+        const auto seconds = Platform::current().userDefaults->integerForKey("appleEventTimeout");
+        return seconds > 0 ? std::optional<std::chrono::milliseconds>(std::chrono::seconds(seconds))
+                           : std::nullopt;
+    };
+    platform.appleEvents = std::make_unique<SessionBusTransport>(std::move(events));
     return platform;
 }
 

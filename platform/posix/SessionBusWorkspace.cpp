@@ -100,4 +100,9 @@ std::error_code SessionBusWorkspace::recycle(const std::string& path) {
     return moveToDesktopTrash(path, Platform::current().folders->homeDirectory());
 }
 
+std::error_code SessionBusWorkspace::recycleBy(const std::string& path, const TrashName& name,
+                                               const Mover& move) {
+    return moveToDesktopTrash(path, Platform::current().folders->homeDirectory(), name, move);
+}
+
 }  // namespace reelsweep

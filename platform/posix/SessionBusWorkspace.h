@@ -28,6 +28,8 @@ public:
     bool isFilePackage(const std::string& path) const override;
     /// The Trash of freedesktop.org (see DesktopTrash.h).
     std::error_code recycle(const std::string& path) override;
+    std::error_code recycleBy(const std::string& path, const TrashName& name,
+                              const Mover& move) override;
 };
 
 }  // namespace reelsweep

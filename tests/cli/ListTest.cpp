@@ -9,6 +9,9 @@
 
 #include <limits>
 #include <regex>
+#include <thread>
+
+#include <sys/stat.h>
 
 namespace reelsweep::test {
 namespace {
@@ -54,6 +57,20 @@ TEST(List, PrintsJson) {
               Json::array({{{"index", 1}, {"title", "P"}, {"event", "Day 1"}}}));
     EXPECT_EQ(run(workplace, {"list", "in.fcpxml"}).output,
               "#  Project  Event\n1  P        Day 1\n");
+}
+
+TEST(List, ReadsAPipe) {
+    const Workplace workplace(withoutProject({"V1: A[0,100)"}));
+    const std::string file = run(workplace, {"list", "in.xml"}).output;
+    ASSERT_EQ(::mkfifo((workplace / "pipe").c_str(), 0600), 0);
+    std::thread writer([&] { writeFile(workplace / "pipe", workplace.read("in.xml")); });
+    const Ended ended = run(workplace, {"list", "pipe"});
+    writer.join();
+    EXPECT_EQ(ended.output, file);
+    EXPECT_EQ(ended.error, "");
+    std::thread other([&] { writeFile(workplace / "pipe", "<xmeml><"); });
+    EXPECT_NE(run(workplace, {"list", "pipe"}).error.find("pipe:1:"), std::string::npos);
+    other.join();
 }
 
 TEST(Passes, AreListedInRunOrder) {
