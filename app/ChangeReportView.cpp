@@ -12,6 +12,7 @@
 #include <QGuiApplication>
 #include <QHBoxLayout>
 #include <QHeaderView>
+#include <QKeyEvent>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
@@ -54,6 +55,7 @@ ChangeReportView::ChangeReportView(QWidget* parent)
     filter_->setAccessibleName(tr("Filter changes"));
     filter_->setPlaceholderText(tr("Filter by name, track, kind or reason"));
     filter_->setClearButtonEnabled(true);
+    filter_->installEventFilter(this);
     totals_->setObjectName(QStringLiteral("changesTotals"));
     totals_->setWordWrap(true);
     totals_->setTextInteractionFlags(Qt::TextSelectableByMouse);
@@ -106,6 +108,22 @@ void ChangeReportView::showLooseClips() {
                 lines += QStringLiteral("⚠ ") + toQString(sequence.title + ": " + text);
     looseClips_->setText(lines.join('\n'));
     looseClips_->setVisible(!lines.isEmpty());
+}
+
+bool ChangeReportView::eventFilter(QObject* watched, QEvent* event) {
+    if (watched != filter_) return QWidget::eventFilter(watched, event);
+    const auto* const key = static_cast<QKeyEvent*>(event);
+    if (event->type() == QEvent::ShortcutOverride && key->key() == Qt::Key_E) {
+        // A text field takes Ctrl+E for the end of the line; here it saves.
+        event->ignore();
+        return key->modifiers() & Qt::ControlModifier;
+    }
+    if (event->type() == QEvent::KeyPress && key->key() == Qt::Key_Escape) {
+        filter_->clear();
+        tree_->setFocus(Qt::ShortcutFocusReason);
+        return true;
+    }
+    return false;
 }
 
 void ChangeReportView::focusFilter() {

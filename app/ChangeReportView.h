@@ -37,6 +37,9 @@ public:
 signals:
     void selectionChanged();
 
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
 private:
     void applyFilter();
     void showTotals();

@@ -3,11 +3,9 @@
 #include "app/InterfaceDescription.h"
 #include "app/Text.h"
 
-#include <QFileInfo>
-#include <QGuiApplication>
+#include <QFrame>
 #include <QHeaderView>
 #include <QKeyEvent>
-#include <QPushButton>
 #include <QTableView>
 
 namespace reelsweep {
@@ -36,10 +34,8 @@ void QVFCPDocWindow::buildTable() {
     rows->setDefaultSectionSize(table_->fontMetrics().height() * 8 / 5);
     columns->setResizeContentsPrecision(0);
 
-    auto* const exportButton = outlet<QPushButton>(*content(), "exportBtn");
-    connect(exportButton, &QPushButton::clicked, this, &QVFCPDocWindow::exportTidied);
-    connect(this, &DocumentWindow::stateChanged, this,
-            [this, exportButton] { exportButton->setVisible(canExport()); });
+    banner_ = outlet<QFrame>(*content(), "banner");
+    banner_->hide();
     resize(sizeHint().expandedTo(
         QSize(fontMetrics().averageCharWidth() * 150, fontMetrics().height() * 32)));
 }
@@ -52,6 +48,7 @@ Outcome QVFCPDocWindow::read(const std::string& path) {
     populated_ = false;
     model_->setRecords(noRecords);
     document_ = std::move(document);
+    banner_->setVisible(!isFCPProject() && !document_->hasProjectNode());
     return opened;
 }
 
@@ -63,7 +60,9 @@ void QVFCPDocWindow::reloadTable() {
     populated_ = true;
     model_->setRecords(records);
     if (model_->rowCount() > 0) table_->setCurrentIndex(model_->index(0, 0));
-    document_->setAllSelected(false);
+    // With one sequence there is nothing to choose.
+    document_->setAllSelected(model_->rowCount() == 1 && !isFCPProject());
+    table_->setFocus();
     if (const auto failure = document_->listFailure())
         tell(tr("The sequences could not be listed"), toQString(failure->description()));
 }
@@ -110,24 +109,10 @@ void QVFCPDocWindow::sendToFCP() {
     setBusy(false);
 }
 
-bool QVFCPDocWindow::canExport() const {
-    // What a cancelled run leaves behind is in part tidied and in part not.
-    return !isRunning() && !runResult().cancelled && document_->hasResults();
-}
-
-void QVFCPDocWindow::exportTidied() {
-    if (!canExport()) return;
-    const QString name = QFileInfo(toQString(path())).completeBaseName() + tr("-Tidied.xml");
-    askForFile(tr("Export Tidied Sequences"), name, [this](const std::string& chosen) {
-        QGuiApplication::setOverrideCursor(Qt::WaitCursor);
-        const Outcome written = document_->exportTidied(chosen);
-        QGuiApplication::restoreOverrideCursor();
-        if (written)
-            showStatus(tr("Exported to %1").arg(toQString(chosen)));
-        else
-            tell(tr("The tidied sequences could not be exported"),
-                 toQString(written.failure().description()));
-    });
+QString QVFCPDocWindow::overwriteNotice() const {
+    return tr(
+        "The file gets a new bin “Reelsweep” with the tidied copies; the sequences that it "
+        "holds stay as they are. To leave the file alone, save a tidied copy.");
 }
 
 ReportedDocument QVFCPDocWindow::reported() const {

@@ -17,6 +17,12 @@ Outcome QVFCPXDocWindow::read(const std::string& path) {
     return opened;
 }
 
+QString QVFCPXDocWindow::overwriteNotice() const {
+    return tr(
+        "The file is replaced by its tidied version. To leave the file alone, save a tidied "
+        "copy.");
+}
+
 ReportedDocument QVFCPXDocWindow::reported() const {
     ReportedDocument reported;
     reported.input = path();

@@ -25,6 +25,12 @@ public:
     virtual void markChanged() = 0;
     /// The window that alerts attach to; may be null.
     virtual WindowRef window() = 0;
+
+    /// An alert of the run is about to be shown. The view may add to its informative text and name
+    /// its buttons; the message stays.
+    virtual void prepareAlert(AlertRequest&) {}
+    /// That alert was answered with the return code of a button. The run goes on after this.
+    virtual void alertAnswered(long) {}
 };
 
 }  // namespace reelsweep

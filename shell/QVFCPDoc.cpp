@@ -3,8 +3,8 @@
 #include "base/Log.h"
 #include "documents/OutputBin.h"
 #include "platform/Platform.h"
-#include "services/QVAlert.h"
 #include "services/QVException.h"
+#include "shell/ViewAlert.h"
 #include "xml/XMLQuery.h"
 
 #include <algorithm>
@@ -167,9 +167,7 @@ void QVFCPDoc::setProgressLabelText(const std::string& text) {
 
 void QVFCPDoc::showAlert(const std::string& message, const std::string& informative,
                          AlertStyle style) {
-    WindowRef window;
-    onMainThread([&] { window = view_.window(); });
-    QVAlert::alertSheet(message, informative, window, style);
+    showViewAlert(view_, message, informative, style);
 }
 
 void QVFCPDoc::fail(const Failure& failure) {
@@ -213,6 +211,7 @@ TidyControls QVFCPDoc::controls(std::stop_token stop) {
 void QVFCPDoc::run(const OptionList& options, Delivery delivery, std::stop_token stop) {
     runResult_ = RunResult();
     ledger_ = ChangeLedger();
+    tidied_.clear();
     onMainThread([this] { view_.startProgress(); });
     setProgressLabelText("Initializing...");
     const auto records = sequenceArray();
@@ -225,13 +224,17 @@ void QVFCPDoc::run(const OptionList& options, Delivery delivery, std::stop_token
             if (record.selected)
                 goesOn = processSequence(*document, row, record, options, controls(stop));
         }
+        // Without a delivery what was made so far is of no use.
+        if (!goesOn) tidied_.clear();
         if (!stop.stop_requested() && goesOn) deliver(*document, delivery, controls(stop));
     } catch (const std::exception& error) {
+        tidied_.clear();
         const std::string text = QVException::logException(error, "-[QVFCPDoc startProcessing:]");
         runResult_.failures.push_back({FailureCode::internal, text, path_});
     }
     // What was delivered before the cancel came is not taken back.
     runResult_.cancelled = stop.stop_requested() && !runResult_.delivered;
+    if (runResult_.cancelled) tidied_.clear();
     endProgress();
 }
 
@@ -251,6 +254,7 @@ bool QVFCPDoc::processSequence(SequenceDocument& document, std::size_t row, QVSe
     record.processedXMLRepresentation = copy ? copy->sequence : XMLNode();
     if (copy) {
         record.newUUID = copy->uuid;
+        tidied_.push_back(copy->sequence);
         copy->ledger.title = record.title;
         ledger_.sequences.push_back(std::move(copy->ledger));
     } else if (copy.failure().code != FailureCode::cancelled) {
@@ -311,6 +315,7 @@ void QVFCPDoc::deliver(SequenceDocument& document, Delivery delivery,
     if (Outcome verified = verifySource(); !verified) {
         Log::append("Unable to load XML data - %@", verified.failure().description());
         runResult_.failures.push_back(verified.failure());
+        tidied_.clear();
     } else if (delivery != Delivery::none) {
         isFCPProject_ ? deliverToFCP(document, controls) : processXML(document, controls);
     }
