@@ -48,8 +48,9 @@ void DocumentWindow::buildInterface(const QString& interfaceName, OptionBoxes::F
     status_ = outlet<QLabel>(*content_, "statusLabel");
     processButton_ = outlet<QPushButton>(*content_, "processBtn");
     copyButton_ = outlet<QPushButton>(*content_, "exportBtn");
-    boxes_ =
-        std::make_unique<OptionBoxes>(*outlet<QVBoxLayout>(*content_, "optionsLayout"), format);
+    boxes_ = new OptionBoxes(format);
+    outlet<QVBoxLayout>(*content_, "optionsLayout")->addWidget(boxes_);
+    connect(boxes_, &OptionBoxes::changed, this, &DocumentWindow::updateProcessButton);
     report_ = new ChangeReportView;
     outlet<QVBoxLayout>(*content_, "changesLayout")->addWidget(report_);
     progress_ = new ProgressSheet(this);
@@ -82,6 +83,7 @@ Outcome DocumentWindow::open(const std::string& path) {
     setUnsaved(false);
     documentChanged_ = false;
     mayOverwrite_ = false;
+    updateProcessButton();
     showStatus(idleStatus());
     emit pathChanged(toQString(path));
     return Done{};
@@ -112,22 +114,21 @@ void DocumentWindow::process() {
 }
 
 void DocumentWindow::askAboutEarlierResult() {
-    AlertReply::Buttons buttons{toText(tr("Replace")), toText(tr("Cancel"))};
-    buttons.otherButton = toText(canJoinResults() ? tr("Keep Both") : tr("Save Tidied Copy…"));
-    question_.ask(
-        toText(tr("The tidied copy of “%1” is not saved yet").arg(displayName())),
-        toText(canJoinResults() ? tr("The next run can replace it, or both can be kept.")
-                                : tr("The next run replaces it. To keep it, save it first.")),
-        buttons, windowRef(this), [this](long answer) {
-            if (answer == alertDefaultReturn) {
-                run(Earlier::replace);
-            } else if (answer == alertOtherReturn) {
-                if (canJoinResults())
-                    run(Earlier::join);
-                else
-                    saveTidiedCopy([this] { run(Earlier::letGo); });
-            }
-        });
+    const bool canJoin = canJoinResults();
+    AlertReply::Buttons buttons{toText(canJoin ? tr("Keep Both") : tr("Save Tidied Copy…")),
+                                toText(tr("Cancel"))};
+    buttons.otherButton = toText(tr("Replace"));
+    question_.ask(toText(tr("The tidied copy of “%1” is not saved yet").arg(displayName())),
+                  toText(canJoin ? tr("The next run can replace it, or both can be kept.")
+                                 : tr("The next run replaces it. To keep it, save it first.")),
+                  buttons, windowRef(this), [this, canJoin](long answer) {
+                      if (answer == alertOtherReturn) run(Earlier::replace);
+                      if (answer != alertDefaultReturn) return;
+                      if (canJoin)
+                          run(Earlier::join);
+                      else
+                          saveTidiedCopy([this] { run(Earlier::letGo); });
+                  });
 }
 
 void DocumentWindow::run(Earlier earlier) {
@@ -177,8 +178,18 @@ void DocumentWindow::setProgressLabelText(const std::string& text) {
     progress_->setLabelText(toQString(text));
 }
 
-void DocumentWindow::enableProcessButton(bool enabled) {
-    processButton_->setEnabled(enabled);
+void DocumentWindow::setProgressSequence(const std::string& title, std::size_t position,
+                                         std::size_t count) {
+    progress_->setSequence(toQString(title), position, count);
+}
+
+void DocumentWindow::enableProcessButton(bool) { updateProcessButton(); }
+
+void DocumentWindow::updateProcessButton() {
+    const QString reason = whyNotProcess();
+    processButton_->setEnabled(reason.isEmpty());
+    processButton_->setToolTip(reason);
+    if (!running_ && path().size() > 0 && !hasUnsavedResult()) showStatus(idleStatus());
     emit stateChanged();
 }
 
@@ -248,6 +259,7 @@ void DocumentWindow::runEnded() {
             tell(tr("Processing failed"), toQString(failure.description()));
     const bool cancelled = runResult().cancelled;
     settleResults();
+    showOutcomes();
     // Also when the cancel came too late.
     showReport();
     showStatus(cancelled ? cancelledStatus() : outcome());

@@ -98,12 +98,18 @@ protected:
     virtual const RunResult& runResult() const = 0;
     virtual ReportedDocument reported() const = 0;
     virtual QString idleStatus() const = 0;
+    /// Why nothing can be processed at the moment; empty when it can.
+    virtual QString whyNotProcess() const = 0;
+    /// A run has ended, and the ledger is that of what can be saved now.
+    virtual void showOutcomes() {}
     virtual QString cancelledStatus() const { return tr("Cancelled. Nothing was changed."); }
 
     // DocumentView
     void startProgress() override;
     void endProgress() override;
     void setProgressLabelText(const std::string& text) override;
+    void setProgressSequence(const std::string& title, std::size_t position,
+                             std::size_t count) override;
     void reloadTable() override {}
     void enableProcessButton(bool enabled) override;
     void markChanged() override;
@@ -115,6 +121,9 @@ protected:
 
     QWidget* content() { return content_; }
     const OptionList& options() const { return options_; }
+    const OptionBoxes& boxes() const { return *boxes_; }
+    /// Enables the process button, or says why it is grey.
+    void updateProcessButton();
     void showStatus(const QString& text);
     /// Tells of something that went wrong, without waiting.
     void tell(const QString& message, const QString& informative);
@@ -153,7 +162,7 @@ private:
     QPushButton* copyButton_ = nullptr;
     ChangeReportView* report_ = nullptr;
     ProgressSheet* progress_ = nullptr;
-    std::unique_ptr<OptionBoxes> boxes_;
+    OptionBoxes* boxes_ = nullptr;
     OptionList options_;  ///< of the last run
     AlertReply question_;
     bool running_ = false;

@@ -1,11 +1,14 @@
 #include "app/QVFCPDocWindow.h"
 
+#include "app/CheckHeader.h"
 #include "app/InterfaceDescription.h"
 #include "app/Text.h"
 
 #include <QFrame>
 #include <QHeaderView>
 #include <QKeyEvent>
+#include <QScrollArea>
+#include <QScrollBar>
 #include <QTableView>
 
 namespace reelsweep {
@@ -21,12 +24,23 @@ QVFCPDocWindow::QVFCPDocWindow()
 
 void QVFCPDocWindow::buildTable() {
     table_ = outlet<QTableView>(*content(), "sequenceTableView");
+    auto* const columns = new CheckHeader(SequenceModel::selectedColumn);
+    table_->setHorizontalHeader(columns);
     table_->setModel(model_);
     table_->installEventFilter(this);
-    QHeaderView* const columns = table_->horizontalHeader();
+    connect(columns, &CheckHeader::boxClicked, this, &QVFCPDocWindow::selectAllSequences);
+    columns->setAccessibleName(tr("Columns of the sequences"));
     columns->setHighlightSections(false);
     columns->setSectionResizeMode(SequenceModel::selectedColumn, QHeaderView::ResizeToContents);
     columns->setSectionResizeMode(SequenceModel::sequenceColumn, QHeaderView::Stretch);
+    const int width = fontMetrics().averageCharWidth();
+    columns->setMinimumSectionSize(width * 5);
+    const std::pair<int, int> widths[] = {
+        {SequenceModel::durationColumn, 14}, {SequenceModel::rateColumn, 8},
+        {SequenceModel::videoColumn, 5},     {SequenceModel::audioColumn, 5},
+        {SequenceModel::itemsColumn, 8},     {SequenceModel::outcomeColumn, 34}};
+    for (const auto& [column, characters] : widths)
+        table_->setColumnWidth(column, width * characters);
     // Rows of one height: nobody measures ten thousand of them.
     QHeaderView* const rows = table_->verticalHeader();
     rows->hide();
@@ -34,10 +48,14 @@ void QVFCPDocWindow::buildTable() {
     rows->setDefaultSectionSize(table_->fontMetrics().height() * 8 / 5);
     columns->setResizeContentsPrecision(0);
 
+    // Wide enough for the options beside a scroll bar.
+    auto* const options = outlet<QScrollArea>(*content(), "optionsArea");
+    options->setMinimumWidth(options->widget()->sizeHint().width() +
+                             options->verticalScrollBar()->sizeHint().width());
     banner_ = outlet<QFrame>(*content(), "banner");
     banner_->hide();
     resize(sizeHint().expandedTo(
-        QSize(fontMetrics().averageCharWidth() * 150, fontMetrics().height() * 32)));
+        QSize(fontMetrics().averageCharWidth() * 190, fontMetrics().height() * 52)));
 }
 
 Outcome QVFCPDocWindow::read(const std::string& path) {
@@ -130,9 +148,17 @@ QString QVFCPDocWindow::idleStatus() const {
     const int count = model_->rowCount();
     if (!populated_) return tr("Listing the sequences…");
     if (count == 0) return tr("This file holds no sequence.");
-    return tr("%L1 of %2 ticked")
-        .arg(model_->selectedCount())
-        .arg(sequenceCount(static_cast<std::size_t>(count)));
+    const QString ticked = tr("%L1 of %2 ticked")
+                               .arg(model_->selectedCount())
+                               .arg(sequenceCount(static_cast<std::size_t>(count)));
+    const QString reason = whyNotProcess();
+    return reason.isEmpty() ? ticked : tr("%1. %2").arg(ticked, reason);
+}
+
+QString QVFCPDocWindow::whyNotProcess() const {
+    if (!populated_) return tr("The sequences are being listed.");
+    if (model_->rowCount() == 0) return tr("This file holds no sequence.");
+    return model_->selectedCount() == 0 ? tr("Tick a sequence to process it.") : QString();
 }
 
 }  // namespace reelsweep

@@ -43,6 +43,8 @@ protected:
     const RunResult& runResult() const override { return document_->runResult(); }
     ReportedDocument reported() const override;
     QString idleStatus() const override;
+    QString whyNotProcess() const override;
+    void showOutcomes() override { model_->setOutcomes(ledger()); }
 
     void reloadTable() override;
     void enableProcessButton(bool enabled) override;

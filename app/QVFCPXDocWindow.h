@@ -34,7 +34,8 @@ protected:
     const ChangeLedger& ledger() const override { return document_->changeLedger(); }
     const RunResult& runResult() const override { return document_->runResult(); }
     ReportedDocument reported() const override;
-    QString idleStatus() const override { return {}; }
+    QString idleStatus() const override { return whyNotProcess(); }
+    QString whyNotProcess() const override;
 
 private:
     bool hasShownFailure_ = false;

@@ -69,7 +69,6 @@ UnsavedDialog::UnsavedDialog(const QList<DocumentWindow*>& documents, QWidget* p
     QPushButton* const save =
         buttons->addButton(tr("Save &Ticked and Quit"), QDialogButtonBox::AcceptRole);
     save->setObjectName(QStringLiteral("saveAndQuitBtn"));
-    save->setDefault(true);
     QPushButton* const discard =
         buttons->addButton(tr("Quit &Without Saving"), QDialogButtonBox::DestructiveRole);
     discard->setObjectName(QStringLiteral("discardBtn"));
@@ -81,6 +80,9 @@ UnsavedDialog::UnsavedDialog(const QList<DocumentWindow*>& documents, QWidget* p
     layout->addWidget(label);
     layout->addWidget(list_, 1);
     layout->addWidget(buttons);
+    // Only now: a button is the default of the dialog that it is in.
+    save->setDefault(true);
+    list_->setFocus();
     resize(fontMetrics().averageCharWidth() * 80, fontMetrics().height() * 16);
 }
 

@@ -6,6 +6,7 @@
 
 #include "platform/AlertPresenter.h"
 
+#include <cstddef>
 #include <string>
 
 namespace reelsweep {
@@ -18,6 +19,11 @@ public:
     virtual void startProgress() = 0;
     virtual void endProgress() = 0;
     virtual void setProgressLabelText(const std::string& text) = 0;
+    /// The sequence of that title is begun; the position counts from 1.
+    virtual void setProgressSequence(const std::string& title, std::size_t position,
+                                     std::size_t count) {
+        (void)title, (void)position, (void)count;
+    }
     /// The list of sequences was replaced.
     virtual void reloadTable() = 0;
     virtual void enableProcessButton(bool enabled) = 0;

@@ -218,11 +218,17 @@ void QVFCPDoc::run(const OptionList& options, Delivery delivery, std::stop_token
     const auto document = this->document();
     try {
         bool goesOn = document != nullptr;
+        const auto count = static_cast<std::size_t>(
+            std::count_if(records->begin(), records->end(),
+                          [](const auto& record) { return record->selected.load(); }));
+        std::size_t position = 0;
         for (std::size_t row = 0; row < records->size() && goesOn; ++row) {
             QVSequence& record = *(*records)[row];
             if (stop.stop_requested()) break;
-            if (record.selected)
-                goesOn = processSequence(*document, row, record, options, controls(stop));
+            if (!record.selected) continue;
+            ++position;
+            onMainThread([&] { view_.setProgressSequence(record.title, position, count); });
+            goesOn = processSequence(*document, row, record, options, controls(stop));
         }
         // Without a delivery what was made so far is of no use.
         if (!goesOn) tidied_.clear();

@@ -3,8 +3,12 @@
 #include "tests/cli/Program.h"
 #include "tests/timeline/Timeline.h"
 
+#include <QComboBox>
+#include <QHeaderView>
+#include <QInputDialog>
 #include <QLineEdit>
 #include <QListWidget>
+#include <QProgressBar>
 #include <QTabWidget>
 
 #include <filesystem>
@@ -50,17 +54,120 @@ TEST_F(AppTest, TidiesAFileFromOpeningToSavingAndReopening) {
     EXPECT_EQ(table(again)->model()->index(2, 1).data().toString(), "Harbour-Tidied");
 }
 
-TEST_F(AppTest, WarnsOfClipsThatLoseTheTransitionAtAnEdge) {
+/// The texts of a row of the changes, or of the list of sequences.
+std::string rowText(const QAbstractItemModel* model, const QModelIndex& row) {
+    QStringList texts;
+    for (int column = 0; column < model->columnCount(); ++column)
+        texts += row.siblingAtColumn(column).data().toString();
+    return toText(texts.join(" | "));
+}
+
+TEST_F(AppTest, PutsWhatNeedsAttentionBeforeEverythingElse) {
     DocumentWindow* const window =
-        open("film.xml", projectXML({sequenceXML("V1: A[0,50) x[90,110) C[-1,200)")}));
-    const auto* const warning = child<QLabel>(window, "looseClips");
-    EXPECT_TRUE(warning->isHidden());
+        open("film.xml", projectXML({sequenceXML("S: {<rate><timebase>25</timebase></rate>} "
+                                                 "V1: A[0,50) x[90,110) C[-1,200)"),
+                                     sequenceXML("V1: A[0,50)")}));
     setOptions(window, {"replaceGaps", "removeVideoTransitions"});
-    EXPECT_NE(process(window).find("1 needs your attention"), std::string::npos);
+    window->selectAllSequences(true);
+    EXPECT_NE(process(window).find("2 changes in 2 sequences, 1 needs your attention"),
+              std::string::npos);
     answerAlert("Not Now");
     ASSERT_TRUE(ends(window));
-    EXPECT_TRUE(warning->isVisible());
-    EXPECT_TRUE(warning->text().endsWith("with it an edge: C on V1 from -1 to 200"));
+    const QAbstractItemModel* const model = tree(window)->model();
+    ASSERT_EQ(model->rowCount(), 3);
+    const QModelIndex attention = model->index(0, 0);
+    EXPECT_EQ(rowText(model, attention), "Needs your attention | 1 |  |  | ");
+    EXPECT_EQ(rowText(model, model->index(0, 0, attention)),
+              "start is open | C in Harbour | Its transition is gone and nothing says where it "
+              "starts. Set the cut by hand; it ends at 00:00:08:00. |  | V1  transition - "
+              "00:00:08:00");
+    // What did not change is folded away.
+    const QModelIndex unchanged = model->index(2, 0);
+    EXPECT_EQ(toText(unchanged.data().toString()), "1 sequence without changes");
+    EXPECT_FALSE(tree(window)->isExpanded(unchanged));
+    EXPECT_TRUE(tree(window)->isExpanded(attention));
+    const QAbstractItemModel* const list = table(window)->model();
+    EXPECT_EQ(rowText(list, list->index(0, 0)),
+              " | Harbour | 00:00:08:00 | 25 | 1 | 0 | 3 | 2 changes · 1 warning");
+}
+
+TEST_F(AppTest, ShowsOneRowForAllThatBecameOfAClip) {
+    DocumentWindow* const window = open(
+        "film.xml", projectXML({sequenceXML("V1: A[0,100) V2: B[20,60) V3: C[150,200)+Blur")}));
+    setOptions(window, {"collapseTracks", "collapseUncompositedClips", "removeFilters"});
+    process(window);
+    answerAlert("Not Now");
+    ASSERT_TRUE(ends(window));
+    QAbstractItemModel* const model = tree(window)->model();
+    const auto rows = [&](const QModelIndex& parent) {
+        std::string text;
+        for (int row = 0; row < model->rowCount(parent); ++row)
+            text += rowText(model, model->index(row, 0, parent)) + "\n";
+        return text;
+    };
+    const std::string byClip = rows(model->index(0, 0));
+    EXPECT_NE(byClip.find("moved, changed V3 to V1 | C | all filters are removed | V3  150 - 200 | "
+                          "V1  150 - 200"),
+              std::string::npos)
+        << byClip;
+    auto* const order = child<QComboBox>(window, "changesOrder");
+    order->setCurrentIndex(1);
+    const std::string byPass = rows(model->index(0, 0));
+    EXPECT_NE(byPass.find("Remove filters | 1 change"), std::string::npos) << byPass;
+    order->setCurrentIndex(0);
+    model->sort(1, Qt::DescendingOrder);
+    const QModelIndex sequence = model->index(0, 0);
+    const int last = model->rowCount(sequence) - 1;
+    EXPECT_LE(toText(model->index(last, 1, sequence).data().toString()),
+              toText(model->index(0, 1, sequence).data().toString()));
+}
+
+TEST_F(AppTest, TicksAllFromTheHeaderAndSaysWhyNothingCanBeProcessed) {
+    DocumentWindow* const window = open("film.xml", film());
+    ASSERT_TRUE(comesTrue([&] { return table(window)->model()->rowCount() == 2; }));
+    const auto status = [&] { return toText(child<QLabel>(window, "statusLabel")->text()); };
+    EXPECT_FALSE(processButton(window)->isEnabled());
+    EXPECT_EQ(toText(processButton(window)->toolTip()), "Tick a sequence to process it.");
+    EXPECT_NE(status().find("Tick a sequence to process it."), std::string::npos);
+    QHeaderView* const header = table(window)->horizontalHeader();
+    const QPoint box(header->sectionViewportPosition(0) + header->sectionSize(0) / 2,
+                     header->height() / 2);
+    QTest::mouseClick(header->viewport(), Qt::LeftButton, {}, box);
+    EXPECT_EQ(status(), "2 of 2 sequences ticked");
+    EXPECT_TRUE(processButton(window)->isEnabled());
+    EXPECT_TRUE(processButton(window)->toolTip().isEmpty());
+    QTest::mouseClick(header->viewport(), Qt::LeftButton, {}, box);
+    EXPECT_FALSE(processButton(window)->isEnabled());
+}
+
+TEST_F(AppTest, OffersPresetsAndKeepsThoseThatTheUserMakes) {
+    DocumentWindow* const window = open("film.xml", film());
+    auto* const presets = child<QComboBox>(window, "presetsBox");
+    auto* const boxes = window->findChild<OptionBoxes*>();
+    EXPECT_EQ(presets->currentText(), "Picture turnover");
+    setOptions(window, {"collapseTracks", "replaceGaps"});
+    EXPECT_EQ(presets->currentText(), "Custom");
+    auto* const uncomposited = child<QCheckBox>(window, "collapseUncompositedClipsCheckBox");
+    EXPECT_TRUE(uncomposited->isEnabled());
+    child<QCheckBox>(window, "collapseTracksCheckBox")->setChecked(false);
+    EXPECT_FALSE(uncomposited->isEnabled());
+    setOptions(window, {"replaceGaps", "removeMarkers"});
+    EXPECT_FALSE(boxes->savePreset("Everything"));
+    QTest::mouseClick(child<QPushButton>(window, "savePresetBtn"), Qt::LeftButton);
+    auto* const question = window->findChild<QInputDialog*>();
+    ASSERT_TRUE(question);
+    question->setTextValue("Ours");
+    question->accept();
+    EXPECT_EQ(presets->currentText(), "Ours");
+    QTest::keyClicks(presets, "E");
+    emit presets->activated(presets->currentIndex());
+    EXPECT_EQ(boxes->checkedOptions(), allPasses());
+    // Another window has it too.
+    DocumentWindow* const other = open("other.xml", film());
+    auto* const others = child<QComboBox>(other, "presetsBox");
+    EXPECT_GE(others->findText("Ours"), 0);
+    other->findChild<OptionBoxes*>()->removePreset("Ours");
+    EXPECT_LT(others->findText("Ours"), 0);
 }
 
 TEST_F(AppTest, KeepsTheStatesOfItsOptions) {
@@ -96,6 +203,11 @@ void startLongRun(DocumentWindow* window) {
 TEST_F(AppTest, CancelsARunAndChangesNothing) {
     DocumentWindow* const window = open("long.xml", longProject());
     ASSERT_NO_FATAL_FAILURE(startLongRun(window));
+    auto* const bar = child<QProgressBar>(progressSheet(window), "progressBar");
+    EXPECT_TRUE(comesTrue([&] { return bar->maximum() > 0; }));
+    EXPECT_NE(
+        toText(child<QLabel>(progressSheet(window), "progressSequence")->text()).find(" (1 of "),
+        std::string::npos);
     QTest::keyClick(progressSheet(window), Qt::Key_Escape);
     ASSERT_TRUE(ends(window));
     EXPECT_EQ(shownAlert(), nullptr);
@@ -462,6 +574,7 @@ TEST_F(AppTest, LetsGoOfASheetThatAFailedRunLeavesUp) {
         DocumentWindow* const window =
             open(name, "<fcpxml><project><sequence/></project></fcpxml>");
         ASSERT_TRUE(window);
+        setOptions(window, {"removeMarkers"});
         writeFile(folder / name, "<fcpxml>");
         EXPECT_EQ(process(window).substr(0, 23), "Unable to load XML data");
         EXPECT_TRUE(progressSheet(window)->isVisible());
@@ -481,6 +594,8 @@ TEST_F(AppTest, SaysWhyAFileCannotBeOpened) {
         const char* alert;
     } rows[] = {
         {"broken.xml", "<xmeml>\n<sequence>", "broken.xml:2:"},
+        {"early.xml", "<xmeml>\n<sequence>", "The file ends too early. Export it again.\n\n"},
+        {"damaged.xml", "<xmeml>\n</sequence>", "The file is damaged. Export it again.\n\n"},
         {"page.xml", "<html/>", "is neither XMEML nor FCPXML: its root element is \"html\""},
         {"event.fcpxml", "<fcpxml><library><event/></library></fcpxml>", "Invalid FCPX project"},
     };
@@ -514,6 +629,8 @@ TEST_F(AppTest, TidiesFCPXMLAsAWhole) {
              "<marker/></clip></spine></sequence></project></event></library></fcpxml>");
     ASSERT_TRUE(window);
     EXPECT_EQ(window->findChildren<QCheckBox*>().size(), 2);
+    EXPECT_FALSE(processButton(window)->isEnabled());
+    EXPECT_EQ(toText(processButton(window)->toolTip()), "Tick what is to be stripped.");
     setOptions(window, {"removeMarkers"});
     EXPECT_EQ(process(window),
               "Processing complete: Please save the XML file.\n\n1 change in 1 sequence.");

@@ -51,15 +51,13 @@ TEST_F(AppTest, ShowsAHundredThousandChangesAndFindsOne) {
 
     const QAbstractItemModel* const model = tree(window)->model();
     const QModelIndex sequence = model->index(0, 0);
-    const QModelIndex pass = model->index(0, 0, sequence);
-    EXPECT_EQ(model->rowCount(pass), count);
+    EXPECT_EQ(model->rowCount(sequence), count);
     child<QLineEdit>(window, "changesFilter")->setText("c77777");
-    ASSERT_TRUE(
-        comesTrue([&] { return model->rowCount(model->index(0, 0, model->index(0, 0))) == 1; }));
+    ASSERT_TRUE(comesTrue([&] { return model->rowCount(model->index(0, 0)) == 1; }));
     tree(window)->selectAll();
     press(window, QKeySequence::Copy);
     EXPECT_NE(
-        toText(QGuiApplication::clipboard()->text()).find("removed\tC77777\tV1  777770 - 777775"),
+        toText(QGuiApplication::clipboard()->text()).find("removed\tC77777\tdisabled\tV1  777770 - 777775"),
         std::string::npos);
 }
 

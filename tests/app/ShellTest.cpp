@@ -206,6 +206,31 @@ TEST_F(AppTest, SaysWhatItIs) {
     EXPECT_FALSE(shown<QWidget>("QVAbout"));
 }
 
+TEST_F(AppTest, TakesTheClosingOfAQuestionForNoAnswer) {
+    const struct {
+        const char* alternate;
+        bool escapes;
+        long answer;
+    } rows[] = {{"More Info", false, alertDismissedReturn},
+                {"More Info", true, alertDismissedReturn},
+                {"Cancel", false, alertAlternateReturn},
+                {"Cancel", true, alertAlternateReturn}};
+    for (const auto& row : rows) {
+        AlertReply reply;
+        std::optional<long> answer;
+        reply.ask("May we?", "", {"Allow", row.alternate, "Don't Allow"}, {},
+                  [&](long code) { answer = code; });
+        ASSERT_EQ(alertText(), "May we?: ");
+        if (row.escapes)
+            QTest::keyClick(shownAlert(), Qt::Key_Escape);
+        else
+            shownAlert()->close();
+        ASSERT_TRUE(comesTrue([&] { return answer.has_value(); }));
+        EXPECT_EQ(*answer, row.answer) << row.alternate;
+        QTest::qWait(0);
+    }
+}
+
 TEST_F(AppTest, SaysThatThereIsNoUpdater) {
     menuItem(open("film.xml", projectXML({sequenceXML("V1:")})), "menuSoftwareUpdate:")->trigger();
     EXPECT_NE(alertText().find("There is no updater"), std::string::npos);
