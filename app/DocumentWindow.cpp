@@ -272,13 +272,22 @@ void DocumentWindow::runEnded() {
 
 // A run that made nothing leaves what was there before it.
 void DocumentWindow::settleResults() {
+    // The ledger is about to change under whoever shows it.
+    const auto hideReport = [this] {
+        report_->showLedger(nullptr, {});
+        tabs_->setTabEnabled(changesPage, false);
+    };
     if (runResult().cancelled || (hadResult_ && !hasResult())) {
+        hideReport();
         restoreResults();
         options_ = earlierOptions_;
         return;
     }
     if (earlier_ == Earlier::replace) replaceResults();
-    if (earlier_ == Earlier::join) joinResults();
+    if (earlier_ == Earlier::join) {
+        hideReport();
+        joinResults();
+    }
     if (hasResult()) setUnsaved(true);
 }
 

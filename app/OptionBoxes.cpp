@@ -132,6 +132,8 @@ void OptionBoxes::addGroup(QVBoxLayout& layout, const QString& title,
     auto* const group = new QGroupBox(title);
     auto* const rows = new QVBoxLayout(group);
     rows->setSpacing(0);
+    const int gap = fontMetrics().height() / 4;
+    rows->setContentsMargins(2 * gap, gap, 2 * gap, gap);
     for (const std::string_view option : options) {
         const PassRow& pass = *passNamed(option);
         if (format_ == For::fcpxml && !pass.appliesToFCPX) continue;
@@ -153,7 +155,7 @@ void OptionBoxes::addGroup(QVBoxLayout& layout, const QString& title,
         QFont font = label->font();
         font.setPointSizeF(font.pointSizeF() * 0.9);
         label->setFont(font);
-        label->setContentsMargins(fontMetrics().height() * 3 / 2, 0, 0, fontMetrics().height() / 4);
+        label->setContentsMargins(fontMetrics().height() * 3 / 2, 0, 0, gap);
         rows->addWidget(box);
         rows->addWidget(label);
         boxes_.push_back({pass.option, box, label});

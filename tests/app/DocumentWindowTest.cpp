@@ -271,7 +271,8 @@ TEST_F(AppTest, ReplacesAnUnsavedResultOrKeepsBoth) {
     const struct {
         const char* answer;
         std::size_t copies;
-    } rows[] = {{"Replace", 1}, {"Keep Both", 2}};
+        const char* changes;
+    } rows[] = {{"Replace", 1, "3 changes: "}, {"Keep Both", 2, "6 changes: "}};
     for (const auto& row : rows) {
         const std::string name = std::string(row.answer) + ".xml";
         DocumentWindow* const window = open(name, film());
@@ -285,6 +286,8 @@ TEST_F(AppTest, ReplacesAnUnsavedResultOrKeepsBoth) {
         ASSERT_TRUE(comesTrue([] { return shownAlert() != nullptr; }));
         answerAlert("Not Now");
         ASSERT_TRUE(ends(window));
+        EXPECT_TRUE(child<QLabel>(window, "changesTotals")->text().startsWith(row.changes));
+        EXPECT_EQ(tree(window)->model()->rowCount(), static_cast<int>(row.copies));
         // The ticks of the moment are of no interest to what was made.
         window->selectAllSequences(false);
         menuItem(window, "exportTidied:")->trigger();

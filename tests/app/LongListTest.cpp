@@ -56,9 +56,9 @@ TEST_F(AppTest, ShowsAHundredThousandChangesAndFindsOne) {
     ASSERT_TRUE(comesTrue([&] { return model->rowCount(model->index(0, 0)) == 1; }));
     tree(window)->selectAll();
     press(window, QKeySequence::Copy);
-    EXPECT_NE(
-        toText(QGuiApplication::clipboard()->text()).find("removed\tC77777\tdisabled\tV1  777770 - 777775"),
-        std::string::npos);
+    EXPECT_NE(toText(QGuiApplication::clipboard()->text())
+                  .find("removed\tC77777\tdisabled\tV1  777770 - 777775"),
+              std::string::npos);
 }
 
 TEST_F(AppTest, KeepsTheTreeOfChangesInOrderWhileItIsFiltered) {
