@@ -3,8 +3,8 @@
 #include "base/Log.h"
 #include "documents/OutputBin.h"
 #include "platform/Platform.h"
-#include "services/QVAlert.h"
 #include "services/QVException.h"
+#include "shell/ViewAlert.h"
 #include "timeline/QVXMLParser.h"
 #include "xml/XMLQuery.h"
 
@@ -168,9 +168,7 @@ void QVFCPDoc::setProgressLabelText(const std::string& text) {
 
 void QVFCPDoc::showAlert(const std::string& message, const std::string& informative,
                          AlertStyle style) {
-    WindowRef window;
-    onMainThread([&] { window = view_.window(); });
-    QVAlert::alertSheet(message, informative, window, style);
+    showViewAlert(view_, message, informative, style);
 }
 
 void QVFCPDoc::fail(const Failure& failure) {
@@ -214,23 +212,33 @@ TidyControls QVFCPDoc::controls(std::stop_token stop) {
 void QVFCPDoc::run(const OptionList& options, Delivery delivery, std::stop_token stop) {
     runResult_ = RunResult();
     ledger_ = ChangeLedger();
+    tidied_.clear();
     onMainThread([this] { view_.startProgress(); });
     setProgressLabelText("Initializing...");
     const auto records = sequenceArray();
     const auto document = this->document();
     try {
         bool goesOn = document != nullptr;
+        const auto count = static_cast<std::size_t>(
+            std::count_if(records->begin(), records->end(),
+                          [](const auto& record) { return record->selected.load(); }));
+        std::size_t position = 0;
         for (std::size_t row = 0; row < records->size() && goesOn; ++row) {
             QVSequence& record = *(*records)[row];
             if (stop.stop_requested()) break;
-            if (record.selected)
-                goesOn = processSequence(*document, row, record, options, controls(stop));
+            if (!record.selected) continue;
+            ++position;
+            onMainThread([&] { view_.setProgressSequence(record.title, position, count); });
+            goesOn = processSequence(*document, row, record, options, controls(stop));
         }
         if (!stop.stop_requested() && goesOn && importsSafely_)
             goesOn = makeImportSafe(copies_, isFCPProject_ ? nullptr : document->tree(), stop).ok();
         finishCopies();
+        // Without a delivery what was made so far is of no use.
+        if (!goesOn) tidied_.clear();
         if (!stop.stop_requested() && goesOn) deliver(*document, delivery, controls(stop));
     } catch (const std::exception& error) {
+        tidied_.clear();
         const std::string text = QVException::logException(error, "-[QVFCPDoc startProcessing:]");
         runResult_.failures.push_back({FailureCode::internal, text, path_});
         copies_.clear();
@@ -238,6 +246,7 @@ void QVFCPDoc::run(const OptionList& options, Delivery delivery, std::stop_token
     }
     // What was delivered before the cancel came is not taken back.
     runResult_.cancelled = stop.stop_requested() && !runResult_.delivered;
+    if (runResult_.cancelled) tidied_.clear();
     endProgress();
 }
 
@@ -258,6 +267,7 @@ bool QVFCPDoc::processSequence(SequenceDocument& document, std::size_t row, QVSe
     record.processedXMLRepresentation = copy ? (*copy)->sequence() : XMLNode();
     if (copy) {
         record.newUUID = QVXMLParser::uuidForNode((*copy)->sequence());
+        tidied_.push_back((*copy)->sequence());
         copies_.push_back(std::move(*copy));
         copiedRecords_.push_back(&record);
     } else if (copy.failure().code != FailureCode::cancelled) {
@@ -327,6 +337,7 @@ void QVFCPDoc::deliver(SequenceDocument& document, Delivery delivery,
     if (Outcome verified = verifySource(); !verified) {
         Log::append("Unable to load XML data - %@", verified.failure().description());
         runResult_.failures.push_back(verified.failure());
+        tidied_.clear();
     } else if (delivery != Delivery::none) {
         isFCPProject_ ? deliverToFCP(document, controls) : processXML(document, controls);
     }

@@ -25,6 +25,7 @@
 #include <stop_token>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace reelsweep {
@@ -122,6 +123,24 @@ public:
     /// Renames a copy in place and answers it: id and name get "-Tidied", the uuid a fresh one, and
     /// id stays as the only attribute.
     XMLNode renameSequence(XMLNode sequence);
+
+    // What runs made, until somebody has it in a file
+
+    /// True when the last run, or one whose results were kept beside it, made tidied sequences.
+    bool hasTidied() const { return !tidied_.empty(); }
+    /// Writes the tidied sequences to a file of their own, and nothing else, whatever is ticked by
+    /// now. With Overwrite::never a file that is there stays.
+    Outcome exportResults(const std::string& path, Overwrite overwrite = Overwrite::always) const;
+    /// Sets the results aside before a run, which may then replace or join them. Main thread, while
+    /// no run is going; so are the next three.
+    void setResultsAside();
+    /// Brings back what was set aside: the results, their report, and how their run ended.
+    void restoreResults();
+    /// Lets go of what was set aside, and takes its bin out of the file's project again.
+    void replaceResults();
+    /// Puts what was set aside before what was made since. Copies of one sequence are told apart by
+    /// a number: the second copy of "Reel-Tidied" is "Reel-Tidied 2".
+    void joinResults();
     /// A document of their own for the tidied sequences: every ticked record's result, or source
     /// when it has none. See standaloneDocument in documents/OutputBin.h.
     Result<XMLDocument> standaloneXML() const;
@@ -183,6 +202,15 @@ private:
     XMLNode runAlone(PassFunction pass, XMLNode sequence);
     std::vector<std::string> ignoredEffects() const;
 
+    /// What there was before a run.
+    struct ResultsAside {
+        RunResult run;
+        ChangeLedger ledger;
+        std::vector<XMLNode> tidied;
+        /// Of each record of sequenceArray().
+        std::vector<std::pair<XMLNode, std::optional<std::string>>> records;
+    };
+
     DocumentView& view_;
     std::string path_;
     std::unique_ptr<QVFCPProjectController> projectController_;
@@ -204,6 +232,8 @@ private:
     std::vector<QVSequence*> copiedRecords_;
     RunResult runResult_;
     ChangeLedger ledger_;
+    std::vector<XMLNode> tidied_;
+    ResultsAside aside_;
     DocumentThread populateThread_;
     DocumentThread processThread_;
 };

@@ -1,8 +1,8 @@
 #include "shell/QVFCPXDoc.h"
 
-#include "services/QVAlert.h"
 #include "services/QVException.h"
 #include "shell/QVFCPDoc.h"
+#include "shell/ViewAlert.h"
 
 namespace reelsweep {
 
@@ -56,9 +56,21 @@ void QVFCPXDoc::setProgressLabelText(const std::string& text) {
 
 void QVFCPXDoc::showAlert(const std::string& message, const std::string& informative,
                           AlertStyle style) {
-    WindowRef window;
-    onMainThread([&] { window = view_.window(); });
-    QVAlert::alertSheet(message, informative, window, style);
+    showViewAlert(view_, message, informative, style);
+}
+
+void QVFCPXDoc::setResultsAside() {
+    aside_ = {std::move(xmlDoc_), file_, runResult_, std::move(ledger_)};
+    xmlDoc_ = nullptr;
+    ledger_ = ChangeLedger();
+}
+
+void QVFCPXDoc::restoreResults() {
+    xmlDoc_ = std::move(aside_.document);
+    file_ = aside_.file;
+    runResult_ = std::move(aside_.run);
+    ledger_ = std::move(aside_.ledger);
+    aside_ = {};
 }
 
 std::stop_token QVFCPXDoc::beginRun() {

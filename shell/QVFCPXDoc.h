@@ -60,6 +60,13 @@ public:
     const RunResult& runResult() const { return runResult_; }
     const ChangeLedger& changeLedger() const { return ledger_; }
 
+    /// True when there is a tidied document to save.
+    bool hasTidied() const { return xmlDoc_ != nullptr; }
+    /// Sets the result aside before a run. Main thread, while no run is going; so is the next.
+    void setResultsAside();
+    /// Brings back what was set aside: the result, its report, and how its run ended.
+    void restoreResults();
+
     // Each edits the document in place and answers it, or null when the run was cancelled.
 
     /// Takes the filters below the first sequence out, and each filter's effect resource. Only
@@ -97,6 +104,14 @@ private:
     std::stop_source stop_;
     RunResult runResult_;
     ChangeLedger ledger_;
+    /// What there was before a run.
+    struct ResultAside {
+        std::shared_ptr<const XMLDocument> document;
+        FileIdentity file;
+        RunResult run;
+        ChangeLedger ledger;
+    };
+    ResultAside aside_;
     DocumentThread thread_;
 };
 

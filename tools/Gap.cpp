@@ -64,7 +64,7 @@ int run() {
     const qint64 total = clock.elapsed();
     QTest::qWait(200);
     pulse.stop();
-    answerAlert("OK");
+    answerAlert("Not Now");
     comesTrue([&] { return !window->isRunning(); });
     std::size_t changes = 0;
     if (auto* const tree = child<QTreeView>(window, "changesTree"))

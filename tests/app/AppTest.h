@@ -82,6 +82,8 @@ protected:
         defaults.setObject("showOpenDialogAtStartup", 0);
     }
     ~AppTest() override {
+        // What was closed goes first: whoever deletes it again meets it half gone.
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
         // Some go with others.
         QList<QPointer<QWidget>> windows;
         for (QWidget* const window : QApplication::topLevelWidgets()) windows += window;

@@ -69,7 +69,7 @@ TEST_F(NativeWindowTest, GivesWhatTheCommandLineAndTheFileFlowGive) {
     setOptions(window, {"removeDisabledVideoClips", "collapseTracks", "removeUnusedTracks"});
     EXPECT_EQ(process(window),
               "Processing complete: A duplicate of the sequence has been added to the Reelsweep "
-              "bin.");
+              "bin.\n\n3 changes in 2 sequences.");
     EXPECT_TRUE(answerAlert("OK"));
     ASSERT_TRUE(ends(window));
     EXPECT_FALSE(window->isWindowModified());
