@@ -191,6 +191,8 @@ private:
                 return other.item->hasPlace() &&
                        other.sourcePlace().start > item.sourcePlace().start;
             });
+        // Not between a clip and the transition that it ends in.
+        if (isTransition(*next) && next->item->transition->outgoing) return;
         XMLNode before = next->item->node;
         // Not between a transition and the clip that starts in it.
         const bool startsInOne = next->item->startPlace == EdgePlace::inTransition;

@@ -197,12 +197,12 @@ private:
                 "It is linked to " + quoted(id) + ", which is not in its sequence.", link);
             return;
         }
-        const auto namesTrack = [&](const Where& where) {
+        const auto namesTrack = [media = media, track = track](const Where& where) {
             const bool video = where.track->label.video;
             return (!media || elementText(media) == (video ? "video" : "audio")) &&
                    (!track || smallNumber(elementText(track)) == where.track->label.number);
         };
-        const auto namesIndex = [&](const Where& where) {
+        const auto namesIndex = [index = index](const Where& where) {
             return !index || smallNumber(elementText(index)) == where.item->index;
         };
         // Of several items with that id it may mean any.
