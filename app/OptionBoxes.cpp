@@ -21,6 +21,8 @@ namespace reelsweep {
 namespace {
 
 constexpr const char* presetsKey = "optionPresets";
+constexpr const char* keepPictureKey = "keepPicture";
+constexpr const char* importSafeKey = "importSafe";
 
 // What a pass does, for people who edit.
 QString sentenceOf(std::string_view option) {
@@ -91,6 +93,8 @@ OptionBoxes::OptionBoxes(For format, QWidget* parent) : QWidget(parent), format_
     addGroup(
         *layout, tr("Strip effects"),
         {"removeFilters", "removeMarkers", "removeVideoTransitions", "removeAudioTransitions"});
+    addTheOthers(*layout);
+    if (format == For::xmeml) addCare(*layout);
     // The order of the groups is for the eye, that of the table for the run.
     const auto place = [](const Box& box) { return passNamed(box.option); };
     std::sort(boxes_.begin(), boxes_.end(),
@@ -127,44 +131,78 @@ void OptionBoxes::addPresets(QVBoxLayout& layout) {
             [this] { removePreset(presets_->currentText()); });
 }
 
-void OptionBoxes::addGroup(QVBoxLayout& layout, const QString& title,
-                           const std::vector<std::string_view>& options) {
-    auto* const group = new QGroupBox(title);
-    auto* const rows = new QVBoxLayout(group);
+QVBoxLayout* OptionBoxes::addFrame(QVBoxLayout& layout, const QString& title) {
+    auto* const frame = new QGroupBox(title);
+    auto* const rows = new QVBoxLayout(frame);
     rows->setSpacing(0);
     const int gap = fontMetrics().height() / 4;
     rows->setContentsMargins(2 * gap, gap, 2 * gap, gap);
+    layout.addWidget(frame);
+    return rows;
+}
+
+OptionBoxes::Box OptionBoxes::addBox(QVBoxLayout& rows, std::string_view option,
+                                     const QString& title, const QString& sentence) {
+    auto* const box = new QCheckBox(title);
+    box->setObjectName(toQString(option) + QStringLiteral("CheckBox"));
+    box->setToolTip(sentence);
+    box->setAccessibleDescription(sentence);
+    const std::string key = defaultsKey(option);
+    box->setChecked(Platform::current().userDefaults->integerForKey(key) == 1);
+    connect(box, &QCheckBox::toggled, this, [this, key](bool on) {
+        // A state that cannot be kept is no reason to bother anybody.
+        Platform::current().userDefaults->setObject(key, PropertyList(on ? 1 : 0));
+        boxToggled();
+    });
+    auto* const label = new QLabel(sentence);
+    QFont font = label->font();
+    font.setPointSizeF(font.pointSizeF() * 0.9);
+    label->setFont(font);
+    const int gap = fontMetrics().height() / 4;
+    label->setContentsMargins(fontMetrics().height() * 3 / 2, 0, 0, gap);
+    rows.addWidget(box);
+    rows.addWidget(label);
+    return {option, box, label};
+}
+
+void OptionBoxes::addGroup(QVBoxLayout& layout, const QString& title,
+                           const std::vector<std::string_view>& options) {
+    QVBoxLayout* rows = nullptr;
     for (const std::string_view option : options) {
         const PassRow& pass = *passNamed(option);
         if (format_ == For::fcpxml && !pass.appliesToFCPX) continue;
+        if (!rows) rows = addFrame(layout, title);
         // The titles are those of the pass table; translations have its name.
-        auto* const box = new QCheckBox(
-            QCoreApplication::translate("PassTable", std::string(pass.title).c_str()));
+        const QString name =
+            QCoreApplication::translate("PassTable", std::string(pass.title).c_str());
         const QString sentence = sentenceOf(option);
-        box->setObjectName(toQString(option) + QStringLiteral("CheckBox"));
-        box->setToolTip(sentence);
-        box->setAccessibleDescription(sentence);
-        const std::string key = defaultsKey(option);
-        box->setChecked(Platform::current().userDefaults->integerForKey(key) == 1);
-        connect(box, &QCheckBox::toggled, this, [this, key](bool on) {
-            // A state that cannot be kept is no reason to bother anybody.
-            Platform::current().userDefaults->setObject(key, PropertyList(on ? 1 : 0));
-            boxToggled();
-        });
-        auto* const label = new QLabel(sentence);
-        QFont font = label->font();
-        font.setPointSizeF(font.pointSizeF() * 0.9);
-        label->setFont(font);
-        label->setContentsMargins(fontMetrics().height() * 3 / 2, 0, 0, gap);
-        rows->addWidget(box);
-        rows->addWidget(label);
-        boxes_.push_back({pass.option, box, label});
+        boxes_.push_back(addBox(*rows, pass.option, name,
+                                sentence.isEmpty() ? toQString(pass.summary) : sentence));
     }
-    if (rows->isEmpty())
-        delete group;
-    else
-        layout.addWidget(group);
 }
+
+// A pass that no group names yet is offered all the same.
+void OptionBoxes::addTheOthers(QVBoxLayout& layout) {
+    std::vector<std::string_view> others;
+    for (const PassRow& pass : passTable())
+        if (std::none_of(boxes_.begin(), boxes_.end(),
+                         [&](const Box& box) { return box.option == pass.option; }))
+            others.push_back(pass.option);
+    addGroup(layout, tr("More"), others);
+}
+
+void OptionBoxes::addCare(QVBoxLayout& layout) {
+    QVBoxLayout* const rows = addFrame(layout, tr("Care"));
+    keepPicture_ = addBox(*rows, keepPictureKey, tr("Keep the picture"),
+                          tr("Leaves alone what would change picture or sound."))
+                       .box;
+    importSafe_ = addBox(*rows, importSafeKey, tr("Make it import everywhere"),
+                         tr("Mends links, ids and edges of the copies."))
+                      .box;
+}
+
+bool OptionBoxes::keepsPicture() const { return keepPicture_ && keepPicture_->isChecked(); }
+bool OptionBoxes::importsSafely() const { return importSafe_ && importSafe_->isChecked(); }
 
 OptionList OptionBoxes::checkedOptions() const {
     OptionList options;
@@ -269,6 +307,7 @@ void OptionBoxes::registerDefaults() {
     PropertyList::Dictionary defaults;
     for (const PassRow& pass : passTable())
         if (pass.onByDefault) defaults[defaultsKey(pass.option)] = PropertyList(1);
+    for (const char* const key : {keepPictureKey, importSafeKey}) defaults[key] = PropertyList(1);
     Platform::current().userDefaults->registerDefaults(defaults);
 }
 

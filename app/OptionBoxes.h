@@ -37,6 +37,9 @@ public:
 
     /// The options whose boxes are on, in the order of a run.
     OptionList checkedOptions() const;
+    /// Whether a run keeps back what would change the picture, and makes its copies import.
+    bool keepsPicture() const;
+    bool importsSafely() const;
     void setCheckedOptions(const OptionList& options);
 
     /// Keeps the choice of the moment under a name; one of that name that the user made is
@@ -62,15 +65,22 @@ private:
     };
 
     void addPresets(QVBoxLayout& layout);
+    QVBoxLayout* addFrame(QVBoxLayout& layout, const QString& title);
     void addGroup(QVBoxLayout& layout, const QString& title,
                   const std::vector<std::string_view>& options);
+    void addTheOthers(QVBoxLayout& layout);
+    void addCare(QVBoxLayout& layout);
+    Box addBox(QVBoxLayout& rows, std::string_view option, const QString& title,
+               const QString& sentence);
     void boxToggled();
     void fillPresets();
     void showPreset();
     void askForName();
 
     For format_;
-    std::vector<Box> boxes_;
+    std::vector<Box> boxes_;            ///< of the passes
+    QCheckBox* keepPicture_ = nullptr;  ///< null where it does not apply
+    QCheckBox* importSafe_ = nullptr;
     QComboBox* presets_ = nullptr;  ///< null where there are too few options for it
     QPushButton* remove_ = nullptr;
 };

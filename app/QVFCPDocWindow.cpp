@@ -117,6 +117,9 @@ bool QVFCPDocWindow::eventFilter(QObject* watched, QEvent* event) {
 
 void QVFCPDocWindow::startRun(const OptionList& options, std::function<void()> ended) {
     processedRecords_ = document_->sequenceArray();
+    document_->setKeepsPicture(boxes().keepsPicture());
+    document_->setImportsSafely(boxes().importsSafely());
+    document_->setProvesPicture(true);
     document_->process(options, std::move(ended));
 }
 

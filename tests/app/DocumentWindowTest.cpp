@@ -180,9 +180,10 @@ TEST_F(AppTest, KeepsTheStatesOfItsOptions) {
         return toText(names.join(' '));
     };
     EXPECT_EQ(checked(window),
-              "collapseTracks collapseUncompositedClips removeDisabledAudioClips "
+              "collapseTracks collapseUncompositedClips importSafe keepPicture "
+              "removeDisabledAudioClips "
               "removeDisabledVideoClips removeUnusedTracks");
-    EXPECT_EQ(window->findChildren<QCheckBox*>().size(), 12);
+    EXPECT_EQ(window->findChildren<QCheckBox*>().size(), 14);
     setOptions(window, {"replaceGaps", "collapseTracks"});
     EXPECT_EQ(checked(open("other.xml", film())), "collapseTracks replaceGaps");
     UserDefaults& defaults = *Platform::current().userDefaults;
