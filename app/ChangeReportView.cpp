@@ -40,7 +40,7 @@ QTreeView* makeTree(ChangeReportModel& model) {
     tree->header()->setSortIndicatorClearable(true);
     tree->setSortingEnabled(true);
     const int width = tree->fontMetrics().averageCharWidth();
-    const int widths[] = {32, 26, 58, 36, 36};
+    const int widths[] = {30, 24, 52, 33, 33};
     for (int column = 0; column < ChangeReportModel::columns; ++column)
         tree->setColumnWidth(column, width * widths[column]);
     return tree;

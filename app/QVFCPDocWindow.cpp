@@ -55,7 +55,7 @@ void QVFCPDocWindow::buildTable() {
     banner_ = outlet<QFrame>(*content(), "banner");
     banner_->hide();
     resize(sizeHint().expandedTo(
-        QSize(fontMetrics().averageCharWidth() * 190, fontMetrics().height() * 52)));
+        QSize(fontMetrics().averageCharWidth() * 190, fontMetrics().height() * 56)));
 }
 
 Outcome QVFCPDocWindow::read(const std::string& path) {

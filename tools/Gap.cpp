@@ -19,6 +19,8 @@ namespace {
 
 constexpr int tracks = 10;
 constexpr int itemsOnTrack = 5'000;
+// Clips beside each other: all of them fall, and none hides another.
+constexpr int clipLength = 6;
 
 std::string film() {
     std::string timeline;
@@ -27,7 +29,7 @@ std::string film() {
         for (int item = 0; item < itemsOnTrack; ++item) {
             const int start = item * 100 + track * 7;
             timeline += std::string(item % 5 == 0 ? " !C[" : " C[") + std::to_string(start) + "," +
-                        std::to_string(start + 60) + ")+Blur'M";
+                        std::to_string(start + clipLength) + ")+Blur'M";
         }
     }
     return projectXML({sequenceXML(timeline)});
@@ -60,7 +62,9 @@ int run() {
     pulse.start(1);
     clock.start();
     window->process();
-    const bool ended = comesTrue([] { return shownAlert() != nullptr; });
+    const std::string alert = alertText();
+    const bool ended = alert.starts_with("Processing complete");
+    if (!ended) std::fprintf(stderr, "reelsweep-gap: the run failed: %s\n", alert.c_str());
     const qint64 total = clock.elapsed();
     QTest::qWait(200);
     pulse.stop();
