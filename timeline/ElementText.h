@@ -6,6 +6,8 @@
 #include "time/Frames.h"
 #include "xml/XMLNode.h"
 
+#include <cstddef>
+#include <cstring>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -13,9 +15,15 @@
 namespace reelsweep {
 
 /// The element's first text; empty without one.
-inline std::string_view elementText(XMLNode element) { return element.firstText().value(); }
+inline std::string_view elementText(XMLNode element) { return element.text(); }
 inline std::string_view childText(XMLNode parent, const char* name) {
     return elementText(parent.child(name));
+}
+
+/// Whether a text is this word. Faster than == where a text is compared with many words.
+template <std::size_t size>
+bool is(std::string_view text, const char (&word)[size]) {
+    return text.size() == size - 1 && std::memcmp(text.data(), word, size - 1) == 0;
 }
 
 /// Equal but for the case of ASCII letters.

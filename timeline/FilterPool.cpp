@@ -49,9 +49,9 @@ void appendParameter(std::string& content, XMLNode parameter) {
 void appendFilter(std::string& content, XMLNode filter) {
     for (XMLNode child = filter.firstChild(); child; child = child.nextSibling()) {
         const std::string_view name = child.name();
-        if (name == "effect") {
+        if (is(name, "effect")) {
             FilterPool::appendEffect(content, child);
-        } else if (name == "enabled" || name == "start" || name == "end") {
+        } else if (is(name, "enabled") || is(name, "start") || is(name, "end")) {
             appendText(content, name);
             appendText(content, elementText(child));
         }
@@ -87,11 +87,11 @@ private:
         std::string_view type;
         for (XMLNode child = effect.firstChild(); child; child = child.nextSibling()) {
             const std::string_view name = child.name();
-            if (name == "name") filter.name = arena_.keep(elementText(child));
-            if (name == "effectid") filter.effectId = arena_.keep(elementText(child));
-            if (name == "mediatype") type = elementText(child);
-            if (name == "pproBypass" && isTrue(elementText(child))) filter.enabled = false;
-            if (name == "parameter") parameters.push_back(parameterOf(child));
+            if (is(name, "name")) filter.name = arena_.keep(elementText(child));
+            if (is(name, "effectid")) filter.effectId = arena_.keep(elementText(child));
+            if (is(name, "mediatype")) type = elementText(child);
+            if (is(name, "pproBypass") && isTrue(elementText(child))) filter.enabled = false;
+            if (is(name, "parameter")) parameters.push_back(parameterOf(child));
         }
         filter.parameters = arena_.keep(parameters);
         filter.meaning = filterMeaning(filter.effectId.empty() ? filter.name : filter.effectId);
@@ -175,14 +175,12 @@ private:
 
 }  // namespace
 
-FilterPool::FilterPool() { stacks_.emplace(std::string_view(), &none_); }
-
 void FilterPool::appendEffect(std::string& text, XMLNode effect) {
     for (XMLNode child = effect.firstChild(); child; child = child.nextSibling()) {
         const std::string_view name = child.name();
-        if (name == "parameter") {
+        if (is(name, "parameter")) {
             appendParameter(text, child);
-        } else if (name != "effectcategory" && name != "effecttype" && !name.empty()) {
+        } else if (!is(name, "effectcategory") && !is(name, "effecttype") && !name.empty()) {
             appendText(text, name);
             appendText(text, elementText(child));
         }
@@ -191,6 +189,7 @@ void FilterPool::appendEffect(std::string& text, XMLNode effect) {
 }
 
 const FilterStack* FilterPool::stackOf(std::span<const XMLNode> filters) {
+    if (filters.empty()) return &none_;
     content_.clear();
     for (const XMLNode& filter : filters) appendFilter(content_, filter);
     const auto found = stacks_.find(content_);

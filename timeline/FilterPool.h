@@ -18,7 +18,6 @@ namespace reelsweep {
 
 class FilterPool {
 public:
-    FilterPool();
     /// The stack of these `filter` elements, in their order; never null, and the same for the same
     /// content.
     const FilterStack* stackOf(std::span<const XMLNode> filters);

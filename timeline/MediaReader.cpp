@@ -88,28 +88,28 @@ FileParts readParts(XMLNode file, Media& media) {
     FileParts parts;
     for (XMLNode child = file.firstChild(); child; child = child.nextSibling()) {
         const std::string_view name = child.name();
-        if (name == "name") {
+        if (is(name, "name")) {
             parts.name = elementText(child);
-        } else if (name == "pathurl") {
+        } else if (is(name, "pathurl")) {
             parts.path = elementText(child);
-        } else if (name == "mediaSource") {
+        } else if (is(name, "mediaSource")) {
             parts.source = elementText(child);
-        } else if (name == "rate") {
+        } else if (is(name, "rate")) {
             media.rate = readRate(child);
-        } else if (name == "duration") {
+        } else if (is(name, "duration")) {
             media.duration = leadingFrames(elementText(child));
-        } else if (name == "width") {
+        } else if (is(name, "width")) {
             media.size.width = smallNumber(elementText(child));
-        } else if (name == "height") {
+        } else if (is(name, "height")) {
             media.size.height = smallNumber(elementText(child));
-        } else if (name == "timecode") {
+        } else if (is(name, "timecode")) {
             const auto [text, frame, reel, format] =
                 child.firstChildren({"string", "frame", "reel", "displayformat"});
             media.dropFrame = elementText(format) == "DF";
             parts.timecode = elementText(text);
             parts.timecodeFrame = elementText(frame);
             parts.reel = childText(reel, "name");
-        } else if (name == "media") {
+        } else if (is(name, "media")) {
             parts.video = child.child("video");
         }
     }

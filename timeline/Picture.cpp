@@ -336,8 +336,10 @@ namespace {
 
 template <class Key>
 bool haveSameFilters(const Contributor& a, const Contributor& b, Key key) {
-    return key(*a.item->filters) == key(*b.item->filters) &&
-           key(*a.track->filters) == key(*b.track->filters);
+    const auto areSame = [&](const FilterStack* x, const FilterStack* y) {
+        return x == y || key(*x) == key(*y);
+    };
+    return areSame(a.item->filters, b.item->filters) && areSame(a.track->filters, b.track->filters);
 }
 
 // One that stands still shows the same at any source frame, unless its filters move.
@@ -377,7 +379,9 @@ bool looksTheSame(const Contributor& a, const Contributor& b, PictureOptions opt
     if (!isSameMedia(*x.media, *y.media) || x.hasPlace() != y.hasPlace()) return false;
     if (isMoving(a, options)) {
         if (x.line != y.line) return false;
-        if (!options.ignoreFilters && x.filters->speed != y.filters->speed) return false;
+        if (!options.ignoreFilters && x.filters != y.filters &&
+            x.filters->speed != y.filters->speed)
+            return false;
     }
     if (a.track->type == MediaType::audio) {
         return x.sourceChannel == y.sourceChannel &&

@@ -33,9 +33,9 @@ std::size_t itemCount(XMLNode tracks) {
 
 ItemKind kindOf(XMLNode node) {
     const std::string_view name = node.name();
-    return name == "clipitem"        ? ItemKind::clip
-           : name == "generatoritem" ? ItemKind::generator
-                                     : ItemKind::transition;
+    return is(name, "clipitem")        ? ItemKind::clip
+           : is(name, "generatoritem") ? ItemKind::generator
+                                       : ItemKind::transition;
 }
 
 // Of several elements of one name the first counts.
@@ -49,7 +49,7 @@ void TimelineReader::read(XMLNode sequence, Timeline::Contents& contents) {
     Draft& outermost = drafts_.emplace_back();
     outermost.node = sequence;
     outermost.contents = &contents;
-    sequences_.emplace(idOf(sequence), &outermost);
+    sequences_.add(idOf(sequence), &outermost);
     // Nested definitions are added while others are read.
     for (std::size_t i = 0; i < drafts_.size(); ++i) readSequence(drafts_[i]);
     finishFiles();
@@ -105,17 +105,17 @@ void TimelineReader::readTrack(XMLNode node, Track& track) {
     std::vector<XMLNode> trackFilters;
     for (XMLNode child = node.firstChild(); child; child = child.nextSibling()) {
         const std::string_view name = child.name();
-        if (name == "clipitem" || name == "generatoritem" || name == "transitionitem") {
+        if (is(name, "clipitem") || is(name, "generatoritem") || is(name, "transitionitem")) {
             if (child.isElement()) readItem(child, contents_->items.emplace_back());
-        } else if (name == "enabled") {
+        } else if (is(name, "enabled")) {
             set(enabled, child);
-        } else if (name == "locked") {
+        } else if (is(name, "locked")) {
             track.locked = isTrue(elementText(child));
-        } else if (name == "outputchannelindex") {
+        } else if (is(name, "outputchannelindex")) {
             track.outputChannel = smallNumber(elementText(child));
-        } else if (name == "name") {
+        } else if (is(name, "name")) {
             track.name = store_.arena.keep(elementText(child));
-        } else if (name == "filter") {
+        } else if (is(name, "filter")) {
             trackFilters.push_back(child);
         }
     }
@@ -167,52 +167,52 @@ void TimelineReader::readItemChild(XMLNode child, Item& item, ItemTexts& texts) 
     const bool isClip = item.kind == ItemKind::clip;
     switch (name.empty() ? '\0' : name.front()) {
         case 'a':
-            if (name == "alphatype") keep(item.alphaType, child);
-            if (name == "alignment") set(texts.alignment, child);
+            if (is(name, "alphatype")) keep(item.alphaType, child);
+            if (is(name, "alignment")) set(texts.alignment, child);
             break;
         case 'c':
-            if (name == "compositemode" && !equalInAnyCase(elementText(child), "normal"))
+            if (is(name, "compositemode") && !equalInAnyCase(elementText(child), "normal"))
                 keep(item.compositeMode, child);
             break;
         case 'e':
-            if (name == "end") set(texts.end, child);
-            if (name == "enabled") set(texts.enabled, child);
-            if (name == "effect" && !texts.effect) texts.effect = child;
+            if (is(name, "end")) set(texts.end, child);
+            if (is(name, "enabled")) set(texts.enabled, child);
+            if (is(name, "effect") && !texts.effect) texts.effect = child;
             break;
         case 'f':
-            if (name == "filter") filters_.push_back(child);
-            if (isClip && name == "file" && !hasMedia_) useFile(item, child);
+            if (is(name, "filter")) filters_.push_back(child);
+            if (isClip && is(name, "file") && !hasMedia_) useFile(item, child);
             break;
         case 'i':
-            if (name == "in") set(texts.in, child);
+            if (is(name, "in")) set(texts.in, child);
             break;
         case 'l':
-            if (everything && name == "link") readLink(child);
-            if (everything && name == "labels") readLabels(child);
+            if (everything && is(name, "link")) readLink(child);
+            if (everything && is(name, "labels")) readLabels(child);
             break;
         case 'm':
-            if (name == "masterclipid") keep(item.masterClip, child);
-            if (isClip && name == "multiclip" && !hasMedia_) useMulticlip(item, child);
-            if (everything && name == "marker") readMarker(child);
+            if (everything && is(name, "masterclipid")) keep(item.masterClip, child);
+            if (isClip && is(name, "multiclip") && !hasMedia_) useMulticlip(item, child);
+            if (everything && is(name, "marker")) readMarker(child);
             break;
         case 'n':
-            if (name == "name") keep(item.name, child);
+            if (is(name, "name")) keep(item.name, child);
             break;
         case 'o':
-            if (name == "out") set(texts.out, child);
+            if (is(name, "out")) set(texts.out, child);
             break;
         case 'p':
-            if (name == "pixelaspectratio") keep(item.pixelAspect, child);
+            if (is(name, "pixelaspectratio")) keep(item.pixelAspect, child);
             break;
         case 'r':
-            if (name == "rate") item.rate = readRate(child);
+            if (is(name, "rate")) item.rate = readRate(child);
             break;
         case 's':
-            if (name == "start") set(texts.start, child);
-            if (isClip && name == "sequence" && !hasMedia_) useSequence(item, child);
-            if (name == "sourcetrack")
+            if (is(name, "start")) set(texts.start, child);
+            if (isClip && is(name, "sequence") && !hasMedia_) useSequence(item, child);
+            if (type_ == MediaType::audio && is(name, "sourcetrack"))
                 item.sourceChannel = smallNumber(childText(child, "trackindex"));
-            if (name == "subclipinfo")
+            if (is(name, "subclipinfo"))
                 item.subclipStart = leadingFrames(childText(child, "startoffset"));
             break;
         default: break;
@@ -258,11 +258,11 @@ void TimelineReader::readLink(XMLNode node) {
     Link link;
     for (XMLNode child = node.firstChild(); child; child = child.nextSibling()) {
         const std::string_view name = child.name();
-        if (name == "linkclipref") keep(link.clipRef, child);
-        if (name == "mediatype") keep(link.mediaType, child);
-        if (name == "trackindex") link.trackIndex = smallNumber(elementText(child));
-        if (name == "clipindex") link.clipIndex = smallNumber(elementText(child));
-        if (name == "groupindex") link.groupIndex = smallNumber(elementText(child));
+        if (is(name, "linkclipref")) keep(link.clipRef, child);
+        if (is(name, "mediatype")) keep(link.mediaType, child);
+        if (is(name, "trackindex")) link.trackIndex = smallNumber(elementText(child));
+        if (is(name, "clipindex")) link.clipIndex = smallNumber(elementText(child));
+        if (is(name, "groupindex")) link.groupIndex = smallNumber(elementText(child));
     }
     links_.push_back(link);
 }
@@ -287,22 +287,22 @@ void TimelineReader::useFile(Item& item, XMLNode file, std::string_view syncOffs
         return;
     }
     const Media* const media = readFile(file, store_.arena);
-    if (!media->id.empty()) files_.emplace(media->id, media);
+    if (!media->id.empty()) files_.add(media->id, media);
     item.media = angleOf(*media, syncOffset);
 }
 
 void TimelineReader::useMulticlip(Item& item, XMLNode multiclip) {
     const std::string_view id = idOf(multiclip);
     if (isDefinition(multiclip)) {
-        multiclips_.emplace(id, multiclip);
+        multiclips_.add(id, multiclip);
         // Other clips may refer to the files of the angles that are not active.
         for (const XMLNode angle : childrenNamed(multiclip, "angle")) {
             const XMLNode file = angle.child("clip").child("file");
-            if (isDefinition(file) && !files_.contains(idOf(file)))
-                files_.emplace(store_.arena.keep(idOf(file)), readFile(file, store_.arena));
+            if (isDefinition(file) && !files_.find(idOf(file)))
+                files_.add(store_.arena.keep(idOf(file)), readFile(file, store_.arena));
         }
-    } else if (const auto here = multiclips_.find(id); here != multiclips_.end()) {
-        multiclip = here->second;
+    } else if (const XMLNode* const here = multiclips_.find(id)) {
+        multiclip = *here;
     } else {
         const auto& elsewhere = catalogue_.definitions().multiclips;
         const auto found = elsewhere.find(id);
@@ -322,15 +322,14 @@ void TimelineReader::useSequence(Item& item, XMLNode sequence) {
     Draft& nested = drafts_.emplace_back();
     nested.node = sequence;
     nested.contents = &store_.nestedContents.emplace_back();
-    sequences_.emplace(id, &nested);
+    sequences_.add(id, &nested);
     draft_->uses.push_back({&item, id, &nested});
 }
 
 void TimelineReader::finishFiles() {
     for (const FileUse& use : fileUses_) {
-        const auto found = files_.find(use.id);
-        const Media* const media =
-            found != files_.end() ? found->second : fileDefinedElsewhere(use.id);
+        const Media* const* const found = files_.find(use.id);
+        const Media* const media = found ? *found : fileDefinedElsewhere(use.id);
         use.item->media = angleOf(*media, use.syncOffset);
     }
 }
@@ -346,7 +345,7 @@ const Media* TimelineReader::fileDefinedElsewhere(std::string_view id) {
         if (!known) known = readFile(definition->second, catalogue_.arena);
         media = known;
     }
-    files_.emplace(store_.arena.keep(id), media);
+    files_.add(store_.arena.keep(id), media);
     return media;
 }
 
@@ -363,11 +362,10 @@ const NestedSequence* TimelineReader::finish(Draft& draft, int depth) {
     if (draft.nested || draft.isBeingFinished || depth > deepestNesting) return draft.nested;
     draft.isBeingFinished = true;
     for (const SequenceUse& use : draft.uses) {
-        const auto here = sequences_.find(use.id);
+        Draft* const* const here = sequences_.find(use.id);
         const NestedSequence* const nested = use.definition ? finish(*use.definition, depth + 1)
-                                             : here != sequences_.end()
-                                                 ? finish(*here->second, depth + 1)
-                                                 : nestedDefinedElsewhere(use.id);
+                                             : here         ? finish(**here, depth + 1)
+                                                            : nestedDefinedElsewhere(use.id);
         use.item->media =
             nested ? sequenceMedia(*nested) : undefinedMedia("sequence", use.id, store_.arena);
     }

@@ -5,6 +5,7 @@
 // Thread rule: the thread that owns the tree and the catalogue.
 #pragma once
 
+#include "timeline/TextTable.h"
 #include "timeline/TimelineContents.h"
 
 #include <string_view>
@@ -78,9 +79,9 @@ private:
     TimelineStore& store_;
     const TimelineDetail detail_;
     std::deque<Draft> drafts_;  // the first is the outermost
-    std::unordered_map<std::string_view, Draft*> sequences_;
-    std::unordered_map<std::string_view, const Media*> files_;
-    std::unordered_map<std::string_view, XMLNode> multiclips_;
+    TextTable<Draft*> sequences_;
+    TextTable<const Media*> files_;
+    TextTable<XMLNode> multiclips_;
     std::unordered_map<const NestedSequence*, const Media*> sequenceMedia_;
     std::vector<FileUse> fileUses_;
 

@@ -18,7 +18,9 @@
 
 #include "xml/XMLNode.h"
 
+#include <bit>
 #include <pugixml.hpp>
+#include <type_traits>
 
 namespace reelsweep {
 
@@ -32,7 +34,13 @@ struct XMLAccess {
                                              pugi::parse_pi | pugi::parse_declaration |
                                              pugi::parse_doctype | pugi::parse_ws_pcdata_single;
 
-    static pugi::xml_node pugi(const XMLNode& node) { return pugi::xml_node(node.node_); }
+    // A pugixml node is a pointer and nothing else. Its constructor and its accessor are calls into
+    // the library, and every step through a tree would take one of each.
+    static_assert(sizeof(pugi::xml_node) == sizeof(pugi::xml_node_struct*) &&
+                  std::is_trivially_copyable_v<pugi::xml_node>);
+    static pugi::xml_node pugi(const XMLNode& node) {
+        return std::bit_cast<pugi::xml_node>(node.node_);
+    }
     static pugi::xml_attribute pugiAttribute(const XMLNode& node) {
         return pugi::xml_attribute(node.attribute_);
     }
@@ -41,7 +49,7 @@ struct XMLAccess {
                                : pugi::xpath_node(pugi(node));
     }
     static XMLNode handle(const pugi::xml_node& node) {
-        return XMLNode(node.internal_object(), nullptr);
+        return XMLNode(std::bit_cast<pugi::xml_node_struct*>(node), nullptr);
     }
     static XMLNode handle(const pugi::xml_node& parent, const pugi::xml_attribute& attribute) {
         return XMLNode(parent.internal_object(), attribute.internal_object());

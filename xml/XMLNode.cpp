@@ -55,7 +55,7 @@ pugi::xml_node XMLAccess::detachedSlot(const pugi::xml_node& anyNode) {
 
 XMLKind XMLNode::kind() const {
     if (attribute_) return XMLKind::attribute;
-    const pugi::xml_node node(node_);
+    const pugi::xml_node node = XMLAccess::pugi(*this);
     switch (node.type()) {
         case pugi::node_element:
             return XMLAccess::hasMark(node, XMLAccess::contentMark) ? XMLKind::document
@@ -74,25 +74,25 @@ XMLKind XMLNode::kind() const {
 
 bool XMLNode::isElement(std::string_view wanted) const {
     if (attribute_) return false;
-    return isElementNamed(pugi::xml_node(node_), wanted);
+    return isElementNamed(XMLAccess::pugi(*this), wanted);
 }
 
-bool XMLNode::isText() const { return !attribute_ && isTextType(pugi::xml_node(node_).type()); }
+bool XMLNode::isText() const { return !attribute_ && isTextType(XMLAccess::pugi(*this).type()); }
 
 std::string_view XMLNode::name() const {
     if (attribute_) return pugi::xml_attribute(attribute_).name();
-    const pugi::xml_node node(node_);
-    return XMLAccess::hasMark(node, XMLAccess::contentMark) ? std::string_view() : node.name();
+    const char* const own = XMLAccess::pugi(*this).name();
+    return *own == XMLAccess::contentMark ? std::string_view() : own;
 }
 
 std::string_view XMLNode::value() const {
     if (attribute_) return pugi::xml_attribute(attribute_).value();
-    return pugi::xml_node(node_).value();
+    return XMLAccess::pugi(*this).value();
 }
 
 std::string XMLNode::stringValue() const {
     if (attribute_) return pugi::xml_attribute(attribute_).value();
-    const pugi::xml_node node(node_);
+    const pugi::xml_node node = XMLAccess::pugi(*this);
     if (node.type() != pugi::node_element) return node.value();
     const pugi::xml_node only = node.first_child();
     if (isTextType(only.type()) && !only.next_sibling()) return only.value();
@@ -103,41 +103,41 @@ std::string XMLNode::stringValue() const {
 
 XMLNode XMLNode::parent() const {
     if (attribute_) return XMLNode(node_, nullptr);
-    const pugi::xml_node parent = pugi::xml_node(node_).parent();
+    const pugi::xml_node parent = XMLAccess::pugi(*this).parent();
     if (XMLAccess::hasMark(parent, XMLAccess::slotMark)) return {};
     return XMLAccess::handle(parent);
 }
 
 XMLNode XMLNode::previousSibling() const {
     if (attribute_) return {};
-    return XMLAccess::handle(pugi::xml_node(node_).previous_sibling());
+    return XMLAccess::handle(XMLAccess::pugi(*this).previous_sibling());
 }
 
 XMLNode XMLNode::nextSibling() const {
     if (attribute_) return {};
-    return XMLAccess::handle(pugi::xml_node(node_).next_sibling());
+    return XMLAccess::handle(XMLAccess::pugi(*this).next_sibling());
 }
 
 XMLNode XMLNode::firstChild() const {
     if (attribute_) return {};
-    return XMLAccess::handle(pugi::xml_node(node_).first_child());
+    return XMLAccess::handle(XMLAccess::pugi(*this).first_child());
 }
 
 XMLNode XMLNode::lastChild() const {
     if (attribute_) return {};
-    return XMLAccess::handle(pugi::xml_node(node_).last_child());
+    return XMLAccess::handle(XMLAccess::pugi(*this).last_child());
 }
 
 XMLNode XMLNode::child(const char* name) const {
     if (attribute_) return {};
-    return XMLAccess::handle(elementFrom(pugi::xml_node(node_).child(name), name));
+    return XMLAccess::handle(elementFrom(XMLAccess::pugi(*this).child(name), name));
 }
 
 void XMLNode::findFirstChildren(const std::string_view* names, XMLNode* found,
                                 std::size_t count) const {
     if (attribute_) return;
     std::size_t missing = count;
-    for (pugi::xml_node child = pugi::xml_node(node_).first_child(); child && missing > 0;
+    for (pugi::xml_node child = XMLAccess::pugi(*this).first_child(); child && missing > 0;
          child = child.next_sibling()) {
         const char* const own = child.name();  // empty for everything but elements and instructions
         for (std::size_t i = 0; i < count; ++i) {
@@ -151,7 +151,7 @@ void XMLNode::findFirstChildren(const std::string_view* names, XMLNode* found,
 
 XMLNode XMLNode::nextSibling(const char* name) const {
     if (attribute_) return {};
-    return XMLAccess::handle(elementFrom(pugi::xml_node(node_).next_sibling(name), name));
+    return XMLAccess::handle(elementFrom(XMLAccess::pugi(*this).next_sibling(name), name));
 }
 
 std::size_t XMLNode::index() const {
@@ -175,22 +175,26 @@ XMLNode XMLNode::childAtIndex(std::size_t index) const {
 
 std::optional<std::string_view> XMLNode::attribute(const char* name) const {
     if (attribute_) return {};
-    const pugi::xml_attribute found = pugi::xml_node(node_).attribute(name);
+    const pugi::xml_attribute found = XMLAccess::pugi(*this).attribute(name);
     if (!found) return {};
     return std::string_view(found.value());
 }
 
 XMLNode XMLNode::firstText() const {
     if (attribute_) return {};
-    for (pugi::xml_node node = pugi::xml_node(node_).first_child(); node;
+    for (pugi::xml_node node = XMLAccess::pugi(*this).first_child(); node;
          node = node.next_sibling())
         if (isTextType(node.type())) return XMLAccess::handle(node);
     return {};
 }
 
+std::string_view XMLNode::text() const {
+    return attribute_ ? std::string_view() : XMLAccess::pugi(*this).child_value();
+}
+
 XMLNode XMLNode::nextElement(const XMLNode& topNode, std::string_view name) const {
-    const pugi::xml_node top(topNode.node_);
-    pugi::xml_node node(node_);
+    const pugi::xml_node top = XMLAccess::pugi(topNode);
+    pugi::xml_node node = XMLAccess::pugi(*this);
     for (;;) {
         if (node.first_child()) {
             node = node.first_child();
@@ -247,34 +251,34 @@ void XMLNode::forEachDescendant(std::initializer_list<std::string_view> names,
                                 const std::function<void(XMLNode)>& visit) const {
     if (attribute_) return;
     DescendantWalker walker(names, visit);
-    pugi::xml_node(node_).traverse(walker);
+    XMLAccess::pugi(*this).traverse(walker);
 }
 
 void XMLNode::detach() {
     if (attribute_ || !parent()) return;
-    const pugi::xml_node node(node_);
+    const pugi::xml_node node = XMLAccess::pugi(*this);
     XMLAccess::detachedSlot(node).append_move(node);
 }
 
 void XMLNode::appendChild(XMLNode node) {
     moveOutOfSlot(XMLAccess::pugi(node),
-                  [&](const pugi::xml_node& n) { return pugi::xml_node(node_).append_move(n); });
+                  [&](const pugi::xml_node& n) { return XMLAccess::pugi(*this).append_move(n); });
 }
 
 void XMLNode::prependChild(XMLNode node) {
     moveOutOfSlot(XMLAccess::pugi(node),
-                  [&](const pugi::xml_node& n) { return pugi::xml_node(node_).prepend_move(n); });
+                  [&](const pugi::xml_node& n) { return XMLAccess::pugi(*this).prepend_move(n); });
 }
 
 void XMLNode::insertBefore(XMLNode node, XMLNode next) {
     moveOutOfSlot(XMLAccess::pugi(node), [&](const pugi::xml_node& n) {
-        return pugi::xml_node(node_).insert_move_before(n, XMLAccess::pugi(next));
+        return XMLAccess::pugi(*this).insert_move_before(n, XMLAccess::pugi(next));
     });
 }
 
 void XMLNode::insertAfter(XMLNode node, XMLNode previous) {
     moveOutOfSlot(XMLAccess::pugi(node), [&](const pugi::xml_node& n) {
-        return pugi::xml_node(node_).insert_move_after(n, XMLAccess::pugi(previous));
+        return XMLAccess::pugi(*this).insert_move_after(n, XMLAccess::pugi(previous));
     });
 }
 
@@ -288,18 +292,18 @@ void XMLNode::insertChildAtIndex(XMLNode node, std::size_t index) {
 
 XMLNode XMLNode::copy() const {
     if (!node_ || attribute_) return {};
-    const pugi::xml_node node(node_);
+    const pugi::xml_node node = XMLAccess::pugi(*this);
     return XMLAccess::handle(XMLAccess::detachedSlot(node).append_copy(node));
 }
 
 XMLNode XMLNode::appendCopy(XMLNode node) {
     if (!node_ || attribute_) return {};
-    return XMLAccess::handle(pugi::xml_node(node_).append_copy(XMLAccess::pugi(node)));
+    return XMLAccess::handle(XMLAccess::pugi(*this).append_copy(XMLAccess::pugi(node)));
 }
 
 void XMLNode::setText(std::string_view text) {
     if (!isElement()) return;
-    pugi::xml_node node(node_);
+    pugi::xml_node node = XMLAccess::pugi(*this);
     pugi::xml_node only = node.first_child();
     if (!only || only.next_sibling() || only.type() != pugi::node_pcdata) {
         while (XMLNode first = firstChild()) first.detach();
@@ -311,14 +315,14 @@ void XMLNode::setText(std::string_view text) {
 void XMLNode::setOnlyAttribute(const char* name, std::string_view value) {
     if (!isElement()) return;
     const std::string kept(value);  // the value may be one of the attributes removed here
-    pugi::xml_node node(node_);
+    pugi::xml_node node = XMLAccess::pugi(*this);
     node.remove_attributes();
     node.append_attribute(name).set_value(kept.c_str());
 }
 
 void XMLNode::setAttribute(const char* name, std::string_view value) {
     if (!isElement()) return;
-    pugi::xml_node node(node_);
+    pugi::xml_node node = XMLAccess::pugi(*this);
     pugi::xml_attribute attribute = node.attribute(name);
     if (!attribute) attribute = node.append_attribute(name);
     attribute.set_value(std::string(value).c_str());
@@ -328,7 +332,7 @@ Result<XMLNode> XMLNode::parseDetached(std::string_view text) const {
     if (!node_) return Failure{FailureCode::internal, "no document to parse into", "", 0, 0, ""};
     if (!quickOutline(text))
         if (Outcome checked = checkWellFormed(text, {}); !checked) return checked.failure();
-    pugi::xml_node slot = XMLAccess::detachedSlot(pugi::xml_node(node_));
+    pugi::xml_node slot = XMLAccess::detachedSlot(XMLAccess::pugi(*this));
     const pugi::xml_parse_result parsed =
         slot.append_buffer(text.data(), text.size(), XMLAccess::parseOptions, pugi::encoding_utf8);
     pugi::xml_node element = slot.first_child();

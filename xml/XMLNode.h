@@ -88,6 +88,8 @@ public:
     std::optional<std::string_view> attribute(const char* name) const;
     /// First text (or CDATA) child; null when there is none.
     XMLNode firstText() const;
+    /// The first text among the children that is not empty; empty when there is none.
+    std::string_view text() const;
 
     /// The element after this one in document order that lies below `top` and has that name (any
     /// name when empty); null after the last. From `top` itself it answers the first one.
