@@ -1,6 +1,8 @@
 #include "app/ChangeReportModel.h"
 
 #include "app/Text.h"
+#include "report/PictureProof.h"
+#include "timeline/DifferenceText.h"
 
 #include <QApplication>
 #include <QColor>
@@ -149,6 +151,15 @@ void ChangeReportModel::addAttention() {
         for (std::uint32_t clip = 0; clip < listing_.sequence(i).looseClips.size(); ++clip) {
             if (group == 0) group = add({Kind::attention, 0, 0, 0, 0, {}, {}});
             add({Kind::looseClip, group, 0, i, clip, {}, {}});
+            ++attention_;
+        }
+    changedPicture_.clear();
+    for (std::uint32_t i = 0; i < listing_.sequenceCount(); ++i)
+        for (const Difference* const difference : unaskedDifferences(listing_.sequence(i))) {
+            if (group == 0) group = add({Kind::attention, 0, 0, 0, 0, {}, {}});
+            const auto number = static_cast<std::uint32_t>(changedPicture_.size());
+            changedPicture_.push_back(difference);
+            add({Kind::pictureChange, group, 0, i, number, {}, {}});
             ++attention_;
         }
 }
@@ -326,9 +337,26 @@ QString ChangeReportModel::looseText(const Node& node, int column) const {
     }
 }
 
+QString ChangeReportModel::pictureText(const Node& node, int column) const {
+    const SequenceLedger& ledger = listing_.sequence(node.sequence);
+    const Difference& difference = *changedPicture_[node.number];
+    switch (column) {
+        case changeColumn:
+            return difference.type == MediaType::video ? tr("another picture")
+                                                       : tr("another sound");
+        case itemColumn: return titleOf(ledger);
+        case reasonColumn: return toQString(differenceText(difference, ledger.timecode));
+        case afterColumn:
+            return toQString(ledger.timecode.text(difference.range.start) + " - " +
+                             ledger.timecode.text(difference.range.end));
+        default: return {};
+    }
+}
+
 QString ChangeReportModel::text(const Node& node, int column) const {
     if (node.kind == Kind::change) return changeText(node, column);
     if (node.kind == Kind::looseClip) return looseText(node, column);
+    if (node.kind == Kind::pictureChange) return pictureText(node, column);
     if (column == itemColumn) {
         if (node.kind == Kind::attention) return tr("%L1").arg(attention_);
         if (node.kind == Kind::sequence || node.kind == Kind::pass)

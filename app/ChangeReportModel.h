@@ -49,6 +49,7 @@ private:
     enum class Kind : std::uint8_t {
         attention,
         looseClip,
+        pictureChange,
         sequence,
         pass,
         change,
@@ -61,7 +62,7 @@ private:
         std::uint32_t parent = 0;  ///< position in nodes_; 0 is the root
         std::uint32_t row = 0;     ///< below the parent
         std::uint32_t sequence = 0;
-        std::uint32_t number = 0;  ///< of the group, or of the loose clip
+        std::uint32_t number = 0;  ///< of the group, the loose clip, or the picture's change
         std::vector<std::uint32_t> changes;
         std::vector<std::uint32_t> children;
     };
@@ -79,6 +80,7 @@ private:
     QString text(const Node& node, int column) const;
     QString changeText(const Node& node, int column) const;
     QString looseText(const Node& node, int column) const;
+    QString pictureText(const Node& node, int column) const;
     QVariant mark(const Node& node) const;
     std::size_t changesBelow(const Node& node) const;
 
@@ -89,6 +91,7 @@ private:
     Qt::SortOrder sortOrder_ = Qt::AscendingOrder;
     bool filtered_ = false;
     std::size_t attention_ = 0;
+    std::vector<const Difference*> changedPicture_;  ///< of all sequences, unasked
     std::vector<Node> nodes_{1};
 };
 

@@ -4,6 +4,7 @@
 #include "app/Text.h"
 #include "platform/Platform.h"
 #include "platform/qt/WindowRefs.h"
+#include "report/PictureProof.h"
 
 #include <QApplication>
 #include <QCloseEvent>
@@ -211,7 +212,7 @@ QString DocumentWindow::outcome() const {
     std::size_t attention = 0;
     for (const SequenceLedger& sequence : ledger().sequences) {
         changes += sequence.changes.size();
-        attention += sequence.looseClips.size();
+        attention += sequence.looseClips.size() + unaskedDifferences(sequence).size();
     }
     const QString counted =
         tr("%1 in %2").arg(changeCount(changes), sequenceCount(ledger().sequences.size()));

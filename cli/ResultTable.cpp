@@ -39,7 +39,7 @@ std::string resultTable(const ChangeLedger& ledger) {
     for (const SequenceLedger& sequence : ledger.sequences) {
         std::string title = shortened(singleLine(sequence.title), titleColumns);
         bool changed = false;
-        for (const PassRow& pass : passTable()) {
+        for (const PassRow& pass : reportedRows()) {
             const SequenceLedger::Totals totals = sequence.totals(pass.option);
             if (std::accumulate(totals.begin(), totals.end(), std::size_t{0}) == 0) continue;
             std::transform(all.begin(), all.end(), totals.begin(), all.begin(), std::plus<>());

@@ -90,7 +90,7 @@ Json keptValue(const SequenceLedger& sequence) {
 // The passes that changed something, in run order, with their changes of each kind.
 Json totalsValue(const SequenceLedger& sequence) {
     Json list = Json::array();
-    for (const PassRow& pass : passTable()) {
+    for (const PassRow& pass : reportedRows()) {
         const SequenceLedger::Totals totals = sequence.totals(pass.option);
         if (std::all_of(totals.begin(), totals.end(), [](std::size_t n) { return n == 0; }))
             continue;

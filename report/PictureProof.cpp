@@ -14,6 +14,15 @@ std::string pictureChangeText(const SequenceLedger& sequence) {
            (isPicture ? " frames show another picture" : " frames have another sound");
 }
 
+std::vector<const Difference*> unaskedDifferences(const SequenceLedger& sequence) {
+    std::vector<const Difference*> found;
+    if (!sequence.picture) return found;
+    for (const MediaType type : {MediaType::video, MediaType::audio})
+        for (const Difference& difference : sequence.picture->differences(type))
+            if (!difference.asked) found.push_back(&difference);
+    return found;
+}
+
 std::string pictureSumText(const ChangeLedger& ledger) {
     Frames frames, same, asked;
     bool any = false;

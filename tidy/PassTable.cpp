@@ -1,5 +1,6 @@
 #include "tidy/PassTable.h"
 
+#include "tidy/ImportStep.h"
 #include "tidy/passes/Passes.h"
 
 #include <algorithm>
@@ -54,6 +55,16 @@ bool hasOption(const OptionList& options, std::string_view option) {
 }
 
 std::span<const PassRow> passTable() { return table; }
+
+std::span<const PassRow> reportedRows() {
+    static const std::vector<PassRow> rows = [] {
+        std::vector<PassRow> all(table.begin(), table.end());
+        all.push_back({importSafeOption, "Make it import everywhere",
+                       "mend links, ids, edges and ticks", true, false, nullptr});
+        return all;
+    }();
+    return rows;
+}
 
 const PassRow* passNamed(std::string_view option) {
     for (const PassRow& row : table)

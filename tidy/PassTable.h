@@ -40,6 +40,8 @@ struct PassRow {
 
 /// All passes in the order in which a run applies them.
 std::span<const PassRow> passTable();
+/// The passes, and after them what else changes sequences: what a report lists changes under.
+std::span<const PassRow> reportedRows();
 /// The row of that option name, or null.
 const PassRow* passNamed(std::string_view option);
 /// The names of all passes, and of those that are on by default, in the order of a run.
