@@ -1,4 +1,4 @@
-// OptionBoxes: the check boxes of a run's options in groups, one for each pass, and presets of them.
+// OptionBoxes: the check boxes of a run in groups, one for each pass, and presets of them.
 //
 // A box is called after its option, "removeFiltersCheckBox". Its state is kept in the user
 // defaults, so that the next window starts with it. So are the presets that the user made.

@@ -38,8 +38,8 @@ public:
     /// Replaces the list.
     void setRecords(std::shared_ptr<const SequenceArray> records);
     const std::shared_ptr<const SequenceArray>& records() const { return records_; }
-    /// Says of each sequence what became of it: "30 changes · V4 to V1 · 1 warning". An empty ledger
-    /// says nothing.
+    /// Says of each sequence what became of it: "30 changes · V4 to V1 · 1 warning". An empty
+    /// ledger says nothing.
     void setOutcomes(const ChangeLedger& ledger);
     /// Whether all, some or none of the boxes are ticked; the box in the header shows it.
     Qt::CheckState allSelected() const;
