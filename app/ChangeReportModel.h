@@ -7,6 +7,7 @@
 #pragma once
 
 #include "report/ChangeListing.h"
+#include "timeline/PictureDifference.h"
 
 #include <QAbstractItemModel>
 

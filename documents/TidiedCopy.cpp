@@ -53,6 +53,13 @@ TidiedCopy CopyInWork::finish() {
     return copy;
 }
 
+Result<TidiedCopy> tidiedCopy(const SourceSequence& source, const TidyRequest& request,
+                              const TidyControls& controls) {
+    auto work = CopyInWork::begin(source, request, controls);
+    if (!work) return work.failure();
+    return (*work)->finish();
+}
+
 Outcome makeImportSafe(std::span<const std::unique_ptr<CopyInWork>> copies,
                        const XMLDocument* document, std::stop_token stop) {
     ImportDelivery delivery =

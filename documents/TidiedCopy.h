@@ -68,6 +68,10 @@ private:
     SequenceTidy tidy_;
 };
 
+/// A copy from beginning to end, without what makes it import.
+Result<TidiedCopy> tidiedCopy(const SourceSequence& source, const TidyRequest& request,
+                              const TidyControls& controls);
+
 /// Makes copies import together, in the order in which they will stand in what is delivered: added
 /// to `document`, or alone for none. Fails with cancelled.
 Outcome makeImportSafe(std::span<const std::unique_ptr<CopyInWork>> copies,
