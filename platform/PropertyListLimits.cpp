@@ -20,6 +20,9 @@ std::string tooMany(const PropertyListLimits& limits) {
     return "holds more than " + std::to_string(limits.nodes) + " values";
 }
 
+// The parser ends the process over a key with a null character in it.
+constexpr const char* nullInText = "holds a null character in a text";
+
 // Counts the tags of a text list. It takes the constructs apart as the parser does; the one that
 // it cannot follow, a document type with declarations inside, no property list has.
 class TextScan {
@@ -28,6 +31,7 @@ public:
         : text_(text), limits_(limits) {}
 
     std::string problem() {
+        if (holdsNull()) return nullInText;
         while ((at_ = text_.find('<', at_)) != std::string_view::npos) {
             if (starts("<?")) {
                 skipPast("?>");
@@ -51,6 +55,19 @@ public:
     }
 
 private:
+    // As a byte, or as a reference to the character.
+    bool holdsNull() const {
+        if (text_.find('\0') != std::string_view::npos) return true;
+        for (std::size_t at = 0; (at = text_.find("&#", at)) != std::string_view::npos;) {
+            at += 2;
+            const std::size_t digit = text_.find_first_not_of("0xX", at);
+            if (digit == std::string_view::npos ||
+                std::string_view("123456789abcdefABCDEF").find(text_[digit]) ==
+                    std::string_view::npos)
+                return true;
+        }
+        return false;
+    }
     bool starts(std::string_view start) const { return text_.substr(at_).starts_with(start); }
     void skipPast(std::string_view end) {
         at_ = text_.find(end, at_);
@@ -125,6 +142,8 @@ private:
         std::size_t references = 0;  ///< where they start
         std::uint64_t items = 0;     ///< references
         bool isContainer = false;
+        std::uint64_t keys = 0;  ///< how many of the references are keys, from the first on
+        bool holdsNull = false;  ///< a text
     };
     struct Open {
         std::uint64_t index;
@@ -158,8 +177,19 @@ private:
                                     : kind == 6 ? 2
                                                 : 1;
         if (size > (table_ - at) / width) return {};
-        if (!isContainer) return Object{size * width, 0, 0, false};
-        return Object{0, at, isDictionary ? size * 2 : size, true};
+        if (!isContainer) {
+            const std::string_view content = bytes_.substr(at, size * width);
+            return Object{size * width, 0, 0, false, 0, isText(kind) && holdsNull(content, width)};
+        }
+        return Object{0, at, isDictionary ? size * 2 : size, true, isDictionary ? size : 0, false};
+    }
+
+    static bool isText(unsigned kind) { return kind == 5 || kind == 6; }
+    static bool holdsNull(std::string_view text, std::uint64_t width) {
+        for (std::size_t at = 0; at < text.size(); at += width)
+            if (text.substr(at, width).find_first_not_of('\0') == std::string_view::npos)
+                return true;
+        return false;
     }
 
     // Without recursion: the list may nest as deep as it has objects.
@@ -179,6 +209,8 @@ private:
             const std::uint64_t item =
                 number(top.object.references + top.next * referenceBytes_, referenceBytes_);
             if (item >= count_) return damaged_;
+            if (top.next < top.object.keys)
+                if (const auto key = objectAt(item); !key || key->holdsNull) return nullInText;
             const Cost& part = costs_[item];
             if (part.state == Cost::State::open) return "holds itself";
             if (part.state == Cost::State::unknown) {

@@ -124,6 +124,14 @@ TEST(PropertyList, RefusesWhatWouldTakeTheMemoryOrTheStack) {
          "is larger than 16777216 bytes"},
         {doubledBinaryList(15), nullptr},
         {doubledBinaryList(24), "holds more than 100000 values"},
+        // The parser would end the process.
+        {"<plist><dict><key>a&#0;b</key><true/></dict></plist>",
+         "holds a null character in a text"},
+        {"<plist><dict><key>a&#x00;b</key><true/></dict></plist>",
+         "holds a null character in a text"},
+        {std::string("<plist><dict><key>a\0b</key><true/></dict></plist>", 49),
+         "holds a null character in a text"},
+        {"<plist><dict><key>a&#10;&#x0a;b</key><true/></dict></plist>", nullptr},
         {"bplist00\xA1" + std::string(1, '\0') + "\x08" + std::string(6, '\0') + "\1\1" +
              std::string(7, '\0') + "\1" + std::string(15, '\0') + "\x0a",
          "holds itself"},
