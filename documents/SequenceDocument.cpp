@@ -26,7 +26,10 @@ Result<Tidied> SequenceDocument::tidy(const DocumentRequest& request,
     settled.delivery = tidied.delivery_;
     std::vector<XMLNode> results;
     std::vector<std::unique_ptr<CopyInWork>> copies;
-    for (const std::size_t row : rowsOf(request, sequences_.size())) {
+    const std::vector<std::size_t> rows = rowsOf(request, sequences_.size());
+    if (!rows.empty() && *std::max_element(rows.begin(), rows.end()) >= sequences_.size())
+        return Failure{FailureCode::usage, "has no such sequence", path_};
+    for (const std::size_t row : rows) {
         if (controls.stop.stop_requested()) return Failure{FailureCode::cancelled, "cancelled"};
         const Result<SourceSequence> source = wholeSequence(row, controls);
         if (!source) {

@@ -79,6 +79,8 @@ protected:
         UserDefaults& defaults = *Platform::current().userDefaults;
         for (const PassRow& pass : passTable())
             defaults.removeObject(OptionBoxes::defaultsKey(pass.option));
+        // What a window does is shown with the passes alone.
+        for (const char* const care : {"keepPicture", "importSafe"}) defaults.setObject(care, 0);
         defaults.setObject("showOpenDialogAtStartup", 0);
     }
     ~AppTest() override {

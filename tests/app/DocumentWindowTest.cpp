@@ -170,6 +170,29 @@ TEST_F(AppTest, OffersPresetsAndKeepsThoseThatTheUserMakes) {
     EXPECT_LT(others->findText("Ours"), 0);
 }
 
+TEST_F(AppTest, TakesCareOfThePictureUnlessItIsToldNotTo) {
+    UserDefaults& defaults = *Platform::current().userDefaults;
+    for (const char* const care : {"keepPicture", "importSafe"}) defaults.removeObject(care);
+    // The clip above has an alpha channel: what lies below it shows.
+    const std::string film =
+        projectXML({sequenceXML("V1: A[10,40) V2: B[0,90){<alphatype>straight</alphatype>}")});
+    DocumentWindow* const window = open("film.xml", film);
+    auto* const keep = child<QCheckBox>(window, "keepPictureCheckBox");
+    EXPECT_TRUE(keep->isChecked());
+    EXPECT_TRUE(child<QCheckBox>(window, "importSafeCheckBox")->isChecked());
+    window->selectAllSequences(true);
+    EXPECT_NE(process(window).find("2 changes in 1 sequence."), std::string::npos) << alertText();
+    answerAlert("Not Now");
+    ASSERT_TRUE(ends(window));
+
+    DocumentWindow* const literal = open("other.xml", film);
+    child<QCheckBox>(literal, "keepPictureCheckBox")->setChecked(false);
+    literal->selectAllSequences(true);
+    EXPECT_NE(process(literal).find("1 needs your attention"), std::string::npos) << alertText();
+    answerAlert("Not Now");
+    ASSERT_TRUE(ends(literal));
+}
+
 TEST_F(AppTest, KeepsTheStatesOfItsOptions) {
     DocumentWindow* const window = open("film.xml", film());
     const auto checked = [](const DocumentWindow* of) {
@@ -180,7 +203,7 @@ TEST_F(AppTest, KeepsTheStatesOfItsOptions) {
         return toText(names.join(' '));
     };
     EXPECT_EQ(checked(window),
-              "collapseTracks collapseUncompositedClips importSafe keepPicture "
+              "collapseTracks collapseUncompositedClips "
               "removeDisabledAudioClips "
               "removeDisabledVideoClips removeUnusedTracks");
     EXPECT_EQ(window->findChildren<QCheckBox*>().size(), 14);

@@ -57,6 +57,7 @@ mkdir "$folder/home"
 printf '<xmeml>\n\t<sequence>\n</xmeml>\n' >"$folder/broken.xml"
 changes='collapseTracks: 16
 collapseUncompositedClips: 18
+importSafe: 60
 removeDisabledAudioClips: 4
 removeDisabledVideoClips: 7
 removeUnusedTracks: 7

@@ -19,7 +19,8 @@ struct ListedRun {
     ListedRun()
         : file({timeline, timeline}),
           tidied(tidy(file.document, {.passes = {"removeDisabledVideoClips", "collapseTracks"},
-                                      .delivery = Delivery::none})) {}
+                                      .delivery = Delivery::none,
+                                      .importSafe = false})) {}
     const ChangeLedger& ledger() const { return tidied->ledger(); }
 
     Interchange file;

@@ -80,8 +80,9 @@ TEST_F(OpenDocument, TidiesAnXMEMLProjectIntoABinOfIts) {
     EXPECT_EQ((*document)->sequences().front().title, "Harbour");
 
     Strings shown;
-    const auto tidied = tidy(**document, {.passes = {"removeDisabledVideoClips"}},
-                             {.progress = [&](const std::string& text) { shown.push_back(text); }});
+    const auto tidied =
+        tidy(**document, {.passes = {"removeDisabledVideoClips"}, .importSafe = false},
+             {.progress = [&](const std::string& text) { shown.push_back(text); }});
     ASSERT_TRUE(tidied);
     // One text a sequence, and the empty ledger between two others is passed over.
     EXPECT_EQ(shown, Strings(3, "Removing disabled video clips..."));

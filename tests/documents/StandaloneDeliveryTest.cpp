@@ -32,7 +32,8 @@ std::string delivered(const std::string& content, const std::vector<std::size_t>
     const std::string before = file.xml();
     const auto tidied = tidy(file.document, {.passes = {"removeDisabledVideoClips"},
                                              .sequences = rows,
-                                             .delivery = Delivery::standalone});
+                                             .delivery = Delivery::standalone,
+                                             .importSafe = false});
     if (!tidied) return tidied.failure().description();
     EXPECT_EQ(file.xml(), before);
     const std::string text = tidied->document()->serialise(XMLFormat::compact);
