@@ -7,8 +7,8 @@
 //
 // The order of a delivery:
 //   1. All passes on all copies, each with its own TimelineEdit, which is kept.
-//   2. One ImportDelivery; makeImportSafe for each copy, in the order in which the copies will stand
-//      in what is delivered. Ids and definitions hold for all of it, so a copy must be as the passes
+//   2. One ImportDelivery; makeImportSafe for each copy, in the order in which the copies stand in
+//      what is delivered. Ids and definitions hold for all of it, so a copy must be as the passes
 //      left it when its turn comes, and is not edited afterwards.
 //   3. TimelineEdit::finish() of each copy, then the delivery.
 #pragma once
@@ -34,8 +34,8 @@ class ImportDelivery {
 public:
     /// The copies are added to a document, after all that it holds: its definitions and ids count.
     static ImportDelivery afterSource(XMLNode document);
-    /// The copies stand alone, in a document of their own or in a host's project: what they refer to
-    /// is defined in them.
+    /// The copies stand alone, in a document of their own or in a host's project: what they refer
+    /// to is defined in them.
     static ImportDelivery alone();
     ImportDelivery(ImportDelivery&&) noexcept;
     ImportDelivery& operator=(ImportDelivery&&) noexcept;
@@ -61,7 +61,8 @@ struct ImportContext {
 ///  - a transition without the clip that it needs is removed;
 ///  - an edge of -1 without its transition gets the place that it had in the source, or the cut,
 ///    when the clip on the other side of the cut is there:
-///      A[0,-1) x[90,110) B[-1,200)   ->   x and A are gone: B[90,200); only x is: A[0,100) B[100,200)
+///      A[0,-1) x[90,110) B[-1,200)   ->   B[90,200) when x and A are gone,
+///                                         A[0,100) B[100,200) when only x is
 ///  - a clip that was cut gets an `out` that fits its place;
 ///  - an item that ends before it starts is removed; of two that lie over one another the earlier
 ///    one ends where the later one starts, and an item out of order goes to its place;

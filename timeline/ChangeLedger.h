@@ -84,8 +84,8 @@ class PictureDifference;
 /// The changes of one sequence.
 class SequenceLedger {
 public:
-    /// The document that the changes' nodes are part of, when it was fetched for the run: the ledger
-    /// keeps it alive. Null for nodes of the file's document.
+    /// The document that the changes' nodes are part of, when it was fetched for the run: the
+    /// ledger keeps it alive. Null for nodes of the file's document.
     std::shared_ptr<const XMLDocument> document;
     std::string title;
     std::string uuid;  ///< of the source sequence

@@ -34,13 +34,13 @@ public:
     /// The option name of the pass that changes belong to.
     std::string_view step() const { return step_; }
     /// The items of the sequence with those of `source` that they came from, the sequence of which
-    /// this one was a copy when this object was made. The pieces of a split came from one item; what
-    /// was inserted came from none. Items that were taken out are in it too.
+    /// this one was a copy when this object was made. The pieces of a split came from one item;
+    /// what was inserted came from none. Items that were taken out are in it too.
     std::unordered_map<XMLNode, XMLNode> sourceItems(XMLNode source) const;
     /// How many items the sequence came with.
     std::size_t itemsBefore() const { return ledger_.itemsBefore; }
-    /// Counts the items that are left, and lists the clips that are loose. The sequence is a copy of
-    /// `source`: clips that were loose there are not listed. Comes after the last step.
+    /// Counts the items that are left, and lists the clips that are loose. The sequence is a copy
+    /// of `source`: clips that were loose there are not listed. Comes after the last step.
     void finish(XMLNode source = {});
 
     // Looking
@@ -90,8 +90,8 @@ public:
         std::string text;
         const char* attribute = nullptr;
     };
-    /// Sets texts and attributes that belong together: one change of `about`, which they stand in or
-    /// are. No rewrites are no change.
+    /// Sets texts and attributes that belong together: one change of `about`, which they stand in
+    /// or are. No rewrites are no change.
     void rewrite(XMLNode about, std::span<const Rewrite> rewrites, const std::string& reason);
     /// Gives an element without content what a definition holds, which may stand in another
     /// document; the definition stays as it is.

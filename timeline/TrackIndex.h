@@ -154,9 +154,9 @@ private:
     /// Indexes all child nodes of the track. O(n).
     TrackIndex(SequenceIndex& sequence, XMLNode track);
 
-    // Only TimelineEdit calls these, after it has edited the tree. A watched index follows each edit
-    // in O(log n). An edit marks any other index as stale, in O(1). The next question makes a stale
-    // index anew in its place, in O(n).
+    // Only TimelineEdit calls these, after it has edited the tree. A watched index follows each
+    // edit in O(log n). An edit marks any other index as stale, in O(1). The next question makes a
+    // stale index anew in its place, in O(n).
 
     void watch();
     void unwatch() { watched_ = false; }
