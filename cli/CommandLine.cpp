@@ -64,6 +64,12 @@ constexpr std::string_view projectsFooter = R"(Examples:
   reelsweep-cli projects --json | jq -r '.[]'
       the paths alone, for scripts)";
 
+constexpr std::string_view diffFooter = R"(Examples:
+  reelsweep-cli diff cut_v06.xml cut_v07.xml
+      what changed between two versions of a cut, clip by clip
+  reelsweep-cli diff film-Tidied.xml
+Ends with code 0 when nothing changed, with 6 when something did.)";
+
 constexpr std::string_view verifyFooter = R"(Examples:
   reelsweep-cli verify film-Tidied.xml
       each sequence with its tidied copy in the same file
@@ -86,6 +92,7 @@ constexpr auto table = std::to_array<CommandRow>({
     {"check", "list what an importer would stumble over in a file", checkFooter, defineCheck},
     {"projects", "list the projects that are open in Final Cut Pro", projectsFooter,
      defineProjects},
+    {"diff", "list what changed between two cuts, clip by clip", diffFooter, defineDiff},
     {"verify", "compare what two sequences show, frame by frame", verifyFooter, defineVerify},
 });
 

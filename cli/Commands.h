@@ -20,6 +20,7 @@ using CommandRun = std::function<ExitCode(Application&)>;
 // Each gives the parser its command's options; the answer keeps their values.
 
 CommandRun defineCheck(CLI::App& parser);
+CommandRun defineDiff(CLI::App& parser);
 CommandRun defineList(CLI::App& parser);
 CommandRun definePasses(CLI::App& parser);
 CommandRun defineProjects(CLI::App& parser);

@@ -112,7 +112,7 @@ TEST(Help, TellsNothingThatManualAndCompletionDoNot) {
     std::erase(manual, '\\');
     const std::string completion =
         contentsOf(REELSWEEP_SOURCE_FOLDER "/resources/completion/reelsweep-cli");
-    for (const char* command : {"check", "list", "passes", "projects", "tidy", "verify"}) {
+    for (const char* command : {"check", "diff", "list", "passes", "projects", "tidy", "verify"}) {
         EXPECT_NE(manual.find(std::string(".B ") + command + "\n"), std::string::npos) << command;
         const std::string help = run(workplace, {command, "--help"}).output;
         const std::regex option("--[a-z][a-z-]+");
