@@ -6,6 +6,12 @@
 namespace reelsweep::test {
 namespace {
 
+// A row is called by its name.
+template <class Row>
+auto PrintTo(const Row& row, std::ostream* out) -> decltype(void(row.name)) {
+    *out << row.name;
+}
+
 struct PictureRow {
     const char* name;
     std::string timeline;
