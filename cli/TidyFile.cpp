@@ -127,7 +127,7 @@ void TidyFile::process() {
             Platform::current().mainThread->runAndWait(
                 [&] { terminal.setProgressLabelText(text); });
         };
-        work_->tidied = tidy(*work_->document, work_->request, {std::move(stop), show});
+        work_->tidied.emplace(tidy(*work_->document, work_->request, {std::move(stop), show}));
         if (!*work_->tidied) return;
         saved_ = checkStrictly();
         if (saved_) save();

@@ -144,7 +144,7 @@ private:
 
 Result<XMLDocument> standaloneDocument(const XMLDocument& source,
                                        std::span<const XMLNode> sequences, int xmemlVersion,
-                                       std::stop_token stop) {
+                                       const std::stop_token& stop) {
     const BinText text = BinText::make(xmemlVersion);
     Result<XMLDocument> output = XMLDocument::parse(text.before + text.after);
     if (!output) return output;

@@ -61,7 +61,7 @@ Result<TidiedCopy> tidiedCopy(const SourceSequence& source, const TidyRequest& r
 }
 
 Outcome makeImportSafe(std::span<const std::unique_ptr<CopyInWork>> copies,
-                       const XMLDocument* document, std::stop_token stop) {
+                       const XMLDocument* document, const std::stop_token& stop) {
     ImportDelivery delivery =
         document ? ImportDelivery::afterSource(document->node()) : ImportDelivery::alone();
     for (const auto& copy : copies)

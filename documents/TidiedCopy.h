@@ -53,8 +53,8 @@ public:
 
     XMLNode sequence() const { return copy_; }
     /// After the passes of all copies of a delivery, in its order. Fails with cancelled.
-    Outcome makeImportSafe(ImportDelivery& delivery, std::stop_token stop) {
-        return tidy_.makeImportSafe(delivery, std::move(stop));
+    Outcome makeImportSafe(ImportDelivery& delivery, const std::stop_token& stop) {
+        return tidy_.makeImportSafe(delivery, stop);
     }
     /// Once, at the end.
     TidiedCopy finish();
@@ -75,6 +75,6 @@ Result<TidiedCopy> tidiedCopy(const SourceSequence& source, const TidyRequest& r
 /// Makes copies import together, in the order in which they will stand in what is delivered: added
 /// to `document`, or alone for none. Fails with cancelled.
 Outcome makeImportSafe(std::span<const std::unique_ptr<CopyInWork>> copies,
-                       const XMLDocument* document, std::stop_token stop);
+                       const XMLDocument* document, const std::stop_token& stop);
 
 }  // namespace reelsweep

@@ -209,7 +209,7 @@ TidyControls QVFCPDoc::controls(std::stop_token stop) {
     return {std::move(stop), [this](const std::string& text) { setProgressLabelText(text); }};
 }
 
-void QVFCPDoc::run(const OptionList& options, Delivery delivery, std::stop_token stop) {
+void QVFCPDoc::run(const OptionList& options, Delivery delivery, const std::stop_token& stop) {
     runResult_ = RunResult();
     ledger_ = ChangeLedger();
     tidied_.clear();

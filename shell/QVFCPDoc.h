@@ -189,7 +189,7 @@ private:
     /// A new stop for a run that begins. A stop of the run before stays requested.
     std::stop_token beginRun();
     std::stop_token currentStop() const;
-    void run(const OptionList& options, Delivery delivery, std::stop_token stop);
+    void run(const OptionList& options, Delivery delivery, const std::stop_token& stop);
     /// False when the run cannot go on after it.
     bool processSequence(SequenceDocument& document, std::size_t row, QVSequence& record,
                          const OptionList& options, const TidyControls& controls);

@@ -136,7 +136,8 @@ std::shared_ptr<XMLDocument> QVFCPXDoc::runAlone(Outcome (*pass)(const XMLDocume
     if (!document) return nullptr;
     SequenceLedger& ledger =
         ledger_.sequences.empty() ? ledger_.sequences.emplace_back() : ledger_.sequences.back();
-    return pass(*document, ledger, controls(beginRun())) ? document : nullptr;
+    if (!pass(*document, ledger, controls(beginRun()))) return nullptr;
+    return document;
 }
 
 std::shared_ptr<XMLDocument> QVFCPXDoc::removeFilters(std::shared_ptr<XMLDocument> document) {
