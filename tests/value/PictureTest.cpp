@@ -8,8 +8,8 @@ namespace {
 
 // A row is called by its name.
 template <class Row>
-auto PrintTo(const Row& row, std::ostream* out) -> decltype(void(row.name)) {
-    *out << row.name;
+auto operator<<(std::ostream& out, const Row& row) -> decltype(out << row.name) {
+    return out << row.name;
 }
 
 struct PictureRow {
