@@ -111,7 +111,9 @@ void ChangeReportView::showLedger(const ChangeLedger* ledger, ReportedDocument d
 }
 
 bool ChangeReportView::eventFilter(QObject* watched, QEvent* event) {
-    if (watched != filter_) return QWidget::eventFilter(watched, event);
+    const bool isKey =
+        event->type() == QEvent::ShortcutOverride || event->type() == QEvent::KeyPress;
+    if (watched != filter_ || !isKey) return QWidget::eventFilter(watched, event);
     const auto* const key = static_cast<QKeyEvent*>(event);
     if (event->type() == QEvent::ShortcutOverride && key->key() == Qt::Key_E) {
         // A text field takes Ctrl+E for the end of the line; here it saves.

@@ -67,7 +67,9 @@ private:
     void addTicks(const Clip& clip, FrameRate rate) const {
         if (rate.timebase != 25 || !clip.item->times.in || !clip.item->times.out) return;
         const auto ticks = [](Frames frame) {
-            return (Frames{frame.count * 10'160'640'000}).text();
+            // Malformed times may be any number; these wrap around.
+            const auto count = static_cast<std::uint64_t>(frame.count) * 10'160'640'000;
+            return (Frames{static_cast<std::int64_t>(count)}).text();
         };
         const XMLNode node = clip.item->item->node;
         add(node, "<pproTicksIn>" + ticks(*clip.item->times.in) + "</pproTicksIn>");
