@@ -6,13 +6,12 @@
 #include "timeline/Timeline.h"
 
 #include <span>
-#include <string_view>
 
 namespace reelsweep {
 
-/// Sets an item's own edges from the texts of its `start` and `end`, and says which of them it
-/// leaves to a transition or does not have.
-void setWrittenEdges(Item& item, std::string_view start, std::string_view end);
+/// Sets an item's own edges from its `start` and `end`, and says which of them it leaves to a
+/// transition or does not have.
+void setWrittenEdges(Item& item, XMLNode start, XMLNode end);
 
 /// Finds the places of a track's items, whose written edges are set, in the order of the file: the
 /// edges inside transitions, the cuts, and where their sources stand.
