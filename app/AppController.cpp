@@ -4,11 +4,14 @@
 #include "app/FileDrop.h"
 #include "app/MainMenu.h"
 #include "app/OptionBoxes.h"
+#include "app/Placement.h"
 #include "app/PreferencesWindow.h"
 #include "app/QVSiteLinks.h"
 #include "app/StartWindow.h"
 #include "app/Text.h"
+#include "app/UnsavedDialog.h"
 #include "platform/Platform.h"
+#include "platform/qt/WindowRefs.h"
 #include "services/QVAlert.h"
 #include "services/QVBugReporter.h"
 #include "services/QVLocalPaths.h"
@@ -100,7 +103,21 @@ void AppController::terminate() {
     bool anyStays = false;
     for (DocumentWindow* const window : documents_.windows())
         if (window->isRunning() && !window->close()) anyStays = true;
-    if (!anyStays) QApplication::closeAllWindows();
+    if (anyStays) return;
+    QList<DocumentWindow*> unsaved;
+    for (DocumentWindow* const window : documents_.windows())
+        if (window->hasUnsavedResult()) unsaved += window;
+    if (unsaved.isEmpty()) {
+        QApplication::closeAllWindows();
+        return;
+    }
+    if (unsavedDialog_) return;
+    unsavedDialog_ = new UnsavedDialog(unsaved, QApplication::activeWindow());
+    connect(unsavedDialog_, &UnsavedDialog::settled, this, [this] {
+        for (DocumentWindow* const window : documents_.windows()) window->closeDiscarding();
+        QApplication::closeAllWindows();
+    });
+    unsavedDialog_->show();
 }
 
 void AppController::applicationWillTerminate() {
@@ -115,7 +132,10 @@ bool AppController::isFinalCutProRunning() {
 }
 
 void AppController::showPreferences() {
-    if (!preferences_) preferences_ = new PreferencesWindow;
+    if (!preferences_) {
+        preferences_ = new PreferencesWindow;
+        placeOver(*preferences_, QApplication::activeWindow());
+    }
     preferences_->show();
     preferences_->raise();
     preferences_->activateWindow();
@@ -129,9 +149,16 @@ void AppController::showAboutDialog() {
 
 void AppController::helpUserManual() {
     const auto library = QVLocalPaths::libraryDirectory(false);
-    if (!library) return;
-    const std::string manual = *library + "/Documentation/Quorvane/Cutbench User Manual.pdf";
-    if (QFileInfo::exists(toQString(manual))) Platform::current().workspace->openFile(manual);
+    const std::string manual =
+        library.value_or("") + "/Documentation/Quorvane/Cutbench User Manual.pdf";
+    if (library && QFileInfo::exists(toQString(manual)) &&
+        Platform::current().workspace->openFile(manual))
+        return;
+    QVAlert::alertSheet(toText(tr("The user manual cannot be shown")), {}, {}, {},
+                        toText(tr("It belongs here: %1\n\nWithout it, “man reelsweep” in a "
+                                  "terminal says how the program is used.")
+                                   .arg(toQString(manual))),
+                        windowRef(QApplication::activeWindow()), false);
 }
 
 void AppController::helpCutbenchHome() { openPage(QVSiteLinks::cutbenchURL()); }

@@ -6,8 +6,8 @@
 #include "app/DocumentController.h"
 #include "app/ProjectLoaderDialog.h"
 #include "app/QVAboutDialogController.h"
-#include "platform/posix/RunMarker.h"
 #include "services/QVSoftwareUpdate.h"
+#include "services/RunMarker.h"
 
 #include <QObject>
 #include <QPointer>
@@ -22,6 +22,7 @@ namespace reelsweep {
 
 class PreferencesWindow;
 class StartWindow;
+class UnsavedDialog;
 
 class AppController final : public QObject {
     Q_OBJECT
@@ -36,7 +37,8 @@ public:
     void applicationDidFinishLaunching(const QStringList& files);
     /// Shows the open panel, if the user wants that at the start.
     void performStartupAction();
-    /// Closes all windows, and so ends the program, unless one of them stays.
+    /// Closes all windows, and so ends the program, unless one of them stays. What is not saved is
+    /// asked about before any is closed.
     void terminate();
     /// Records that the program ends as it should, and writes what is kept of its use.
     void applicationWillTerminate();
@@ -77,6 +79,7 @@ private:
     QPointer<StartWindow> startWindow_;
     QPointer<QFileDialog> openPanel_;
     QPointer<PreferencesWindow> preferences_;
+    QPointer<UnsavedDialog> unsavedDialog_;
     ProjectLoaderDialog projectLoader_;
     QVAboutDialogController about_;
     QVSoftwareUpdate softwareUpdate_;

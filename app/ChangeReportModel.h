@@ -1,11 +1,18 @@
-// ChangeReportModel: what a run changed, as a tree: sequence, pass, change.
+// ChangeReportModel: what a run changed, as a tree.
 //
+// On top stands what needs somebody's attention, then each sequence with its changes, last the
+// sequences without any, folded away. Below a sequence stands one row for each clip with all that
+// became of it, or, by pass, one row for each single change.
 // Owner: the view. Thread rule: main thread, while no run of the document is going.
 #pragma once
 
 #include "report/ChangeListing.h"
+#include "timeline/PictureDifference.h"
 
 #include <QAbstractItemModel>
+
+#include <cstdint>
+#include <vector>
 
 namespace reelsweep {
 
@@ -13,15 +20,21 @@ class ChangeReportModel final : public QAbstractItemModel {
     Q_OBJECT
 
 public:
-    enum Column { changeColumn, itemColumn, beforeColumn, afterColumn, reasonColumn, columns };
+    enum Column { changeColumn, itemColumn, reasonColumn, beforeColumn, afterColumn, columns };
+    enum class Order { byClip, byPass };
 
     using QAbstractItemModel::QAbstractItemModel;
 
     /// Shows a ledger, which must stay as it is until another, or none, is shown.
     void setLedger(const ChangeLedger* ledger);
     void setFilter(const QString& text);
+    void setOrder(Order order);
     const ChangeListing& listing() const { return listing_; }
-    /// A change's row, or a sequence's or pass's line, as texts with tabs between.
+    /// How many things need somebody's attention.
+    std::size_t attention() const { return attention_; }
+    /// True for lines that are folded away until somebody opens them.
+    bool startsFolded(const QModelIndex& index) const;
+    /// A row's texts with tabs between.
     QString rowText(const QModelIndex& index) const;
 
     QModelIndex index(int row, int column, const QModelIndex& parent = {}) const override;
@@ -30,12 +43,57 @@ public:
     int columnCount(const QModelIndex& parent = {}) const override;
     QVariant data(const QModelIndex& index, int role) const override;
     QVariant headerData(int section, Qt::Orientation orientation, int role) const override;
+    /// Sorts the rows below each sequence or pass; the groups keep their order.
+    void sort(int column, Qt::SortOrder order) override;
 
 private:
-    std::size_t groupOfPass(const QModelIndex& pass) const;
-    QVariant changeText(const QModelIndex& index) const;
+    enum class Kind : std::uint8_t {
+        attention,
+        looseClip,
+        pictureChange,
+        sequence,
+        pass,
+        change,
+        unchanged,
+        name
+    };
+
+    struct Node {
+        Kind kind = Kind::change;
+        std::uint32_t parent = 0;  ///< position in nodes_; 0 is the root
+        std::uint32_t row = 0;     ///< below the parent
+        std::uint32_t sequence = 0;
+        std::uint32_t number = 0;  ///< of the group, the loose clip, or the picture's change
+        std::vector<std::uint32_t> changes;
+        std::vector<std::uint32_t> children;
+    };
+
+    void build();
+    void addAttention();
+    void addSequence(std::uint32_t sequence);
+    void addClips(std::uint32_t parent, std::uint32_t sequence);
+    void addPasses(std::uint32_t parent, std::uint32_t sequence);
+    void addUnchanged();
+    std::uint32_t add(Node node);
+    void sortRows();
+
+    const Node& nodeOf(const QModelIndex& index) const { return nodes_[index.internalId()]; }
+    QString text(const Node& node, int column) const;
+    QString changeText(const Node& node, int column) const;
+    QString looseText(const Node& node, int column) const;
+    QString pictureText(const Node& node, int column) const;
+    QVariant mark(const Node& node) const;
+    std::size_t changesBelow(const Node& node) const;
 
     ChangeListing listing_;
+    const ChangeLedger* ledger_ = nullptr;
+    Order order_ = Order::byClip;
+    int sortColumn_ = -1;
+    Qt::SortOrder sortOrder_ = Qt::AscendingOrder;
+    bool filtered_ = false;
+    std::size_t attention_ = 0;
+    std::vector<const Difference*> changedPicture_;  ///< of all sequences, unasked
+    std::vector<Node> nodes_{1};
 };
 
 }  // namespace reelsweep

@@ -8,10 +8,12 @@
 #include "services/QVAlert.h"
 
 #include <QClipboard>
+#include <QComboBox>
 #include <QFileDialog>
 #include <QGuiApplication>
 #include <QHBoxLayout>
 #include <QHeaderView>
+#include <QKeyEvent>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
@@ -34,8 +36,11 @@ QTreeView* makeTree(ChangeReportModel& model) {
     tree->setAlternatingRowColors(true);
     tree->setSelectionMode(QAbstractItemView::ExtendedSelection);
     tree->setModel(&model);
+    tree->header()->setSortIndicator(-1, Qt::AscendingOrder);
+    tree->header()->setSortIndicatorClearable(true);
+    tree->setSortingEnabled(true);
     const int width = tree->fontMetrics().averageCharWidth();
-    const int widths[] = {44, 26, 36, 36, 40};
+    const int widths[] = {30, 24, 52, 33, 33};
     for (int column = 0; column < ChangeReportModel::columns; ++column)
         tree->setColumnWidth(column, width * widths[column]);
     return tree;
@@ -47,41 +52,51 @@ ChangeReportView::ChangeReportView(QWidget* parent)
     : QWidget(parent),
       filter_(new QLineEdit),
       tree_(makeTree(model_)),
-      looseClips_(new QLabel),
+      order_(new QComboBox),
       totals_(new QLabel),
       export_(new QPushButton(tr("Export &Report…"))) {
     filter_->setObjectName(QStringLiteral("changesFilter"));
     filter_->setAccessibleName(tr("Filter changes"));
     filter_->setPlaceholderText(tr("Filter by name, track, kind or reason"));
     filter_->setClearButtonEnabled(true);
+    filter_->installEventFilter(this);
     totals_->setObjectName(QStringLiteral("changesTotals"));
     totals_->setWordWrap(true);
     totals_->setTextInteractionFlags(Qt::TextSelectableByMouse);
-    looseClips_->setObjectName(QStringLiteral("looseClips"));
-    looseClips_->setTextFormat(Qt::PlainText);
-    looseClips_->setWordWrap(true);
-    looseClips_->setTextInteractionFlags(Qt::TextSelectableByMouse);
+    order_->setObjectName(QStringLiteral("changesOrder"));
+    order_->setAccessibleName(tr("Order of the changes"));
+    order_->addItem(tr("By clip"), static_cast<int>(ChangeReportModel::Order::byClip));
+    order_->addItem(tr("By pass"), static_cast<int>(ChangeReportModel::Order::byPass));
+    auto* const orderLabel = new QLabel(tr("&View:"));
+    orderLabel->setBuddy(order_);
     export_->setObjectName(QStringLiteral("exportReportBtn"));
 
     auto* const top = new QHBoxLayout;
     top->addWidget(filter_, 1);
+    top->addWidget(orderLabel);
+    top->addWidget(order_);
     top->addWidget(export_);
     auto* const layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->addLayout(top);
     layout->addWidget(tree_, 1);
-    layout->addWidget(looseClips_);
     layout->addWidget(totals_);
 
     filterDelay_.setSingleShot(true);
     filterDelay_.setInterval(filterPause);
     connect(filter_, &QLineEdit::textChanged, this, [this] { filterDelay_.start(); });
     connect(&filterDelay_, &QTimer::timeout, this, &ChangeReportView::applyFilter);
+    connect(order_, &QComboBox::currentIndexChanged, this, [this] {
+        model_.setOrder(static_cast<ChangeReportModel::Order>(order_->currentData().toInt()));
+    });
+    connect(&model_, &QAbstractItemModel::modelReset, this, [this] {
+        expandWhatIsShort();
+        emit selectionChanged();
+    });
     connect(export_, &QPushButton::clicked, this, &ChangeReportView::exportReport);
     connect(tree_->selectionModel(), &QItemSelectionModel::selectionChanged, this,
             &ChangeReportView::selectionChanged);
     showTotals();
-    showLooseClips();
 }
 
 void ChangeReportView::showLedger(const ChangeLedger* ledger, ReportedDocument document) {
@@ -92,20 +107,25 @@ void ChangeReportView::showLedger(const ChangeLedger* ledger, ReportedDocument d
     document_ = std::move(document);
     model_.setLedger(ledger);
     export_->setEnabled(ledger != nullptr);
-    expandWhatIsShort();
     showTotals();
-    showLooseClips();
-    emit selectionChanged();
 }
 
-void ChangeReportView::showLooseClips() {
-    QStringList lines;
-    if (ledger_)
-        for (const SequenceLedger& sequence : ledger_->sequences)
-            if (const std::string text = looseClipsText(sequence); !text.empty())
-                lines += QStringLiteral("⚠ ") + toQString(sequence.title + ": " + text);
-    looseClips_->setText(lines.join('\n'));
-    looseClips_->setVisible(!lines.isEmpty());
+bool ChangeReportView::eventFilter(QObject* watched, QEvent* event) {
+    const bool isKey =
+        event->type() == QEvent::ShortcutOverride || event->type() == QEvent::KeyPress;
+    if (watched != filter_ || !isKey) return QWidget::eventFilter(watched, event);
+    const auto* const key = static_cast<QKeyEvent*>(event);
+    if (event->type() == QEvent::ShortcutOverride && key->key() == Qt::Key_E) {
+        // A text field takes Ctrl+E for the end of the line; here it saves.
+        event->ignore();
+        return key->modifiers() & Qt::ControlModifier;
+    }
+    if (event->type() == QEvent::KeyPress && key->key() == Qt::Key_Escape) {
+        filter_->clear();
+        tree_->setFocus(Qt::ShortcutFocusReason);
+        return true;
+    }
+    return false;
 }
 
 void ChangeReportView::focusFilter() {
@@ -115,9 +135,7 @@ void ChangeReportView::focusFilter() {
 
 void ChangeReportView::applyFilter() {
     model_.setFilter(filter_->text());
-    expandWhatIsShort();
     showTotals();
-    emit selectionChanged();
 }
 
 void ChangeReportView::expandWhatIsShort() {
@@ -125,6 +143,9 @@ void ChangeReportView::expandWhatIsShort() {
         tree_->expandAll();
     else
         tree_->expandToDepth(0);
+    for (int row = 0; row < model_.rowCount(); ++row)
+        if (const QModelIndex index = model_.index(row, 0); model_.startsFolded(index))
+            tree_->collapse(index);
 }
 
 void ChangeReportView::showTotals() {

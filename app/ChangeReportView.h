@@ -9,6 +9,7 @@
 #include <QTimer>
 #include <QWidget>
 
+class QComboBox;
 class QLabel;
 class QLineEdit;
 class QPushButton;
@@ -37,10 +38,12 @@ public:
 signals:
     void selectionChanged();
 
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
 private:
     void applyFilter();
     void showTotals();
-    void showLooseClips();
     void expandWhatIsShort();
 
     ChangeReportModel model_;
@@ -49,7 +52,7 @@ private:
     QTimer filterDelay_;
     QLineEdit* filter_;
     QTreeView* tree_;
-    QLabel* looseClips_;  ///< what somebody must put right by hand
+    QComboBox* order_;
     QLabel* totals_;
     QPushButton* export_;
 };

@@ -24,6 +24,29 @@ void storeRecentFiles(const QStringList& paths) {
         QVLog::appendLog("Unable to store the recent files - %@", error.message());
 }
 
+// What went wrong in the words of somebody who edits; the message itself, with its line and column,
+// follows.
+QString inPlainWords(const Failure& reason) {
+    const auto says = [&](const char* text) {
+        return reason.message.find(text) != std::string::npos;
+    };
+    using Controller = DocumentController;
+    if (says("no element found") || says("unclosed token"))
+        return Controller::tr("The file ends too early. Export it again.");
+    if (says("is empty")) return Controller::tr("The file is empty. Export it again.");
+    if (says("neither XMEML nor FCPXML"))
+        return Controller::tr(
+            "This is not an export of a timeline. Export it as Final Cut Pro "
+            "XML or as FCPXML.");
+    if (reason.code == FailureCode::inputUnreadable)
+        return Controller::tr(
+            "The file cannot be read. See whether it is still there, and whether "
+            "you may open it.");
+    if (reason.code == FailureCode::inputInvalid)
+        return Controller::tr("The file is damaged. Export it again.");
+    return {};
+}
+
 Result<DocumentWindow*> makeWindow(const std::string& path) {
     if (isNativeProject(path)) return new QVFCPDocWindow;
     const Result<DocumentFormat> format = documentFormat(path);
@@ -84,10 +107,12 @@ DocumentWindow* DocumentController::windowOf(const QString& path) const {
 void DocumentController::tellOfFailure(const QString& path, const QString& message,
                                        const Failure& reason) {
     const QString usual = tr("“%1” could not be opened").arg(QFileInfo(path).fileName());
+    const QString plain = inPlainWords(reason);
+    const std::string text =
+        plain.isEmpty() ? reason.description() : toText(plain) + "\n\n" + reason.description();
     // Of several projects each one's reason is read before the next is opened.
     const bool waits = !message.isEmpty();
-    QVAlert::alertSheet(toText(waits ? message : usual), {}, {}, {}, reason.description(), {},
-                        waits);
+    QVAlert::alertSheet(toText(waits ? message : usual), {}, {}, {}, text, {}, waits);
 }
 
 QStringList DocumentController::recentFiles() {

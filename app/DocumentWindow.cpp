@@ -4,9 +4,11 @@
 #include "app/Text.h"
 #include "platform/Platform.h"
 #include "platform/qt/WindowRefs.h"
+#include "report/PictureProof.h"
 
 #include <QApplication>
 #include <QCloseEvent>
+#include <QDir>
 #include <QFileDialog>
 #include <QFileInfo>
 #include <QLabel>
@@ -46,14 +48,23 @@ void DocumentWindow::buildInterface(const QString& interfaceName, OptionBoxes::F
     tabs_ = outlet<QTabWidget>(*content_, "tabs");
     status_ = outlet<QLabel>(*content_, "statusLabel");
     processButton_ = outlet<QPushButton>(*content_, "processBtn");
-    boxes_ =
-        std::make_unique<OptionBoxes>(*outlet<QVBoxLayout>(*content_, "optionsLayout"), format);
+    copyButton_ = outlet<QPushButton>(*content_, "exportBtn");
+    boxes_ = new OptionBoxes(format);
+    outlet<QVBoxLayout>(*content_, "optionsLayout")->addWidget(boxes_);
+    connect(boxes_, &OptionBoxes::changed, this, &DocumentWindow::updateProcessButton);
     report_ = new ChangeReportView;
     outlet<QVBoxLayout>(*content_, "changesLayout")->addWidget(report_);
     progress_ = new ProgressSheet(this);
 
     tabs_->setTabEnabled(changesPage, false);
     connect(processButton_, &QPushButton::clicked, this, &DocumentWindow::process);
+    connect(copyButton_, &QPushButton::clicked, this, &DocumentWindow::exportTidied);
+    connect(this, &DocumentWindow::stateChanged, this, [this] {
+        // What comes next is the default: the run, and then its result.
+        copyButton_->setVisible(canExport());
+        copyButton_->setDefault(canExport());
+        processButton_->setDefault(!canExport());
+    });
     connect(progress_, &ProgressSheet::cancelled, this, &DocumentWindow::cancelProgress);
     connect(report_, &ChangeReportView::selectionChanged, this, &DocumentWindow::stateChanged);
     connect(tabs_, &QTabWidget::currentChanged, this, &DocumentWindow::stateChanged);
@@ -70,7 +81,10 @@ Outcome DocumentWindow::open(const std::string& path) {
     const BusyCursor busy;
     if (Outcome opened = read(path); !opened) return opened;
     setWindowFilePath(toQString(path));
-    setWindowModified(false);
+    setUnsaved(false);
+    documentChanged_ = false;
+    mayOverwrite_ = false;
+    updateProcessButton();
     showStatus(idleStatus());
     emit pathChanged(toQString(path));
     return Done{};
@@ -80,7 +94,7 @@ bool DocumentWindow::canProcess() const {
     return !running_ && processButton_ && processButton_->isEnabled();
 }
 
-bool DocumentWindow::isShowingReport() const { return tabs_->currentIndex() == changesPage; }
+bool DocumentWindow::hasReport() const { return tabs_->isTabEnabled(changesPage); }
 
 QString DocumentWindow::displayName() const { return QFileInfo(toQString(path())).fileName(); }
 
@@ -94,8 +108,39 @@ void DocumentWindow::tell(const QString& message, const QString& informative) {
 
 void DocumentWindow::process() {
     if (!canProcess()) return;
+    if (hasUnsavedResult())
+        askAboutEarlierResult();
+    else
+        run(Earlier::letGo);
+}
+
+void DocumentWindow::askAboutEarlierResult() {
+    const bool canJoin = canJoinResults();
+    AlertReply::Buttons buttons{toText(canJoin ? tr("Keep Both") : tr("Save Tidied Copy…")),
+                                toText(tr("Cancel"))};
+    buttons.otherButton = toText(tr("Replace"));
+    question_.ask(toText(tr("The tidied copy of “%1” is not saved yet").arg(displayName())),
+                  toText(canJoin ? tr("The next run can replace it, or both can be kept.")
+                                 : tr("The next run replaces it. To keep it, save it first.")),
+                  buttons, windowRef(this), [this, canJoin](long answer) {
+                      if (answer == alertOtherReturn) run(Earlier::replace);
+                      if (answer != alertDefaultReturn) return;
+                      if (canJoin)
+                          run(Earlier::join);
+                      else
+                          saveTidiedCopy([this] { run(Earlier::letGo); });
+                  });
+}
+
+void DocumentWindow::run(Earlier earlier) {
+    if (!canProcess()) return;
+    earlier_ = earlier;
+    hadResult_ = hasResult();
+    earlierOptions_ = options_;
+    setResultsAside();
     running_ = true;
     cancelled_ = false;
+    copyWhenEnded_ = false;
     options_ = boxes_->checkedOptions();
     // A run makes a new ledger; nobody may look at the old one meanwhile.
     report_->showLedger(nullptr, {});
@@ -134,14 +179,66 @@ void DocumentWindow::setProgressLabelText(const std::string& text) {
     progress_->setLabelText(toQString(text));
 }
 
-void DocumentWindow::enableProcessButton(bool enabled) {
-    processButton_->setEnabled(enabled);
+void DocumentWindow::setProgressSequence(const std::string& title, std::size_t position,
+                                         std::size_t count) {
+    progress_->setSequence(toQString(title), position, count);
+}
+
+void DocumentWindow::enableProcessButton(bool) { updateProcessButton(); }
+
+void DocumentWindow::updateProcessButton() {
+    const QString reason = whyNotProcess();
+    processButton_->setEnabled(reason.isEmpty());
+    processButton_->setToolTip(reason);
+    if (!running_ && path().size() > 0 && !hasUnsavedResult()) showStatus(idleStatus());
     emit stateChanged();
 }
 
 void DocumentWindow::markChanged() {
-    setWindowModified(true);
+    // A run that was cancelled leaves the file as it was.
+    if (!hasResult()) return;
+    documentChanged_ = true;
+    setUnsaved(true);
+}
+
+void DocumentWindow::setUnsaved(bool unsaved) {
+    setWindowModified(unsaved);
     emit stateChanged();
+}
+
+// "52 changes in 4 sequences, 1 needs your attention"
+QString DocumentWindow::outcome() const {
+    std::size_t changes = 0;
+    std::size_t attention = 0;
+    for (const SequenceLedger& sequence : ledger().sequences) {
+        changes += sequence.changes.size();
+        attention += sequence.looseClips.size() + unaskedDifferences(sequence).size();
+    }
+    const QString counted =
+        tr("%1 in %2").arg(changeCount(changes), sequenceCount(ledger().sequences.size()));
+    if (attention == 0) return counted;
+    if (attention == 1) return tr("%1, 1 needs your attention").arg(counted);
+    return tr("%1, %L2 need your attention").arg(counted).arg(attention);
+}
+
+// The texts of the run stay as they are. What it made follows them, and the way to a file.
+void DocumentWindow::prepareAlert(AlertRequest& request) {
+    if (ledger().sequences.empty() || cancelled_) return;
+    const bool hasCopies = hasResult();
+    if (!hasCopies && !runResult().delivered) return;
+    const QString note = runResult().delivered
+                             ? tr("%1.").arg(outcome())
+                             : tr("The tidied copies are made all the same: %1. Save them to a "
+                                  "file of their own.")
+                                   .arg(outcome());
+    request.informativeText += "\n\n" + toText(note);
+    if (!hasCopies) return;
+    request.defaultButtonTitle = toText(tr("Save Tidied Copy…"));
+    request.alternateButtonTitle = toText(tr("Not Now"));
+}
+
+void DocumentWindow::alertAnswered(long code) {
+    copyWhenEnded_ = hasResult() && code == alertDefaultReturn;
 }
 
 WindowRef DocumentWindow::window() { return windowRef(this); }
@@ -157,21 +254,42 @@ void DocumentWindow::runEnded() {
     running_ = false;
     // A run that could not read its file leaves its sheet up, to be cancelled once more.
     if (cancelled_) progress_->end();
-    // Also when the cancel came too late.
-    if (!runResult().cancelled) showReport();
-    std::size_t changes = 0;
-    for (const SequenceLedger& sequence : ledger().sequences) changes += sequence.changes.size();
-    if (runResult().cancelled)
-        showStatus(cancelledStatus());
-    else
-        showStatus(
-            tr("%1 in %2").arg(changeCount(changes), sequenceCount(ledger().sequences.size())));
     for (const Failure& failure : runResult().failures)
         // The run has shown all others itself.
         if (failure.code == FailureCode::internal)
             tell(tr("Processing failed"), toQString(failure.description()));
+    const bool cancelled = runResult().cancelled;
+    settleResults();
+    showOutcomes();
+    // Also when the cancel came too late.
+    showReport();
+    showStatus(cancelled ? cancelledStatus() : outcome());
     emit stateChanged();
-    if (closeWhenEnded_) close();
+    if (closeWhenEnded_)
+        close();
+    else if (std::exchange(copyWhenEnded_, false))
+        exportTidied();
+}
+
+// A run that made nothing leaves what was there before it.
+void DocumentWindow::settleResults() {
+    // The ledger is about to change under whoever shows it.
+    const auto hideReport = [this] {
+        report_->showLedger(nullptr, {});
+        tabs_->setTabEnabled(changesPage, false);
+    };
+    if (runResult().cancelled || (hadResult_ && !hasResult())) {
+        hideReport();
+        restoreResults();
+        options_ = earlierOptions_;
+        return;
+    }
+    if (earlier_ == Earlier::replace) replaceResults();
+    if (earlier_ == Earlier::join) {
+        hideReport();
+        joinResults();
+    }
+    if (hasResult()) setUnsaved(true);
 }
 
 void DocumentWindow::findChanges() {
@@ -196,7 +314,10 @@ bool DocumentWindow::saveTo(const std::string& path) {
                       });
         return false;
     }
-    setWindowModified(false);
+    // Results that are not part of the file are as unsaved as before.
+    if (documentChanged_) setUnsaved(false);
+    documentChanged_ = false;
+    mayOverwrite_ = true;
     setWindowFilePath(toQString(path));
     showStatus(tr("Saved to %1").arg(toQString(path)));
     emit pathChanged(toQString(path));
@@ -205,12 +326,78 @@ bool DocumentWindow::saveTo(const std::string& path) {
 }
 
 void DocumentWindow::save() {
-    if (!running_) saveTo(path());
+    if (running_) return;
+    if (!documentChanged_)
+        sayThatNothingChanged();
+    else if (mayOverwrite_)
+        saveTo(path());
+    else
+        saveOverFile();
+}
+
+void DocumentWindow::sayThatNothingChanged() {
+    const QString unchanged = tr("“%1” has not changed. Nothing was saved.").arg(displayName());
+    showStatus(unchanged);
+    if (!hasUnsavedResult()) return;
+    question_.ask(toText(unchanged), toText(tr("The tidied copies go to a file of their own.")),
+                  {toText(tr("Save Tidied Copy…")), toText(tr("Cancel"))}, windowRef(this),
+                  [this](long answer) {
+                      if (answer == alertDefaultReturn) exportTidied();
+                  });
+}
+
+void DocumentWindow::saveOverFile() {
+    AlertReply::Buttons buttons{toText(tr("Save Tidied Copy…")), toText(tr("Cancel"))};
+    buttons.otherButton = toText(tr("Save Over File"));
+    question_.ask(toText(tr("Save over “%1”?").arg(displayName())), toText(overwriteNotice()),
+                  buttons, windowRef(this), [this](long answer) {
+                      if (answer == alertDefaultReturn) exportTidied();
+                      if (answer == alertOtherReturn) saveTo(path());
+                  });
 }
 
 void DocumentWindow::saveAs() {
     if (running_) return;
     askForFile(tr("Save As"), displayName(), [this](const std::string& path) { saveTo(path); });
+}
+
+QString DocumentWindow::suggestedCopy() const {
+    const QFileInfo file(toQString(path()));
+    const QString suffix = file.suffix().isEmpty() ? QStringLiteral("xml") : file.suffix();
+    const QString base = tr("%1-Tidied").arg(file.completeBaseName());
+    const QDir folder = file.absoluteDir();
+    QString name = base + '.' + suffix;
+    for (int number = 2; folder.exists(name); ++number)
+        name = tr("%1 %2").arg(base).arg(number) + '.' + suffix;
+    return folder.filePath(name);
+}
+
+Outcome DocumentWindow::saveCopyTo(const std::string& path, Overwrite overwrite) {
+    if (!canExport()) return Failure{FailureCode::outputFailed, "there is no result to save", path};
+    if (QFileInfo(toQString(path)) == QFileInfo(toQString(this->path())))
+        return Failure{FailureCode::outputFailed,
+                       "a tidied copy cannot take the place of the opened file; choose another "
+                       "name for it",
+                       path};
+    const BusyCursor busy;
+    Outcome written = writeCopy(path, overwrite);
+    if (written) {
+        setUnsaved(false);
+        showStatus(tr("Saved to %1").arg(toQString(path)));
+    }
+    return written;
+}
+
+void DocumentWindow::saveTidiedCopy(std::function<void()> saved) {
+    if (!canExport()) return;
+    askForFile(tr("Save Tidied Copy"), QFileInfo(suggestedCopy()).fileName(),
+               [this, saved = std::move(saved)](const std::string& chosen) {
+                   if (const Outcome written = saveCopyTo(chosen); !written)
+                       tell(tr("The tidied copy could not be saved"),
+                            toQString(written.failure().description()));
+                   else if (saved)
+                       saved();
+               });
 }
 
 void DocumentWindow::askForFile(const QString& title, const QString& suggestion,
@@ -229,15 +416,18 @@ void DocumentWindow::askForFile(const QString& title, const QString& suggestion,
 
 void DocumentWindow::revert() {
     if (running_) return;
-    if (!isWindowModified()) {
+    if (!hasUnsavedResult()) {
         reload();
         return;
     }
+    AlertReply::Buttons buttons{toText(tr("Save Tidied Copy…")), toText(tr("Cancel"))};
+    buttons.otherButton = toText(tr("Revert"));
     question_.ask(
         toText(tr("Do you want to go back to the saved version of “%1”?").arg(displayName())),
-        toText(tr("What was done since will be lost.")),
-        {toText(tr("Revert")), toText(tr("Cancel"))}, windowRef(this), [this](long answer) {
-            if (answer == alertDefaultReturn) reload();
+        toText(tr("Its tidied copy is not saved, and will be lost.")), buttons, windowRef(this),
+        [this](long answer) {
+            if (answer == alertDefaultReturn) saveTidiedCopy([this] { reload(); });
+            if (answer == alertOtherReturn) reload();
         });
 }
 
@@ -269,7 +459,7 @@ void DocumentWindow::closeEvent(QCloseEvent* event) {
         QApplication::beep();
     } else if (running_) {
         askToStop();
-    } else if (isWindowModified() && !discardChanges_) {
+    } else if (hasUnsavedResult() && !discardChanges_) {
         askToSave();
     } else {
         event->accept();
@@ -291,15 +481,20 @@ void DocumentWindow::askToStop() {
 }
 
 void DocumentWindow::askToSave() {
-    question_.ask(toText(tr("Do you want to save the changes to “%1”?").arg(displayName())),
-                  toText(tr("They will be lost otherwise.")),
-                  {toText(tr("Save")), toText(tr("Cancel")), toText(tr("Don't Save"))},
-                  windowRef(this), [this](long answer) {
+    AlertReply::Buttons buttons{toText(tr("Save Tidied Copy…")), toText(tr("Cancel"))};
+    buttons.otherButton = toText(tr("Don't Save"));
+    question_.ask(toText(tr("Do you want to save the tidied copy of “%1”?").arg(displayName())),
+                  toText(tr("It will be lost otherwise.")), buttons, windowRef(this),
+                  [this](long answer) {
                       closeWhenEnded_ = false;
-                      if (answer == alertAlternateReturn) return;
-                      discardChanges_ = answer == alertOtherReturn;
-                      if (discardChanges_ || saveTo(path())) close();
+                      if (answer == alertDefaultReturn) saveTidiedCopy([this] { close(); });
+                      if (answer == alertOtherReturn) closeDiscarding();
                   });
+}
+
+void DocumentWindow::closeDiscarding() {
+    discardChanges_ = true;
+    close();
 }
 
 }  // namespace reelsweep

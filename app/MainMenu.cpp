@@ -67,7 +67,7 @@ void MainMenu::buildFileMenu() {
         add(menu, "sendToFCP:", tr("&Send to Final Cut Pro"), QKeySequence::Save,
             [this] { document_->sendToFCP(); });
         separator(menu);
-        add(menu, "exportTidied:", tr("&Export Tidied Sequences…"), QKeySequence(tr("Ctrl+E")),
+        add(menu, "exportTidied:", tr("Save &Tidied Copy…"), QKeySequence(tr("Ctrl+E")),
             [this] { document_->exportTidied(); });
         add(menu, "exportReport:", tr("Export Re&port…"), QKeySequence(tr("Ctrl+Shift+E")),
             [this] { document_->report().exportReport(); });
@@ -173,7 +173,7 @@ void MainMenu::validate() {
     if (!document_) return;
     validateSaving();
     const bool running = document_->isRunning();
-    const bool hasReport = document_->isShowingReport();
+    const bool hasReport = document_->hasReport();
     item("exportTidied:")->setEnabled(document_->canExport());
     item("exportReport:")->setEnabled(hasReport);
     item("findChanges:")->setEnabled(!running);

@@ -2,50 +2,298 @@
 
 #include "app/Text.h"
 #include "platform/Platform.h"
+#include "services/QVLog.h"
 
 #include <QCheckBox>
-#include <QCoreApplication>
-#include <QLayout>
+#include <QComboBox>
+#include <QGroupBox>
+#include <QHBoxLayout>
+#include <QInputDialog>
+#include <QLabel>
+#include <QPushButton>
+#include <QSignalBlocker>
+#include <QVBoxLayout>
+
+#include <algorithm>
 
 namespace reelsweep {
 
 namespace {
 
-QCheckBox* makeBox(const PassRow& pass) {
-    // The titles and summaries are those of the pass table; translations have its name.
-    const auto translated = [](std::string_view text) {
-        return QCoreApplication::translate("PassTable", std::string(text).c_str());
-    };
-    auto* const box = new QCheckBox(translated(pass.title));
-    const QString summary = translated(pass.summary);
-    box->setObjectName(toQString(pass.option) + QStringLiteral("CheckBox"));
-    box->setToolTip(summary.left(1).toUpper() + summary.mid(1));
-    box->setAccessibleDescription(box->toolTip());
-    return box;
+constexpr const char* presetsKey = "optionPresets";
+constexpr const char* keepPictureKey = "keepPicture";
+constexpr const char* importSafeKey = "importSafe";
+
+// What a pass does, for people who edit.
+QString sentenceOf(std::string_view option) {
+    const auto is = [&](const char* name) { return option == name; };
+    if (is("removeDisabledVideoClips"))
+        return OptionBoxes::tr("Takes out video clips that are switched off.");
+    if (is("removeDisabledAudioClips"))
+        return OptionBoxes::tr("Takes out audio clips that are switched off.");
+    if (is("removeSilentAudio"))
+        return OptionBoxes::tr("Takes out audio clips whose level is all the way down.");
+    if (is("removeUnusedTracks")) return OptionBoxes::tr("Takes out video tracks without clips.");
+    if (is("collapseTracks"))
+        return OptionBoxes::tr("Moves video clips down to the lowest track with room.");
+    if (is("collapseUncompositedClips"))
+        return OptionBoxes::tr("Also cuts away what full-frame clips above hide.");
+    if (is("collapseMultiClips"))
+        return OptionBoxes::tr("Only flags multiclips as collapsed; no angle is changed.");
+    if (is("replaceGaps"))
+        return OptionBoxes::tr("Fills holes on the first video track with slugs.");
+    if (is("removeFilters"))
+        return OptionBoxes::tr("Takes out all filters, and audio levels with them.");
+    if (is("removeMarkers")) return OptionBoxes::tr("Takes out all markers.");
+    if (is("removeVideoTransitions"))
+        return OptionBoxes::tr("Makes video dissolves and wipes plain cuts.");
+    if (is("removeAudioTransitions")) return OptionBoxes::tr("Makes audio fades plain cuts.");
+    return {};
+}
+
+OptionList optionsOf(const PropertyList& value) {
+    OptionList options;
+    if (const auto* const array = value.as<PropertyList::Array>())
+        for (const PropertyList& item : *array)
+            if (const auto* const name = item.as<std::string>()) options.push_back(*name);
+    return options;
+}
+
+PropertyList::Dictionary ownPresets() {
+    const auto stored = Platform::current().userDefaults->objectForKey(presetsKey);
+    const auto* const presets = stored ? stored->as<PropertyList::Dictionary>() : nullptr;
+    return presets ? *presets : PropertyList::Dictionary();
+}
+
+void storePresets(PropertyList::Dictionary presets) {
+    if (const auto error =
+            Platform::current().userDefaults->setObject(presetsKey, std::move(presets)))
+        QVLog::appendLog("Unable to store the presets - %@", error.message());
+}
+
+std::vector<OptionPreset> builtInPresets() {
+    return {{toText(OptionBoxes::tr("Picture turnover")), defaultPasses()},
+            {toText(OptionBoxes::tr("Sound turnover")),
+             {"removeDisabledAudioClips", "removeSilentAudio"}},
+            {toText(OptionBoxes::tr("Everything")), allPasses()}};
 }
 
 }  // namespace
 
-OptionBoxes::OptionBoxes(QLayout& layout, For format) {
-    for (const PassRow& pass : passTable()) {
-        if (format == For::fcpxml && !pass.appliesToFCPX) continue;
-        QCheckBox* const box = makeBox(pass);
-        const std::string key = defaultsKey(pass.option);
-        box->setChecked(Platform::current().userDefaults->integerForKey(key) == 1);
-        QObject::connect(box, &QCheckBox::toggled, box, [key](bool on) {
-            // A state that cannot be kept is no reason to bother anybody.
-            Platform::current().userDefaults->setObject(key, PropertyList(on ? 1 : 0));
-        });
-        layout.addWidget(box);
-        boxes_.push_back({pass.option, box});
+OptionBoxes::OptionBoxes(For format, QWidget* parent) : QWidget(parent), format_(format) {
+    auto* const layout = new QVBoxLayout(this);
+    layout->setContentsMargins(0, 0, 0, 0);
+    if (format == For::xmeml) addPresets(*layout);
+    addGroup(*layout, tr("Take out"),
+             {"removeDisabledVideoClips", "removeDisabledAudioClips", "removeSilentAudio"});
+    addGroup(*layout, tr("Collapse"),
+             {"collapseTracks", "collapseUncompositedClips", "collapseMultiClips",
+              "removeUnusedTracks"});
+    addGroup(*layout, tr("Fill"), {"replaceGaps"});
+    addGroup(
+        *layout, tr("Strip effects"),
+        {"removeFilters", "removeMarkers", "removeVideoTransitions", "removeAudioTransitions"});
+    addTheOthers(*layout);
+    if (format == For::xmeml) addCare(*layout);
+    // The order of the groups is for the eye, that of the table for the run.
+    const auto place = [](const Box& box) { return passNamed(box.option); };
+    std::sort(boxes_.begin(), boxes_.end(),
+              [&](const Box& a, const Box& b) { return place(a) < place(b); });
+    boxToggled();
+}
+
+void OptionBoxes::addPresets(QVBoxLayout& layout) {
+    auto* const row = new QHBoxLayout;
+    auto* const label = new QLabel(tr("&Options:"));
+    presets_ = new QComboBox;
+    presets_->setObjectName(QStringLiteral("presetsBox"));
+    presets_->setAccessibleName(tr("Preset"));
+    label->setBuddy(presets_);
+    auto* const save = new QPushButton(tr("Save &As…"));
+    save->setObjectName(QStringLiteral("savePresetBtn"));
+    save->setToolTip(tr("Keep the ticked options as a preset of your own"));
+    remove_ = new QPushButton(tr("&Delete"));
+    remove_->setObjectName(QStringLiteral("removePresetBtn"));
+    remove_->setToolTip(tr("Delete this preset of your own"));
+    row->addWidget(label);
+    row->addWidget(presets_, 1);
+    row->addWidget(save);
+    row->addWidget(remove_);
+    layout.addLayout(row);
+    fillPresets();
+    connect(presets_, &QComboBox::activated, this, [this] {
+        for (const OptionPreset& preset : presets())
+            if (toQString(preset.name) == presets_->currentText())
+                setCheckedOptions(preset.options);
+    });
+    connect(save, &QPushButton::clicked, this, &OptionBoxes::askForName);
+    connect(remove_, &QPushButton::clicked, this,
+            [this] { removePreset(presets_->currentText()); });
+}
+
+QVBoxLayout* OptionBoxes::addFrame(QVBoxLayout& layout, const QString& title) {
+    auto* const frame = new QGroupBox(title);
+    auto* const rows = new QVBoxLayout(frame);
+    rows->setSpacing(0);
+    const int gap = fontMetrics().height() / 4;
+    rows->setContentsMargins(2 * gap, gap, 2 * gap, gap);
+    layout.addWidget(frame);
+    return rows;
+}
+
+OptionBoxes::Box OptionBoxes::addBox(QVBoxLayout& rows, std::string_view option,
+                                     const QString& title, const QString& sentence) {
+    auto* const box = new QCheckBox(title);
+    box->setObjectName(toQString(option) + QStringLiteral("CheckBox"));
+    box->setToolTip(sentence);
+    box->setAccessibleDescription(sentence);
+    const std::string key = defaultsKey(option);
+    box->setChecked(Platform::current().userDefaults->integerForKey(key) == 1);
+    connect(box, &QCheckBox::toggled, this, [this, key](bool on) {
+        // A state that cannot be kept is no reason to bother anybody.
+        Platform::current().userDefaults->setObject(key, PropertyList(on ? 1 : 0));
+        boxToggled();
+    });
+    auto* const label = new QLabel(sentence);
+    QFont font = label->font();
+    font.setPointSizeF(font.pointSizeF() * 0.9);
+    label->setFont(font);
+    const int gap = fontMetrics().height() / 4;
+    label->setContentsMargins(fontMetrics().height() * 3 / 2, 0, 0, gap);
+    rows.addWidget(box);
+    rows.addWidget(label);
+    return {option, box, label};
+}
+
+void OptionBoxes::addGroup(QVBoxLayout& layout, const QString& title,
+                           const std::vector<std::string_view>& options) {
+    QVBoxLayout* rows = nullptr;
+    for (const std::string_view option : options) {
+        const PassRow& pass = *passNamed(option);
+        if (format_ == For::fcpxml && !pass.appliesToFCPX) continue;
+        if (!rows) rows = addFrame(layout, title);
+        // The titles are those of the pass table; translations have its name.
+        const QString name =
+            QCoreApplication::translate("PassTable", std::string(pass.title).c_str());
+        const QString sentence = sentenceOf(option);
+        boxes_.push_back(addBox(*rows, pass.option, name,
+                                sentence.isEmpty() ? toQString(pass.summary) : sentence));
     }
 }
+
+// A pass that no group names yet is offered all the same.
+void OptionBoxes::addTheOthers(QVBoxLayout& layout) {
+    std::vector<std::string_view> others;
+    for (const PassRow& pass : passTable())
+        if (std::none_of(boxes_.begin(), boxes_.end(),
+                         [&](const Box& box) { return box.option == pass.option; }))
+            others.push_back(pass.option);
+    addGroup(layout, tr("More"), others);
+}
+
+void OptionBoxes::addCare(QVBoxLayout& layout) {
+    QVBoxLayout* const rows = addFrame(layout, tr("Care"));
+    keepPicture_ = addBox(*rows, keepPictureKey, tr("Keep the picture"),
+                          tr("Leaves alone what would change picture or sound."))
+                       .box;
+    importSafe_ = addBox(*rows, importSafeKey, tr("Make it import everywhere"),
+                         tr("Mends links, ids and edges of the copies."))
+                      .box;
+}
+
+bool OptionBoxes::keepsPicture() const { return keepPicture_ && keepPicture_->isChecked(); }
+bool OptionBoxes::importsSafely() const { return importSafe_ && importSafe_->isChecked(); }
 
 OptionList OptionBoxes::checkedOptions() const {
     OptionList options;
     for (const Box& box : boxes_)
         if (box.box->checkState() == Qt::Checked) options.emplace_back(box.option);
     return options;
+}
+
+void OptionBoxes::setCheckedOptions(const OptionList& options) {
+    for (const Box& box : boxes_) box.box->setChecked(hasOption(options, box.option));
+}
+
+// What hides under other clips is only looked for where tracks are collapsed.
+void OptionBoxes::boxToggled() {
+    const bool collapses = hasOption(checkedOptions(), "collapseTracks");
+    for (const Box& box : boxes_)
+        if (box.option == "collapseUncompositedClips") {
+            box.box->setEnabled(collapses);
+            box.sentence->setEnabled(collapses);
+        }
+    showPreset();
+    emit changed();
+}
+
+// Presets
+
+std::vector<OptionPreset> OptionBoxes::presets() {
+    std::vector<OptionPreset> all = builtInPresets();
+    for (const auto& [name, options] : ownPresets())
+        all.push_back({name, optionsOf(options), true});
+    return all;
+}
+
+void OptionBoxes::fillPresets() {
+    presets_->clear();
+    presets_->addItem(tr("Custom"));
+    for (const OptionPreset& preset : presets()) presets_->addItem(toQString(preset.name));
+    showPreset();
+}
+
+void OptionBoxes::showPreset() {
+    if (!presets_) return;
+    int shown = 0;
+    bool isOwn = false;
+    int row = 0;
+    for (const OptionPreset& preset : presets()) {
+        ++row;
+        OptionList options = preset.options;
+        std::erase_if(options, [](const std::string& option) { return !passNamed(option); });
+        std::sort(options.begin(), options.end(),
+                  [](const auto& a, const auto& b) { return passNamed(a) < passNamed(b); });
+        if (options != checkedOptions()) continue;
+        shown = row;
+        isOwn = preset.isOwn;
+    }
+    const QSignalBlocker quiet(presets_);
+    presets_->setCurrentIndex(shown);
+    if (remove_) remove_->setEnabled(isOwn);
+}
+
+bool OptionBoxes::savePreset(const QString& name) {
+    const std::vector<OptionPreset> builtIn = builtInPresets();
+    const QString trimmed = name.trimmed();
+    const bool isTaken = std::any_of(builtIn.begin(), builtIn.end(), [&](const auto& preset) {
+        return toQString(preset.name) == trimmed;
+    });
+    if (trimmed.isEmpty() || isTaken || trimmed == tr("Custom")) return false;
+    PropertyList::Array options;
+    for (const std::string& option : checkedOptions()) options.emplace_back(option);
+    auto own = ownPresets();
+    own[toText(trimmed)] = PropertyList(std::move(options));
+    storePresets(std::move(own));
+    fillPresets();
+    return true;
+}
+
+void OptionBoxes::removePreset(const QString& name) {
+    auto own = ownPresets();
+    own.erase(toText(name));
+    storePresets(std::move(own));
+    fillPresets();
+}
+
+void OptionBoxes::askForName() {
+    auto* const dialog = new QInputDialog(this);
+    dialog->setAttribute(Qt::WA_DeleteOnClose);
+    dialog->setWindowTitle(tr("Save Preset"));
+    dialog->setLabelText(tr("&Name of the preset:"));
+    dialog->setOkButtonText(tr("Save"));
+    connect(dialog, &QInputDialog::textValueSelected, this, &OptionBoxes::savePreset);
+    dialog->open();
 }
 
 std::string OptionBoxes::defaultsKey(std::string_view option) {
@@ -59,6 +307,7 @@ void OptionBoxes::registerDefaults() {
     PropertyList::Dictionary defaults;
     for (const PassRow& pass : passTable())
         if (pass.onByDefault) defaults[defaultsKey(pass.option)] = PropertyList(1);
+    for (const char* const key : {keepPictureKey, importSafeKey}) defaults[key] = PropertyList(1);
     Platform::current().userDefaults->registerDefaults(defaults);
 }
 

@@ -1,42 +1,88 @@
-// OptionBoxes: the check boxes of a run's options, one for each pass, with their stored states.
+// OptionBoxes: the check boxes of a run in groups, one for each pass, and presets of them.
 //
 // A box is called after its option, "removeFiltersCheckBox". Its state is kept in the user
-// defaults, so that the next window starts with it.
+// defaults, so that the next window starts with it. So are the presets that the user made.
 // Owner: the window. Thread rule: main thread.
 #pragma once
 
 #include "tidy/PassTable.h"
+
+#include <QWidget>
 
 #include <string>
 #include <string_view>
 #include <vector>
 
 class QCheckBox;
-class QLayout;
+class QComboBox;
+class QPushButton;
+class QVBoxLayout;
 
 namespace reelsweep {
 
-class OptionBoxes {
+/// A choice of options under a name.
+struct OptionPreset {
+    std::string name;
+    OptionList options;
+    bool isOwn = false;  ///< made by the user
+};
+
+class OptionBoxes final : public QWidget {
+    Q_OBJECT
+
 public:
     enum class For { xmeml, fcpxml };
 
-    /// Puts the boxes into the layout, in the order of a run.
-    OptionBoxes(QLayout& layout, For format);
+    explicit OptionBoxes(For format, QWidget* parent = nullptr);
 
     /// The options whose boxes are on, in the order of a run.
     OptionList checkedOptions() const;
+    /// Whether a run keeps back what would change the picture, and makes its copies import.
+    bool keepsPicture() const;
+    bool importsSafely() const;
+    void setCheckedOptions(const OptionList& options);
+
+    /// Keeps the choice of the moment under a name; one of that name that the user made is
+    /// replaced. The names of the built-in ones are refused.
+    bool savePreset(const QString& name);
+    void removePreset(const QString& name);
+    /// The built-in presets, then the user's own.
+    static std::vector<OptionPreset> presets();
 
     /// The user-defaults key that keeps the state of an option's box.
     static std::string defaultsKey(std::string_view option);
     /// Registers the states of a new installation.
     static void registerDefaults();
 
+signals:
+    void changed();
+
 private:
     struct Box {
         std::string_view option;
         QCheckBox* box;
+        QWidget* sentence;
     };
-    std::vector<Box> boxes_;
+
+    void addPresets(QVBoxLayout& layout);
+    QVBoxLayout* addFrame(QVBoxLayout& layout, const QString& title);
+    void addGroup(QVBoxLayout& layout, const QString& title,
+                  const std::vector<std::string_view>& options);
+    void addTheOthers(QVBoxLayout& layout);
+    void addCare(QVBoxLayout& layout);
+    Box addBox(QVBoxLayout& rows, std::string_view option, const QString& title,
+               const QString& sentence);
+    void boxToggled();
+    void fillPresets();
+    void showPreset();
+    void askForName();
+
+    For format_;
+    std::vector<Box> boxes_;            ///< of the passes
+    QCheckBox* keepPicture_ = nullptr;  ///< null where it does not apply
+    QCheckBox* importSafe_ = nullptr;
+    QComboBox* presets_ = nullptr;  ///< null where there are too few options for it
+    QPushButton* remove_ = nullptr;
 };
 
 }  // namespace reelsweep

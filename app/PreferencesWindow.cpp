@@ -10,6 +10,7 @@
 #include <QHBoxLayout>
 #include <QListView>
 #include <QPushButton>
+#include <QShortcut>
 #include <QVBoxLayout>
 
 #include <algorithm>
@@ -34,6 +35,8 @@ FilterExclusions::FilterExclusions(QObject* parent) : QStringListModel(parent) {
 QModelIndex FilterExclusions::add() {
     const int row = rowCount();
     insertRow(row);
+    // An item without any text has no height, and its editor none either.
+    setData(index(row), QStringLiteral(""), Qt::EditRole);
     store();
     return index(row);
 }
@@ -64,13 +67,13 @@ PreferencesWindow::PreferencesWindow()
     : exclusions_(new FilterExclusions(this)),
       list_(new QListView),
       removeButton_(new QPushButton(tr("&Remove"))),
-      logging_(new QCheckBox(tr("&Send anonymous usage data"))) {
+      logging_(new QCheckBox(tr("Send anonymous &usage data"))) {
     setObjectName(QStringLiteral("preferencesWindow"));
     setAttribute(Qt::WA_DeleteOnClose);
     setAttribute(Qt::WA_QuitOnClose, false);
     setWindowTitle(tr("Preferences"));
 
-    auto* const openPanel = new QCheckBox(tr("&Ask for files when the application starts"));
+    auto* const openPanel = new QCheckBox(tr("Ask for &files when the application starts"));
     openPanel->setObjectName(QStringLiteral("openPanelCheckBox"));
     openPanel->setChecked(Platform::current().userDefaults->integerForKey(openPanelKey) == 1);
     connect(openPanel, &QCheckBox::toggled, this, [](bool on) {
@@ -84,6 +87,8 @@ PreferencesWindow::PreferencesWindow()
     layout->addWidget(makeExclusions(), 1);
     layout->addWidget(openPanel);
     layout->addWidget(logging_);
+    auto* const escape = new QShortcut(Qt::Key_Escape, this);
+    connect(escape, &QShortcut::activated, this, &QWidget::close);
     resize(fontMetrics().averageCharWidth() * 64, fontMetrics().height() * 22);
 }
 

@@ -6,6 +6,7 @@
 #include <QDialog>
 
 class QLabel;
+class QProgressBar;
 class QPushButton;
 
 namespace reelsweep {
@@ -19,7 +20,11 @@ public:
     /// Shows the sheet, ready to be cancelled.
     void begin();
     void end();
+    /// What is being done at the moment.
     void setLabelText(const QString& text);
+    /// Which of the sequences is in work: "Reel 2 (3 of 13)"; the position counts from 1. The bar
+    /// shows the sequences that are done, and some of this one with each new label.
+    void setSequence(const QString& title, std::size_t position, std::size_t count);
 
     /// Escape, the window's close button and the Cancel button are one thing.
     void reject() override;
@@ -28,8 +33,12 @@ signals:
     void cancelled();
 
 private:
+    QLabel* sequence_;
     QLabel* label_;
+    QProgressBar* bar_;
     QPushButton* cancelButton_;
+    int done_ = 0;   ///< of the bar, before the sequence in work
+    int steps_ = 0;  ///< labels since it began
 };
 
 }  // namespace reelsweep

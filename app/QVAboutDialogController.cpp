@@ -1,8 +1,8 @@
 #include "app/QVAboutDialogController.h"
 
 #include "app/InterfaceDescription.h"
+#include "app/Placement.h"
 #include "app/Text.h"
-#include "base/Format.h"
 #include "platform/Platform.h"
 #include "platform/PropertyList.h"
 
@@ -10,9 +10,8 @@
 #include <QFile>
 #include <QIcon>
 #include <QLabel>
+#include <QShortcut>
 #include <QTextBrowser>
-
-#include <filesystem>
 
 namespace reelsweep {
 
@@ -32,12 +31,21 @@ std::string groupValue(const char* key) {
     return text ? *text : std::string();
 }
 
-std::string versionText() {
+// "1.2", "1.2 (1234)"; empty without a version.
+std::string versionWithBuild(const std::string& version, const std::string& build) {
+    return build.empty() || build == version ? version : version + " (" + build + ")";
+}
+
+QString versionText() {
     const Bundle& bundle = *Platform::current().bundle;
-    return formatText("%@ (%@)\n\n%@ %@ (%@)",
-                      bundle.infoValue("CFBundleShortVersionString").value_or(""),
-                      bundle.infoValue("CFBundleVersion").value_or(""), "Cutbench",
-                      groupValue("QVGroupVersionString"), groupValue("QVGroupVersion"));
+    const std::string own =
+        versionWithBuild(bundle.infoValue("CFBundleShortVersionString").value_or(""),
+                         bundle.infoValue("CFBundleVersion").value_or(""));
+    const std::string group =
+        versionWithBuild(groupValue("QVGroupVersionString"), groupValue("QVGroupVersion"));
+    QString text = QApplication::translate("QVAbout", "Version %1").arg(toQString(own));
+    if (!group.empty()) text += QStringLiteral("\n\nCutbench ") + toQString(group);
+    return text;
 }
 
 void showCredits(QWidget& window, QTextBrowser& view) {
@@ -62,6 +70,9 @@ bool QVAboutDialogController::show() {
         window_->setAttribute(Qt::WA_DeleteOnClose);
         window_->setAttribute(Qt::WA_QuitOnClose, false);
         awakeFromNib(*window_);
+        auto* const escape = new QShortcut(Qt::Key_Escape, window_);
+        QObject::connect(escape, &QShortcut::activated, window_, &QWidget::close);
+        placeOver(*window_, QApplication::activeWindow());
     }
     window_->show();
     window_->raise();
@@ -73,12 +84,10 @@ void QVAboutDialogController::awakeFromNib(QWidget& window) {
     outlet<QLabel>(window, "iconView")
         ->setPixmap(QApplication::windowIcon().pixmap(QSize(pictureSize, pictureSize),
                                                       window.devicePixelRatio()));
-    const std::filesystem::path executable =
-        Platform::current().bundle->executablePath().value_or("");
-    const QString name = toQString(executable.stem().string());
+    const QString name = QApplication::applicationDisplayName();
     window.setWindowTitle(QApplication::translate("QVAbout", "About %1").arg(name));
     outlet<QLabel>(window, "nameLabel")->setText(name);
-    outlet<QLabel>(window, "versionLabel")->setText(toQString(versionText()));
+    outlet<QLabel>(window, "versionLabel")->setText(versionText());
     showCredits(window, *outlet<QTextBrowser>(window, "creditsView"));
 }
 

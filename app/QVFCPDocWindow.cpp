@@ -1,13 +1,14 @@
 #include "app/QVFCPDocWindow.h"
 
+#include "app/CheckHeader.h"
 #include "app/InterfaceDescription.h"
 #include "app/Text.h"
 
-#include <QFileInfo>
-#include <QGuiApplication>
+#include <QFrame>
 #include <QHeaderView>
 #include <QKeyEvent>
-#include <QPushButton>
+#include <QScrollArea>
+#include <QScrollBar>
 #include <QTableView>
 
 namespace reelsweep {
@@ -23,12 +24,23 @@ QVFCPDocWindow::QVFCPDocWindow()
 
 void QVFCPDocWindow::buildTable() {
     table_ = outlet<QTableView>(*content(), "sequenceTableView");
+    auto* const columns = new CheckHeader(SequenceModel::selectedColumn);
+    table_->setHorizontalHeader(columns);
     table_->setModel(model_);
     table_->installEventFilter(this);
-    QHeaderView* const columns = table_->horizontalHeader();
+    connect(columns, &CheckHeader::boxClicked, this, &QVFCPDocWindow::selectAllSequences);
+    columns->setAccessibleName(tr("Columns of the sequences"));
     columns->setHighlightSections(false);
     columns->setSectionResizeMode(SequenceModel::selectedColumn, QHeaderView::ResizeToContents);
     columns->setSectionResizeMode(SequenceModel::sequenceColumn, QHeaderView::Stretch);
+    const int width = fontMetrics().averageCharWidth();
+    columns->setMinimumSectionSize(width * 5);
+    const std::pair<int, int> widths[] = {
+        {SequenceModel::durationColumn, 14}, {SequenceModel::rateColumn, 8},
+        {SequenceModel::videoColumn, 5},     {SequenceModel::audioColumn, 5},
+        {SequenceModel::itemsColumn, 8},     {SequenceModel::outcomeColumn, 34}};
+    for (const auto& [column, characters] : widths)
+        table_->setColumnWidth(column, width * characters);
     // Rows of one height: nobody measures ten thousand of them.
     QHeaderView* const rows = table_->verticalHeader();
     rows->hide();
@@ -36,12 +48,14 @@ void QVFCPDocWindow::buildTable() {
     rows->setDefaultSectionSize(table_->fontMetrics().height() * 8 / 5);
     columns->setResizeContentsPrecision(0);
 
-    auto* const exportButton = outlet<QPushButton>(*content(), "exportBtn");
-    connect(exportButton, &QPushButton::clicked, this, &QVFCPDocWindow::exportTidied);
-    connect(this, &DocumentWindow::stateChanged, this,
-            [this, exportButton] { exportButton->setVisible(canExport()); });
+    // Wide enough for the options beside a scroll bar.
+    auto* const options = outlet<QScrollArea>(*content(), "optionsArea");
+    options->setMinimumWidth(options->widget()->sizeHint().width() +
+                             options->verticalScrollBar()->sizeHint().width());
+    banner_ = outlet<QFrame>(*content(), "banner");
+    banner_->hide();
     resize(sizeHint().expandedTo(
-        QSize(fontMetrics().averageCharWidth() * 150, fontMetrics().height() * 32)));
+        QSize(fontMetrics().averageCharWidth() * 190, fontMetrics().height() * 56)));
 }
 
 Outcome QVFCPDocWindow::read(const std::string& path) {
@@ -52,6 +66,7 @@ Outcome QVFCPDocWindow::read(const std::string& path) {
     populated_ = false;
     model_->setRecords(noRecords);
     document_ = std::move(document);
+    banner_->setVisible(!isFCPProject() && !document_->hasProjectNode());
     return opened;
 }
 
@@ -63,7 +78,9 @@ void QVFCPDocWindow::reloadTable() {
     populated_ = true;
     model_->setRecords(records);
     if (model_->rowCount() > 0) table_->setCurrentIndex(model_->index(0, 0));
-    document_->setAllSelected(false);
+    // With one sequence there is nothing to choose.
+    document_->setAllSelected(model_->rowCount() == 1 && !isFCPProject());
+    table_->setFocus();
     if (const auto failure = document_->listFailure())
         tell(tr("The sequences could not be listed"), toQString(failure->description()));
 }
@@ -100,6 +117,9 @@ bool QVFCPDocWindow::eventFilter(QObject* watched, QEvent* event) {
 
 void QVFCPDocWindow::startRun(const OptionList& options, std::function<void()> ended) {
     processedRecords_ = document_->sequenceArray();
+    document_->setKeepsPicture(boxes().keepsPicture());
+    document_->setImportsSafely(boxes().importsSafely());
+    document_->setProvesPicture(true);
     document_->process(options, std::move(ended));
 }
 
@@ -110,24 +130,10 @@ void QVFCPDocWindow::sendToFCP() {
     setBusy(false);
 }
 
-bool QVFCPDocWindow::canExport() const {
-    // What a cancelled run leaves behind is in part tidied and in part not.
-    return !isRunning() && !runResult().cancelled && document_->hasResults();
-}
-
-void QVFCPDocWindow::exportTidied() {
-    if (!canExport()) return;
-    const QString name = QFileInfo(toQString(path())).completeBaseName() + tr("-Tidied.xml");
-    askForFile(tr("Export Tidied Sequences"), name, [this](const std::string& chosen) {
-        QGuiApplication::setOverrideCursor(Qt::WaitCursor);
-        const Outcome written = document_->exportTidied(chosen);
-        QGuiApplication::restoreOverrideCursor();
-        if (written)
-            showStatus(tr("Exported to %1").arg(toQString(chosen)));
-        else
-            tell(tr("The tidied sequences could not be exported"),
-                 toQString(written.failure().description()));
-    });
+QString QVFCPDocWindow::overwriteNotice() const {
+    return tr(
+        "The file gets a new bin “Reelsweep” with the tidied copies; the sequences that it "
+        "holds stay as they are. To leave the file alone, save a tidied copy.");
 }
 
 ReportedDocument QVFCPDocWindow::reported() const {
@@ -145,9 +151,17 @@ QString QVFCPDocWindow::idleStatus() const {
     const int count = model_->rowCount();
     if (!populated_) return tr("Listing the sequences…");
     if (count == 0) return tr("This file holds no sequence.");
-    return tr("%L1 of %2 ticked")
-        .arg(model_->selectedCount())
-        .arg(sequenceCount(static_cast<std::size_t>(count)));
+    const QString ticked = tr("%L1 of %2 ticked")
+                               .arg(model_->selectedCount())
+                               .arg(sequenceCount(static_cast<std::size_t>(count)));
+    const QString reason = whyNotProcess();
+    return reason.isEmpty() ? ticked : tr("%1. %2").arg(ticked, reason);
+}
+
+QString QVFCPDocWindow::whyNotProcess() const {
+    if (!populated_) return tr("The sequences are being listed.");
+    if (model_->rowCount() == 0) return tr("This file holds no sequence.");
+    return model_->selectedCount() == 0 ? tr("Tick a sequence to process it.") : QString();
 }
 
 }  // namespace reelsweep

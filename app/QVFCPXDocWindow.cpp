@@ -6,7 +6,7 @@ QVFCPXDocWindow::QVFCPXDocWindow()
     : DocumentWindow(QStringLiteral("QVFCPXDoc"), OptionBoxes::For::fcpxml),
       document_(std::make_unique<QVFCPXDoc>(*this)) {
     resize(sizeHint().expandedTo(
-        QSize(fontMetrics().averageCharWidth() * 90, fontMetrics().height() * 26)));
+        QSize(fontMetrics().averageCharWidth() * 190, fontMetrics().height() * 30)));
 }
 
 Outcome QVFCPXDocWindow::read(const std::string& path) {
@@ -15,6 +15,16 @@ Outcome QVFCPXDocWindow::read(const std::string& path) {
     hasShownFailure_ = document->hasShownFailure();
     if (opened) document_ = std::move(document);
     return opened;
+}
+
+QString QVFCPXDocWindow::overwriteNotice() const {
+    return tr(
+        "The file is replaced by its tidied version. To leave the file alone, save a tidied "
+        "copy.");
+}
+
+QString QVFCPXDocWindow::whyNotProcess() const {
+    return boxes().checkedOptions().empty() ? tr("Tick what is to be stripped.") : QString();
 }
 
 ReportedDocument QVFCPXDocWindow::reported() const {

@@ -20,6 +20,13 @@ public:
 protected:
     Outcome read(const std::string& path) override;
     Outcome write(const std::string& path) override { return document_->saveToURL(path); }
+    bool hasResult() const override { return document_->hasTidied(); }
+    Outcome writeCopy(const std::string& path, Overwrite overwrite) const override {
+        return document_->writeToURL(path, overwrite);
+    }
+    QString overwriteNotice() const override;
+    void setResultsAside() override { document_->setResultsAside(); }
+    void restoreResults() override { document_->restoreResults(); }
     void startRun(const OptionList& options, std::function<void()> ended) override {
         document_->process(options, std::move(ended));
     }
@@ -27,11 +34,8 @@ protected:
     const ChangeLedger& ledger() const override { return document_->changeLedger(); }
     const RunResult& runResult() const override { return document_->runResult(); }
     ReportedDocument reported() const override;
-    /// What an earlier run made is gone too.
-    QString cancelledStatus() const override {
-        return tr("Cancelled. There is no result to save.");
-    }
-    QString idleStatus() const override { return {}; }
+    QString idleStatus() const override { return whyNotProcess(); }
+    QString whyNotProcess() const override;
 
 private:
     bool hasShownFailure_ = false;

@@ -36,6 +36,14 @@ StartWindow::StartWindow()
     QFont large = prompt->font();
     large.setPointSizeF(large.pointSizeF() * 1.3);
     prompt->setFont(large);
+    auto* const help =
+        new QLabel(tr("Reelsweep takes interchange XML (XMEML, .xml) and FCPXML (.fcpxml):\n"
+                      "Premiere Pro: File › Export › Final Cut Pro XML\n"
+                      "DaVinci Resolve: File › Export › Timeline, as FCP 7 XML\n"
+                      "Final Cut Pro 7: File › Export › XML\n"
+                      "Final Cut Pro X: File › Export XML, from a project"));
+    help->setObjectName(QStringLiteral("helpLabel"));
+    help->setAlignment(Qt::AlignLeft);
     auto* const open = new QPushButton(tr("&Open…"));
     open->setObjectName(QStringLiteral("openBtn"));
     open->setDefault(true);
@@ -55,11 +63,13 @@ StartWindow::StartWindow()
     layout->addWidget(icon);
     layout->addWidget(prompt);
     layout->addWidget(open, 0, Qt::AlignCenter);
+    layout->addSpacing(fontMetrics().height());
+    layout->addWidget(help, 0, Qt::AlignCenter);
     layout->addStretch();
     layout->addWidget(recentLabel_);
     layout->addWidget(recent_);
     setCentralWidget(page);
-    resize(fontMetrics().averageCharWidth() * 80, fontMetrics().height() * 26);
+    resize(fontMetrics().averageCharWidth() * 80, fontMetrics().height() * 34);
 }
 
 void StartWindow::setRecentFiles(const QStringList& paths) {

@@ -1,11 +1,12 @@
 #include "app/AppController.h"
 #include "app/TerminationSignals.h"
 #include "app/Text.h"
-#include "platform/Platform.h"
+#include "platform/posix/CommandLinePlatform.h"
 #include "platform/qt/QtAlertPresenter.h"
 #include "platform/qt/QtMainThread.h"
 #include "platform/qt/QtWorkspace.h"
 #include "services/QVLog.h"
+#include "xml/TreeMemory.h"
 
 #include <QApplication>
 #include <QIcon>
@@ -24,14 +25,12 @@ constexpr const char* usage =
     "  -h, --help     this text\n"
     "  -v, --version  the version\n";
 
-std::string version() {
-    return reelsweep::Platform::current()
-        .bundle->infoValue("CFBundleShortVersionString")
-        .value_or("unknown");
+std::string versionOf(const reelsweep::Bundle& program) {
+    return program.infoValue("CFBundleShortVersionString").value_or("unknown");
 }
 
 // Options that need no windows, and so no display. True when there was one.
-bool answeredWithoutWindows(int argc, char** argv) {
+bool answeredWithoutWindows(int argc, char** argv, const reelsweep::Bundle& program) {
     for (int i = 1; i < argc; ++i) {
         const std::string_view argument = argv[i];
         if (argument == "--") return false;
@@ -40,7 +39,7 @@ bool answeredWithoutWindows(int argc, char** argv) {
             return true;
         }
         if (argument == "-v" || argument == "--version") {
-            std::printf("reelsweep %s\n", version().c_str());
+            std::printf("reelsweep %s\n", versionOf(program).c_str());
             return true;
         }
     }
@@ -57,19 +56,20 @@ QStringList filesOf(QStringList arguments) {
 
 int main(int argc, char** argv) {
     using namespace reelsweep;
-    if (answeredWithoutWindows(argc, argv)) return 0;
+    useTreeMemory();
+    Platform platform = commandLinePlatform();
+    if (answeredWithoutWindows(argc, argv, *platform.bundle)) return 0;
     QApplication application(argc, argv);
     QApplication::setApplicationName(QStringLiteral("Reelsweep"));
     QApplication::setApplicationDisplayName(QStringLiteral("Reelsweep"));
     QApplication::setDesktopFileName(QStringLiteral("com.quorvane.Reelsweep"));
     QApplication::setWindowIcon(QIcon(QStringLiteral(":/images/com.quorvane.Reelsweep.svg")));
 
-    Platform platform = Platform::commandLine();
     platform.mainThread = std::make_unique<QtMainThread>();
     platform.alertPresenter = std::make_unique<QtAlertPresenter>();
     platform.workspace = std::make_unique<QtWorkspace>();
     Platform::install(std::move(platform));
-    QApplication::setApplicationVersion(toQString(version()));
+    QApplication::setApplicationVersion(toQString(versionOf(*Platform::current().bundle)));
 
     int code = 0;
     {

@@ -11,7 +11,7 @@ std::string Failure::description() const {
     }
     if (!text.empty()) text += ": ";
     text += message;
-    if (!detail.empty()) text.append(". ").append(detail);
+    if (!detail.empty()) text.append(": ").append(detail);
     if (!element.empty()) text.append(" (in element \"").append(element).append("\")");
     return text;
 }

@@ -18,6 +18,7 @@ enum class FailureCode {
     inputInvalid,     ///< a file was read and is not valid
     outputFailed,     ///< a result could not be written
     processing,       ///< a sequence or the delivery failed
+    notTheSame,       ///< what was asked to be the same is not, or would not import
     cancelled,        ///< the user cancelled
     internal,         ///< a mistake of the program
 };
@@ -31,7 +32,7 @@ struct Failure {
     std::string element = {};  ///< the name of the element concerned, or empty
     std::string detail = {};   ///< a sentence more: the cause, or what to do; or empty
 
-    /// "file:line:column: message. detail", leaving out what is not known.
+    /// "file:line:column: message: detail", leaving out what is not known.
     std::string description() const;
 };
 

@@ -1,5 +1,9 @@
 #include "base/FileReplacement.h"
 
+#include "base/ExtendedAttributes.h"
+#include "base/StaleSiblings.h"
+#include "base/UniqueDescriptor.h"
+
 #include <atomic>
 #include <cerrno>
 #include <cstdio>
@@ -12,6 +16,9 @@
 namespace reelsweep {
 
 FileReplacement::FileReplacement(std::string path) : path_(std::move(path)) {
+    const std::size_t slash = path_.rfind('/');
+    removeStaleSiblings(slash == std::string::npos ? "." : path_.substr(0, slash + 1),
+                        path_.substr(slash == std::string::npos ? 0 : slash + 1) + ".", "");
     // Not mkstemp: its files are private for good, while here the user's umask decides.
     static std::atomic<unsigned> counter = 0;
     do {
@@ -24,8 +31,12 @@ FileReplacement::FileReplacement(std::string path) : path_(std::move(path)) {
         temporary_.clear();
         return;
     }
-    struct stat old {};
-    if (::stat(path_.c_str(), &old) == 0 && ::fchmod(descriptor_, old.st_mode & 0777) != 0) fail();
+    markInUse(descriptor_);
+    const UniqueDescriptor old(::open(path_.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+    struct stat status {};
+    if (::stat(path_.c_str(), &status) == 0 && ::fchmod(descriptor_, status.st_mode & 0777) != 0)
+        fail();
+    if (old && !error_) error_ = copyExtendedAttributes(old.get(), descriptor_);
 }
 
 FileReplacement::~FileReplacement() {

@@ -12,6 +12,8 @@ std::atomic<LogSink*> currentSink = nullptr;
 
 void Log::setSink(LogSink* sink) { currentSink = sink; }
 
+bool Log::hasSink() { return currentSink.load(std::memory_order_acquire) != nullptr; }
+
 void Log::send(std::string_view format, std::span<const FormatArgument> arguments,
                LogSink::Urgency urgency) {
     if (LogSink* const sink = currentSink.load(std::memory_order_acquire))

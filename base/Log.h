@@ -1,8 +1,8 @@
 // Log: where the library's own lines go.
 //
-// The library is silent until a program gives it a sink; QVLog, the application log, is one. Formats
-// are those of base/Format.h; a line is formatted by the sink, so one that nobody reads costs
-// nothing. Owner: the program owns the sink, which must outlive its use here.
+// The library is silent until a program gives it a sink; QVLog, the application log, is one.
+// Formats are those of base/Format.h; a line is formatted by the sink, so one that nobody reads
+// costs nothing. Owner: the program owns the sink, which must outlive its use here.
 // Thread rule: any thread for everything; a sink takes lines from any thread.
 #pragma once
 
@@ -29,6 +29,8 @@ class Log {
 public:
     /// From now on lines go to this sink; null for none.
     static void setSink(LogSink* sink);
+    /// True while somebody takes the lines.
+    static bool hasSink();
 
     /// One line.
     template <class... Args>

@@ -5,7 +5,9 @@
 #include "bench/ChildProcess.h"
 #include "bench/ProjectGenerator.h"
 #include "bench/Steps.h"
+#include "platform/posix/CommandLinePlatform.h"
 #include "services/QVLog.h"
+#include "xml/TreeMemory.h"
 
 #include <fmt/format.h>
 #include <unistd.h>
@@ -201,6 +203,7 @@ void runBenchmarks(const fs::path& parent, std::size_t items, int runs) {
     std::setvbuf(stdout, nullptr, _IOLBF,
                  0);  // a run takes minutes: show each table when it is there
     const WorkFolder folder(parent);
+    Platform::install(commandLinePlatform());
     QVLog::createNewLog("reelsweep-bench", true);
     fmt::print("{}; files on {} ({})\n\n", machine(), fileSystemOf(folder.path()), parent.string());
     const Bench bench{folder, items, runs};
@@ -247,6 +250,8 @@ int main(int argc, char** argv) {
             reelsweep::floorProcess(floorPaths[0], floorPaths[1], floorPaths[2]);
             return 0;
         }
+        // The floor has pugixml as it is.
+        reelsweep::useTreeMemory();
         if (quick) items = std::max<std::size_t>(items / 10, 4);
         reelsweep::runBenchmarks(
             folder.empty() ? reelsweep::defaultFolder(items) : std::filesystem::path(folder), items,

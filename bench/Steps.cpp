@@ -1,69 +1,85 @@
 #include "bench/Steps.h"
 
 #include "bench/ChildProcess.h"
-#include "shell/QVFCPDoc.h"
-#include "shell/SilentView.h"
+#include "documents/SequenceDocument.h"
 
 #include <algorithm>
 #include <chrono>
+#include <iterator>
+#include <map>
+#include <memory>
 #include <stdexcept>
 
 namespace reelsweep {
 
 namespace {
 
+using Clock = std::chrono::steady_clock;
+
+double millisecondsSince(Clock::time_point start) {
+    return std::chrono::duration<double, std::milli>(Clock::now() - start).count();
+}
+
+// Times each step of a run, from before() to after().
+class StepTimer final : public StepObserver {
+public:
+    explicit StepTimer(std::vector<Step>& steps) : steps_(steps) {}
+
+    void before(const PassStep&, const TimelineEdit&) override { start_ = Clock::now(); }
+    void after(const PassStep& step, const TimelineEdit&) override {
+        const double time = millisecondsSince(start_);
+        // An option that is several steps has a line for each of its turns.
+        static constexpr const char* ordinals[] = {"", "2nd", "3rd", "4th", "5th"};
+        std::string name(step.option);
+        if (const std::size_t turn = turns_[name]++; turn > 0)
+            name += std::string(", ") + ordinals[std::min(turn, std::size(ordinals) - 1)];
+        steps_.push_back({name, time});
+    }
+
+private:
+    std::vector<Step>& steps_;
+    std::map<std::string, std::size_t> turns_;
+    Clock::time_point start_;
+};
+
 std::vector<Step> timeStepsOnce(const std::string& input, const std::string& output) {
-    SilentView view;
-    QVFCPDoc document(view);
     std::vector<Step> steps;
     const auto step = [&](const char* name, const std::function<bool()>& work) {
         bool done = false;
         steps.push_back({name, milliseconds([&] { done = work(); })});
         require(done, std::string(name) + " failed");
     };
+    std::unique_ptr<XMEMLDocument> document;
     step("load", [&] {
-        const bool loaded = document.readFromURL(input).ok();
-        document.waitUntilPopulated();
-        return loaded && !document.sequenceArray()->empty();
+        auto opened = XMEMLDocument::open(input);
+        if (opened) document = std::move(*opened);
+        return document && !document->sequences().empty();
     });
-    XMLNode sequence;
+    const XMLNode source = document->sequences().front().node;
+    XMLNode copy;
     step("copy of the sequence", [&] {
-        sequence = document.sequenceArray()->front()->xmlRepresentation.copy();
-        return bool(sequence);
+        copy = source.copy();
+        return bool(copy);
     });
-    const auto pass = [&](const char* name, XMLNode (QVFCPDoc::*operation)(XMLNode)) {
-        step(name, [&] { return bool((document.*operation)(sequence)); });
-    };
-    const auto collapse = [&](const char* name, bool reverse) {
-        step(name, [&] { return bool(document.collapseTracks(sequence, reverse)); });
-    };
-    for (const char* type : {"video", "audio"})
-        step(*type == 'v' ? "removeDisabledClips, video" : "removeDisabledClips, audio",
-             [&] { return bool(document.removeDisabledClips(sequence, type)); });
-    pass("removeSilentAudioClips", &QVFCPDoc::removeSilentAudioClips);
-    pass("removeObscuredClips", &QVFCPDoc::removeObscuredClips);
-    collapse("collapseTracks, reverse", true);
-    collapse("collapseTracks", false);
-    pass("mergeClips", &QVFCPDoc::mergeClips);
-    collapse("collapseTracks, again", false);
-    pass("collapseMulticlips", &QVFCPDoc::collapseMulticlips);
-    pass("removeUnusedTracks", &QVFCPDoc::removeUnusedTracks);
-    pass("replaceGapsWithSlugs", &QVFCPDoc::replaceGapsWithSlugs);
-    pass("removeFilters", &QVFCPDoc::removeFilters);
-    pass("removeMarkers", &QVFCPDoc::removeMarkers);
-    pass("removeVideoTransitions", &QVFCPDoc::removeVideoTransitions);
-    pass("removeAudioTransitions", &QVFCPDoc::removeAudioTransitions);
-    step("save", [&] { return document.writeToURL(output).ok(); });
+    StepTimer timer(steps);
+    const auto tidied = tidySequence(copy, source, {.passes = allPasses()}, {.observer = &timer});
+    require(tidied.ok(), "the tidy failed");
+    std::shared_ptr<const XMLDocument> result;
+    step("delivery", [&] {
+        auto delivered = document->deliver({&copy, 1}, {.delivery = Delivery::project}, {});
+        if (delivered) result = std::move(*delivered);
+        return result != nullptr;
+    });
+    step("save", [&] { return saveDocument(*result, output, {}).ok(); });
     return steps;
 }
 
 }  // namespace
 
 double milliseconds(const std::function<void()>& work) {
-    const auto start = std::chrono::steady_clock::now();
+    const Clock::time_point start = Clock::now();
     work();
-    return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start)
-        .count();
+    return millisecondsSince(start);
 }
 
 double median(std::vector<double> values) {

@@ -2,7 +2,7 @@
 
 #include "cli/Interruption.h"
 #include "cli/StandardStreams.h"
-#include "platform/Platform.h"
+#include "platform/posix/CommandLinePlatform.h"
 #include "platform/posix/ConsoleAlertPresenter.h"
 #include "platform/posix/QueueMainThread.h"
 #include "platform/posix/StandardConsole.h"
@@ -42,7 +42,7 @@ private:
 }  // namespace
 
 Application::Application() {
-    Platform platform = Platform::commandLine();
+    Platform platform = commandLinePlatform();
     auto mainThread = std::make_unique<QueueMainThread>();
     platform.console = std::make_unique<TerminalConsole>(*mainThread, terminal_);
     mainThread_ = mainThread.get();

@@ -51,10 +51,31 @@ constexpr std::string_view passesFooter = R"(Examples:
   reelsweep-cli passes
   reelsweep-cli tidy film.xml --passes removeFilters,removeMarkers)";
 
+constexpr std::string_view checkFooter =
+    R"(Looked for are links, ids, files, edges, source ranges, ticks and the order of
+items. How the picture looks is not.
+
+Examples:
+  reelsweep-cli check film-Tidied.xml
+  reelsweep-cli check --json film.xml | jq -r '.faults[].kind' | sort | uniq -c)";
+
 constexpr std::string_view projectsFooter = R"(Examples:
   reelsweep-cli projects
   reelsweep-cli projects --json | jq -r '.[]'
       the paths alone, for scripts)";
+
+constexpr std::string_view diffFooter = R"(Examples:
+  reelsweep-cli diff cut_v06.xml cut_v07.xml
+      what changed between two versions of a cut, clip by clip
+  reelsweep-cli diff film-Tidied.xml
+Ends with code 0 when nothing changed, with 6 when something did.)";
+
+constexpr std::string_view verifyFooter = R"(Examples:
+  reelsweep-cli verify film-Tidied.xml
+      each sequence with its tidied copy in the same file
+  reelsweep-cli verify film.xml conformed.xml --sequence "Reel 1=Reel 1 v2"
+      any two sequences, also from other programs
+Ends with code 0 when all are the same, with 6 when not.)";
 
 // The commands as data: this table drives dispatch and help.
 struct CommandRow {
@@ -64,13 +85,16 @@ struct CommandRow {
     CommandRun (*define)(CLI::App& parser);
 };
 
-constexpr std::array<CommandRow, 4> table = {{
+constexpr auto table = std::to_array<CommandRow>({
     {"list", "list the sequences of a file", listFooter, defineList},
     {"tidy", "tidy the sequences of files", tidyFooter, defineTidy},
     {"passes", "list the clean-up passes", passesFooter, definePasses},
+    {"check", "list what an importer would stumble over in a file", checkFooter, defineCheck},
     {"projects", "list the projects that are open in Final Cut Pro", projectsFooter,
      defineProjects},
-}};
+    {"diff", "list what changed between two cuts, clip by clip", diffFooter, defineDiff},
+    {"verify", "compare what two sequences show, frame by frame", verifyFooter, defineVerify},
+});
 
 std::string generalHelp() {
     std::string help =

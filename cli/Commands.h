@@ -19,10 +19,13 @@ using CommandRun = std::function<ExitCode(Application&)>;
 
 // Each gives the parser its command's options; the answer keeps their values.
 
+CommandRun defineCheck(CLI::App& parser);
+CommandRun defineDiff(CLI::App& parser);
 CommandRun defineList(CLI::App& parser);
 CommandRun definePasses(CLI::App& parser);
 CommandRun defineProjects(CLI::App& parser);
 CommandRun defineTidy(CLI::App& parser);
+CommandRun defineVerify(CLI::App& parser);
 
 /// Parses the arguments (without the program's name) and runs the command. Answers the exit code.
 ExitCode runCommandLine(Application& application, std::span<const char* const> arguments);

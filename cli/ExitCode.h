@@ -11,6 +11,7 @@ enum class ExitCode : int {
     inputFailed = 3,
     outputFailed = 4,
     processingFailed = 5,
+    notTheSame = 6,
     internalError = 70,
     interrupted = 130,
 };
@@ -23,6 +24,7 @@ constexpr ExitCode exitCodeFor(FailureCode code) {
         case FailureCode::inputInvalid: return ExitCode::inputFailed;
         case FailureCode::outputFailed: return ExitCode::outputFailed;
         case FailureCode::processing: return ExitCode::processingFailed;
+        case FailureCode::notTheSame: return ExitCode::notTheSame;
         case FailureCode::cancelled: return ExitCode::interrupted;
         case FailureCode::internal: break;
     }
@@ -36,6 +38,7 @@ inline constexpr const char* exitCodeHelp = R"(Exit codes:
   3    an input could not be read or is not valid
   4    an output could not be written
   5    a sequence or the delivery failed
+  6    the picture or the sound is not the same, or a file would not import
   70   internal error
   130  interrupted; the file in work was not written
 With several files the first failure decides; the other files are still done.)";

@@ -1,5 +1,6 @@
 #include "cli/InputFile.h"
 
+#include <filesystem>
 #include <utility>
 
 namespace reelsweep {
@@ -16,11 +17,16 @@ Failure InputFile::named(Failure failure) const {
 Result<InputFile> InputFile::open(const std::string& argument) {
     std::optional<SpoolFile> spool;
     std::string path = argument;
-    if (argument == standardStreamPath) {
+    const bool isStandardInput = argument == standardStreamPath;
+    // What comes through a pipe can be read once, and a file is read more often.
+    std::error_code none;
+    if (isStandardInput || std::filesystem::is_fifo(argument, none)) {
         Result<SpoolFile> created = SpoolFile::create();
         if (!created) return created.failure();
         spool.emplace(std::move(*created));
-        if (const Outcome read = spool->appendStandardInput(); !read) return read.failure();
+        const Outcome read =
+            isStandardInput ? spool->appendStandardInput() : spool->appendPipe(argument);
+        if (!read) return read.failure();
         path = spool->path();
     }
     InputFile file(std::move(path), displayNameOf(argument), std::move(spool));

@@ -1,6 +1,7 @@
 #include "cli/ResultTable.h"
 
 #include "cli/TextTable.h"
+#include "report/PictureProof.h"
 #include "tidy/PassTable.h"
 
 #include <algorithm>
@@ -38,7 +39,7 @@ std::string resultTable(const ChangeLedger& ledger) {
     for (const SequenceLedger& sequence : ledger.sequences) {
         std::string title = shortened(singleLine(sequence.title), titleColumns);
         bool changed = false;
-        for (const PassRow& pass : passTable()) {
+        for (const PassRow& pass : reportedRows()) {
             const SequenceLedger::Totals totals = sequence.totals(pass.option);
             if (std::accumulate(totals.begin(), totals.end(), std::size_t{0}) == 0) continue;
             std::transform(all.begin(), all.end(), totals.begin(), all.begin(), std::plus<>());
@@ -49,7 +50,8 @@ std::string resultTable(const ChangeLedger& ledger) {
         if (!changed) table.addRow({title, "nothing to change"});
     }
     addTotals(table, "Total", "", all);
-    return table.text();
+    const std::string picture = pictureSumText(ledger);
+    return table.text() + (picture.empty() ? "" : picture + "\n");
 }
 
 }  // namespace reelsweep

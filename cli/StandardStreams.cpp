@@ -1,5 +1,6 @@
 #include "cli/StandardStreams.h"
 
+#include "base/UniqueDescriptor.h"
 #include "platform/Platform.h"
 
 #include <fcntl.h>
@@ -69,15 +70,22 @@ Failure SpoolFile::failure(int error) const {
     return {FailureCode::outputFailed, std::strerror(error), "temporary file", 0, 0, ""};
 }
 
-Outcome SpoolFile::appendStandardInput() {
+Outcome SpoolFile::appendStandardInput() { return append(STDIN_FILENO, "standard input"); }
+
+Outcome SpoolFile::appendPipe(const std::string& path) {
+    const UniqueDescriptor pipe(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    return append(pipe.get(), path);
+}
+
+Outcome SpoolFile::append(int descriptor, const std::string& name) {
     std::array<char, 1 << 16> buffer;
     for (;;) {
-        const ssize_t size = ::read(STDIN_FILENO, buffer.data(), buffer.size());
+        const ssize_t size = ::read(descriptor, buffer.data(), buffer.size());
         if (size < 0 && errno == EINTR) continue;
         if (size < 0)
             return Failure{FailureCode::inputUnreadable,
                            std::string("could not be read: ") + std::strerror(errno),
-                           "standard input",
+                           name,
                            0,
                            0,
                            ""};

@@ -37,8 +37,10 @@ public:
     ~SpoolFile() override;
 
     bool write(std::string_view bytes) override;
-    /// Takes in all that standard input has. Fails with inputUnreadable or outputFailed.
+    /// Takes in all that standard input, or a pipe at a path, has. Fails with inputUnreadable or
+    /// outputFailed.
     Outcome appendStandardInput();
+    Outcome appendPipe(const std::string& path);
     /// Hands everything to a sink, until that refuses; the sink knows its own error. Fails with
     /// outputFailed when the spooled bytes are not whole.
     Outcome copyTo(ByteSink& sink) const;
@@ -48,6 +50,7 @@ public:
 private:
     explicit SpoolFile(int descriptor) : descriptor_(descriptor) {}
     Failure failure(int error) const;
+    Outcome append(int descriptor, const std::string& name);
 
     int descriptor_;
     int error_ = 0;  ///< of the first write that failed

@@ -144,6 +144,23 @@ CommandRun defineTidy(CLI::App& parser) {
                           "may be repeated"),
         "NAME")
         ->group(what);
+    parser
+        .add_flag("--keep-picture,!--no-keep-picture", o.keepPicture,
+                  "Leave alone what would change the picture or the\n"
+                  "sound; what was left is listed (default: on)")
+        ->group(what);
+    parser
+        .add_flag("--import-safe,!--no-import-safe", o.importSafe,
+                  "Mend links, ids, edges and ticks of the copies, so that\n"
+                  "every application imports them (default: on)")
+        ->group(what);
+    parser.add_flag("--literal", o.literal, "Apply the passes to the letter and do nothing else")
+        ->group(what);
+    parser
+        .add_flag("--strict", o.strict,
+                  "Write nothing, and end with code 6, when the picture\n"
+                  "or the sound has changed unasked")
+        ->group(what);
     one(parser.add_option("--deliver", o.delivery,
                           "project: a bin in the file's project;\n"
                           "standalone: a new document that holds only the bin;\n"

@@ -8,6 +8,7 @@
 #include "cli/StandardStreams.h"
 #include "cli/TextTable.h"
 #include "platform/Platform.h"
+#include "report/PictureProof.h"
 
 #include <fmt/format.h>
 #include <string>
@@ -33,6 +34,11 @@ ExitCode TidyFile::run() {
     }
     reported_.errors = application_.messages();
     return code;
+}
+
+const ChangeLedger* TidyFile::ledger() const {
+    const bool isTidied = work_ && work_->tidied && *work_->tidied;
+    return isTidied ? &(*work_->tidied)->ledger() : nullptr;
 }
 
 Outcome TidyFile::open() {
@@ -101,6 +107,8 @@ Outcome TidyFile::settleRequest() {
             "holds no project to deliver into, and --in-place would throw the rest of "
             "the file away; use -o");
     request.sequences = *rows;
+    request.keepPicture = plan_.keepPicture;
+    request.importSafe = plan_.importSafe;
     request.ignoredEffects = plan_.ignoredEffects;
     for (std::string& name : Platform::current().userDefaults->stringArrayForKey("ignoredEffects"))
         request.ignoredEffects.push_back(std::move(name));
@@ -119,8 +127,10 @@ void TidyFile::process() {
             Platform::current().mainThread->runAndWait(
                 [&] { terminal.setProgressLabelText(text); });
         };
-        work_->tidied = tidy(*work_->document, work_->request, {std::move(stop), show});
-        if (*work_->tidied) save();
+        work_->tidied.emplace(tidy(*work_->document, work_->request, {std::move(stop), show}));
+        if (!*work_->tidied) return;
+        saved_ = checkStrictly();
+        if (saved_) save();
     });
     terminal.endProgress();
 }
@@ -170,10 +180,34 @@ ExitCode TidyFile::showResult() {
         lines += fmt::format("Wrote {}\n", singleLine(planned_.output));
     if (isOneOfMany) lines += "\n";
     const ExitCode printed = application_.printForUser(lines);
-    for (const SequenceLedger& sequence : (*work_->tidied)->ledger().sequences)
-        if (const std::string loose = looseClipsText(sequence); !loose.empty())
-            application_.terminal().note(singleLine(sequence.title + ": " + loose));
+    noteWhatNeedsAttention();
     return printed;
+}
+
+// On the background thread.
+Outcome TidyFile::checkStrictly() const {
+    if (!plan_.strict) return Done{};
+    for (const SequenceLedger& sequence : (*work_->tidied)->ledger().sequences)
+        if (const std::string changed = pictureChangeText(sequence); !changed.empty())
+            return Failure{FailureCode::notTheSame, singleLine(sequence.title + ": " + changed),
+                           reported_.input};
+    return Done{};
+}
+
+void TidyFile::noteWhatNeedsAttention() {
+    Terminal& terminal = application_.terminal();
+    for (const SequenceLedger& sequence : (*work_->tidied)->ledger().sequences) {
+        if (std::string changed = pictureChangeText(sequence); !changed.empty()) {
+            if (!plan_.keepPicture) changed += "; --keep-picture keeps them";
+            terminal.note(singleLine(sequence.title + ": " + changed));
+        }
+        if (const std::string loose = looseClipsText(sequence); !loose.empty())
+            terminal.note(singleLine(sequence.title + ": " + loose));
+        if (const std::size_t kept = sequence.kept.size(); kept > 0)
+            terminal.note(singleLine(fmt::format(
+                "{}: {} left alone to keep the picture; --report tells which and why",
+                sequence.title, kept == 1 ? "1 clip was" : fmt::format("{} clips were", kept))));
+    }
 }
 
 }  // namespace reelsweep

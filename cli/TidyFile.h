@@ -30,9 +30,7 @@ public:
 
     const ReportedDocument& reported() const { return reported_; }
     /// Null when nothing was tidied. Valid until the next file begins.
-    const ChangeLedger* ledger() const {
-        return work_ && work_->tidied ? &(*work_->tidied)->ledger() : nullptr;
-    }
+    const ChangeLedger* ledger() const;
 
 private:
     /// The document and what is made of it, which the process leaves to the system to free.
@@ -51,6 +49,8 @@ private:
     void save();
     ExitCode conclude();
     ExitCode showResult();
+    Outcome checkStrictly() const;
+    void noteWhatNeedsAttention();
 
     Application& application_;
     const TidyPlan& plan_;

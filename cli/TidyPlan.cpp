@@ -154,6 +154,9 @@ Result<TidyPlan> planTidy(const TidyOptions& options) {
                     : options.delivery == "standalone" ? Delivery::standalone
                                                        : Delivery::automatic;
     plan.report = options.report;
+    plan.keepPicture = options.keepPicture && !options.literal;
+    plan.importSafe = options.importSafe && !options.literal;
+    plan.strict = options.strict;
     plan.launch = options.launch;
     plan.dryRun = options.dryRun;
     plan.force = options.force;

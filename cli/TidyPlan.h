@@ -24,6 +24,10 @@ struct TidyOptions {
     bool inPlace = false;
     std::string delivery = "auto";
     std::string report;
+    bool keepPicture = true;
+    bool importSafe = true;
+    bool literal = false;
+    bool strict = false;
     bool launch = false;
     bool dryRun = false;
     bool force = false;
@@ -50,6 +54,9 @@ struct TidyPlan {
     std::vector<std::string> ignoredEffects;
     Delivery delivery = Delivery::automatic;
     std::string report;  ///< empty for none; "-" for standard output
+    bool keepPicture = true;
+    bool importSafe = true;
+    bool strict = false;  ///< a result that shows another picture is not written
     bool launch = false;
     bool dryRun = false;
     bool force = false;

@@ -1,5 +1,6 @@
 #include "cli/Application.h"
 #include "cli/Commands.h"
+#include "xml/TreeMemory.h"
 
 #include <cstddef>
 #include <exception>
@@ -9,6 +10,7 @@
 using reelsweep::ExitCode;
 
 int main(int argc, char** argv) {
+    reelsweep::useTreeMemory();
     reelsweep::Application application;
     ExitCode code = ExitCode::internalError;
     try {

@@ -2,8 +2,6 @@
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 
-set(layers base time xml timeline tidy report documents platform services hosts shell)
-
 # The programs
 install(TARGETS reelsweep-cli COMPONENT programs)
 install(FILES ${CMAKE_SOURCE_DIR}/resources/man/reelsweep-cli.1
@@ -25,18 +23,28 @@ if(REELSWEEP_APP)
             DESTINATION ${CMAKE_INSTALL_DATADIR}/icons/hicolor/scalable/apps COMPONENT programs)
 endif()
 
-# The library: find_package(Reelsweep), Reelsweep::reelsweep_shell
+# The library: find_package(Reelsweep), Reelsweep::reelsweep. What stands on the ports is the
+# component "shell", since it needs many more libraries: Reelsweep::reelsweep_shell and, for a
+# program that has no ports of its own, Reelsweep::reelsweep_platform_posix.
 set(package_folder ${CMAKE_INSTALL_LIBDIR}/cmake/Reelsweep)
-foreach(layer IN LISTS layers)
-    install(TARGETS reelsweep_${layer} EXPORT ReelsweepTargets
-            ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT library
-            INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/reelsweep)
-    install(DIRECTORY ${CMAKE_SOURCE_DIR}/${layer}
-            DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/reelsweep COMPONENT library
-            FILES_MATCHING PATTERN "*.h" PATTERN qt EXCLUDE)
-endforeach()
+set(header_folder ${CMAKE_INSTALL_INCLUDEDIR}/reelsweep)
+list(TRANSFORM shell_layers PREPEND reelsweep_ OUTPUT_VARIABLE shell_targets)
+install(TARGETS reelsweep_library ${library_targets} EXPORT ReelsweepTargets
+        ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT library
+        INCLUDES DESTINATION ${header_folder})
+install(TARGETS ${shell_targets} reelsweep_platform_posix EXPORT ReelsweepShellTargets
+        ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT shell
+        INCLUDES DESTINATION ${header_folder})
+list(TRANSFORM library_layers PREPEND ${CMAKE_SOURCE_DIR}/ OUTPUT_VARIABLE library_folders)
+list(TRANSFORM shell_layers PREPEND ${CMAKE_SOURCE_DIR}/ OUTPUT_VARIABLE shell_folders)
+install(DIRECTORY ${library_folders} DESTINATION ${header_folder} COMPONENT library
+        FILES_MATCHING PATTERN "*.h" PATTERN "*.inc")
+install(DIRECTORY ${shell_folders} DESTINATION ${header_folder} COMPONENT shell
+        FILES_MATCHING PATTERN "*.h" PATTERN qt EXCLUDE)
 install(EXPORT ReelsweepTargets NAMESPACE Reelsweep::
         DESTINATION ${package_folder} COMPONENT library)
+install(EXPORT ReelsweepShellTargets NAMESPACE Reelsweep::
+        DESTINATION ${package_folder} COMPONENT shell)
 configure_package_config_file(${CMAKE_SOURCE_DIR}/cmake/ReelsweepConfig.cmake.in
     ${CMAKE_BINARY_DIR}/ReelsweepConfig.cmake INSTALL_DESTINATION ${package_folder})
 write_basic_package_version_file(${CMAKE_BINARY_DIR}/ReelsweepConfigVersion.cmake
@@ -45,12 +53,12 @@ install(FILES ${CMAKE_BINARY_DIR}/ReelsweepConfig.cmake
               ${CMAKE_BINARY_DIR}/ReelsweepConfigVersion.cmake
         DESTINATION ${package_folder} COMPONENT library)
 
-# The Debian packages: reelsweep, and libreelsweep-dev
+# The Debian packages: reelsweep, libreelsweep-dev and libreelsweep-shell-dev
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_VENDOR Quorvane)
 set(CPACK_PACKAGE_CONTACT "Reelsweep maintainers <maintainers@reelsweep.invalid>")
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
-set(CPACK_COMPONENTS_ALL programs library)
+set(CPACK_COMPONENTS_ALL programs library shell)
 set(CPACK_STRIP_FILES ON)
 set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
@@ -68,6 +76,14 @@ set(CPACK_COMPONENT_LIBRARY_DESCRIPTION
     "The engine of Reelsweep as a static library with headers and a CMake package.")
 set(CPACK_DEBIAN_LIBRARY_PACKAGE_NAME libreelsweep-dev)
 set(CPACK_DEBIAN_LIBRARY_PACKAGE_SECTION libdevel)
-set(CPACK_DEBIAN_LIBRARY_PACKAGE_DEPENDS
-    "libpugixml-dev, libexpat1-dev, nlohmann-json3-dev, libplist-dev, libarchive-dev, libcurl4-openssl-dev, libssl-dev, libsystemd-dev, pkg-config")
+set(CPACK_DEBIAN_LIBRARY_PACKAGE_DEPENDS "libpugixml-dev, libexpat1-dev")
+set(CPACK_COMPONENT_SHELL_DESCRIPTION
+    "The documents, services and bridges to editing applications of the programs
+of Reelsweep as static libraries with headers.")
+set(CPACK_DEBIAN_SHELL_PACKAGE_NAME libreelsweep-shell-dev)
+set(CPACK_DEBIAN_SHELL_PACKAGE_SECTION libdevel)
+set(CPACK_DEBIAN_SHELL_PACKAGE_DEPENDS
+    "libreelsweep-dev (= ${PROJECT_VERSION})" libplist-dev libarchive-dev libcurl4-openssl-dev
+    libssl-dev libsystemd-dev pkg-config)
+list(JOIN CPACK_DEBIAN_SHELL_PACKAGE_DEPENDS ", " CPACK_DEBIAN_SHELL_PACKAGE_DEPENDS)
 include(CPack)

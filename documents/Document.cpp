@@ -17,6 +17,10 @@ const char* description(Delivery delivery) {
     return "";
 }
 
+TidyRequest tidyRequest(const DocumentRequest& request) {
+    return {request.passes, request.ignoredEffects, request.keepPicture, request.provesPicture};
+}
+
 Result<FileIdentity> saveDocument(const XMLDocument& document, const std::string& path,
                                   const SaveOptions& options) {
     AtomicFile file(path, options.overwrite);

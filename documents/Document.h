@@ -52,7 +52,17 @@ struct DocumentRequest {
     std::optional<std::vector<std::size_t>> sequences = {};
     Delivery delivery = Delivery::automatic;
     int xmemlVersion = newestXMEMLVersion;  ///< of a standalone document
+    /// Edits that would change the picture or the sound unasked are kept back; off, the passes are
+    /// literal. XMEML only.
+    bool keepPicture = true;
+    /// The picture before and after is compared, frame by frame: each ledger's `picture`.
+    bool provesPicture = true;
+    /// The copies are made ones that other applications import: see tidy/ImportStep.h.
+    bool importSafe = true;
 };
+
+/// What of it concerns each sequence.
+TidyRequest tidyRequest(const DocumentRequest& request);
 
 /// The type and creator codes that an XML file of Final Cut Pro carries: "XML ", KeyG.
 inline constexpr HFSCodes finalCutProXMLCodes{0x584D4C20, 0x4B657947};
@@ -130,17 +140,17 @@ struct OpenOptions {
 Result<std::unique_ptr<Document>> openDocument(const std::string& path,
                                                const OpenOptions& options = {});
 
-/// document.tidy, for those who read from left to right.
+/// The same as document.tidy(request, controls).
 Result<Tidied> tidy(Document& document, const DocumentRequest& request = {},
                     const TidyControls& controls = {});
 
-/// Writes a document to a file, pretty-printed and atomically, and answers what the file then is.
 struct SaveOptions {
     Overwrite overwrite = Overwrite::always;
     /// When known, the file at the path must still be this one.
     FileIdentity mustStillBe = {};
     std::optional<HFSCodes> codes = {};
 };
+/// Writes a document to a file, pretty-printed and atomically. Answers what the file then is.
 Result<FileIdentity> saveDocument(const XMLDocument& document, const std::string& path,
                                   const SaveOptions& options);
 

@@ -101,7 +101,8 @@ Result<Tidied> FCPXMLDocument::tidy(const DocumentRequest& request, const TidyCo
         if (Outcome done = removeFCPXMarkers(*document, ledger, controls); !done)
             return done.failure();
     if (controls.stop.stop_requested()) return stopped();
-    tidied.delivery_ = request.delivery == Delivery::none ? Delivery::none : Delivery::document;
+    if (request.delivery == Delivery::none) return tidied;
+    tidied.delivery_ = Delivery::document;
     tidied.document_ = document;
     return tidied;
 }

@@ -25,7 +25,7 @@ BinText BinText::make(std::optional<int> xmemlVersion) {
 }
 
 Result<std::string> binText(std::span<const XMLNode> sequences, std::optional<int> xmemlVersion,
-                            std::stop_token stop) {
+                            const std::stop_token& stop) {
     const BinText bin = BinText::make(xmemlVersion);
     std::string text = bin.before;
     for (const XMLNode& sequence : sequences) {
@@ -35,9 +35,10 @@ Result<std::string> binText(std::span<const XMLNode> sequences, std::optional<in
     return text + bin.after;
 }
 
-// Made of the sequences themselves: writing hundreds of megabytes out to read them back in gives
-// the same nodes.
-Result<XMLNode> makeBin(XMLNode anyNode, std::span<const XMLNode> sequences, std::stop_token stop) {
+// The bin is made of the sequences themselves. Writing hundreds of megabytes out and reading them
+// back in would give the same nodes.
+Result<XMLNode> makeBin(XMLNode anyNode, std::span<const XMLNode> sequences,
+                        const std::stop_token& stop) {
     const BinText text = BinText::make({});
     Result<XMLNode> bin = anyNode.parseDetached(text.before + text.after);
     if (!bin) return bin;

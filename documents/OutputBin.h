@@ -28,12 +28,12 @@ struct BinText {
 
 /// A bin with these sequences, as text. Fails with cancelled after a stop.
 Result<std::string> binText(std::span<const XMLNode> sequences, std::optional<int> xmemlVersion,
-                            std::stop_token stop = {});
+                            const std::stop_token& stop = {});
 
 /// The same bin as a node of the tree that `anyNode` belongs to, without parent. A sequence of that
 /// tree that has no parent moves into it, any other is copied. Fails with cancelled after a stop.
 Result<XMLNode> makeBin(XMLNode anyNode, std::span<const XMLNode> sequences,
-                        std::stop_token stop = {});
+                        const std::stop_token& stop = {});
 
 /// Where a document takes new bins: the children of its project. Null when it holds none.
 XMLNode projectChildren(const XMLDocument& document);
@@ -45,6 +45,6 @@ XMLNode projectChildren(const XMLDocument& document);
 /// define stays a reference. Fails with cancelled after a stop. The source is not changed.
 Result<XMLDocument> standaloneDocument(const XMLDocument& source,
                                        std::span<const XMLNode> sequences, int xmemlVersion,
-                                       std::stop_token stop);
+                                       const std::stop_token& stop);
 
 }  // namespace reelsweep

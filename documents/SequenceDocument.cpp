@@ -2,6 +2,7 @@
 
 #include "base/Log.h"
 
+#include <algorithm>
 #include <numeric>
 
 namespace reelsweep {
@@ -24,8 +25,11 @@ Result<Tidied> SequenceDocument::tidy(const DocumentRequest& request,
     DocumentRequest settled = request;
     settled.delivery = tidied.delivery_;
     std::vector<XMLNode> results;
-    std::vector<std::string> uuids;
-    for (const std::size_t row : rowsOf(request, sequences_.size())) {
+    std::vector<std::unique_ptr<CopyInWork>> copies;
+    const std::vector<std::size_t> rows = rowsOf(request, sequences_.size());
+    if (!rows.empty() && *std::max_element(rows.begin(), rows.end()) >= sequences_.size())
+        return Failure{FailureCode::usage, "has no such sequence", path_};
+    for (const std::size_t row : rows) {
         if (controls.stop.stop_requested()) return Failure{FailureCode::cancelled, "cancelled"};
         const Result<SourceSequence> source = wholeSequence(row, controls);
         if (!source) {
@@ -34,13 +38,23 @@ Result<Tidied> SequenceDocument::tidy(const DocumentRequest& request,
             results.push_back(sequences_[row].node);
             continue;
         }
-        Result<TidiedCopy> copy =
-            tidiedCopy(*source, {request.passes, request.ignoredEffects}, controls);
+        auto copy = CopyInWork::begin(*source, tidyRequest(request), controls);
         // The source would take the result's place in the bin and pass for tidied.
         if (!copy) return copy.failure();
-        results.push_back(copy->sequence);
-        if (copy->uuid) uuids.push_back(*copy->uuid);
-        tidied.ledger_.sequences.push_back(std::move(copy->ledger));
+        results.push_back((*copy)->sequence());
+        copies.push_back(std::move(*copy));
+    }
+    if (request.importSafe) {
+        const XMLDocument* const document =
+            settled.delivery == Delivery::project ? tree() : nullptr;
+        if (Outcome done = makeImportSafe(copies, document, controls.stop); !done)
+            return done.failure();
+    }
+    std::vector<std::string> uuids;
+    for (const auto& copy : copies) {
+        TidiedCopy finished = copy->finish();
+        if (finished.uuid) uuids.push_back(*finished.uuid);
+        tidied.ledger_.sequences.push_back(std::move(finished.ledger));
     }
     if (Outcome verified = verify(); !verified) {
         Log::append("Unable to load XML data - %@", verified.failure().description());

@@ -14,6 +14,9 @@ class SequenceDocument : public Document {
 public:
     Result<Tidied> tidy(const DocumentRequest& request, const TidyControls& controls) override;
 
+    /// The document's own tree; null for one that only its host holds.
+    virtual const XMLDocument* tree() const { return nullptr; }
+
     // The steps of a tidy, for windows that show each
 
     /// A sequence as it can be copied: a short listing is fetched first, and stays fetched. Fails
@@ -43,6 +46,7 @@ public:
     DocumentFormat format() const override { return DocumentFormat::xmeml; }
     Delivery ownDelivery() const override;
     Outcome verify() const override;
+    const XMLDocument* tree() const override { return tree_.get(); }
     Result<SourceSequence> wholeSequence(std::size_t row, const TidyControls& controls) override;
     Result<std::shared_ptr<const XMLDocument>> deliver(std::span<const XMLNode> sequences,
                                                        const DocumentRequest& request,

@@ -125,8 +125,7 @@ private:
     // something else under the same id is the source's affair and stays.
     void keepFirst(XMLNode definition) {
         const std::string key = keyOf(definition);
-        // As text, since references inside the first one are about to be defined. What the output
-        // does not define by itself comes from one place.
+        // They are compared as text, since references inside the first one are about to be defined.
         const std::string text = own_.contains(key) ? serialise(definition) : std::string();
         const auto [first, isFirst] = defined_.emplace(key, text);
         if (isFirst || first->second != text) return;
@@ -145,7 +144,7 @@ private:
 
 Result<XMLDocument> standaloneDocument(const XMLDocument& source,
                                        std::span<const XMLNode> sequences, int xmemlVersion,
-                                       std::stop_token stop) {
+                                       const std::stop_token& stop) {
     const BinText text = BinText::make(xmemlVersion);
     Result<XMLDocument> output = XMLDocument::parse(text.before + text.after);
     if (!output) return output;

@@ -28,25 +28,45 @@ Failure named(const Failure& why, const std::string& title) {
     if (why.code != FailureCode::processing) return why;
     Failure failure{FailureCode::processing, "Unable to tidy"};
     failure.detail = "Sequence \"" + title + "\". " + why.message + ".";
-    Log::append("%@", failure.description());
+    Log::append("%@. %@", failure.message, failure.detail);
     return failure;
 }
 
 }  // namespace
 
+Result<std::unique_ptr<CopyInWork>> CopyInWork::begin(const SourceSequence& source,
+                                                      const TidyRequest& request,
+                                                      const TidyControls& controls) {
+    const XMLNode copy = source.node.copy();
+    renameCopy(copy);
+    std::unique_ptr<CopyInWork> work(new CopyInWork(source, copy, request));
+    if (Outcome done = work->tidy_.applyPasses(controls); !done)
+        return named(done.failure(), source.title);
+    return work;
+}
+
+TidiedCopy CopyInWork::finish() {
+    TidiedCopy copy{copy_, QVXMLParser::uuidForNode(copy_), tidy_.finish()};
+    copy.ledger.document = source_.owner;
+    copy.ledger.title = source_.title;
+    copy.ledger.uuid = source_.uuid().value_or(std::string());
+    return copy;
+}
+
 Result<TidiedCopy> tidiedCopy(const SourceSequence& source, const TidyRequest& request,
                               const TidyControls& controls) {
-    TidiedCopy copy;
-    copy.sequence = source.node.copy();
-    renameCopy(copy.sequence);
-    copy.uuid = QVXMLParser::uuidForNode(copy.sequence);
-    Result<SequenceLedger> ledger = tidySequence(copy.sequence, source.node, request, controls);
-    if (!ledger) return named(ledger.failure(), source.title);
-    copy.ledger = std::move(*ledger);
-    copy.ledger.document = source.owner;
-    copy.ledger.title = source.title;
-    copy.ledger.uuid = source.uuid().value_or(std::string());
-    return copy;
+    auto work = CopyInWork::begin(source, request, controls);
+    if (!work) return work.failure();
+    return (*work)->finish();
+}
+
+Outcome makeImportSafe(std::span<const std::unique_ptr<CopyInWork>> copies,
+                       const XMLDocument* document, const std::stop_token& stop) {
+    ImportDelivery delivery =
+        document ? ImportDelivery::afterSource(document->node()) : ImportDelivery::alone();
+    for (const auto& copy : copies)
+        if (Outcome done = copy->makeImportSafe(delivery, stop); !done) return done;
+    return Done{};
 }
 
 }  // namespace reelsweep

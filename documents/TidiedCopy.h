@@ -4,6 +4,7 @@
 #pragma once
 
 #include "base/Failure.h"
+#include "tidy/SequenceTidy.h"
 #include "tidy/TidySequence.h"
 #include "timeline/ChangeLedger.h"
 #include "xml/XMLDocument.h"
@@ -11,6 +12,8 @@
 
 #include <memory>
 #include <optional>
+#include <span>
+#include <stop_token>
 #include <string>
 
 namespace reelsweep {
@@ -39,9 +42,39 @@ struct TidiedCopy {
 /// and id stays as the only attribute.
 void renameCopy(XMLNode sequence);
 
-/// Copies, renames and tidies a sequence. Fails as tidySequence does, with the title in the failure
-/// and in the log; the source stays as it is.
+/// A copy on its way: copied, renamed and tidied, then made to import, then finished.
+class CopyInWork {
+public:
+    /// Copies, renames and tidies a sequence. Fails as tidySequence does, with the title in the
+    /// failure and in the log; the source stays as it is.
+    static Result<std::unique_ptr<CopyInWork>> begin(const SourceSequence& source,
+                                                     const TidyRequest& request,
+                                                     const TidyControls& controls);
+
+    XMLNode sequence() const { return copy_; }
+    /// After the passes of all copies of a delivery, in its order. Fails with cancelled.
+    Outcome makeImportSafe(ImportDelivery& delivery, const std::stop_token& stop) {
+        return tidy_.makeImportSafe(delivery, stop);
+    }
+    /// Once, at the end.
+    TidiedCopy finish();
+
+private:
+    CopyInWork(const SourceSequence& source, XMLNode copy, const TidyRequest& request)
+        : source_(source), copy_(copy), tidy_(copy, source.node, request) {}
+
+    SourceSequence source_;
+    XMLNode copy_;
+    SequenceTidy tidy_;
+};
+
+/// A copy from beginning to end, without what makes it import.
 Result<TidiedCopy> tidiedCopy(const SourceSequence& source, const TidyRequest& request,
                               const TidyControls& controls);
+
+/// Makes copies import together, in the order in which they will stand in what is delivered: added
+/// to `document`, or alone for none. Fails with cancelled.
+Outcome makeImportSafe(std::span<const std::unique_ptr<CopyInWork>> copies,
+                       const XMLDocument* document, const std::stop_token& stop);
 
 }  // namespace reelsweep

@@ -46,7 +46,7 @@ Result<std::shared_ptr<const XMLDocument>> XMEMLDocument::deliver(
         failure.detail =
             "Please perform this task on an XML document for the entire project, not a specific "
             "sequence or element.";
-        Log::append("%@", failure.description());
+        Log::append("%@. %@", failure.message, failure.detail);
         return failure;
     }
     const Result<XMLNode> bin = makeBin(children, sequences, controls.stop);
@@ -54,7 +54,7 @@ Result<std::shared_ptr<const XMLDocument>> XMEMLDocument::deliver(
     if (!bin) {
         Failure failure{FailureCode::processing, "Error creating bin"};
         failure.detail = bin.failure().description();
-        Log::append("%@.", failure.description());
+        Log::append("%@. %@.", failure.message, failure.detail);
         return failure;
     }
     children.appendChild(*bin);

@@ -1,6 +1,6 @@
 #include "fuzz/Quiet.h"
 
-#include "platform/Platform.h"
+#include "platform/posix/CommandLinePlatform.h"
 #include "platform/posix/ConsoleAlertPresenter.h"
 #include "services/QVLog.h"
 #include "tests/platform/TemporaryFolder.h"
@@ -30,7 +30,7 @@ void installQuietPlatform() {
         PropertyList::Dictionary global;
         global.emplace("disable-logging", "1");
         writePropertyList(preferences + "/com.quorvane.global.plist", PropertyList(global));
-        Platform platform = Platform::commandLine();
+        Platform platform = commandLinePlatform();
         platform.alertPresenter =
             std::make_unique<ConsoleAlertPresenter>([](std::string_view, AlertStyle) {});
         Platform::install(std::move(platform));

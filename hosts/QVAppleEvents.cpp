@@ -8,8 +8,10 @@
 #include "timeline/QVXMLParser.h"
 
 #include <algorithm>
+#include <chrono>
 #include <exception>
 #include <filesystem>
+#include <thread>
 #include <utility>
 
 namespace reelsweep {
@@ -64,9 +66,33 @@ bool put(AppleEvent& event, const char* keyword, const char* type, std::string d
     return true;
 }
 
+// Sends an event from a thread of its own, while the main thread goes on with what people do. An
+// answer may take minutes.
+AppleEventReply sendBesideMainThread(const AppleEvent& event) {
+    AppleEventTransport& transport = *Platform::current().appleEvents;
+    MainThread& mainThread = *Platform::current().mainThread;
+    AppleEventReply reply;
+    std::exception_ptr error;
+    bool done = false;  // the main thread's
+    std::jthread sender([&] {
+        try {
+            reply = transport.send(event);
+        } catch (...) {
+            error = std::current_exception();
+        }
+        mainThread.post([&done] { done = true; });
+    });
+    while (!done) mainThread.pumpOne(std::chrono::milliseconds(100));
+    sender.join();
+    if (error) std::rethrow_exception(error);
+    return reply;
+}
+
 // A failure's reason stands on a line before the operation's own message.
 AppleEventReply send(const AppleEvent& event) {
-    AppleEventReply reply = Platform::current().appleEvents->send(event);
+    AppleEventReply reply = Platform::current().mainThread->isMainThread()
+                                ? sendBesideMainThread(event)
+                                : Platform::current().appleEvents->send(event);
     if (reply.error != appleEventError::none)
         consoleLog("Apple event %@: %@ (%d)", event.eventID, reply.reason, reply.error);
     return reply;

@@ -7,7 +7,8 @@
 // can be made to, because no file is there, is left out of the event, and with it what else the
 // event would carry (an import still carries its XML). "Launch" means that Final Cut Pro may be
 // started and the project be opened in it. Data is bytes.
-// Thread rule: any thread; the calling thread blocks until the replies are there.
+// Thread rule: any thread. The call returns when the replies are there; on the main thread events
+// and queued work are handled meanwhile, so a window that calls must be ready for them.
 #pragma once
 
 #include "xml/XMLDocument.h"

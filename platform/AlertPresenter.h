@@ -30,6 +30,8 @@ enum class AlertStyle {
 inline constexpr long alertDefaultReturn = 1;
 inline constexpr long alertAlternateReturn = 0;
 inline constexpr long alertOtherReturn = -1;
+/// The alert was closed, and none of its buttons pressed.
+inline constexpr long alertDismissedReturn = -1001;
 
 /// What an alert shows. Texts are shown as they are, never taken as formats.
 struct AlertRequest {

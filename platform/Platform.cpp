@@ -1,37 +1,24 @@
 #include "platform/Platform.h"
 
-#include "platform/posix/BuildBundle.h"
-#include "platform/posix/ConsoleAlertPresenter.h"
-#include "platform/posix/CurlHttpClient.h"
-#include "platform/posix/HomeFolders.h"
-#include "platform/posix/LibArchiver.h"
-#include "platform/posix/PolkitPrivileges.h"
-#include "platform/posix/PosixProcessLauncher.h"
-#include "platform/posix/PropertyListDefaults.h"
-#include "platform/posix/QueueMainThread.h"
-#include "platform/posix/SessionBusTransport.h"
-#include "platform/posix/SessionBusWorkspace.h"
-#include "platform/posix/StandardConsole.h"
-
 #include <atomic>
+#include <utility>
+
+// These mistakes are told in every build: a null port would fail far from where it is missing.
+#undef NDEBUG
 #include <cassert>
-#include <mutex>
 
 namespace reelsweep {
 
 namespace {
 
-// Never destroyed: the log still writes while the process ends.
 std::atomic<Platform*> installed = nullptr;
-std::mutex firstUse;
 
 }  // namespace
 
 Platform& Platform::current() {
-    if (Platform* const platform = installed.load(std::memory_order_acquire)) return *platform;
-    const std::lock_guard lock(firstUse);
-    if (!installed) installed = new Platform(commandLine());
-    return *installed;
+    Platform* const platform = installed.load(std::memory_order_acquire);
+    assert(platform && "main() calls Platform::install before anything uses a port");
+    return *platform;
 }
 
 void Platform::install(Platform platform) {
@@ -39,34 +26,10 @@ void Platform::install(Platform platform) {
            platform.bundle && platform.workspace && platform.folders && platform.console &&
            platform.httpClient && platform.processLauncher && platform.privileges &&
            platform.archiver && platform.appleEvents);
-    const std::lock_guard lock(firstUse);
-    if (Platform* const present = installed)
+    if (Platform* const present = installed.load(std::memory_order_acquire))
         *present = std::move(platform);
     else
-        installed = new Platform(std::move(platform));
-}
-
-Platform Platform::commandLine() {
-    Platform platform;
-    platform.mainThread = std::make_unique<QueueMainThread>();
-    platform.alertPresenter = std::make_unique<ConsoleAlertPresenter>();
-    platform.bundle = std::make_unique<BuildBundle>();
-    platform.workspace = std::make_unique<SessionBusWorkspace>();
-    platform.folders = std::make_unique<HomeFolders>();
-    platform.console = std::make_unique<StandardConsole>();
-    platform.httpClient = std::make_unique<CurlHttpClient>();
-    platform.processLauncher = std::make_unique<PosixProcessLauncher>();
-    platform.archiver = std::make_unique<LibArchiver>();
-    platform.privileges =
-        std::make_unique<PolkitPrivileges>(std::make_unique<PosixProcessLauncher>());
-    const auto library = platform.folders->path(StandardDirectory::library, FolderDomain::user);
-    platform.userDefaults = std::make_unique<PropertyListDefaults>(
-        platform.bundle->identifier().value_or(""), library ? *library + "/Preferences" : "");
-    SessionBusTransport::Settings events;
-    if (const auto seconds = platform.userDefaults->integerForKey("appleEventTimeout"); seconds > 0)
-        events.everyTimeout = std::chrono::seconds(seconds);
-    platform.appleEvents = std::make_unique<SessionBusTransport>(events);
-    return platform;
+        installed.store(new Platform(std::move(platform)), std::memory_order_release);
 }
 
 }  // namespace reelsweep

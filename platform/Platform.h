@@ -1,8 +1,12 @@
 // Platform: the ports through which everything above touches the machine or a person.
 //
-// `main` makes one and installs it before anything else runs; a program that installs none gets
-// commandLine() on first use, with the thread of that first use as its main thread. The log, alerts
-// and preferences are process-wide, which is why this is too.
+// Which implementations there are is the program's choice: its main() makes a platform and installs
+// it, after whatever the ports look at when they are made (HOME, an application object of the
+// toolkit), and before anything uses one. commandLinePlatform() in platform/posix/ makes all of
+// them for a program without windows. Nothing is installed by itself: to use a port before that is
+// a mistake of the program, and ends it with a message.
+// The log, alerts and preferences are process-wide, which is why this is too.
+// Owner: the process; the platform is never destroyed, since the log still writes at the end.
 // Thread rule: install while no other thread uses the platform (for the log: after
 // QVLog::finishWriting); the ports have their own rules.
 #pragma once
@@ -38,15 +42,11 @@ struct Platform {
     std::unique_ptr<Archiver> archiver;
     std::unique_ptr<AppleEventTransport> appleEvents;
 
-    /// The platform in use.
+    /// The platform in use. Ends the process when none was installed.
     static Platform& current();
-    /// Replaces the platform in use, whose ports end here. Every port must be set.
+    /// Makes this the platform in use; the ports of the one before end here. Ends the process when
+    /// a port is missing.
     static void install(Platform platform);
-    /// The platform of a program without windows: a queue as main thread (the calling thread),
-    /// alerts on standard error, settings in the Preferences folder, other applications over the
-    /// session bus. The setting "appleEventTimeout" (seconds), when there is one, is how long every
-    /// event waits for its reply.
-    static Platform commandLine();
 };
 
 }  // namespace reelsweep

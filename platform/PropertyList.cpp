@@ -1,13 +1,24 @@
 #include "platform/PropertyList.h"
 
 #include "base/FileReplacement.h"
+#include "base/Log.h"
+#include "base/Rename.h"
+#include "base/UniqueDescriptor.h"
+#include "platform/Platform.h"
 
+#include <array>
+#include <cerrno>
 #include <charconv>
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
-#include <fstream>
 #include <memory>
-#include <sstream>
+#include <mutex>
+#include <set>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <plist/plist.h>
 
@@ -123,6 +134,18 @@ plist_t toNode(const PropertyList& value) {
     return dictionary;
 }
 
+// Settings are read again and again, and what is wrong with them is of interest once.
+void logOnce(const std::string& path, const std::string& problem) {
+    static std::mutex mutex;
+    static std::set<std::string> told;
+    if (!Log::hasSink()) return;
+    {
+        const std::lock_guard lock(mutex);
+        if (!told.insert(path).second) return;
+    }
+    Log::append("The property list %@ is broken: it %@", path, problem);
+}
+
 }  // namespace
 
 const PropertyList* PropertyList::find(std::string_view key) const {
@@ -161,33 +184,105 @@ bool PropertyList::boolValue() const {
     return integerValue() != 0;
 }
 
-std::optional<PropertyList> readPropertyList(const std::string& path) {
-    std::ifstream file(path, std::ios::binary);
-    if (!file) return {};
-    // Through a stream: copying from the file's iterators would throw for a folder.
-    std::ostringstream copy;
-    if (!(copy << file.rdbuf())) return {};
-    const std::string bytes = std::move(copy).str();
-    if (bytes.size() > UINT32_MAX) return {};
+std::optional<PropertyList> parsePropertyList(std::string_view bytes, std::string& problem,
+                                              const PropertyListLimits& limits) {
+    problem = problemWithSize(bytes, limits);
+    if (!problem.empty()) return {};
     plist_t root = nullptr;
     plist_from_memory(bytes.data(), static_cast<std::uint32_t>(bytes.size()), &root);
     const Node owner(root);
-    if (!owner) return {};
-    return fromNode(root);
+    if (owner) return fromNode(root);
+    problem = "is not a property list";
+    return {};
 }
 
-std::error_code writePropertyList(const std::string& path, const PropertyList& value) {
+PropertyListFile loadPropertyList(const std::string& path) {
+    using State = PropertyListFile::State;
+    const auto unreadable = [](int error) {
+        return PropertyListFile{
+            State::unreadable, {}, std::strerror(error), {error, std::generic_category()}};
+    };
+    // Never waits: a pipe in the place of the file has nobody at its other end.
+    const UniqueDescriptor file(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+    if (!file) {
+        const bool missing = errno == ENOENT || errno == ENOTDIR;
+        return missing ? PropertyListFile{} : unreadable(errno);
+    }
+    struct stat status {};
+    if (::fstat(file.get(), &status) != 0) return unreadable(errno);
+    if (!S_ISREG(status.st_mode))
+        return {State::unreadable,
+                {},
+                "is not a file",
+                std::make_error_code(std::errc::invalid_argument)};
+    constexpr PropertyListLimits limits;
+    std::string bytes;
+    std::array<char, 65536> chunk{};
+    while (bytes.size() <= limits.bytes) {
+        const ssize_t size = ::read(file.get(), chunk.data(), chunk.size());
+        if (size < 0 && errno == EINTR) continue;
+        if (size < 0) return unreadable(errno);
+        if (size == 0) break;
+        bytes.append(chunk.data(), static_cast<std::size_t>(size));
+    }
+    PropertyListFile result;
+    auto value = parsePropertyList(bytes, result.problem, limits);
+    result.state = value ? State::read : State::damaged;
+    if (value) result.value = std::move(*value);
+    return result;
+}
+
+std::optional<PropertyList> readPropertyList(const std::string& path) {
+    PropertyListFile file = loadPropertyList(path);
+    if (file.state == PropertyListFile::State::damaged) logOnce(path, file.problem);
+    if (file.state != PropertyListFile::State::read) return {};
+    return std::move(file.value);
+}
+
+std::error_code dictionaryForChange(const std::string& path, PropertyList::Dictionary& values) {
+    using State = PropertyListFile::State;
+    values.clear();
+    PropertyListFile file = loadPropertyList(path);
+    if (file.state == State::missing) return {};
+    Console& console = *Platform::current().console;
+    if (file.state == State::unreadable) {
+        console.log("The preferences could not be read and stay as they are: " + path + ": " +
+                    file.problem);
+        return file.error;
+    }
+    if (auto* const found = file.value.as<PropertyList::Dictionary>();
+        found && file.state == State::read) {
+        values = std::move(*found);
+        return {};
+    }
+    // Nobody's settings are written over because of one bad character.
+    std::string aside = path + ".broken";
+    std::error_code error = renameWithoutReplacing(path, aside);
+    for (int number = 2; error == std::errc::file_exists; ++number) {
+        aside = path + ".broken." + std::to_string(number);
+        error = renameWithoutReplacing(path, aside);
+    }
+    if (!error) console.log("The preferences could not be read and were set aside as " + aside);
+    return error;
+}
+
+std::string propertyListText(const PropertyList& value) {
     const Node root(toNode(value));
     char* text = nullptr;
     std::uint32_t size = 0;
     plist_to_xml(root.get(), &text, &size);
     const Memory owner(text);
-    if (!text) return std::make_error_code(std::errc::invalid_argument);
+    return text ? std::string(text, size) : std::string();
+}
+
+std::error_code writePropertyList(const std::string& path, const PropertyList& value) {
+    const std::string text = propertyListText(value);
+    if (text.empty()) return std::make_error_code(std::errc::invalid_argument);
     std::error_code error;
     std::filesystem::create_directories(std::filesystem::path(path).parent_path(), error);
     if (error) return error;
     FileReplacement file(path);
-    file.write({text, size});
+    file.write(text);
     return file.commit(FileReplacement::Durable::yes);
 }
 

@@ -4,6 +4,8 @@
 // from any thread, since a write replaces the whole file at once.
 #pragma once
 
+#include "platform/PropertyListLimits.h"
+
 #include <chrono>
 #include <cstdint>
 #include <map>
@@ -66,9 +68,38 @@ private:
     std::variant<Dictionary, Array, bool, std::int64_t, double, std::string, Data, Date> value_;
 };
 
-/// Reads an XML or binary property list. Empty when there is no such file, or it cannot be read, or
-/// it is not a property list.
+/// What reading a property list came to.
+struct PropertyListFile {
+    enum class State {
+        read,
+        missing,     ///< there is no such file
+        damaged,     ///< it is no property list, or one beyond the limits
+        unreadable,  ///< it is there, and this process cannot read it now
+    };
+    State state = State::missing;
+    PropertyList value = {};
+    std::string problem = {};    ///< what is wrong, for a person; empty for read and missing
+    std::error_code error = {};  ///< why it is unreadable
+};
+
+/// Reads an XML or binary property list.
+PropertyListFile loadPropertyList(const std::string& path);
+
+/// The value of a file that could be read, else empty. A damaged file is told in the log, once.
 std::optional<PropertyList> readPropertyList(const std::string& path);
+
+/// The dictionary in a file, to be changed and written back; empty when there is no file. A damaged
+/// file, or one that holds something else, is set aside as PATH.broken (PATH.broken.2 and so on if
+/// there are earlier ones). One that cannot be read now stays as it is and is an error: whoever
+/// wrote to it would lose what it holds. The system console says so in both cases.
+std::error_code dictionaryForChange(const std::string& path, PropertyList::Dictionary& values);
+
+/// The value of an XML or binary property list. `problem` says what is wrong when there is none.
+std::optional<PropertyList> parsePropertyList(std::string_view bytes, std::string& problem,
+                                              const PropertyListLimits& limits = {});
+
+/// The value as an XML property list; empty when it cannot be one.
+std::string propertyListText(const PropertyList& value);
 
 /// Writes an XML property list; the file is replaced as a whole or left as it was. Creates the
 /// folder when it does not exist. Answers the error, or none.

@@ -58,7 +58,7 @@ void ChangeListing::setFilter(std::string_view text) {
 void ChangeListing::addSequence(std::size_t index, const std::string& filter) {
     const SequenceLedger& ledger = sequence(index);
     total_ += ledger.changes.size();
-    const auto passes = passTable();
+    const auto passes = reportedRows();
     std::vector<Group> found;
     std::vector<bool> whole;  // the pass itself is what the filter looks for
     for (const PassRow& pass : passes) {

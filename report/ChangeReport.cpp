@@ -1,5 +1,6 @@
 #include "report/ChangeReport.h"
 
+#include "report/PictureJson.h"
 #include "tidy/PassTable.h"
 
 #include <algorithm>
@@ -71,10 +72,25 @@ Json looseClipsValue(const SequenceLedger& sequence) {
     return list;
 }
 
+Json keptValue(const SequenceLedger& sequence) {
+    Json list = Json::array();
+    for (const KeptItem& item : sequence.kept) {
+        Json value;
+        value["pass"] = item.pass;
+        value["element"] = item.node.name();
+        value["name"] = item.name();
+        value["id"] = item.id();
+        value["place"] = placeValue(item.track, item.times);
+        value["reason"] = item.reason;
+        list.push_back(std::move(value));
+    }
+    return list;
+}
+
 // The passes that changed something, in run order, with their changes of each kind.
 Json totalsValue(const SequenceLedger& sequence) {
     Json list = Json::array();
-    for (const PassRow& pass : passTable()) {
+    for (const PassRow& pass : reportedRows()) {
         const SequenceLedger::Totals totals = sequence.totals(pass.option);
         if (std::all_of(totals.begin(), totals.end(), [](std::size_t n) { return n == 0; }))
             continue;
@@ -140,6 +156,9 @@ void ChangeReport::addSequence(const SequenceLedger& sequence) {
     put(",\n     \"balances\": ");
     put(sequence.balances() ? "true" : "false");
     put(",\n     \"looseClips\": " + dumped(looseClipsValue(sequence)));
+    put(",\n     \"kept\": " + dumped(keptValue(sequence)));
+    put(",\n     \"picture\": " +
+        dumped(sequence.picture ? pictureJson(*sequence.picture) : Json(nullptr)));
     put(",\n     \"totals\": " + dumped(totalsValue(sequence)));
     put(",\n     \"changes\": [");
     std::string_view separator = "\n      ";

@@ -131,12 +131,14 @@ std::error_code move(const std::string& from, const std::string& to) {
 
 std::error_code copy(const std::string& from, const std::string& to) {
     if (itemExists(to)) return std::make_error_code(std::errc::file_exists);
-    // A folder copied into itself would never be whole.
+    // A folder copied into itself would never be whole. A link to it may lie in it.
     std::error_code resolving;
-    const fs::path source = fs::weakly_canonical(from, resolving);
-    const fs::path inside = fs::weakly_canonical(to, resolving).lexically_relative(source);
-    if (!inside.empty() && *inside.begin() != "..")
-        return std::make_error_code(std::errc::invalid_argument);
+    if (fs::is_directory(fs::symlink_status(from, resolving))) {
+        const fs::path source = fs::weakly_canonical(from, resolving);
+        const fs::path inside = fs::weakly_canonical(to, resolving).lexically_relative(source);
+        if (!inside.empty() && *inside.begin() != "..")
+            return std::make_error_code(std::errc::invalid_argument);
+    }
     const std::error_code error = copyItem(from, to);
     // What somebody else put there meanwhile is not ours to remove.
     if (error && error != std::errc::file_exists) remove(to);

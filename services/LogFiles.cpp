@@ -1,9 +1,9 @@
 #include "services/LogFiles.h"
 
 #include "base/FileReplacement.h"
+#include "base/FolderLock.h"
 #include "base/Format.h"
 #include "platform/Platform.h"
-#include "platform/posix/FolderLock.h"
 #include "services/QVLocalPaths.h"
 
 #include <cerrno>
@@ -56,8 +56,12 @@ std::string LogFiles::rotate() const {
 
 LogFiles::Start LogFiles::startFresh() const {
     std::error_code error;
-    if (!exists(folder_)) std::filesystem::create_directories(folder_, error);
-    if (folder_.empty() || error) return {-1, formatText("Unable to create folder %s.\n", folder_)};
+    const std::string currentFolder = std::filesystem::path(current_).parent_path().string();
+    for (const std::string& folder : {folder_, currentFolder}) {
+        if (!exists(folder)) std::filesystem::create_directories(folder, error);
+        if (folder.empty() || error)
+            return {-1, formatText("Unable to create folder %s.\n", folder)};
+    }
     const FolderLock lock(folder_, std::chrono::seconds(1));
     if (exists(current_))
         if (std::string problem = rotate(); !problem.empty()) return {-1, std::move(problem)};

@@ -4,6 +4,9 @@
 // tools. Folders of the system and the user's standard folders are refused, whatever form their
 // path takes (see QVLocalPaths::leadsToSystemDirectory).
 //
+// A tool acts in the folders that were tested, not in what others put at their paths meanwhile, and
+// never through a link.
+//
 // As root the tools run at once, without asking. Else the system asks the person at the machine,
 // which may take as long as the person does, and the call waits for the end of the tool: only that
 // tells whether the right was given.
@@ -46,8 +49,9 @@ public:
     /// Removes an item and all that is in it. True when it is gone.
     bool authRemoveFile(const std::string& path);
 
-    /// Moves an item to the trash folder of the home; an item of that name there is not replaced:
-    /// the new one gets the time in its name. With the flag, root without a user's home deletes it.
+    /// Moves an item to the desktop's Trash of the home, or to the trash folder of the home where
+    /// there is none. An item of that name there is not replaced: the new one gets the time in its
+    /// name. With the flag, root without a user's home deletes it.
     bool authTrashFile(const std::string& path, bool deleteOnRootAccount = false);
     /// The same with each item in the folder. All are tried; true when none failed.
     bool authTrashFolderContents(const std::string& folder, bool deleteOnRootAccount = false);

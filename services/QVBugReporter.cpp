@@ -37,10 +37,10 @@ void recordNow(const char* key, const QVBugReporter::Text& plistPath) {
     if (!plistPath) {
         error = Platform::current().userDefaults->setObject(key, now);
     } else {
-        PropertyList record = readPropertyList(*plistPath).value_or(PropertyList());
-        if (!record.as<PropertyList::Dictionary>()) record = PropertyList();
-        record.as<PropertyList::Dictionary>()->insert_or_assign(key, now);
-        error = writePropertyList(*plistPath, record);
+        PropertyList::Dictionary record;
+        error = dictionaryForChange(*plistPath, record);
+        record.insert_or_assign(key, now);
+        if (!error) error = writePropertyList(*plistPath, record);
         if (!error) QVBugReporter::chownPlist(*plistPath);
     }
     if (error) QVLog::appendLog("Unable to record the date of the %@: %@", key, error.message());
@@ -145,7 +145,8 @@ void QVBugReporter::chownPlist(const std::string& path) {
     if (users == components.end() || users + 1 == components.end() || (users + 1)->empty()) return;
     const char* const tool =
         filesystem::itemExists("/usr/sbin/chown") ? "/usr/sbin/chown" : "/bin/chown";
-    QVTaskEx::runTask(tool, {*(users + 1), path}, 5.0);
+    // The link itself, should one stand there.
+    QVTaskEx::runTask(tool, {"-h", *(users + 1), path}, 5.0);
 }
 
 }  // namespace reelsweep

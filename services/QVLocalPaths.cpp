@@ -178,6 +178,46 @@ bool QVLocalPaths::isPathSystemDirectory(std::string_view path, bool exactMatch)
                        [path](std::string_view prefix) { return path.starts_with(prefix); });
 }
 
+bool QVLocalPaths::isLinuxSystemDirectory(std::string_view path) {
+    // Everything in these but the administrator's own /usr/local.
+    constexpr std::array<std::string_view, 5> whole{"/etc", "/boot", "/usr", "/bin", "/sbin"};
+    if (isUnder(path, "/usr/local")) return path == "/usr/local";
+    // /lib, /lib64 and the like.
+    if (path.starts_with("/lib")) return true;
+    if (std::any_of(whole.begin(), whole.end(), [&](auto folder) { return isUnder(path, folder); }))
+        return true;
+    if (path == "/home" || path == "/root") return true;
+    // Who takes away a folder above the home takes the home.
+    const std::string home = userDirectory();
+    std::error_code error;
+    return isUnder(home, path) ||
+           isUnder(std::filesystem::weakly_canonical(home, error).string(), path);
+}
+
+bool QVLocalPaths::isProtectedItem(std::string_view path) {
+    namespace fs = std::filesystem;
+    std::error_code error;
+    const fs::path given(path);
+    const std::string name = given.filename().string();
+    // A slash or a dot at the end means what the link leads to.
+    const bool isLink = !name.empty() && name != "." && name != ".." &&
+                        fs::is_symlink(fs::symlink_status(given, error));
+    if (!isLink) return leadsToSystemDirectory(path, true);
+    // The link itself, wherever it leads: /bin is one on some systems, and stays.
+    const fs::path absolute = fs::absolute(given, error);
+    if (error) return true;
+    const fs::path folder = fs::weakly_canonical(absolute.parent_path(), error);
+    const std::string plain = (folder / name).string();
+    if (isPathSystemDirectory(path, true) || isPathSystemDirectory(plain, true) ||
+        isLinuxSystemDirectory(plain))
+        return true;
+    const auto standard = standardFolders();
+    return std::any_of(standard.begin(), standard.end(), [&](const Path& other) {
+        return other && fs::path(*other).filename() == name &&
+               fs::equivalent(fs::path(*other).parent_path(), folder, error);
+    });
+}
+
 bool QVLocalPaths::leadsToSystemDirectory(std::string_view path, bool exactMatch) {
     namespace fs = std::filesystem;
     if (isPathSystemDirectory(path, exactMatch)) return true;
@@ -185,11 +225,12 @@ bool QVLocalPaths::leadsToSystemDirectory(std::string_view path, bool exactMatch
     const fs::path absolute = fs::absolute(fs::path(path), error);
     if (path.empty() || error) return false;
     const std::string plain = stripTrailingSlash(absolute.lexically_normal().string());
-    if (isPathSystemDirectory(plain, exactMatch)) return true;
     const fs::path resolved = fs::weakly_canonical(absolute, error);
+    if (isPathSystemDirectory(plain, exactMatch) || isLinuxSystemDirectory(plain)) return true;
     // What cannot be followed (a loop of links, a folder that may not be entered) leads nowhere.
     if (error) return false;
-    if (isPathSystemDirectory(stripTrailingSlash(resolved.string()), exactMatch)) return true;
+    const std::string end = stripTrailingSlash(resolved.string());
+    if (isPathSystemDirectory(end, exactMatch) || isLinuxSystemDirectory(end)) return true;
     const auto standard = standardFolders();
     return std::any_of(standard.begin(), standard.end(), [&](const Path& folder) {
         return folder && !folder->empty() && fs::equivalent(*folder, resolved, error);

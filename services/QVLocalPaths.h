@@ -67,6 +67,13 @@ public:
     /// "..", doubled slashes and symbolic links are followed, is such a folder, and when it is one
     /// of the standard folders under another name.
     static bool leadsToSystemDirectory(std::string_view path, bool exactMatch = false);
+    /// True for an item that must not be removed or moved: leadsToSystemDirectory with exactMatch,
+    /// but a link counts as itself, not as what it leads to.
+    static bool isProtectedItem(std::string_view path);
+    /// What Linux has in other places than isPathSystemDirectory knows: /etc, /boot, /lib and the
+    /// like and /usr with all in them (but not what is in /usr/local), /home, /root, and every
+    /// folder above the user's home. For an absolute path without links.
+    static bool isLinuxSystemDirectory(std::string_view path);
 
     /// True for a path inside a Time Machine backup.
     static bool isPathOnTimeMachineVolume(std::string_view path);

@@ -2,11 +2,11 @@
 
 #include "base/Text.h"
 #include "platform/Platform.h"
-#include "platform/SystemInfo.h"
 #include "services/FamilyPreferences.h"
 #include "services/LogFiles.h"
 #include "services/LogText.h"
 #include "services/QVException.h"
+#include "services/SystemInfo.h"
 
 #include <cerrno>
 #include <chrono>
@@ -15,6 +15,7 @@
 #include <exception>
 #include <filesystem>
 #include <system_error>
+#include <utility>
 
 #include <unistd.h>
 
@@ -36,6 +37,10 @@ constexpr std::size_t shortText = 100;
 /// in a tight loop then wakes it a hundred times a second, not a hundred thousand times.
 constexpr std::chrono::milliseconds gatheringTime{10};
 constexpr std::size_t gatheringBytes = 256UL * 1024;
+
+/// Entries that wait for a slow disk take no more memory than this; what comes then is dropped and
+/// counted, since no caller ever waits for the disk.
+constexpr std::size_t queueBytes = 32UL * 1024 * 1024;
 
 /// Bytes that one write call takes at most, more or less.
 constexpr std::size_t outputBytes = 256UL * 1024;
@@ -77,6 +82,12 @@ private:
     QVLog& log_;
     const bool nested_;
 };
+
+void QVLog::Batch::add(std::string_view entry, std::size_t entryCharacters) {
+    texts.append(entry);
+    ends.push_back(texts.size());
+    characters += entryCharacters;
+}
 
 void QVLog::Batch::clear() {
     // One flood of entries must not hold its memory for the rest of the run.
@@ -160,16 +171,23 @@ void QVLog::appendTextToLog(std::string_view text) {
     const std::string_view entry = trimmed(text);
     if (entry.empty()) return;
     const std::size_t characters = characterCount(entry);
+    if (writingHere() && header_) {
+        bytesInQueue_ += characters;
+        header_->add(entry, characters);
+        return;
+    }
     bool wake = false;
     {
         const std::lock_guard lock(queueMutex_);
         if (terminated_) return;
-        const std::size_t before = pending_.texts.size();
-        pending_.texts.append(entry);
-        pending_.ends.push_back(pending_.texts.size());
-        pending_.characters += characters;
+        const std::size_t before = pending_.bytes();
+        if (before + entry.size() > queueBytes) {
+            ++dropped_;
+            return;
+        }
+        pending_.add(entry, characters);
         bytesInQueue_ += characters;
-        wake = writerIdle_ || (before < gatheringBytes && pending_.texts.size() >= gatheringBytes);
+        wake = writerIdle_ || (before < gatheringBytes && pending_.bytes() >= gatheringBytes);
         writerIdle_ = false;
     }
     if (wake) queueChanged_.notify_one();
@@ -190,7 +208,7 @@ void QVLog::runWriter() {
         queueChanged_.wait(lock, [this] { return !pending_.ends.empty(); });
         writerIdle_ = false;
         queueChanged_.wait_for(lock, gatheringTime,
-                               [this] { return pending_.texts.size() >= gatheringBytes; });
+                               [this] { return pending_.bytes() >= gatheringBytes; });
         lock.unlock();
         {
             const WriterTurn turn(*this);
@@ -208,53 +226,56 @@ void QVLog::finishWriting() {
 }
 
 void QVLog::drain() {
-    while (takePending()) {
-        writeBatch();
-        if (bytesWritten_ >= fullFileBytes) rotateFullFile();
-    }
+    while (takePending()) writeBatch(batch_);
 }
 
 bool QVLog::takePending() {
     batch_.clear();
     const std::lock_guard lock(queueMutex_);
     std::swap(batch_, pending_);
+    if (const std::size_t lost = std::exchange(dropped_, 0); lost > 0) {
+        const std::string note =
+            formatText("%li entries were dropped: the disk is too slow", static_cast<long>(lost));
+        batch_.add(note, note.size());
+        bytesInQueue_ += note.size();
+    }
     inFlight_ = batch_.ends.size();
     return inFlight_ > 0;
 }
 
-void QVLog::writeBatch() {
-    const std::size_t characters = batch_.characters;
+void QVLog::writeBatch(const Batch& batch) {
     try {
-        writeEntries();
+        writeEntries(batch);
     } catch (const std::exception& exception) {
         if (!loggingDisabled_)
             print(formatText("Exception writing to log: %s\n", exception.what()));
     }
-    bytesInQueue_ -= characters;
+    bytesInQueue_ -= batch.characters;
     {
         const std::lock_guard lock(queueMutex_);
         inFlight_ = 0;
     }
 }
 
-void QVLog::writeEntries() {
-    if (loggingDisabled_) return;
-    if (fileHandle_ < 0) setFile(LogFiles(appName()).openExisting());
-    if (fileHandle_ < 0) {
-        reportUnwritable();
-        return;
-    }
-    const std::string_view date = currentDate();
-    const std::string_view texts = batch_.texts;
+void QVLog::writeEntries(const Batch& batch) {
+    const std::string_view texts = batch.texts;
     std::size_t start = 0;
     output_.clear();
-    for (const std::size_t end : batch_.ends) {
-        output_.append(date).append(" - ").append(texts.substr(start, end - start)).append("\n");
-        start = end;
-        if (output_.size() >= outputBytes) {
-            flushOutput();
-            if (dropQueued_) return;  // the process ends
+    for (std::size_t entry = 0; entry < batch.ends.size() && !loggingDisabled_; ++entry) {
+        if (fileHandle_ < 0) setFile(LogFiles(appName()).openExisting());
+        if (fileHandle_ < 0) {
+            reportUnwritable(batch, entry);
+            return;
         }
+        const std::size_t end = batch.ends[entry];
+        output_.append(currentDate()).append(" - ").append(texts.substr(start, end - start)) +=
+            '\n';
+        start = end;
+        const bool full = bytesWritten_ + output_.size() >= fullFileBytes;
+        if (!full && output_.size() < outputBytes) continue;
+        flushOutput();
+        if (dropQueued_) return;  // the process ends
+        if (full) startNextFile();
     }
     flushOutput();
 }
@@ -271,12 +292,13 @@ void QVLog::flushOutput() {
     output_.clear();
 }
 
-void QVLog::reportUnwritable() {
+void QVLog::reportUnwritable(const Batch& batch, std::size_t entry) {
     if (noPrinting_) return;
     std::string lines;
-    std::size_t start = 0;
-    for (const std::size_t end : batch_.ends) {
-        const std::string_view text = std::string_view(batch_.texts).substr(start, end - start);
+    std::size_t start = entry == 0 ? 0 : batch.ends[entry - 1];
+    for (; entry < batch.ends.size(); ++entry) {
+        const std::size_t end = batch.ends[entry];
+        const std::string_view text = std::string_view(batch.texts).substr(start, end - start);
         lines += formatText("Unable to log the following information: %s\n", text);
         lines += "Unable to open log for output\n";
         start = end;
@@ -284,12 +306,22 @@ void QVLog::reportUnwritable() {
     print(lines);
 }
 
-void QVLog::rotateFullFile() {
-    // What is queued still belongs to the full file. This is the writer, so there is nobody to wait
-    // for: it takes what there is now and leaves what others add meanwhile to the fresh file.
-    if (takePending()) writeBatch();
-    if (!loggingDisabled_ && startFile({})) appendHeader();
+void QVLog::startNextFile() {
+    // The rest of the batch goes on in the fresh file, after the lines that a file starts with.
+    Batch first;
+    header_ = &first;
+    if (startFile({})) appendHeader();
     appendLog("Log truncated at 500KB");
+    header_ = nullptr;
+    if (fileHandle_ >= 0) {
+        std::size_t start = 0;
+        for (const std::size_t end : first.ends) {
+            output_.append(currentDate()).append(" - ");
+            output_.append(first.texts, start, end - start) += '\n';
+            start = end;
+        }
+    }
+    bytesInQueue_ -= first.characters;
 }
 
 // Files
@@ -322,7 +354,14 @@ bool QVLog::startFile(std::string_view name) {
     bytesWritten_ = 0;
     if (appName().empty()) setAppName("Unknown");
     const LogFiles::Start fresh = LogFiles(appName()).startFresh();
-    if (!fresh.problem.empty()) print(fresh.problem);
+    if (!fresh.problem.empty()) {
+        print(fresh.problem);
+        // An administrator who runs the program by a script would look for the log in vain.
+        const bool root = Platform::current().folders->userIdentifier() == 0;
+        if (root && !std::exchange(saidThereIsNone_, true))
+            Platform::current().console->log(
+                formatText("There is no log: %@", trimmed(fresh.problem)));
+    }
     setFile(fresh.descriptor);
     return fresh.descriptor >= 0;
 }

@@ -6,7 +6,7 @@
 // exception: see appendLog. The log never fails its caller; its own troubles go to standard output,
 // unless noPrinting is set.
 //
-// Formats are those of support/Format.h. A percent sign that no directive follows may be written
+// Formats are those of base/Format.h. A percent sign that no directive follows may be written
 // plainly in a format (see escapeTextForLogging).
 //
 // A program that has called createNewLog gets a fresh file; without it, entries are added to the
@@ -113,7 +113,9 @@ private:
         std::vector<std::size_t> ends;
         std::size_t characters = 0;
 
+        void add(std::string_view entry, std::size_t entryCharacters);
         void clear();
+        std::size_t bytes() const { return texts.size() + ends.size() * sizeof ends.front(); }
     };
 
     QVLog();
@@ -136,11 +138,11 @@ private:
     void runWriter();
     void drain();
     bool takePending();
-    void writeBatch();
-    void writeEntries();
+    void writeBatch(const Batch& batch);
+    void writeEntries(const Batch& batch);
     void flushOutput();
-    void reportUnwritable();
-    void rotateFullFile();
+    void reportUnwritable(const Batch& batch, std::size_t entry);
+    void startNextFile();
     bool startFile(std::string_view name);
     static void appendHeader();
     void setFile(int descriptor);
@@ -162,6 +164,7 @@ private:
     std::mutex queueMutex_;
     std::condition_variable queueChanged_;
     Batch pending_;
+    std::size_t dropped_ = 0;   ///< entries that found the queue full
     std::size_t inFlight_ = 0;  ///< entries taken from the queue and not yet written
     bool writerIdle_ = false;   ///< the background thread waits for a first entry
     bool terminated_ = false;
@@ -172,6 +175,8 @@ private:
     std::atomic<std::thread::id> writer_;
     Batch batch_;
     std::string output_;
+    Batch* header_ = nullptr;  ///< takes what the writer itself logs while it starts the next file
+    bool saidThereIsNone_ = false;
     std::atomic<int> fileHandle_ = -1;
     std::atomic<bool> dropQueued_ = false;
 };

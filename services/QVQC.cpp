@@ -12,6 +12,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <iterator>
 #include <random>
 
@@ -57,11 +58,26 @@ PropertyList::Dictionary readPreferences() {
     return values ? *values : PropertyList::Dictionary();
 }
 
+void logUnwritten(const std::string& path, const std::error_code& error) {
+    QVLog::appendLog("Error: unable to write %@: %@", path, error.message());
+}
+
+/// Changes the preference file; the log says when that fails.
+void changePreferences(const std::function<void(PropertyList::Dictionary&)>& change) {
+    const auto path = preferenceFile();
+    PropertyList::Dictionary preferences;
+    std::error_code error = path ? dictionaryForChange(*path, preferences)
+                                 : std::make_error_code(std::errc::no_such_file_or_directory);
+    change(preferences);
+    if (!error) error = writePropertyList(*path, preferences);
+    if (error) logUnwritten(path.value_or(""), error);
+}
+
 /// Writes a property list; the log says when that fails.
 bool store(const std::optional<std::string>& path, const PropertyList& value) {
     const std::error_code error = path ? writePropertyList(*path, value)
                                        : std::make_error_code(std::errc::no_such_file_or_directory);
-    if (error) QVLog::appendLog("Error: unable to write %@: %@", path, error.message());
+    if (error) logUnwritten(path.value_or(""), error);
     return !error;
 }
 
@@ -248,11 +264,9 @@ void QVQC::writeCacheOnThread() {
 
 void QVQC::setQCLogging(bool flag) {
     const std::lock_guard lock(preferencesMutex_);
-    auto preferences = readPreferences();
-    preferences["logQC"] = flag;
     // Kept in this run whatever becomes of the file: a refusal holds at once.
     shouldLog_ = flag;
-    store(preferenceFile(), preferences);
+    changePreferences([flag](auto& preferences) { preferences["logQC"] = flag; });
 }
 
 void QVQC::uploadData() {
@@ -290,15 +304,16 @@ void QVQC::uploadData() {
 /// The user's random name, a new one every 90 days.
 std::string QVQC::identifier() {
     const std::lock_guard lock(preferencesMutex_);
-    auto preferences = readPreferences();
+    const auto preferences = readPreferences();
     std::string uid = textOf(preferences, "uid");
     const auto assigned = preferences.find("uidAssigned");
     const bool old = assigned != preferences.end() && isOlder(&assigned->second, identifierLife);
     if (!uid.empty() && !old) return uid;
     uid = generateRandomString(12);
-    preferences["uid"] = uid;
-    preferences["uidAssigned"] = now();
-    store(preferenceFile(), preferences);
+    changePreferences([&uid](auto& changed) {
+        changed["uid"] = uid;
+        changed["uidAssigned"] = now();
+    });
     return uid;
 }
 

@@ -246,26 +246,37 @@ void QVTaskEx::timeout() {
 void QVTaskEx::asyncDataFromTask(const std::string& path, const Arguments& arguments,
                                  TaskDelegate* delegate, std::string_view selector, std::any object,
                                  const std::optional<Environment>& environment) {
+    std::uint64_t run = 0;
     {
         const std::lock_guard lock(mutex_);
         delegate_ = delegate;
         selector_ = selector;
         object_ = std::move(object);
-        terminated_ = false;
+        run = ++run_;
         asyncRequest_ = LaunchRequest{path, arguments, environment};
         asyncRequest_->output = ChildStream::pipe;
     }
     try {
-        std::thread([self = shared_from_this()] { self->launchAsyncTask(); }).detach();
+        std::thread([self = shared_from_this(), run] { self->launch(run); }).detach();
     } catch (const std::exception& exception) {
         QVLog::appendLogAndPrint("Exception: %@", exception.what());
     }
 }
 
 void QVTaskEx::launchAsyncTask() {
+    std::uint64_t run = 0;
+    {
+        const std::lock_guard lock(mutex_);
+        run = run_;
+    }
+    launch(run);
+}
+
+void QVTaskEx::launch(std::uint64_t run) {
     std::optional<LaunchRequest> request;
     {
         const std::lock_guard lock(mutex_);
+        if (run != run_) return;  // ended before it began
         request = std::exchange(asyncRequest_, std::nullopt);
     }
     if (!request) {
@@ -277,48 +288,64 @@ void QVTaskEx::launchAsyncTask() {
         return;
     }
     try {
-        startLaunched(*request);
+        startLaunched(*request, run);
     } catch (const std::exception& exception) {
         QVLog::appendLogAndPrint("Exception: %@", exception.what());
     }
 }
 
-void QVTaskEx::startLaunched(const LaunchRequest& request) {
+void QVTaskEx::startLaunched(const LaunchRequest& request, std::uint64_t run) {
     const std::shared_ptr<ChildProcess> child = start(request);
     {
         const std::lock_guard lock(mutex_);
-        theTask_.set(child);
         // The run may have been ended before there was a program.
-        if (terminated_) child->terminate();
+        if (run == run_)
+            theTask_.set(child);
+        else
+            child->terminate();
     }
-    while (const auto chunk = child->readAvailable()) asyncTaskReturnData(chunk->bytes);
-    asyncTaskReturnData({});
+    while (const auto chunk = child->readAvailable()) returnData(chunk->bytes, run);
+    returnData({}, run);
 }
 
 void QVTaskEx::asyncTaskReturnData(const Data& data) {
+    std::uint64_t run = 0;
+    {
+        const std::lock_guard lock(mutex_);
+        run = run_;
+    }
+    returnData(data, run);
+}
+
+/// What a reader brings for a run that was ended goes nowhere: the object may be on another run.
+void QVTaskEx::returnData(const Data& data, std::uint64_t run) {
     TaskDelegate* delegate = nullptr;
     std::string selector;
     std::any object;
     {
         const std::lock_guard lock(mutex_);
+        if (run != run_) return;
         delegate = delegate_;
         selector = selector_;
         object = object_;
     }
     if (delegate && !selector.empty() && delegate->respondsToSelector(selector))
         delegate->taskReturnedData(selector, data, *this, object);
-    if (data.empty()) terminateAsyncTask();
+    if (data.empty()) terminate(run);
 }
 
-void QVTaskEx::terminateAsyncTask() {
+void QVTaskEx::terminateAsyncTask() { terminate({}); }
+
+void QVTaskEx::terminate(std::optional<std::uint64_t> run) {
     std::shared_ptr<ChildProcess> task;
     {
         const std::lock_guard lock(mutex_);
+        if (run && *run != run_) return;
+        ++run_;
         delegate_ = nullptr;
         selector_.clear();
         object_.reset();
         asyncRequest_.reset();
-        terminated_ = true;
         task = theTask_.get();
         theTask_.set(nullptr);
     }

@@ -20,6 +20,7 @@
 #include "platform/ProcessLauncher.h"
 
 #include <any>
+#include <cstdint>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -151,7 +152,10 @@ private:
     class TimeLimit;
 
     QVTaskEx() = default;
-    void startLaunched(const LaunchRequest& request);
+    void launch(std::uint64_t run);
+    void startLaunched(const LaunchRequest& request, std::uint64_t run);
+    void returnData(const Data& data, std::uint64_t run);
+    void terminate(std::optional<std::uint64_t> run);
 
     TaskSlot theTask_;
     mutable std::mutex mutex_;
@@ -159,7 +163,7 @@ private:
     TaskDelegate* delegate_ = nullptr;
     std::string selector_;
     std::any object_;
-    bool terminated_ = false;  ///< the present asynchronous run was ended
+    std::uint64_t run_ = 0;  ///< of asynchronous runs; the start and the end of one change it
 };
 
 }  // namespace reelsweep

@@ -4,6 +4,7 @@
 #include "services/ConsoleLog.h"
 #include "services/CrashReports.h"
 #include "services/FileSystem.h"
+#include "services/PrivateFolder.h"
 #include "services/QVAlert.h"
 #include "services/QVFileManager.h"
 #include "services/QVLocalPaths.h"
@@ -16,8 +17,6 @@
 #include <string_view>
 #include <utility>
 
-#include <sys/stat.h>
-
 namespace reelsweep {
 
 namespace {
@@ -28,41 +27,33 @@ void tell(bool silent, std::string_view messageText, std::string_view informativ
     if (!silent) QVAlert::alertSheet(messageText, informativeText, WindowRef{});
 }
 
-/// The folder that files are gathered in. It stays when gathering is given up, as it is then.
+/// The folder that files are gathered in. It goes with the object. What cannot be read is passed
+/// over and noted.
 class Gathering {
 public:
-    Gathering()
-        : folder_(QVLocalPaths::stripTrailingSlash(QVLocalPaths::tempDirectory()) +
-                  "/QV_App_Logs") {}
-
-    const std::string& folder() const { return folder_; }
-    std::size_t count() const { return count_; }
-
+    /// False, said on the console, when there is no folder to gather in.
     bool start() const {
-        if (const std::error_code error = filesystem::remove(folder_)) {
-            consoleLog("Error removing existing folder: %@", error.message());
-            return false;
-        }
-        std::error_code error;
-        fs::create_directories(fs::path(folder_).parent_path(), error);
-        // The temporary folder may be everybody's: nobody else reads the logs, and a folder that
-        // somebody put there in between is not used.
-        if (!error && ::mkdir(folder_.c_str(), 0700) != 0) error = {errno, std::generic_category()};
+        std::error_code error = place_.error();
+        if (!error) fs::create_directory(folder_, error);
         if (error) consoleLog("Error creating temp folder: %@", error.message());
         return !error;
     }
 
+    const std::string& folder() const { return folder_; }
+    std::size_t count() const { return count_; }
+    const std::vector<std::string>& left() const { return left_; }
+
     /// Copies what there is for the programs in the user's folders or in the machine's.
-    bool gatherDomain(const std::vector<std::string>& names, bool user) {
+    void gatherDomain(const std::vector<std::string>& names, bool user) {
         if (const auto library = QVLocalPaths::libraryDirectory(user))
-            if (!gatherMatching(*library + "/Logs/Quorvane", names, "", ".log")) return false;
+            gatherMatching(*library + "/Logs/Quorvane", names, "", ".log");
         for (const std::string& reports : crashReportFolders(user))
-            if (!gatherMatching(reports, names, "_", ".crash")) return false;
-        const auto preferences = QVLocalPaths::prefsDirectory(user);
-        return !preferences || gatherPreferences(*preferences, names);
+            gatherMatching(reports, names, "_", ".crash");
+        if (const auto preferences = QVLocalPaths::prefsDirectory(user))
+            gatherPreferences(*preferences, names);
     }
 
-    bool gatherAdditional(const std::string& path) {
+    void gatherAdditional(const std::string& path) {
         // A path that climbs must not lead out of the folder.
         std::error_code error;
         const fs::path source =
@@ -74,28 +65,30 @@ public:
         const std::string copy = target + "/" + source.filename().string();
         // What is there already came from the same place.
         if (!error && !filesystem::itemExists(copy)) error = filesystem::copy(path, copy);
-        if (error) {
-            consoleLog("Unable to copy file: %@", path + ": " + error.message());
-            return false;
-        }
-        ++count_;
-        return true;
+        if (error)
+            leave("Unable to copy file: %@", path, error);
+        else
+            ++count_;
     }
 
 private:
-    bool gatherMatching(const std::string& folder, const std::vector<std::string>& names,
+    void leave(std::string_view message, const std::string& path, const std::error_code& error) {
+        left_.push_back(path + ": " + error.message());
+        consoleLog(message, left_.back());
+    }
+
+    void gatherMatching(const std::string& folder, const std::vector<std::string>& names,
                         std::string_view separator, std::string_view ending) {
         for (const std::string& item : filesystem::namesIn(folder)) {
             const bool wanted = std::any_of(names.begin(), names.end(), [&](const auto& name) {
                 return item.starts_with(name) &&
                        std::string_view(item).substr(name.size()).starts_with(separator);
             });
-            if (wanted && item.ends_with(ending) && !gather(folder, item)) return false;
+            if (wanted && item.ends_with(ending)) gather(folder, item);
         }
-        return true;
     }
 
-    bool gatherPreferences(const std::string& folder, const std::vector<std::string>& names) {
+    void gatherPreferences(const std::string& folder, const std::vector<std::string>& names) {
         for (std::string name : names) {
             std::erase(name, ' ');
             std::string lower = name;
@@ -105,17 +98,16 @@ private:
             for (const std::string& spelling : {name, lower}) {
                 const std::string item = "com.quorvane." + spelling + ".plist";
                 if (!filesystem::itemExists(fs::path(folder) / item)) continue;
-                if (!gather(folder, item)) return false;
+                gather(folder, item);
                 break;
             }
         }
-        return true;
     }
 
-    bool gather(const std::string& folder, const std::string& item) {
+    void gather(const std::string& folder, const std::string& item) {
         std::string source = folder + "/" + item;
         const std::string target = folder_ + folder + "/" + item;
-        if (filesystem::itemExists(target)) return true;
+        if (filesystem::itemExists(target)) return;
         std::error_code error;
         if (QVFileManager::isSymbolicLinkAtPath(source))
             if (const fs::path destination = fs::canonical(source, error); !error)
@@ -123,16 +115,16 @@ private:
         error.clear();
         fs::create_directories(folder_ + folder, error);
         if (!error) error = filesystem::copy(source, target);
-        if (error) {
-            consoleLog("Unable to copy log: %@", source + ": " + error.message());
-            return false;
-        }
-        ++count_;
-        return true;
+        if (error)
+            leave("Unable to copy log: %@", source, error);
+        else
+            ++count_;
     }
 
-    const std::string folder_;
+    const PrivateFolder place_{"Quorvane"};
+    const std::string folder_ = place_.path() + "/QV_App_Logs";
     std::size_t count_ = 0;
+    std::vector<std::string> left_;
 };
 
 /// Where the archive goes: an earlier one stays.
@@ -173,23 +165,25 @@ bool QVTroubleshootingUtils::gatherLogsForAppsWithNames(const Names& names, bool
     if (names.empty()) return false;
     QVLog::finishWriting();
     Gathering gathering;
-    if (!gathering.start()) return false;
-    for (const bool user : {true, false})
-        if (!gathering.gatherDomain(names, user)) return false;
-    for (const std::string& path : additionalFiles)
-        if (!gathering.gatherAdditional(path)) return false;
-    if (gathering.count() == 0) {
+    const bool started = gathering.start();
+    if (started) {
+        for (const bool user : {true, false}) gathering.gatherDomain(names, user);
+        for (const std::string& path : additionalFiles) gathering.gatherAdditional(path);
+    }
+    if (started && gathering.count() == 0 && gathering.left().empty()) {
         tell(silent, "No logs found", "There were no logs available to gather.");
         return false;
     }
-    const auto archive = archiveFor(names.front());
+    const auto archive = gathering.count() > 0 ? archiveFor(names.front()) : std::nullopt;
     const bool made = archive && QVFileManager::compressFile(gathering.folder(), *archive);
-    (void)filesystem::remove(gathering.folder());
+    std::string left;
+    for (const std::string& item : gathering.left()) left += "\n" + item;
+    if (!left.empty()) left.insert(0, "\n\nThese files could not be read and were left out:");
     if (made)
         tell(silent, "Logs gathered successfully",
-             "The gathered logs were placed on your desktop.");
+             "The gathered logs were placed on your desktop." + left);
     else
-        tell(silent, "Logs could not be gathered", "Please check your file permissions.");
+        tell(silent, "Logs could not be gathered", "Please check your file permissions." + left);
     return made;
 }
 

@@ -21,10 +21,10 @@ public:
 
     /// Makes an archive on the Desktop, named after the first program, of the logs, the crash
     /// reports and the preference files of the programs, the user's and the machine's, and of
-    /// additional files. In the archive every file keeps its whole path. True when the archive was
-    /// made; false when there is nothing to gather, and when a file could not be copied: what was
-    /// copied until then stays in the gathering folder, "QV_App_Logs" in the temporary folder. An
-    /// archive that is there stays; the new one then gets the time in its name.
+    /// additional files. In the archive every file keeps its whole path. A file that cannot be read
+    /// is left out, and named in the alert and on the console. True when the archive was made;
+    /// false when there is nothing to gather. An archive that is there stays; the new one then gets
+    /// the time in its name.
     static bool gatherLogsForAppsWithNames(const Names& names, bool silent = false,
                                            const Paths& additionalFiles = {});
 

@@ -3,8 +3,9 @@
 #include "base/Log.h"
 #include "documents/OutputBin.h"
 #include "platform/Platform.h"
-#include "services/QVAlert.h"
 #include "services/QVException.h"
+#include "shell/ViewAlert.h"
+#include "timeline/QVXMLParser.h"
 #include "xml/XMLQuery.h"
 
 #include <algorithm>
@@ -167,9 +168,7 @@ void QVFCPDoc::setProgressLabelText(const std::string& text) {
 
 void QVFCPDoc::showAlert(const std::string& message, const std::string& informative,
                          AlertStyle style) {
-    WindowRef window;
-    onMainThread([&] { window = view_.window(); });
-    QVAlert::alertSheet(message, informative, window, style);
+    showViewAlert(view_, message, informative, style);
 }
 
 void QVFCPDoc::fail(const Failure& failure) {
@@ -210,28 +209,44 @@ TidyControls QVFCPDoc::controls(std::stop_token stop) {
     return {std::move(stop), [this](const std::string& text) { setProgressLabelText(text); }};
 }
 
-void QVFCPDoc::run(const OptionList& options, Delivery delivery, std::stop_token stop) {
+void QVFCPDoc::run(const OptionList& options, Delivery delivery, const std::stop_token& stop) {
     runResult_ = RunResult();
     ledger_ = ChangeLedger();
+    tidied_.clear();
     onMainThread([this] { view_.startProgress(); });
     setProgressLabelText("Initializing...");
     const auto records = sequenceArray();
     const auto document = this->document();
     try {
         bool goesOn = document != nullptr;
+        const auto count = static_cast<std::size_t>(
+            std::count_if(records->begin(), records->end(),
+                          [](const auto& record) { return record->selected.load(); }));
+        std::size_t position = 0;
         for (std::size_t row = 0; row < records->size() && goesOn; ++row) {
             QVSequence& record = *(*records)[row];
             if (stop.stop_requested()) break;
-            if (record.selected)
-                goesOn = processSequence(*document, row, record, options, controls(stop));
+            if (!record.selected) continue;
+            ++position;
+            onMainThread([&] { view_.setProgressSequence(record.title, position, count); });
+            goesOn = processSequence(*document, row, record, options, controls(stop));
         }
+        if (!stop.stop_requested() && goesOn && importsSafely_)
+            goesOn = makeImportSafe(copies_, isFCPProject_ ? nullptr : document->tree(), stop).ok();
+        finishCopies();
+        // Without a delivery what was made so far is of no use.
+        if (!goesOn) tidied_.clear();
         if (!stop.stop_requested() && goesOn) deliver(*document, delivery, controls(stop));
     } catch (const std::exception& error) {
+        tidied_.clear();
         const std::string text = QVException::logException(error, "-[QVFCPDoc startProcessing:]");
         runResult_.failures.push_back({FailureCode::internal, text, path_});
+        copies_.clear();
+        copiedRecords_.clear();
     }
     // What was delivered before the cancel came is not taken back.
     runResult_.cancelled = stop.stop_requested() && !runResult_.delivered;
+    if (runResult_.cancelled) tidied_.clear();
     endProgress();
 }
 
@@ -239,19 +254,22 @@ bool QVFCPDoc::processSequence(SequenceDocument& document, std::size_t row, QVSe
                                const OptionList& options, const TidyControls& controls) {
     const Result<SourceSequence> source = document.wholeSequence(row, controls);
     if (!source) {
-        // It stays ticked, and its short form goes into the bin: there the editor sees which
-        // sequence is missing.
+        // The record stays ticked, and its short form goes into the bin. There the editor sees
+        // which sequence is missing.
         fail(source.failure());
         return true;
     }
     record.xmlRepresentation = source->node;
     record.fetchedDocument = source->owner;
     record.isPlaceholder = source->isShortForm;
-    Result<TidiedCopy> copy = tidiedCopy(*source, {options, ignoredEffects()}, controls);
-    record.processedXMLRepresentation = copy ? copy->sequence : XMLNode();
+    auto copy = CopyInWork::begin(
+        *source, {options, ignoredEffects(), keepsPicture_, provesPicture_}, controls);
+    record.processedXMLRepresentation = copy ? (*copy)->sequence() : XMLNode();
     if (copy) {
-        record.newUUID = copy->uuid;
-        ledger_.sequences.push_back(std::move(copy->ledger));
+        record.newUUID = QVXMLParser::uuidForNode((*copy)->sequence());
+        tidied_.push_back((*copy)->sequence());
+        copies_.push_back(std::move(*copy));
+        copiedRecords_.push_back(&record);
     } else if (copy.failure().code != FailureCode::cancelled) {
         // The source would take the result's place in the bin and pass for tidied.
         endProgress();
@@ -260,9 +278,18 @@ bool QVFCPDoc::processSequence(SequenceDocument& document, std::size_t row, QVSe
     return copy.ok();
 }
 
+void QVFCPDoc::finishCopies() {
+    for (std::size_t i = 0; i < copies_.size(); ++i) {
+        ledger_.sequences.push_back(copies_[i]->finish().ledger);
+        ledger_.sequences.back().title = copiedRecords_[i]->title;
+    }
+    copies_.clear();
+    copiedRecords_.clear();
+}
+
 std::vector<std::string> QVFCPDoc::ignoredEffects() const {
-    // Not "ignoredFilters", which the preferences keep for filters that a user wants spared: to
-    // spare a filter and to call its clip see-through are two wishes.
+    // The preference "ignoredFilters" is for filters that a user wants spared. To spare a filter is
+    // one wish, to call its clip see-through another.
     std::vector<std::string> names =
         Platform::current().userDefaults->stringArrayForKey("ignoredEffects");
     names.insert(names.end(), extraIgnoredEffects_.begin(), extraIgnoredEffects_.end());
@@ -310,6 +337,7 @@ void QVFCPDoc::deliver(SequenceDocument& document, Delivery delivery,
     if (Outcome verified = verifySource(); !verified) {
         Log::append("Unable to load XML data - %@", verified.failure().description());
         runResult_.failures.push_back(verified.failure());
+        tidied_.clear();
     } else if (delivery != Delivery::none) {
         isFCPProject_ ? deliverToFCP(document, controls) : processXML(document, controls);
     }
@@ -355,7 +383,7 @@ void QVFCPDoc::deliverToFCP(SequenceDocument& document, const TidyControls& cont
             if (record->selected && record->newUUID) copies.push_back(*record->newUUID);
         document.showDelivered(copies);
     } else {
-        // Ahead of the end of the progress, so it stands free of the sheet.
+        // The alert comes before the progress ends, so it stands free of the sheet.
         fail(sent.failure());
         endProgress();
     }

@@ -25,6 +25,7 @@
 #include <stop_token>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace reelsweep {
@@ -62,8 +63,8 @@ public:
     /// refuses to overwrite what another program wrote there.
     Outcome saveToURL(const std::string& path);
     bool isFCPProject() const { return isFCPProject_; }
-    /// Whether Final Cut Pro may be started, and a native project be opened in it, when that is
-    /// needed. It may, unless told otherwise; before readFromURL.
+    /// Whether Final Cut Pro may be started, and a native project be opened in it. It may, unless
+    /// this says otherwise before readFromURL.
     void setLaunchesFCP(bool launches) { host_.setMayLaunch(launches); }
     /// Why the sequences of a native project could not be listed; nothing when they were.
     std::optional<Failure> listFailure() const;
@@ -90,8 +91,7 @@ public:
 
     /// Starts startProcessing on a thread of its own and returns at once. The options are the names
     /// of the boxes that are on. `ended` is run on the main thread when the run is over, even when
-    /// the document is gone by then.
-    /// A cancel stops it from here on.
+    /// the document is gone by then. A cancel that follows at once stops the run.
     void process(const OptionList& options, std::function<void()> ended = {});
     /// Blocks until the run started by process() has ended, pumping when called on the main thread.
     void waitUntilProcessed() { processThread_.wait(); }
@@ -104,7 +104,7 @@ public:
     void cancelProgress();
     /// Sends a native project's ticked sequences to Final Cut Pro as a new bin: the results of the
     /// last run, or the sources where there are none. Opens the copies there, and lists the
-    /// sequences anew, unticked. Ends every run over a native project; any thread.
+    /// sequences anew, unticked. A run over a native project ends with it. Any thread.
     void sendToFCP();
     const RunResult& runResult() const { return runResult_; }
     const ChangeLedger& changeLedger() const { return ledger_; }
@@ -113,9 +113,34 @@ public:
         extraIgnoredEffects_ = std::move(names);
     }
 
+    /// Whether runs keep edits back that would change the picture, and compare it before and after.
+    /// Literal runs, which do neither, are what a document does by itself.
+    void setKeepsPicture(bool keeps) { keepsPicture_ = keeps; }
+    void setProvesPicture(bool proves) { provesPicture_ = proves; }
+    /// Whether the copies are made ones that other applications import.
+    void setImportsSafely(bool safely) { importsSafely_ = safely; }
+
     /// Renames a copy in place and answers it: id and name get "-Tidied", the uuid a fresh one, and
     /// id stays as the only attribute.
     XMLNode renameSequence(XMLNode sequence);
+
+    // What runs made, until somebody has it in a file
+
+    /// True when the last run, or one whose results were kept beside it, made tidied sequences.
+    bool hasTidied() const { return !tidied_.empty(); }
+    /// Writes the tidied sequences to a file of their own, and nothing else, whatever is ticked by
+    /// now. With Overwrite::never a file that is there stays.
+    Outcome exportResults(const std::string& path, Overwrite overwrite = Overwrite::always) const;
+    /// Sets the results aside before a run, which may then replace or join them. Main thread, while
+    /// no run is going; so are the next three.
+    void setResultsAside();
+    /// Brings back what was set aside: the results, their report, and how their run ended.
+    void restoreResults();
+    /// Lets go of what was set aside, and takes its bin out of the file's project again.
+    void replaceResults();
+    /// Puts what was set aside before what was made since. Copies of one sequence are told apart by
+    /// a number: the second copy of "Reel-Tidied" is "Reel-Tidied 2".
+    void joinResults();
     /// A document of their own for the tidied sequences: every ticked record's result, or source
     /// when it has none. See standaloneDocument in documents/OutputBin.h.
     Result<XMLDocument> standaloneXML() const;
@@ -161,13 +186,14 @@ private:
     /// Notes a failure of the run and shows it.
     void fail(const Failure& failure);
 
-    /// A stop of its own for a run that begins; the one before is final.
+    /// A new stop for a run that begins. A stop of the run before stays requested.
     std::stop_token beginRun();
     std::stop_token currentStop() const;
-    void run(const OptionList& options, Delivery delivery, std::stop_token stop);
+    void run(const OptionList& options, Delivery delivery, const std::stop_token& stop);
     /// False when the run cannot go on after it.
     bool processSequence(SequenceDocument& document, std::size_t row, QVSequence& record,
                          const OptionList& options, const TidyControls& controls);
+    void finishCopies();
     void deliver(SequenceDocument& document, Delivery delivery, const TidyControls& controls);
     void processXML(SequenceDocument& document, const TidyControls& controls);
     void deliverToFCP(SequenceDocument& document, const TidyControls& controls);
@@ -175,6 +201,15 @@ private:
     std::vector<XMLNode> deliverables() const;
     XMLNode runAlone(PassFunction pass, XMLNode sequence);
     std::vector<std::string> ignoredEffects() const;
+
+    /// What there was before a run.
+    struct ResultsAside {
+        RunResult run;
+        ChangeLedger ledger;
+        std::vector<XMLNode> tidied;
+        /// Of each record of sequenceArray().
+        std::vector<std::pair<XMLNode, std::optional<std::string>>> records;
+    };
 
     DocumentView& view_;
     std::string path_;
@@ -189,8 +224,16 @@ private:
     mutable std::mutex stopMutex_;
     std::stop_source stop_;
     std::vector<std::string> extraIgnoredEffects_;
+    bool keepsPicture_ = false;
+    bool provesPicture_ = false;
+    bool importsSafely_ = false;
+    /// Of the run that is going, with the records that they were made for.
+    std::vector<std::unique_ptr<CopyInWork>> copies_;
+    std::vector<QVSequence*> copiedRecords_;
     RunResult runResult_;
     ChangeLedger ledger_;
+    std::vector<XMLNode> tidied_;
+    ResultsAside aside_;
     DocumentThread populateThread_;
     DocumentThread processThread_;
 };

@@ -22,7 +22,7 @@ XMLNode QVFCPDoc::removeDisabledClips(XMLNode sequence, std::string_view type) {
         sequence);
 }
 XMLNode QVFCPDoc::removeSilentAudioClips(XMLNode sequence) {
-    return runAlone(passes::removeSilentAudioClips, sequence);
+    return runAlone(passes::removeSilentAudio, sequence);
 }
 XMLNode QVFCPDoc::removeObscuredClips(XMLNode sequence) {
     return runAlone(passes::removeObscuredClips, sequence);
@@ -33,13 +33,13 @@ XMLNode QVFCPDoc::collapseTracks(XMLNode sequence, bool reverse) {
 }
 XMLNode QVFCPDoc::mergeClips(XMLNode sequence) { return runAlone(passes::mergeClips, sequence); }
 XMLNode QVFCPDoc::collapseMulticlips(XMLNode sequence) {
-    return runAlone(passes::collapseMulticlips, sequence);
+    return runAlone(passes::collapseMultiClips, sequence);
 }
 XMLNode QVFCPDoc::removeUnusedTracks(XMLNode sequence) {
     return runAlone(passes::removeUnusedTracks, sequence);
 }
 XMLNode QVFCPDoc::replaceGapsWithSlugs(XMLNode sequence) {
-    return runAlone(passes::replaceGapsWithSlugs, sequence);
+    return runAlone(passes::replaceGaps, sequence);
 }
 XMLNode QVFCPDoc::removeFilters(XMLNode sequence) {
     return runAlone(passes::removeFilters, sequence);

@@ -1,8 +1,8 @@
 #include "shell/QVFCPXDoc.h"
 
-#include "services/QVAlert.h"
 #include "services/QVException.h"
 #include "shell/QVFCPDoc.h"
+#include "shell/ViewAlert.h"
 
 namespace reelsweep {
 
@@ -16,7 +16,7 @@ QVFCPXDoc::~QVFCPXDoc() {
 Outcome QVFCPXDoc::readFromURL(const std::string& path) {
     Result<std::unique_ptr<FCPXMLDocument>> opened = FCPXMLDocument::open(path);
     if (!opened) {
-        // A file that is not valid is told of by whoever opened it.
+        // Whoever opened the file tells the user when it is not valid.
         if (const Failure& failure = opened.failure(); !failure.detail.empty()) {
             showAlert(failure.message, failure.detail, AlertStyle::warning);
             hasShownFailure_ = true;
@@ -56,9 +56,21 @@ void QVFCPXDoc::setProgressLabelText(const std::string& text) {
 
 void QVFCPXDoc::showAlert(const std::string& message, const std::string& informative,
                           AlertStyle style) {
-    WindowRef window;
-    onMainThread([&] { window = view_.window(); });
-    QVAlert::alertSheet(message, informative, window, style);
+    showViewAlert(view_, message, informative, style);
+}
+
+void QVFCPXDoc::setResultsAside() {
+    aside_ = {std::move(xmlDoc_), file_, runResult_, std::move(ledger_)};
+    xmlDoc_ = nullptr;
+    ledger_ = ChangeLedger();
+}
+
+void QVFCPXDoc::restoreResults() {
+    xmlDoc_ = std::move(aside_.document);
+    file_ = aside_.file;
+    runResult_ = std::move(aside_.run);
+    ledger_ = std::move(aside_.ledger);
+    aside_ = {};
 }
 
 std::stop_token QVFCPXDoc::beginRun() {
@@ -100,12 +112,12 @@ void QVFCPXDoc::processFile(const OptionList& options, std::stop_token stop) {
     Result<Tidied> tidied = document_->tidy({.passes = options}, controls(std::move(stop)));
     if (!tidied && tidied.failure().code != FailureCode::cancelled) {
         runResult_.failures.push_back(tidied.failure());
-        // The progress sheet stays up behind the alert: the window that it blocks has nothing to
-        // show but the file that cannot be read any more.
+        // The progress sheet stays up behind the alert. The window that it blocks has nothing to
+        // show: its file cannot be read any more.
         showAlert("Unable to load XML data", tidied.failure().description(), AlertStyle::warning);
         return;
     }
-    // A cancelled run leaves no result, and is told of as any other.
+    // A cancelled run leaves no result, but ends with the same alert as any other.
     runResult_.cancelled = !tidied;
     runResult_.delivered = tidied.ok();
     if (tidied) ledger_ = tidied->ledger();
@@ -124,7 +136,8 @@ std::shared_ptr<XMLDocument> QVFCPXDoc::runAlone(Outcome (*pass)(const XMLDocume
     if (!document) return nullptr;
     SequenceLedger& ledger =
         ledger_.sequences.empty() ? ledger_.sequences.emplace_back() : ledger_.sequences.back();
-    return pass(*document, ledger, controls(beginRun())) ? document : nullptr;
+    if (!pass(*document, ledger, controls(beginRun()))) return nullptr;
+    return document;
 }
 
 std::shared_ptr<XMLDocument> QVFCPXDoc::removeFilters(std::shared_ptr<XMLDocument> document) {

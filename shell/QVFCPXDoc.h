@@ -49,8 +49,8 @@ public:
     const std::shared_ptr<const XMLDocument>& xmlDoc() const { return xmlDoc_; }
 
     /// Starts startProcessing on a thread of its own and returns at once. `ended` is run on the
-    /// main thread when the run is over, even when the document is gone by then. A cancel stops it
-    /// from here on.
+    /// main thread when the run is over, even when the document is gone by then. A cancel that
+    /// follows at once stops the run.
     void process(const OptionList& options, std::function<void()> ended = {});
     /// Blocks until the run started by process() has ended, pumping when called on the main thread.
     void waitUntilProcessed() { thread_.wait(); }
@@ -59,6 +59,13 @@ public:
     void cancelProgress();
     const RunResult& runResult() const { return runResult_; }
     const ChangeLedger& changeLedger() const { return ledger_; }
+
+    /// True when there is a tidied document to save.
+    bool hasTidied() const { return xmlDoc_ != nullptr; }
+    /// Sets the result aside before a run. Main thread, while no run is going; so is the next.
+    void setResultsAside();
+    /// Brings back what was set aside: the result, its report, and how its run ended.
+    void restoreResults();
 
     // Each edits the document in place and answers it, or null when the run was cancelled.
 
@@ -97,6 +104,14 @@ private:
     std::stop_source stop_;
     RunResult runResult_;
     ChangeLedger ledger_;
+    /// What there was before a run.
+    struct ResultAside {
+        std::shared_ptr<const XMLDocument> document;
+        FileIdentity file;
+        RunResult run;
+        ChangeLedger ledger;
+    };
+    ResultAside aside_;
     DocumentThread thread_;
 };
 

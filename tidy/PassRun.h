@@ -5,6 +5,7 @@
 
 #include "base/Failure.h"
 #include "tidy/PassTable.h"
+#include "tidy/PictureGuard.h"
 #include "timeline/TimelineEdit.h"
 
 #include <functional>
@@ -23,7 +24,14 @@ public:
     std::stop_token stop;
     /// Takes a text that says what is being done, and returns when it is shown. May be empty.
     const std::function<void(const std::string&)>& progress;
+    /// What keeps the picture as it is; null for a literal run.
+    PictureGuard* guard = nullptr;
 
+    bool isCareful() const { return guard != nullptr; }
+    /// Whether the step is to leave one of these alone, and so the whole group.
+    bool keepsAny(std::span<const XMLNode> nodes) const {
+        return guard && guard->keepsAny(edit.step(), nodes);
+    }
     XMLNode sequence() const { return edit.sequence(); }
     bool cancelled() const { return stop.stop_requested(); }
     void showProgress(const std::string& text) const {

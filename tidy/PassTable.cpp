@@ -1,5 +1,6 @@
 #include "tidy/PassTable.h"
 
+#include "tidy/ImportStep.h"
 #include "tidy/passes/Passes.h"
 
 #include <algorithm>
@@ -10,36 +11,17 @@ namespace reelsweep {
 namespace {
 
 constexpr auto table = std::to_array<PassRow>({
-    {"removeDisabledVideoClips", "Remove disabled video clips",
-     "take out video clips that are switched off", true, false, passes::removeDisabledVideoClips},
-    {"removeDisabledAudioClips", "Remove disabled audio clips",
-     "take out audio clips that are switched off", true, false, passes::removeDisabledAudioClips},
-    {"removeSilentAudio", "Remove silent audio clips", "take out audio clips whose level is 0",
-     false, false, passes::removeSilentAudioClips},
-    {"collapseTracks", "Collapse tracks", "move video clips down to the lowest track with room",
-     true, false, nullptr},
-    {"collapseUncompositedClips", "Collapse uncomposited clips",
-     "with collapseTracks: take out or cut what opaque clips hide", true, false, nullptr},
-    {"collapseMultiClips", "Collapse multiclips",
-     "flag the multiclips of video tracks as collapsed", false, false, passes::collapseMulticlips,
-     "collapsed"},
-    {"removeUnusedTracks", "Remove unused tracks",
-     "take out video tracks without clips, but the first", true, false, passes::removeUnusedTracks,
-     "track"},
-    {"replaceGaps", "Replace gaps with slugs", "fill the holes of the first video track with slugs",
-     false, false, passes::replaceGapsWithSlugs, "mediaSource"},
-    {"removeFilters", "Remove filters", "take out all filters, audio levels too", false, true,
-     passes::removeFilters, "filter"},
-    {"removeMarkers", "Remove markers", "take out all markers", false, true, passes::removeMarkers,
-     "marker"},
-    {"removeVideoTransitions", "Remove video transitions", "make video transitions plain cuts",
-     false, false, passes::removeVideoTransitions},
-    {"removeAudioTransitions", "Remove audio transitions", "make audio transitions plain cuts",
-     false, false, passes::removeAudioTransitions},
+#define PASS(option, title, summary, onByDefault, appliesToFCPX, element) \
+    {#option, title, summary, onByDefault, appliesToFCPX, passes::option, element},
+#define STEPS(option, title, summary, onByDefault, appliesToFCPX, element) \
+    {#option, title, summary, onByDefault, appliesToFCPX, nullptr, element},
+#include "tidy/PassRows.inc"
+#undef PASS
+#undef STEPS
 });
 
-// Collapsing: what opaque clips hide goes first, then everything falls as far as it can, then what
-// is partly hidden is cut and falls once more.
+// Collapsing: what opaque clips hide goes first. Then everything falls as far as it can. What is
+// partly hidden is cut last, and what is left of it falls once more.
 constexpr auto collapseSteps = std::to_array<PassStep>({
     {"collapseUncompositedClips", passes::removeObscuredClips, "collapseTracks"},
     {"collapseTracks", passes::collapseTracksFromTheTop},
@@ -73,6 +55,16 @@ bool hasOption(const OptionList& options, std::string_view option) {
 }
 
 std::span<const PassRow> passTable() { return table; }
+
+std::span<const PassRow> reportedRows() {
+    static const std::vector<PassRow> rows = [] {
+        std::vector<PassRow> all(table.begin(), table.end());
+        all.push_back({importSafeOption, "Make it import everywhere",
+                       "mend links, ids, edges and ticks", true, false, nullptr});
+        return all;
+    }();
+    return rows;
+}
 
 const PassRow* passNamed(std::string_view option) {
     for (const PassRow& row : table)

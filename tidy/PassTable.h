@@ -1,7 +1,7 @@
 // The clean-up passes as data: one table drives the run, the check boxes, the command line and its
 // help.
 //
-// Adding a pass is a row here and a file in tidy/passes/.
+// The rows stand in tidy/PassRows.inc. Adding a pass is a row there and a file in tidy/passes/.
 // Thread rule: constant data.
 #pragma once
 
@@ -33,13 +33,15 @@ struct PassRow {
     bool appliesToFCPX;        ///< offered for FCPXML too
     /// Null for an option that is several steps, or that only changes what another one does.
     PassFunction run;
-    /// The elements that the pass looks for all over a sequence, if any: then one walk serves all
-    /// passes.
+    /// The name of the elements that the pass looks for all over a sequence, if any. One walk then
+    /// serves all passes.
     std::string_view element = {};
 };
 
 /// All passes in the order in which a run applies them.
 std::span<const PassRow> passTable();
+/// The passes, and after them what else changes sequences: what a report lists changes under.
+std::span<const PassRow> reportedRows();
 /// The row of that option name, or null.
 const PassRow* passNamed(std::string_view option);
 /// The names of all passes, and of those that are on by default, in the order of a run.

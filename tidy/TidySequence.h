@@ -22,10 +22,14 @@ struct TidyRequest {
     OptionList passes = defaultPasses();
     /// Effects that count as transparent beside the built-in ones.
     std::vector<std::string> ignoredEffects = {};
+    /// Edits that would change the picture or the sound unasked are kept back. Off, the passes are
+    /// literal.
+    bool keepPicture = false;
+    /// The picture before and after is compared: the ledger's `picture`. Always with keepPicture.
+    bool provesPicture = false;
 };
 
-/// Looks on while a sequence is tidied, and changes nothing. Proofs and traces hang here; passes
-/// know nothing of it.
+/// Looks on while a sequence is tidied, and changes nothing. Proofs and traces are observers.
 class StepObserver {
 public:
     virtual ~StepObserver() = default;
@@ -43,9 +47,10 @@ struct TidyControls {
 
 /// Applies the passes to a sequence in place and answers what was changed.
 ///
-/// `source` is the sequence that `copy` is a copy of; what was loose there is no news. It may be
-/// null. Fails with cancelled after a stop, and with processing when a pass could not go on; the
-/// copy is then in a state between, and of no use.
+/// `source` is the sequence that `copy` is a copy of, or null. Clips that were loose there are not
+/// reported as loose, and what the copy refers to is searched in the source's document. Fails with
+/// cancelled after a stop, and with processing when a pass could not go on. The copy is then half
+/// tidied and of no use.
 Result<SequenceLedger> tidySequence(XMLNode copy, XMLNode source, const TidyRequest& request,
                                     const TidyControls& controls = {});
 

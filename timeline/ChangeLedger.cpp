@@ -33,6 +33,9 @@ std::string Change::holderName() const { return nameOf(holder); }
 std::string Change::holderId() const { return idOf(holder); }
 
 std::string LooseClip::name() const { return nameOf(node); }
+std::string KeptItem::name() const { return nameOf(node); }
+std::string KeptItem::id() const { return idOf(node); }
+
 std::string LooseClip::id() const { return idOf(node); }
 
 std::string looseClipsText(const SequenceLedger& sequence) {
@@ -62,8 +65,10 @@ std::size_t SequenceLedger::addReason(std::string text) {
 }
 
 void SequenceLedger::rollback(Mark mark) {
-    changes.resize(mark.changes);
-    reasons_.resize(mark.reasons);
+    // After going back to an earlier mark there is less than this one stands for.
+    changes.resize(std::min(mark.changes, changes.size()));
+    reasons_.resize(std::min(mark.reasons, reasons_.size()));
+    kept.resize(std::min(mark.kept, kept.size()));
 }
 
 SequenceLedger::Totals SequenceLedger::totals(std::string_view pass) const {

@@ -67,11 +67,25 @@ struct LooseClip {
     std::string id() const;
 };
 
+/// A clip that a pass left alone, although it would have changed it.
+struct KeptItem {
+    std::string_view pass;  ///< option name of the pass; static storage
+    XMLNode node;
+    TrackLabel track;
+    ItemTimes times;
+    std::string reason;  ///< "moving it to V1 would ..."
+
+    std::string name() const;
+    std::string id() const;
+};
+
+class PictureDifference;
+
 /// The changes of one sequence.
 class SequenceLedger {
 public:
-    /// Where the changes' nodes are: a document that was fetched for the run, which the ledger
-    /// keeps alive; null for nodes of the file's document.
+    /// The document that the changes' nodes are part of, when it was fetched for the run: the
+    /// ledger keeps it alive. Null for nodes of the file's document.
     std::shared_ptr<const XMLDocument> document;
     std::string title;
     std::string uuid;  ///< of the source sequence
@@ -79,10 +93,13 @@ public:
     std::size_t itemsBefore = 0;
     std::size_t itemsAfter = 0;
     std::vector<Change> changes;  ///< in the order in which they were made
-    /// Clips of the result with an edge of -1 and no transition beside it, which did not come so:
-    /// the passes do not look at one another's work, and nothing says any more where these start or
-    /// end.
+    /// Clips of the result with an edge of -1 and no transition beside it, when they did not come
+    /// so. Passes do not look at one another's work: one may take the transition that another one's
+    /// clip relies on. Nothing says any more where such a clip starts or ends.
     std::vector<LooseClip> looseClips;
+    std::vector<KeptItem> kept;
+    /// The source against the copy, frame by frame; null when that was not looked at.
+    std::shared_ptr<const PictureDifference> picture;
 
     /// Keeps a reason once for the changes that share it; answers its number.
     std::size_t addReason(std::string text);
@@ -92,8 +109,9 @@ public:
     struct Mark {
         std::size_t changes = 0;
         std::size_t reasons = 1;
+        std::size_t kept = 0;
     };
-    Mark mark() const { return {changes.size(), reasons_.size()}; }
+    Mark mark() const { return {changes.size(), reasons_.size(), kept.size()}; }
     void rollback(Mark mark);
 
     /// How many changes of each kind a pass made, indexed by ChangeKind.

@@ -1,8 +1,8 @@
 // EditJournal: how to take back what TimelineEdit did to the tree.
 //
-// While somebody may want to go back, every elementary change leaves what it was before: where a
-// node stood, or what an element's text was. Taking them back in reverse order gives the same tree,
-// node for node.
+// While a checkpoint is open, every elementary change notes what was there before: where a node
+// stood, or what an element's text was. Taking the changes back in reverse order gives the same
+// tree, node for node.
 // Owner: TimelineEdit. Thread rule: the thread that edits the sequence.
 #pragma once
 
@@ -31,6 +31,8 @@ public:
         /// For a change of text: the node is an element with this one text.
         bool isText = false;
         std::string text;
+        /// For a change of an attribute: its name (static storage), and `text` was its text.
+        const char* attribute = nullptr;
     };
 
     /// Entries are kept from the first open checkpoint to the last one's end.
@@ -41,14 +43,20 @@ public:
     bool isOpen() const { return open_ > 0; }
 
     void noteMove(XMLNode node) {
-        if (isOpen()) entries_.push_back({node, Place::of(node), false, {}});
+        if (isOpen()) entries_.push_back({node, Place::of(node), false, {}, nullptr});
     }
     /// The node stood nowhere before.
     void noteCreated(XMLNode node) {
-        if (isOpen()) entries_.push_back({node, {}, false, {}});
+        if (isOpen()) entries_.push_back({node, {}, false, {}, nullptr});
     }
     void noteText(XMLNode element) {
-        if (isOpen()) entries_.push_back({element, {}, true, element.stringValue()});
+        if (isOpen()) entries_.push_back({element, {}, true, element.stringValue(), nullptr});
+    }
+
+    void noteAttribute(XMLNode element, const char* name) {
+        if (!isOpen()) return;
+        const std::string text(element.attribute(name).value_or(""));
+        entries_.push_back({element, {}, false, text, name});
     }
 
     std::size_t size() const { return entries_.size(); }

@@ -125,6 +125,15 @@ void joinToTransitions(std::span<Item> items) {
 
 }  // namespace
 
+Alignment alignmentOf(std::string_view text) {
+    if (text == "center") return Alignment::center;
+    if (text == "start") return Alignment::start;
+    if (text == "end") return Alignment::end;
+    if (text == "start-black") return Alignment::startBlack;
+    if (text == "end-black") return Alignment::endBlack;
+    return Alignment::unknown;
+}
+
 void setWrittenEdges(Item& item, XMLNode start, XMLNode end) {
     const std::optional<Frames> first = framesIn(start);
     const std::optional<Frames> last = framesIn(end);

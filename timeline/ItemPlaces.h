@@ -6,8 +6,12 @@
 #include "timeline/Timeline.h"
 
 #include <span>
+#include <string_view>
 
 namespace reelsweep {
+
+/// How a transition stands to its cut, from the text of its `alignment`.
+Alignment alignmentOf(std::string_view text);
 
 /// Sets an item's own edges from its `start` and `end`, and says which of them it leaves to a
 /// transition or does not have.

@@ -32,12 +32,18 @@ bool hasNoWholeFilters(const Timeline& timeline, MediaType type) {
 class Comparison {
 public:
     Comparison(const Intervals& source, const Intervals& copy, PictureOptions asked)
-        : source_(source), copy_(copy), asked_(asked), type_(source.type()) {
+        : source_(source), copy_(copy), type_(source.type()) {
         const Timeline& after = copy.timeline();
         isWholeSame_ = isWholeTheSame(source.timeline(), after, type_);
         const bool isAnythingAsked = asked.ignoreFilters || asked.ignoreTransitions;
         mayBeAsked_ = isAnythingAsked &&
                       (isWholeSame_ || (asked.ignoreFilters && hasNoWholeFilters(after, type_)));
+        // A clip whose transition was left alone has lost its filters all the same.
+        if (asked.ignoreFilters && asked.ignoreTransitions) {
+            ways_.push_back({{.ignoreFilters = true, .ignoreTransitions = false}});
+            ways_.push_back({{.ignoreFilters = false, .ignoreTransitions = true}});
+        }
+        ways_.push_back({asked});
     }
 
     std::vector<Difference> differences() {
@@ -53,14 +59,24 @@ private:
     void addUnlike(FrameRange range, List before, List after) {
         const Judged plain{before, {}, source_.timeline(), copy_.timeline(), match_};
         if (!mayBeAsked_) return add(range, before, after, false, plain);
-        if (!expected_) expected_.emplace(source_.timeline(), type_, allFrames, asked_);
-        forEachWithin(expected_->list(), range, [&](FrameRange here, List list) {
-            const Judged asExpected{list, asked_, source_.timeline(), copy_.timeline(), match_};
+        judge(range, before, after, 0, plain);
+    }
+
+    // What is not as one way to do what was asked would have it may be as another.
+    void judge(FrameRange range, List before, List after, std::size_t number, const Judged& plain) {
+        Way& way = ways_[number];
+        if (!way.expected) way.expected.emplace(source_.timeline(), type_, allFrames, way.options);
+        forEachWithin(way.expected->list(), range, [&](FrameRange here, List list) {
+            const Judged asExpected{list, way.options, source_.timeline(), copy_.timeline(),
+                                    match_};
             Frames at = here.start;
-            for (const FrameRange changed : match_.unlikeExpected(list, after, here, asked_)) {
-                add({at, changed.start}, before, after, true, plain);
-                add(changed, before, after, false, asExpected);
-                at = changed.end;
+            for (const FrameRange unlike : match_.unlikeExpected(list, after, here, way.options)) {
+                add({at, unlike.start}, before, after, true, plain);
+                if (number + 1 < ways_.size())
+                    judge(unlike, before, after, number + 1, plain);
+                else
+                    add(unlike, before, after, false, asExpected);
+                at = unlike.end;
             }
             add({at, here.end}, before, after, true, plain);
         });
@@ -89,12 +105,16 @@ private:
 
     const Intervals& source_;
     const Intervals& copy_;
-    const PictureOptions asked_;
     const MediaType type_;
     bool isWholeSame_ = true;
     bool mayBeAsked_ = false;
-    // Made at the first difference.
-    std::optional<Intervals> expected_;
+    // The pictures that may stand in place of the source's, the fullest last; each is made when it
+    // is first needed.
+    struct Way {
+        PictureOptions options;
+        std::optional<Intervals> expected = {};
+    };
+    std::vector<Way> ways_;
     ContributorMatch match_;
     std::vector<Difference> found_;
 };

@@ -9,7 +9,8 @@
 // without its filters (so without what they covered or uncovered, and at plain speed) and with each
 // transition closed: where two clips were mixed, either of them may stand, in sync; a one-sided
 // fade leaves its clip whole, in sync. A frame of the copy that equals the source's is the same;
-// one that equals the expected one is asked; every other is changed. Disabled clips and markers
+// one that equals an expected one is asked (with only the filters gone, or only the transitions,
+// too, as some are left alone); every other is changed. Disabled clips and markers
 // show nothing and a silent clip plays nothing, so asking for their removal allows nothing more. A
 // black slug over black is the same picture.
 //

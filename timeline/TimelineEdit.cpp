@@ -50,21 +50,31 @@ TimelineEdit::TimelineEdit(XMLNode sequence, SequenceLedger& ledger)
 }
 
 void TimelineEdit::finish(XMLNode source) {
-    std::erase_if(tracks_, [](XMLNode track) { return !track.parent(); });
-    const std::vector<XMLNode> left = itemsOn(tracks_);
+    std::vector<XMLNode> tracksLeft = tracks_;
+    std::erase_if(tracksLeft, [](XMLNode track) { return !track.parent(); });
+    const std::vector<XMLNode> left = itemsOn(tracksLeft);
     ledger_.itemsAfter = left.size();
+    ledger_.looseClips.clear();
     std::unordered_map<XMLNode, XMLNode> sources;  // of the items that came; made when needed
     for (const XMLNode& item : left) {
         if (!isLoose(item)) continue;
-        if (sources.empty() && source) {
-            const std::vector<XMLNode> before = itemsOn(allTracks(source));
-            for (std::size_t i = 0; i < std::min(before.size(), items_.size()); ++i)
-                sources.emplace(items_[i], before[i]);
-        }
+        if (sources.empty() && source) sources = sourceItems(source);
         const auto found = sources.find(item);
         if (found == sources.end() || !isLoose(found->second))
             ledger_.looseClips.push_back({item, label(item), ItemTimes::of(item)});
     }
+}
+
+std::unordered_map<XMLNode, XMLNode> TimelineEdit::sourceItems(XMLNode source) const {
+    std::unordered_map<XMLNode, XMLNode> sources;
+    const std::vector<XMLNode> before = itemsOn(allTracks(source));
+    for (std::size_t i = 0; i < std::min(before.size(), items_.size()); ++i)
+        sources.emplace(items_[i], before[i]);
+    for (const auto& [piece, whole] : pieces_) {
+        const auto found = sources.find(whole);
+        if (found != sources.end()) sources.emplace(piece, found->second);
+    }
+    return sources;
 }
 
 TrackLabel TimelineEdit::label(XMLNode node) const { return placeOf(node).track; }
@@ -149,28 +159,31 @@ std::vector<XMLNode> TimelineEdit::elementsNamed(std::string_view name) {
 
 // The tree, its indexes and the journal
 
-void TimelineEdit::leaveIndex(XMLNode node) {
-    TrackIndex* const index = indexOf(node.parent());
-    if (index) index->removed(sequenceIndex_.find(node));
-}
-
 void TimelineEdit::place(XMLNode node, EditJournal::Place to) {
     journal_.noteMove(node);
-    leaveIndex(node);
-    if (!to.parent) {
+    const XMLNode from = node.parent();
+    if (!to.parent)
         node.detach();
-        return;
-    }
-    if (to.next)
+    else if (to.next)
         to.parent.insertBefore(node, to.next);
     else
         to.parent.appendChild(node);
+    if (TrackIndex* const index = indexOf(from))
+        index->removed(sequenceIndex_.find(node));
+    else
+        changedBelow(from, node);
     if (TrackIndex* const index = indexOf(to.parent))
         index->placed(node, to.next ? sequenceIndex_.find(to.next) : TrackIndex::none);
+    else
+        changedBelow(to.parent, node);
 }
 
-void TimelineEdit::retimed(XMLNode item) {
-    if (TrackIndex* const index = indexOf(item.parent())) index->retimed(sequenceIndex_.find(item));
+void TimelineEdit::changedBelow(XMLNode parent, XMLNode node) {
+    // An index reads of an item what its edges say, and nothing else.
+    for (; parent; node = parent, parent = parent.parent())
+        if (node.isElement("start") || node.isElement("end"))
+            if (TrackIndex* const index = indexOf(parent.parent()))
+                return index->retimed(sequenceIndex_.find(parent));
 }
 
 void TimelineEdit::writeText(XMLNode element, std::string_view text) {
@@ -182,19 +195,23 @@ void TimelineEdit::writeText(XMLNode element, std::string_view text) {
         while (const XMLNode child = element.firstChild()) place(child, {});
         element.setText(text);
         journal_.noteCreated(element.firstChild());
+        if (TrackIndex* const index = indexOf(element))
+            index->placed(element.firstChild(), TrackIndex::none);
     }
+    changedBelow(element, element.firstChild());
 }
 
 void TimelineEdit::rollback(const Checkpoint& checkpoint) {
     while (journal_.size() > checkpoint.journalSize_) {
         EditJournal::Entry entry = journal_.takeLast();
-        if (entry.isText) {
+        if (entry.attribute) {
+            entry.node.setAttribute(entry.attribute, entry.text);
+        } else if (entry.isText) {
             entry.node.setText(entry.text);
-            retimed(entry.node.parent());
+            changedBelow(entry.node, entry.node.firstChild());
         } else {
             place(entry.node, entry.place);
-            journal_.takeLast();                   // going back is nothing to take back
-            retimed(entry.place.parent.parent());  // a text came back to an edge
+            journal_.takeLast();  // going back is nothing to take back
         }
     }
     ledger_.rollback(checkpoint.ledger_);
@@ -248,11 +265,11 @@ void TimelineEdit::writeTimes(XMLNode item, const ItemTimes& times) {
     write(end, times.end);
     write(in, times.in);
     write(out, times.out);
-    retimed(item);
 }
 
-void TimelineEdit::trim(XMLNode item, const ItemTimes& times) {
+void TimelineEdit::trim(XMLNode item, const ItemTimes& times, const std::string& reason) {
     Change& change = record(ChangeKind::trimmed, item);
+    if (!reason.empty()) change.reason = ledger_.addReason(reason);
     writeTimes(item, times);
     change.after = ItemTimes::of(item);
 }
@@ -260,6 +277,8 @@ void TimelineEdit::trim(XMLNode item, const ItemTimes& times) {
 XMLNode TimelineEdit::split(XMLNode item, FrameRange gap, const ItemTimes& right) {
     const ItemTimes whole = ItemTimes::of(item);
     const XMLNode left = item.copy();
+    const auto earlier = pieces_.find(item);
+    pieces_.emplace(left, earlier == pieces_.end() ? item : earlier->second);
     trim(item, right);
     writeTimes(left, {.start = {}, .end = gap.start, .in = {}, .out = {}});
     place(left, {item.parent(), item});
@@ -282,7 +301,36 @@ void TimelineEdit::insertItem(const TrackIndex& track, XMLNode item, std::size_t
 void TimelineEdit::setText(XMLNode element, std::string_view text) {
     if (element.stringValue() != text) record(ChangeKind::changed, element);
     writeText(element, text);
-    retimed(element.parent());
+}
+
+void TimelineEdit::noteKept(XMLNode clip, const std::string& reason) {
+    ledger_.kept.push_back({step_, clip, label(clip), ItemTimes::of(clip), reason});
+}
+
+void TimelineEdit::rewrite(XMLNode about, std::span<const Rewrite> rewrites,
+                           const std::string& reason) {
+    if (rewrites.empty()) return;
+    record(ChangeKind::changed, about).reason = ledger_.addReason(reason);
+    for (const Rewrite& rewrite : rewrites) {
+        if (rewrite.attribute) {
+            journal_.noteAttribute(rewrite.element, rewrite.attribute);
+            XMLNode(rewrite.element).setAttribute(rewrite.attribute, rewrite.text);
+        } else {
+            writeText(rewrite.element, rewrite.text);
+        }
+    }
+}
+
+void TimelineEdit::define(XMLNode reference, XMLNode definition, const std::string& reason) {
+    record(ChangeKind::changed, reference).reason = ledger_.addReason(reason);
+    for (XMLNode child = definition.firstChild(); child; child = child.nextSibling())
+        journal_.noteCreated(reference.appendCopy(child));
+    listsAreOld();
+}
+
+void TimelineEdit::refer(XMLNode definition, const std::string& reason) {
+    record(ChangeKind::changed, definition).reason = ledger_.addReason(reason);
+    while (const XMLNode child = definition.firstChild()) place(child, {});
 }
 
 }  // namespace reelsweep

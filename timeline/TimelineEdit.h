@@ -31,23 +31,29 @@ public:
     const SequenceLedger& ledger() const { return ledger_; }
     /// Changes from here on belong to the pass of that option name (static storage).
     void beginStep(std::string_view option);
+    /// The option name of the pass that changes belong to.
+    std::string_view step() const { return step_; }
+    /// The items of the sequence with those of `source` that they came from, the sequence of which
+    /// this one was a copy when this object was made. The pieces of a split came from one item;
+    /// what was inserted came from none. Items that were taken out are in it too.
+    std::unordered_map<XMLNode, XMLNode> sourceItems(XMLNode source) const;
     /// How many items the sequence came with.
     std::size_t itemsBefore() const { return ledger_.itemsBefore; }
-    /// Counts the items that are left, and finds the clips that are loose now and were not in the
-    /// source, of which the sequence is a copy. After the last step.
+    /// Counts the items that are left, and lists the clips that are loose. The sequence is a copy
+    /// of `source`: clips that were loose there are not listed. Comes after the last step.
     void finish(XMLNode source = {});
 
     // Looking
 
     /// All elements of that name that stand in the sequence now, in document order. One walk over
-    /// the sequence lists every name that was ever asked for or expected; it is made anew when
-    /// items have moved or come in since.
+    /// the sequence lists every name that was asked for or expected so far. When items have come in
+    /// or moved since, the next call walks again.
     std::vector<XMLNode> elementsNamed(std::string_view name);
-    /// Names that will be asked for, so that the first walk lists them all.
+    /// Announces names that will be asked for. The first walk then lists them all.
     void expectElements(std::span<const std::string_view> names);
 
     /// The index of a track, built when first asked for. The reference stays valid as long as this
-    /// object lives, and answers for the track as it is at each question, whatever was edited.
+    /// object lives. Whatever was edited, it answers for the track as it is at each question.
     const TrackIndex& index(XMLNode track);
 
     /// "V2" for a track of the sequence and for what stands in it.
@@ -60,38 +66,57 @@ public:
     void detach(XMLNode node, const std::string& reason);
     /// Takes a track out; the items left on it are reported with it.
     void detachTrack(XMLNode track, const std::string& reason);
-    /// Moves an item to a track, to be the child at `place` there once it has left its old place.
-    /// Times stay.
+    /// Moves an item to a track. It becomes the child at `place` there, counted without the item
+    /// itself. Its times stay.
     ///   V2      [##]              V2
     ///   V1 [aa]        ->         V1 [aa] [##]
     void move(XMLNode item, const TrackIndex& to, std::size_t place);
-    /// Sets those of an item's times that are given, each on an existing child only.
+    /// Sets the times that are given. A time that the item has no element for stays missing.
     ///   [aaaa]----   ->   [aaaaaa]--
-    void trim(XMLNode item, const ItemTimes& times);
-    /// Makes two of an item on a track: a copy that ends at `gap.start`, and the item itself, from
-    /// `gap.end` on with the `in` of `right`. The copy keeps everything else, its id too. Answers
-    /// the copy.
+    void trim(XMLNode item, const ItemTimes& times, const std::string& reason = {});
+    /// Makes two of an item on a track. The left piece is a copy that ends at `gap.start` and keeps
+    /// everything else, its id too. The right piece is the item itself with the times of `right`,
+    /// which start at `gap.end`. Answers the copy.
     ///   [aaaaaaaaaaaaa]   ->   [aaa]      [aaa]
     XMLNode split(XMLNode item, FrameRange gap, const ItemTimes& right);
-    /// Makes a new item the child at `place` of the track; appends it when that is past the end.
+    /// Makes a new item the child at `place` of the track. Appends it when that is past the end.
     ///   [aa]----[bb]   ->   [aa][ss][bb]
     void insertItem(const TrackIndex& track, XMLNode item, std::size_t place);
-    /// Sets the text of an element that is there. One that reads so already is no change.
+    /// Sets the text of an element. When the element reads so already, no change is reported.
     void setText(XMLNode element, std::string_view text);
+    /// A text, or an attribute that is there (static storage), that is to read otherwise.
+    struct Rewrite {
+        XMLNode element;
+        std::string text;
+        const char* attribute = nullptr;
+    };
+    /// Sets texts and attributes that belong together: one change of `about`, which they stand in
+    /// or are. No rewrites are no change.
+    void rewrite(XMLNode about, std::span<const Rewrite> rewrites, const std::string& reason);
+    /// Gives an element without content what a definition holds, which may stand in another
+    /// document; the definition stays as it is.
+    ///   <file id="f"/>   ->   <file id="f"> ... </file>
+    void define(XMLNode reference, XMLNode definition, const std::string& reason);
+    /// Takes the content out of a definition, which leaves a reference.
+    ///   <file id="f"> ... </file>   ->   <file id="f"/>
+    void refer(XMLNode definition, const std::string& reason);
+
+    /// Notes that the step leaves a clip alone that it would have changed, and why.
+    void noteKept(XMLNode clip, const std::string& reason);
 
     // Taking back
 
-    /// A moment to which the sequence can go back, with its ledger and its indexes. It ends with
-    /// its scope: what was edited since is kept then. Checkpoints nest.
+    /// A moment that the sequence, its ledger and its indexes can go back to. At the end of its
+    /// scope, what was edited since is kept. Checkpoints nest.
     class Checkpoint {
     public:
+        explicit Checkpoint(TimelineEdit& edit);
         ~Checkpoint() { edit_.journal_.close(); }
         Checkpoint(const Checkpoint&) = delete;
         Checkpoint& operator=(const Checkpoint&) = delete;
 
     private:
         friend class TimelineEdit;
-        explicit Checkpoint(TimelineEdit& edit);
 
         TimelineEdit& edit_;
         std::size_t journalSize_;
@@ -114,11 +139,10 @@ private:
     TrackIndex* indexOf(XMLNode track) const;
     /// Puts a node where it is to stand, or nowhere.
     void place(XMLNode node, EditJournal::Place to);
-    void leaveIndex(XMLNode node);
     void writeText(XMLNode element, std::string_view text);
     void writeTimes(XMLNode item, const ItemTimes& times);
-    /// An item's times may read differently now.
-    void retimed(XMLNode item);
+    /// Something below `parent` has changed: `node`, or the text of it.
+    void changedBelow(XMLNode parent, XMLNode node);
     bool isInSequence(XMLNode node) const;
 
     XMLNode sequence_;
@@ -126,7 +150,8 @@ private:
     std::string_view step_;
     std::vector<XMLNode> tracks_;  ///< as they came
     std::unordered_map<XMLNode, TrackLabel> labels_;
-    std::vector<XMLNode> items_;  ///< on tracks, as they came
+    std::vector<XMLNode> items_;                   ///< on tracks, as they came
+    std::unordered_map<XMLNode, XMLNode> pieces_;  ///< new pieces of splits, and what they were
     SequenceIndex sequenceIndex_;
     std::unordered_map<XMLNode, std::unique_ptr<TrackIndex>> indexes_;
     EditJournal journal_;

@@ -34,15 +34,6 @@ ItemKind kindOf(XMLNode node) {
                                      : ItemKind::transition;
 }
 
-Alignment alignmentOf(std::string_view text) {
-    if (text == "center") return Alignment::center;
-    if (text == "start") return Alignment::start;
-    if (text == "end") return Alignment::end;
-    if (text == "start-black") return Alignment::startBlack;
-    if (text == "end-black") return Alignment::endBlack;
-    return Alignment::unknown;
-}
-
 // Of several elements of one name the first counts.
 void set(XMLNode& part, XMLNode element) {
     if (!part) part = element;

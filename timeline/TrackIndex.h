@@ -14,83 +14,22 @@
 // of -1 stops at a node. So a move, split or trim updates a node, its neighbours and their
 // ancestors, and nothing else.
 //
-// Files may hold any text as a time. Own edges are compared as XPath numbers and groups by leading
-// integers, as queries on the tree would, so that the answers are the same for malformed files too.
+// Files may hold any text as a time. An item's own edges are compared as XPath numbers, and groups
+// by leading integers. Queries on the tree do the same, so malformed files get the same answers.
 // Passes only ask; TimelineEdit, which makes the indexes, keeps them right.
 // Owner: TimelineEdit; a reference stays valid as long as it lives, whatever is edited.
 // Thread rule: the thread that edits the sequence.
 #pragma once
 
-#include "time/FrameRange.h"
-#include "xml/XMLNode.h"
+#include "timeline/TrackEntry.h"
 
 #include <cstdint>
 #include <limits>
 #include <memory>
-#include <optional>
 #include <span>
 #include <vector>
 
 namespace reelsweep {
-
-/// By which of its searches a pass finds an item; searches are made in this order.
-enum class FoundBy : std::uint8_t {
-    nothing,
-    startInRange,
-    endInRange,
-    coveringRange,
-    ownRange,   ///< both of its own edges lie inside the range
-    groupOnly,  ///< a clip without an edge of its own, which only its group places
-};
-
-/// One child node of a track, whatever it is, with its times as the searches need them.
-struct TrackEntry {
-    enum class Kind : std::uint8_t { item, transition, other };  ///< item: clip or generator
-
-    XMLNode node;
-    Frames start;            ///< leading integer of the first `start` text; 0 when missing
-    Frames end;              ///< the same for `end`
-    FrameRange wholeTexts;   ///< the same of all texts of `start` and `end`, joined
-    double startNumber = 0;  ///< "start[1]" as an XPath number; NaN when it is none
-    double endNumber = 0;    ///< "end[1]"
-    double smallestEnd = 0;  ///< over all `end` children; +infinity when none is a number
-    double largestEnd = 0;   ///< -infinity when none is a number
-    Kind kind = Kind::other;
-    bool startInTransition = false;  ///< the start text is exactly "-1"
-    bool endInTransition = false;
-    bool stopsBackwardWalk = false;  ///< a walk back over edges of -1 ends here, at `start`
-    bool stopsForwardWalk = false;
-    /// Numbers and integers agree, as they do in any file that an editing system wrote.
-    bool isPlain = false;
-
-    bool isTimed() const { return kind != Kind::other; }
-    /// Which of the searches for what stands in the way of a range finds the entry:
-    /// startInRange, endInRange, coveringRange, groupOnly or nothing.
-    FoundBy foundInTheWayOf(FrameRange range) const;
-    /// The same for the searches for what lies inside a range, clips and generators only: ownRange,
-    /// groupOnly or nothing.
-    FoundBy foundInside(FrameRange range) const;
-    /// Both edges inside transitions: only its group says where it is.
-    bool isMiddleOfChain() const {
-        return kind == Kind::item && startInTransition && endInTransition;
-    }
-
-    static TrackEntry of(XMLNode node);
-};
-
-/// Whether a lower item in `lower` keeps an upper one in `upper` from moving down. Ranges that only
-/// touch do not conflict.
-bool conflict(FrameRange lower, FrameRange upper);
-
-/// How an item's own edges lie to a range that hides what is below it.
-enum class Overlap {
-    none,
-    sticksOutOnBothSides,
-    tailHidden,
-    headHidden,
-    inside,
-};
-Overlap overlapOf(FrameRange item, FrameRange hiding);
 
 class TrackIndex;
 
@@ -101,7 +40,7 @@ public:
     using Id = std::uint32_t;
     static constexpr Id none = std::numeric_limits<Id>::max();
 
-    /// The reference stays valid, and current, while the sequence is edited.
+    /// The reference stays valid while the sequence is edited, and is as current as the index.
     const TrackEntry& entry(Id id) const { return node(id).entry; }
     /// The number of a node that is or was a child of an indexed track; none for any other.
     Id find(XMLNode node) const;
@@ -156,6 +95,8 @@ public:
     static constexpr Id none = SequenceIndex::none;
 
     XMLNode track() const { return track_; }
+    /// The reference stays valid, and follows the edits of the step in which the index was asked
+    /// for. In a later step the next question brings it up to date.
     const TrackEntry& entry(Id id) const {
         bringUpToDate();
         return sequence_->entry(id);
@@ -178,7 +119,7 @@ public:
     };
     Group group(Id id) const;
 
-    /// Neighbouring entries whose groups all stay among them.
+    /// Neighbouring entries. The group of each lies within them.
     struct Stretch {
         Id first = none;
         Id last = none;
@@ -191,8 +132,9 @@ public:
     /// The smallest stretch that holds `id`.
     Stretch stretch(Id id) const;
 
-    /// The first entry from `from` on (or from the start, for none) whose own edges make it a
-    /// candidate for `range` and whose group conflicts with it. Null id when the range is free.
+    /// The first entry that is in the way of `range`: its own edges make it a candidate, and its
+    /// group conflicts. The search starts at `from`, or at the first entry for none. Answers none
+    /// when the range is free.
     Id firstInTheWay(FrameRange range, Id from = none) const;
     /// The first clip or generator from `from` on that lies, with its whole group, inside the
     /// range.
@@ -212,9 +154,9 @@ private:
     /// Indexes all child nodes of the track. O(n).
     TrackIndex(SequenceIndex& sequence, XMLNode track);
 
-    // Keeping right: the door's business, which edits the tree first. A watched index follows each
-    // edit in O(log n). One that is not watched is marked as stale by the first edit, at no cost,
-    // and made anew in its place by the next question, in O(n).
+    // Only TimelineEdit calls these, after it has edited the tree. A watched index follows each
+    // edit in O(log n). An edit marks any other index as stale, in O(1). The next question makes a
+    // stale index anew in its place, in O(n).
 
     void watch();
     void unwatch() { watched_ = false; }
@@ -229,6 +171,7 @@ private:
         if (stale_) rebuild();
     }
     void rebuild() const;
+    Id enter(XMLNode node) const;
 
     struct Bounds;
     template <class Possible, class Wanted>

@@ -19,8 +19,8 @@ struct TrackIndex::Bounds {
     }
 };
 
-// `around` holds where walks that leave the subtree end: back at its start, forth at its end.
-// `skip` is how many of the subtree's first entries are passed over.
+// A walk that leaves the subtree ends at `around.start` when it goes back, and at `around.end` when
+// it goes forth. The first `skip` entries of the subtree are passed over.
 template <class Possible, class Wanted>
 TrackIndex::Id TrackIndex::find(Id subtree, FrameRange around, std::size_t skip,
                                 const Possible& possible, const Wanted& wanted) const {

@@ -2,10 +2,12 @@
 //
 // Processes a sequence of 50,000 items with all options in a real window, and prints the largest
 // time between two handled events, and when it was.
+#include "platform/posix/CommandLinePlatform.h"
 #include "platform/qt/QtAlertPresenter.h"
 #include "platform/qt/QtMainThread.h"
 #include "tests/app/AppTest.h"
 #include "tests/timeline/Timeline.h"
+#include "xml/TreeMemory.h"
 
 #include <QElapsedTimer>
 
@@ -17,6 +19,8 @@ namespace {
 
 constexpr int tracks = 10;
 constexpr int itemsOnTrack = 5'000;
+// Clips beside each other: all of them fall, and none hides another.
+constexpr int clipLength = 6;
 
 std::string film() {
     std::string timeline;
@@ -25,7 +29,7 @@ std::string film() {
         for (int item = 0; item < itemsOnTrack; ++item) {
             const int start = item * 100 + track * 7;
             timeline += std::string(item % 5 == 0 ? " !C[" : " C[") + std::to_string(start) + "," +
-                        std::to_string(start + 60) + ")+Blur'M";
+                        std::to_string(start + clipLength) + ")+Blur'M";
         }
     }
     return projectXML({sequenceXML(timeline)});
@@ -58,11 +62,13 @@ int run() {
     pulse.start(1);
     clock.start();
     window->process();
-    const bool ended = comesTrue([] { return shownAlert() != nullptr; });
+    const std::string alert = alertText();
+    const bool ended = alert.starts_with("Processing complete");
+    if (!ended) std::fprintf(stderr, "reelsweep-gap: the run failed: %s\n", alert.c_str());
     const qint64 total = clock.elapsed();
     QTest::qWait(200);
     pulse.stop();
-    answerAlert("OK");
+    answerAlert("Not Now");
     comesTrue([&] { return !window->isRunning(); });
     std::size_t changes = 0;
     if (auto* const tree = child<QTreeView>(window, "changesTree"))
@@ -81,9 +87,10 @@ int run() {
 
 int main(int argc, char** argv) {
     using namespace reelsweep;
+    useTreeMemory();  // as the application does
     QApplication application(argc, argv);
     QApplication::setQuitOnLastWindowClosed(false);
-    Platform platform = Platform::commandLine();
+    Platform platform = commandLinePlatform();
     platform.mainThread = std::make_unique<QtMainThread>();
     platform.alertPresenter = std::make_unique<QtAlertPresenter>();
     Platform::install(std::move(platform));

@@ -4,11 +4,13 @@
 // its own.
 #include "app/InterfaceDescription.h"
 #include "app/StartWindow.h"
+#include "platform/posix/CommandLinePlatform.h"
 #include "platform/qt/QtAlertPresenter.h"
 #include "platform/qt/QtMainThread.h"
 #include "tests/app/AppTest.h"
 #include "tests/timeline/Timeline.h"
 
+#include <QComboBox>
 #include <QIcon>
 #include <QLineEdit>
 #include <QStyleFactory>
@@ -73,21 +75,40 @@ void shootDocument(AppController& controller, Photographer& photographer) {
     comesTrue([&] { return sheet->isVisible() || shownAlert(); });
     alertText();
     photographer.take(shownAlert(), "alert-complete");
-    answerAlert("OK");
+    answerAlert("Not Now");
     comesTrue([&] { return !window->isRunning(); });
     photographer.take(window, "document-changes");
+    child<QTabWidget>(window, "tabs")->setCurrentIndex(0);
+    photographer.take(window, "document-results");
+    child<QTabWidget>(window, "tabs")->setCurrentIndex(1);
+    child<QComboBox>(window, "changesOrder")->setCurrentIndex(1);
+    photographer.take(window, "document-changes-by-pass");
+    child<QComboBox>(window, "changesOrder")->setCurrentIndex(0);
+    window->process();
+    alertText();
+    photographer.take(shownAlert(), "alert-second-run");
+    answerAlert("Cancel");
+    window->save();
+    alertText();
+    photographer.take(shownAlert(), "alert-save-over");
+    answerAlert("Cancel");
     child<QLineEdit>(window, "changesFilter")->setText("disabled");
     comesTrue([&] { return child<QLabel>(window, "changesTotals")->text().contains(" of "); });
     photographer.take(window, "document-changes-filtered");
     window->close();
     alertText();
-    photographer.take(shownAlert(), "alert-save");
-    answerAlert("Don't Save");
+    photographer.take(shownAlert(), "alert-close");
+    answerAlert("Cancel");
+    controller.terminate();
+    photographer.take(shown<QDialog>("unsavedDialog"), "quit");
+    shown<QDialog>("unsavedDialog")->reject();
+    window->closeDiscarding();
     // The sheet, as it is while a run is going.
     auto* const busy =
         controller.documents().open(REELSWEEP_SOURCE_FOLDER "/resources/sample/harbour.xml");
     auto* const progress = busy->findChild<ProgressSheet*>("windowProgress");
     progress->begin();
+    progress->setSequence("Reel 2", 3, 13);
     progress->setLabelText("Removing disabled video clips...");
     photographer.take(progress, "progress");
     progress->end();
@@ -99,18 +120,30 @@ void shootOthers(AppController& controller, Photographer& photographer,
     DocumentWindow* const fcpx =
         controller.documents().open(REELSWEEP_SOURCE_FOLDER "/resources/sample/harbour.fcpxml");
     photographer.take(fcpx, "fcpxml-opened");
+    for (QCheckBox* const box : fcpx->findChildren<QCheckBox*>()) box->setChecked(true);
+    fcpx->process();
+    alertText();
+    answerAlert("Not Now");
+    comesTrue([&] { return !fcpx->isRunning(); });
+    photographer.take(fcpx, "fcpxml-changes");
+    for (QCheckBox* const box : fcpx->findChildren<QCheckBox*>()) box->setChecked(false);
     closeDown(fcpx);
 
-    writeFile(folder / "cut.xml", "<xmeml version=\"5\">" +
-                                      sequenceXML("V1: A[0,100) !B[100,150) V2: C[150,200)") +
-                                      "</xmeml>");
+    writeFile(folder / "cut.xml",
+              "<xmeml version=\"5\">" +
+                  sequenceXML("S: {<rate><timebase>25</timebase></rate>} V1: Wide[0,100) "
+                              "!Spare[100,150) x[160,180) Close[-1,300) "
+                              "V2: Insert[20,60)") +
+                  "</xmeml>");
     DocumentWindow* const cut = controller.documents().open(toQString(folder / "cut.xml"));
     comesTrue([&] { return cut->hasSequences(); });
+    photographer.take(cut, "document-without-project-opened");
+    child<QCheckBox>(cut, "removeVideoTransitionsCheckBox")->setChecked(true);
     cut->selectAllSequences(true);
     cut->process();
     alertText();
     photographer.take(shownAlert(), "alert-no-project");
-    answerAlert("OK");
+    answerAlert("Not Now");
     comesTrue([&] { return !cut->isRunning(); });
     photographer.take(cut, "document-without-project");
     closeDown(cut);
@@ -159,7 +192,7 @@ int main(int argc, char** argv) {
         std::fputs("usage: reelsweep-shots FOLDER [PREFIX] [dark]\n", stderr);
         return 2;
     }
-    Platform platform = Platform::commandLine();
+    Platform platform = commandLinePlatform();
     platform.mainThread = std::make_unique<QtMainThread>();
     platform.alertPresenter = std::make_unique<QtAlertPresenter>();
     Platform::install(std::move(platform));

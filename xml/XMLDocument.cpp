@@ -1,7 +1,8 @@
 #include "xml/XMLDocument.h"
 
+#include "base/UniqueDescriptor.h"
+#include "xml/QuickCheck.h"
 #include "xml/StrictCheck.h"
-#include "xml/TreeMemory.h"
 #include "xml/XMLAccess.h"
 #include "xml/XMLWriter.h"
 
@@ -11,6 +12,7 @@
 #include <cerrno>
 #include <cstring>
 #include <future>
+#include <optional>
 
 namespace reelsweep {
 
@@ -36,12 +38,7 @@ public:
 
 }  // namespace
 
-// The base class sees to the memory before the first allocation is made.
-struct UsesTreeMemory {
-    UsesTreeMemory() { useTreeMemory(); }
-};
-
-struct XMLDocument::Tree : UsesTreeMemory {
+struct XMLDocument::Tree {
     pugi::xml_document pugi;
     pugi::xml_node content;
 
@@ -97,20 +94,6 @@ Failure unreadable(const std::string& path, const char* what) {
     return {FailureCode::inputUnreadable, what, path, 0, 0, ""};
 }
 
-class Descriptor {
-public:
-    explicit Descriptor(int value) : value_(value) {}
-    ~Descriptor() {
-        if (value_ >= 0) close(value_);
-    }
-    Descriptor(const Descriptor&) = delete;
-    Descriptor& operator=(const Descriptor&) = delete;
-    int get() const { return value_; }
-
-private:
-    int value_;
-};
-
 // Memory that pugixml may take over.
 struct ParserFree {
     void operator()(char* bytes) const { pugi::get_memory_deallocation_function()(bytes); }
@@ -118,7 +101,6 @@ struct ParserFree {
 using ParserBuffer = std::unique_ptr<char, ParserFree>;
 
 ParserBuffer allocateForParser(std::size_t bytes) {
-    useTreeMemory();
     return ParserBuffer(static_cast<char*>(pugi::get_memory_allocation_function()(bytes)));
 }
 
@@ -154,20 +136,36 @@ Result<std::string> readStream(int descriptor, const std::string& path) {
 // From this size on the check runs beside the parser.
 constexpr std::size_t largeInputBytes = std::size_t{1024} * 1024;
 
-// The check of an open file, and whether the file stayed the same meanwhile.
-Outcome checkOpenFile(const Descriptor& file, const FileIdentity& identity,
-                      const std::string& path) {
-    if (Outcome checked = checkWellFormed(file.get(), path); !checked) return checked;
-    if (FileIdentity::ofDescriptor(file.get()) != identity)
-        return unreadable(path, "changed while it was being read");
-    return Done{};
-}
-
 }  // namespace
+
+struct XMLDocument::Checked {
+    Outcome outcome;
+    std::optional<XMLOutline> outline;  ///< when the quick check settled it
+
+    static std::shared_ptr<const Checked> answer(Outcome outcome,
+                                                 std::optional<XMLOutline> outline = {}) {
+        return std::make_shared<Checked>(Checked{std::move(outcome), std::move(outline)});
+    }
+
+    // The check of an open file, and whether the file stayed the same meanwhile.
+    static std::shared_ptr<const Checked> ofFile(const UniqueDescriptor& file,
+                                                 const FileIdentity& identity,
+                                                 const std::string& path) {
+        std::optional<XMLOutline> outline = quickOutline(file.get());
+        if (!outline)
+            if (Outcome checked = checkWellFormed(file.get(), path); !checked)
+                return answer(std::move(checked));
+        if (FileIdentity::ofDescriptor(file.get()) != identity)
+            return answer(unreadable(path, "changed while it was being read"));
+        if (outline) outline->file = identity;
+        return answer(Done{}, std::move(outline));
+    }
+};
 
 Result<XMLDocument> XMLDocument::parse(std::string_view bytes, const std::string& name) {
     if (bytes.empty()) return emptyInput(name);
-    if (Outcome checked = checkWellFormed(bytes, name); !checked) return checked.failure();
+    if (!quickOutline(bytes))
+        if (Outcome checked = checkWellFormed(bytes, name); !checked) return checked.failure();
     XMLDocument document;
     document.tree_ = std::make_unique<Tree>();
     const auto parsed =
@@ -178,7 +176,7 @@ Result<XMLDocument> XMLDocument::parse(std::string_view bytes, const std::string
 }
 
 Result<XMLDocument> XMLDocument::load(const std::string& path, Verification verification) {
-    const auto file = std::make_shared<Descriptor>(open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    const auto file = std::make_shared<UniqueDescriptor>(open(path.c_str(), O_RDONLY | O_CLOEXEC));
     if (file->get() < 0) return unreadable(path, std::strerror(errno));
     struct stat status {};
     if (fstat(file->get(), &status) != 0) return unreadable(path, std::strerror(errno));
@@ -196,7 +194,7 @@ Result<XMLDocument> XMLDocument::load(const std::string& path, Verification veri
     const FileIdentity identity = FileIdentity::ofDescriptor(file->get());
     const auto policy = size >= largeInputBytes ? std::launch::async : std::launch::deferred;
     document.check_ = std::async(policy, [file, identity, path] {
-                          return checkOpenFile(*file, identity, path);
+                          return Checked::ofFile(*file, identity, path);
                       }).share();
 
     ParserBuffer bytes = allocateForParser(size);
@@ -217,10 +215,18 @@ Result<XMLDocument> XMLDocument::load(const std::string& path, Verification veri
     return document;
 }
 
-Outcome XMLDocument::verify() const { return check_.valid() ? check_.get() : Outcome(Done{}); }
+Outcome XMLDocument::verify() const {
+    return check_.valid() ? check_.get()->outcome : Outcome(Done{});
+}
+
+const XMLOutline* XMLDocument::outline() const {
+    if (!check_.valid()) return nullptr;
+    const std::optional<XMLOutline>& outline = check_.get()->outline;
+    return outline && outline->file == loadedFile_ ? &*outline : nullptr;
+}
 
 Result<std::string> rootElementName(const std::string& path) {
-    const Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    const UniqueDescriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
     if (file.get() < 0) return unreadable(path, std::strerror(errno));
     struct stat status {};
     if (fstat(file.get(), &status) == 0 && S_ISDIR(status.st_mode))
@@ -271,6 +277,12 @@ std::string serialise(const XMLNode& node, XMLFormat format) {
     writer.write(XMLAccess::pugi(node));
     writer.flush();
     return std::move(sink.text);
+}
+
+void serialise(const XMLNode& node, const XMLLayout& layout, ByteSink& sink) {
+    XMLWriter writer(sink, layout);
+    writer.write(XMLAccess::pugi(node));
+    writer.flush();
 }
 
 }  // namespace reelsweep

@@ -1,8 +1,8 @@
 // XMLDocument: a whole XML document, owner of all its nodes, attached or not.
 //
-// Loading is strict. The bytes are checked for well-formedness by a second parser (on a second
-// thread for large input) and refused, with line and column, when they are not well-formed, declare
-// entities, refer to undeclared or external ones, or nest deeper than maximumDepth.
+// Loading is strict. The bytes are checked for well-formedness (on a second thread for large input)
+// and refused, with line and column, when they are not well-formed, declare entities, refer to
+// undeclared or external ones, or nest deeper than maximumDepth.
 // White-space-only text between elements is dropped; a text that is an element's only content is
 // kept even when blank. Comments, CDATA sections, processing instructions and the DOCTYPE survive a
 // load and save. Thread rule: one document is used from one thread at a time; different documents
@@ -12,6 +12,7 @@
 #include "base/AtomicFile.h"
 #include "base/Failure.h"
 #include "xml/XMLNode.h"
+#include "xml/XMLOutline.h"
 
 #include <future>
 #include <memory>
@@ -23,6 +24,15 @@ namespace reelsweep {
 enum class XMLFormat {
     compact,  ///< no white space added
     pretty,   ///< elements on lines of their own, one tab a level
+};
+
+/// How a node is written among lines that are there already.
+struct XMLLayout {
+    std::string lineEnd;      ///< "\n", "\r\n" or "\r"; empty: no white space is added
+    std::string margin;       ///< before each of the node's lines
+    std::string indentation;  ///< more of it before the lines of each level inside the node
+
+    bool operator==(const XMLLayout&) const = default;
 };
 
 /// When a loaded file's well-formedness is settled.
@@ -55,6 +65,11 @@ public:
     /// Waits for a deferred check and answers what it found. Succeeds at once when there is none.
     Outcome verify() const;
 
+    /// Where the parts of the loaded file stand in its bytes. Waits for a deferred check. Null when
+    /// the file is not UTF-8 or has something rare in it, was no regular file, or was saved since.
+    /// Lives as long as the document.
+    const XMLOutline* outline() const;
+
     /// The document node: parent of the root element, context of queries on the whole document.
     XMLNode node() const;
     XMLNode rootElement() const;
@@ -72,9 +87,10 @@ public:
 
 private:
     struct Tree;
+    struct Checked;
     std::unique_ptr<Tree> tree_;
     FileIdentity loadedFile_;
-    std::shared_future<Outcome> check_;
+    std::shared_future<std::shared_ptr<const Checked>> check_;
 };
 
 /// The name of a file's root element; only as much is read as that takes. Fails with
@@ -83,5 +99,8 @@ Result<std::string> rootElementName(const std::string& path);
 
 /// One node (an element with all below it) as text, without declaration.
 std::string serialise(const XMLNode& node, XMLFormat format = XMLFormat::compact);
+/// Writes one node to a sink chunk by chunk; ends in a line end where the layout has lines. Line
+/// ends inside texts become the layout's too, which a parser reads as the same text.
+void serialise(const XMLNode& node, const XMLLayout& layout, ByteSink& sink);
 
 }  // namespace reelsweep

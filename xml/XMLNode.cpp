@@ -1,5 +1,6 @@
 #include "xml/XMLNode.h"
 
+#include "xml/QuickCheck.h"
 #include "xml/StrictCheck.h"
 #include "xml/XMLAccess.h"
 
@@ -331,7 +332,8 @@ void XMLNode::setAttribute(const char* name, std::string_view value) {
 
 Result<XMLNode> XMLNode::parseDetached(std::string_view text) const {
     if (!node_) return Failure{FailureCode::internal, "no document to parse into", "", 0, 0, ""};
-    if (Outcome checked = checkWellFormed(text, {}); !checked) return checked.failure();
+    if (!quickOutline(text))
+        if (Outcome checked = checkWellFormed(text, {}); !checked) return checked.failure();
     pugi::xml_node slot = XMLAccess::detachedSlot(XMLAccess::pugi(*this));
     const pugi::xml_parse_result parsed =
         slot.append_buffer(text.data(), text.size(), XMLAccess::parseOptions, pugi::encoding_utf8);

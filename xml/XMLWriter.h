@@ -18,10 +18,14 @@ namespace reelsweep {
 // pugixml puts a carriage return of a text out as it is, and a parser reads that as a line feed: a
 // name would change with every load and save. So every carriage return in the output becomes a
 // character reference. That touches texts and attributes only, since loading leaves none anywhere
-// else.
+// else. Then every line feed becomes the layout's line end.
+//
+// pugixml indents by so many times one text. A margin that is something else is put in at delivery,
+// in place of a mark.
 class XMLWriter final : private pugi::xml_writer {
 public:
-    XMLWriter(ByteSink& sink, XMLFormat format) : sink_(sink), format_(format) {}
+    XMLWriter(ByteSink& sink, XMLFormat format);
+    XMLWriter(ByteSink& sink, XMLLayout layout);
 
     void write(const pugi::xml_node& node);
     /// Returns when the sink has everything.
@@ -30,9 +34,14 @@ public:
 private:
     void write(const void* data, std::size_t size) override;
     void deliver(std::string_view piece);
+    void deliverTranslated(std::string_view piece);
+    void appendTranslated(std::string& text, char c);
 
     ByteSink& sink_;
-    XMLFormat format_;
+    XMLLayout layout_;
+    unsigned depth_ = 0;    ///< how many indentations the margin is
+    bool marks_ = false;    ///< it is not: then each indentation is one mark until delivery
+    bool inMarks_ = false;  ///< in delivery: the last byte was one
     std::string filling_;
     std::string full_;  ///< what the sink takes now
     std::future<void> delivery_;

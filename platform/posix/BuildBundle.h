@@ -1,4 +1,4 @@
-// BuildBundle: the program's identity as it was built; see platform/CMakeLists.txt for the values.
+// BuildBundle: the program's identity as it was built; see CMakeLists.txt for the values.
 #pragma once
 
 #include "platform/Bundle.h"

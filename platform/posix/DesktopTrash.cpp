@@ -60,12 +60,18 @@ bool hasPlaces(const Trash& trash) {
     return ownFolder(trash.folder / "files") && ownFolder(trash.folder / "info");
 }
 
-/// The trash for items on the volume; an empty folder and errno when there is none.
-Trash trashFor(const fs::path& parent, dev_t device, const std::string& homeFolder) {
+/// The trash of the home; whether it can be used shows later.
+Trash homeTrash(const std::string& homeFolder) {
     std::error_code error;
     Trash trash{dataHome(homeFolder) / "Trash", {}};
-    struct stat status {};
     fs::create_directories(trash.folder.parent_path(), error);
+    return trash;
+}
+
+/// The trash for items on the volume; an empty folder and errno when there is none.
+Trash trashFor(const fs::path& parent, dev_t device, const std::string& homeFolder) {
+    Trash trash = homeTrash(homeFolder);
+    struct stat status {};
     if (ownFolder(trash.folder) && statusOf(trash.folder, status) && status.st_dev == device)
         return trash;
     const std::string user = std::to_string(::geteuid());
@@ -108,15 +114,17 @@ std::string noteFor(const fs::path& original) {
            "\nDeletionDate=" + date.data() + "\n";
 }
 
-std::string numberedName(const fs::path& name, int number) {
-    if (number == 1) return name.string();
+std::string numberedName(const std::string& whole, int number) {
+    const fs::path name(whole);
+    if (number == 1) return whole;
     return name.stem().string() + " " + std::to_string(number) + name.extension().string();
 }
 
 /// Writes the note and moves the item, under the first name that is free in both places.
-std::error_code moveInto(const Trash& trash, const fs::path& item, const std::string& note) {
+std::error_code moveInto(const Trash& trash, const fs::path& item, const std::string& note,
+                         const Workspace::TrashName& chooseName, const Workspace::Mover& move) {
     for (int number = 1;; ++number) {
-        const std::string name = numberedName(item.filename(), number);
+        const std::string name = chooseName(item.filename().string(), number);
         const fs::path info = trash.folder / "info" / (name + ".trashinfo");
         const UniqueDescriptor file(
             ::open(info.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
@@ -127,29 +135,50 @@ std::error_code moveInto(const Trash& trash, const fs::path& item, const std::st
         if (written != static_cast<ssize_t>(note.size()))
             error = written < 0 ? lastError() : std::make_error_code(std::errc::no_space_on_device);
         else
-            error = renameWithoutReplacing(item.string(), (trash.folder / "files" / name).string());
+            error = move(item.string(), (trash.folder / "files" / name).string());
         if (!error) return {};
         ::unlink(info.c_str());
         if (error != std::errc::file_exists) return error;
     }
 }
 
-}  // namespace
+struct Item {
+    fs::path path;  ///< without links above the item itself
+    dev_t device = 0;
+};
 
-std::error_code moveToDesktopTrash(const std::string& path, const std::string& homeFolder) {
+std::error_code find(const std::string& path, Item& item) {
     fs::path given(path);
     if (!given.has_filename()) given = given.parent_path();
     std::error_code error;
     const fs::path parent =
         fs::canonical(given.has_parent_path() ? given.parent_path() : ".", error);
     if (error) return error;
-    const fs::path item = parent / given.filename();
+    item.path = parent / given.filename();
     struct stat status {};
-    if (!statusOf(item, status)) return lastError();
-    const Trash trash = trashFor(parent, status.st_dev, homeFolder);
+    if (!statusOf(item.path, status)) return lastError();
+    item.device = status.st_dev;
+    return {};
+}
+
+}  // namespace
+
+std::error_code moveToDesktopTrash(const std::string& path, const std::string& homeFolder) {
+    Item item;
+    if (const std::error_code error = find(path, item)) return error;
+    const Trash trash = trashFor(item.path.parent_path(), item.device, homeFolder);
     if (trash.folder.empty() || !hasPlaces(trash)) return lastError();
-    return moveInto(trash, item,
-                    noteFor(trash.top.empty() ? item : item.lexically_relative(trash.top)));
+    const fs::path noted = trash.top.empty() ? item.path : item.path.lexically_relative(trash.top);
+    return moveInto(trash, item.path, noteFor(noted), numberedName, renameWithoutReplacing);
+}
+
+std::error_code moveToDesktopTrash(const std::string& path, const std::string& homeFolder,
+                                   const Workspace::TrashName& name, const Workspace::Mover& move) {
+    Item item;
+    if (const std::error_code error = find(path, item)) return error;
+    const Trash trash = homeTrash(homeFolder);
+    if (!ownFolder(trash.folder) || !hasPlaces(trash)) return lastError();
+    return moveInto(trash, item.path, noteFor(item.path), name, move);
 }
 
 }  // namespace reelsweep

@@ -1,20 +1,10 @@
 #include "platform/posix/PropertyListDefaults.h"
 
-#include "platform/Platform.h"
-#include "platform/posix/FolderLock.h"
+#include "base/FolderLock.h"
 
 #include <filesystem>
 
 namespace reelsweep {
-
-namespace {
-
-bool isDictionary(const std::string& file) {
-    const std::optional<PropertyList> contents = readPropertyList(file);
-    return contents && contents->as<PropertyList::Dictionary>();
-}
-
-}  // namespace
 
 std::string PropertyListDefaults::filePath(std::string_view domainName) const {
     return folder_ + "/" + std::string(domainName) + ".plist";
@@ -33,16 +23,9 @@ std::error_code PropertyListDefaults::update(
     std::filesystem::create_directories(folder_, error);
     if (error) return error;
     const FolderLock lock(folder_, std::chrono::seconds(10));
-    PropertyList::Dictionary values = domain(domainName);
+    PropertyList::Dictionary values;
     const std::string file = filePath(domainName);
-    if (values.empty() && std::filesystem::exists(file, error) && !isDictionary(file)) {
-        // Nobody's settings are written over because of one bad character.
-        const std::string aside = file + ".broken";
-        std::filesystem::rename(file, aside, error);
-        if (error) return error;
-        Platform::current().console->log(
-            "The preferences could not be read and were set aside as " + aside);
-    }
+    if ((error = dictionaryForChange(file, values))) return error;
     change(values);
     return writePropertyList(file, values);
 }

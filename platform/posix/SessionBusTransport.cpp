@@ -53,7 +53,8 @@ AppleEventReply failureFrom(const BusError& error, std::chrono::milliseconds tim
 bool SessionBusTransport::isAvailable() const { return bool(SessionBus()); }
 
 std::chrono::milliseconds SessionBusTransport::timeoutOf(const AppleEvent& event) const {
-    if (settings_.everyTimeout) return *settings_.everyTimeout;
+    if (settings_.everyTimeout)
+        if (const auto time = settings_.everyTimeout()) return *time;
     return event.timeout.value_or(settings_.defaultTimeout);
 }
 

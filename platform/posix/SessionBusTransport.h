@@ -7,6 +7,9 @@
 
 #include "platform/AppleEventTransport.h"
 
+#include <functional>
+#include <utility>
+
 namespace reelsweep {
 
 class SessionBusTransport final : public AppleEventTransport {
@@ -14,13 +17,13 @@ public:
     struct Settings {
         /// For events that say nothing about it.
         std::chrono::milliseconds defaultTimeout = std::chrono::seconds(60);
-        /// When set, in place of every event's time-out.
-        std::optional<std::chrono::milliseconds> everyTimeout = {};
+        /// What it answers, when anything, stands in place of an event's time-out.
+        std::function<std::optional<std::chrono::milliseconds>()> everyTimeout = {};
         std::size_t maximumBytes = std::size_t{1} << 30;
     };
 
     SessionBusTransport() = default;
-    explicit SessionBusTransport(Settings settings) : settings_(settings) {}
+    explicit SessionBusTransport(Settings settings) : settings_(std::move(settings)) {}
 
     AppleEventReply send(const AppleEvent& event) override;
     bool isAvailable() const override;

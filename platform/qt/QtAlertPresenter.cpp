@@ -7,6 +7,7 @@
 #include <QCheckBox>
 #include <QCloseEvent>
 #include <QDialog>
+#include <QKeyEvent>
 #include <QLabel>
 #include <QMessageBox>
 #include <QPointer>
@@ -23,14 +24,14 @@ QString shown(const std::string& text) { return QString::fromStdString(text); }
 class MessageBox final : public QMessageBox {
 public:
     MessageBox(const AlertRequest& request, QWidget* parent, std::function<void(long)> didEnd);
-    ~MessageBox() override { end(alertAlternateReturn); }
+    ~MessageBox() override { end(alertDismissedReturn); }
 
     /// From here on nobody hears how it ends.
     void forget() { didEnd_ = {}; }
 
 protected:
-    // Closing presses a button, as Escape does, or answers as a box that goes with its window:
-    // nobody may wait for a box that is gone.
+    // Closing presses the button that says Cancel, or the only one. Where there is neither it is
+    // an answer of its own: nobody may wait for a box that is gone.
     void closeEvent(QCloseEvent* event) override {
         event->accept();
         if (buttons().size() == 1) {
@@ -39,8 +40,15 @@ protected:
             escapeButton()->click();
         } else {
             hide();
-            end(alertAlternateReturn);
+            end(alertDismissedReturn);
         }
+    }
+    // Qt leaves Escape without an effect where no button says Cancel.
+    void keyPressEvent(QKeyEvent* event) override {
+        if (event->matches(QKeySequence::Cancel) && !escapeButton())
+            close();
+        else
+            QMessageBox::keyPressEvent(event);
     }
 
 private:

@@ -9,8 +9,8 @@ class QtAlertPresenter final : public AlertPresenter {
 public:
     bool hasAttachedSheet(WindowRef window) const override;
     void makeKeyAndOrderFront(WindowRef window) override;
-    /// Escape presses the button called "Cancel", or the only button; otherwise it does nothing. An
-    /// alert whose window goes away unanswered ends with alertAlternateReturn.
+    /// Escape and closing press the button called "Cancel", or the only button; without one the
+    /// alert ends with alertDismissedReturn. So does one whose window goes away unanswered.
     std::unique_ptr<PresentedAlert> begin(const AlertRequest& request, WindowRef window,
                                           std::function<void(long)> didEnd) override;
 };

@@ -10,7 +10,7 @@ class QtWorkspace final : public SessionBusWorkspace {
 public:
     /// Only addresses of the web.
     bool openURL(const std::string& address) override;
-    using Workspace::openFile;
+    using SessionBusWorkspace::openFile;
     bool openFile(const std::string& path) override;
 };
 

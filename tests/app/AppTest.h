@@ -79,9 +79,13 @@ protected:
         UserDefaults& defaults = *Platform::current().userDefaults;
         for (const PassRow& pass : passTable())
             defaults.removeObject(OptionBoxes::defaultsKey(pass.option));
+        // What a window does is shown with the passes alone.
+        for (const char* const care : {"keepPicture", "importSafe"}) defaults.setObject(care, 0);
         defaults.setObject("showOpenDialogAtStartup", 0);
     }
     ~AppTest() override {
+        // What was closed goes first: whoever deletes it again meets it half gone.
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
         // Some go with others.
         QList<QPointer<QWidget>> windows;
         for (QWidget* const window : QApplication::topLevelWidgets()) windows += window;

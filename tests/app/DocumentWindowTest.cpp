@@ -3,15 +3,23 @@
 #include "tests/cli/Program.h"
 #include "tests/timeline/Timeline.h"
 
+#include <QComboBox>
+#include <QHeaderView>
+#include <QInputDialog>
 #include <QLineEdit>
+#include <QListWidget>
+#include <QProgressBar>
+#include <QTabWidget>
 
+#include <filesystem>
 #include <utility>
 
 namespace reelsweep::test {
 namespace {
 
 const char* const timeline = "V1: A[0,100) !B[100,150) V2: C[150,200)";
-const char* const completed = "Processing complete: Please save the XML file.";
+const char* const completed =
+    "Processing complete: Please save the XML file.\n\n3 changes in 1 sequence.";
 
 std::string film() { return projectXML({sequenceXML(timeline), sequenceXML(timeline)}); }
 
@@ -29,13 +37,15 @@ TEST_F(AppTest, TidiesAFileFromOpeningToSavingAndReopening) {
     EXPECT_EQ(process(window), completed);
     EXPECT_EQ(shownAlert()->windowModality(), Qt::WindowModal);
     EXPECT_EQ(shownAlert()->parentWidget(), window);
-    EXPECT_TRUE(answerAlert("OK"));
+    EXPECT_TRUE(answerAlert("Not Now"));
     ASSERT_TRUE(ends(window));
     EXPECT_TRUE(window->isWindowModified());
     EXPECT_TRUE(tree(window)->isVisible());
     EXPECT_EQ(tree(window)->model()->rowCount(), 1);
 
     menuItem(window, "saveDocument:")->trigger();
+    EXPECT_EQ(alertText().substr(0, 25), "Save over “film.xml”?");
+    EXPECT_TRUE(answerAlert("Save Over File"));
     EXPECT_FALSE(window->isWindowModified());
     EXPECT_TRUE(window->close());
     DocumentWindow* const again = controller.documents().open(toQString(folder / "film.xml"));
@@ -44,18 +54,143 @@ TEST_F(AppTest, TidiesAFileFromOpeningToSavingAndReopening) {
     EXPECT_EQ(table(again)->model()->index(2, 1).data().toString(), "Harbour-Tidied");
 }
 
-TEST_F(AppTest, WarnsOfClipsThatLoseTheTransitionAtAnEdge) {
+/// The texts of a row of the changes, or of the list of sequences.
+std::string rowText(const QAbstractItemModel* model, const QModelIndex& row) {
+    QStringList texts;
+    for (int column = 0; column < model->columnCount(); ++column)
+        texts += row.siblingAtColumn(column).data().toString();
+    return toText(texts.join(" | "));
+}
+
+TEST_F(AppTest, PutsWhatNeedsAttentionBeforeEverythingElse) {
     DocumentWindow* const window =
-        open("film.xml", projectXML({sequenceXML("V1: A[0,50) x[90,110) C[-1,200)")}));
-    const auto* const warning = child<QLabel>(window, "looseClips");
-    EXPECT_TRUE(warning->isHidden());
+        open("film.xml", projectXML({sequenceXML("S: {<rate><timebase>25</timebase></rate>} "
+                                                 "V1: A[0,50) x[90,110) C[-1,200)"),
+                                     sequenceXML("V1: A[0,50)")}));
     setOptions(window, {"replaceGaps", "removeVideoTransitions"});
-    tick(window, 0);
-    process(window);
-    answerAlert("OK");
+    window->selectAllSequences(true);
+    EXPECT_NE(process(window).find("2 changes in 2 sequences, 3 need your attention"),
+              std::string::npos);
+    answerAlert("Not Now");
     ASSERT_TRUE(ends(window));
-    EXPECT_TRUE(warning->isVisible());
-    EXPECT_TRUE(warning->text().endsWith("with it an edge: C on V1 from -1 to 200"));
+    const QAbstractItemModel* const model = tree(window)->model();
+    ASSERT_EQ(model->rowCount(), 3);
+    const QModelIndex attention = model->index(0, 0);
+    EXPECT_EQ(rowText(model, attention), "Needs your attention | 3 |  |  | ");
+    EXPECT_EQ(rowText(model, model->index(0, 0, attention)),
+              "start is open | C in Harbour | Its transition is gone and nothing says where it "
+              "starts. Set the cut by hand; it ends at 00:00:08:00. |  | V1  transition - "
+              "00:00:08:00");
+    // What did not change is folded away.
+    const QModelIndex unchanged = model->index(2, 0);
+    EXPECT_EQ(toText(unchanged.data().toString()), "1 sequence without changes");
+    EXPECT_FALSE(tree(window)->isExpanded(unchanged));
+    EXPECT_TRUE(tree(window)->isExpanded(attention));
+    const QAbstractItemModel* const list = table(window)->model();
+    EXPECT_EQ(rowText(list, list->index(0, 0)),
+              " | Harbour | 00:00:08:00 | 25 | 1 | 0 | 3 | 2 changes · 1 warning");
+}
+
+TEST_F(AppTest, ShowsOneRowForAllThatBecameOfAClip) {
+    DocumentWindow* const window = open(
+        "film.xml", projectXML({sequenceXML("V1: A[0,100) V2: B[20,60) V3: C[150,200)+Blur")}));
+    setOptions(window, {"collapseTracks", "collapseUncompositedClips", "removeFilters"});
+    process(window);
+    answerAlert("Not Now");
+    ASSERT_TRUE(ends(window));
+    QAbstractItemModel* const model = tree(window)->model();
+    const auto rows = [&](const QModelIndex& parent) {
+        std::string text;
+        for (int row = 0; row < model->rowCount(parent); ++row)
+            text += rowText(model, model->index(row, 0, parent)) + "\n";
+        return text;
+    };
+    const std::string byClip = rows(model->index(0, 0));
+    EXPECT_NE(byClip.find("moved, changed V3 to V1 | C | all filters are removed | V3  150 - 200 | "
+                          "V1  150 - 200"),
+              std::string::npos)
+        << byClip;
+    auto* const order = child<QComboBox>(window, "changesOrder");
+    order->setCurrentIndex(1);
+    const std::string byPass = rows(model->index(0, 0));
+    EXPECT_NE(byPass.find("Remove filters | 1 change"), std::string::npos) << byPass;
+    order->setCurrentIndex(0);
+    model->sort(1, Qt::DescendingOrder);
+    const QModelIndex sequence = model->index(0, 0);
+    const int last = model->rowCount(sequence) - 1;
+    EXPECT_LE(toText(model->index(last, 1, sequence).data().toString()),
+              toText(model->index(0, 1, sequence).data().toString()));
+}
+
+TEST_F(AppTest, TicksAllFromTheHeaderAndSaysWhyNothingCanBeProcessed) {
+    DocumentWindow* const window = open("film.xml", film());
+    ASSERT_TRUE(comesTrue([&] { return table(window)->model()->rowCount() == 2; }));
+    const auto status = [&] { return toText(child<QLabel>(window, "statusLabel")->text()); };
+    EXPECT_FALSE(processButton(window)->isEnabled());
+    EXPECT_EQ(toText(processButton(window)->toolTip()), "Tick a sequence to process it.");
+    EXPECT_NE(status().find("Tick a sequence to process it."), std::string::npos);
+    QHeaderView* const header = table(window)->horizontalHeader();
+    const QPoint box(header->sectionViewportPosition(0) + header->sectionSize(0) / 2,
+                     header->height() / 2);
+    QTest::mouseClick(header->viewport(), Qt::LeftButton, {}, box);
+    EXPECT_EQ(status(), "2 of 2 sequences ticked");
+    EXPECT_TRUE(processButton(window)->isEnabled());
+    EXPECT_TRUE(processButton(window)->toolTip().isEmpty());
+    QTest::mouseClick(header->viewport(), Qt::LeftButton, {}, box);
+    EXPECT_FALSE(processButton(window)->isEnabled());
+}
+
+TEST_F(AppTest, OffersPresetsAndKeepsThoseThatTheUserMakes) {
+    DocumentWindow* const window = open("film.xml", film());
+    auto* const presets = child<QComboBox>(window, "presetsBox");
+    auto* const boxes = window->findChild<OptionBoxes*>();
+    EXPECT_EQ(presets->currentText(), "Picture turnover");
+    setOptions(window, {"collapseTracks", "replaceGaps"});
+    EXPECT_EQ(presets->currentText(), "Custom");
+    auto* const uncomposited = child<QCheckBox>(window, "collapseUncompositedClipsCheckBox");
+    EXPECT_TRUE(uncomposited->isEnabled());
+    child<QCheckBox>(window, "collapseTracksCheckBox")->setChecked(false);
+    EXPECT_FALSE(uncomposited->isEnabled());
+    setOptions(window, {"replaceGaps", "removeMarkers"});
+    EXPECT_FALSE(boxes->savePreset("Everything"));
+    QTest::mouseClick(child<QPushButton>(window, "savePresetBtn"), Qt::LeftButton);
+    auto* const question = window->findChild<QInputDialog*>();
+    ASSERT_TRUE(question);
+    question->setTextValue("Ours");
+    question->accept();
+    EXPECT_EQ(presets->currentText(), "Ours");
+    QTest::keyClicks(presets, "E");
+    emit presets->activated(presets->currentIndex());
+    EXPECT_EQ(boxes->checkedOptions(), allPasses());
+    // Another window has it too.
+    DocumentWindow* const other = open("other.xml", film());
+    auto* const others = child<QComboBox>(other, "presetsBox");
+    EXPECT_GE(others->findText("Ours"), 0);
+    other->findChild<OptionBoxes*>()->removePreset("Ours");
+    EXPECT_LT(others->findText("Ours"), 0);
+}
+
+TEST_F(AppTest, TakesCareOfThePictureUnlessItIsToldNotTo) {
+    UserDefaults& defaults = *Platform::current().userDefaults;
+    for (const char* const care : {"keepPicture", "importSafe"}) defaults.removeObject(care);
+    // The clip above has an alpha channel: what lies below it shows.
+    const std::string film =
+        projectXML({sequenceXML("V1: A[10,40) V2: B[0,90){<alphatype>straight</alphatype>}")});
+    DocumentWindow* const window = open("film.xml", film);
+    auto* const keep = child<QCheckBox>(window, "keepPictureCheckBox");
+    EXPECT_TRUE(keep->isChecked());
+    EXPECT_TRUE(child<QCheckBox>(window, "importSafeCheckBox")->isChecked());
+    window->selectAllSequences(true);
+    EXPECT_NE(process(window).find("1 change in 1 sequence."), std::string::npos) << alertText();
+    answerAlert("Not Now");
+    ASSERT_TRUE(ends(window));
+
+    DocumentWindow* const literal = open("other.xml", film);
+    child<QCheckBox>(literal, "keepPictureCheckBox")->setChecked(false);
+    literal->selectAllSequences(true);
+    EXPECT_NE(process(literal).find("1 needs your attention"), std::string::npos) << alertText();
+    answerAlert("Not Now");
+    ASSERT_TRUE(ends(literal));
 }
 
 TEST_F(AppTest, KeepsTheStatesOfItsOptions) {
@@ -68,9 +203,10 @@ TEST_F(AppTest, KeepsTheStatesOfItsOptions) {
         return toText(names.join(' '));
     };
     EXPECT_EQ(checked(window),
-              "collapseTracks collapseUncompositedClips removeDisabledAudioClips "
+              "collapseTracks collapseUncompositedClips "
+              "removeDisabledAudioClips "
               "removeDisabledVideoClips removeUnusedTracks");
-    EXPECT_EQ(window->findChildren<QCheckBox*>().size(), 12);
+    EXPECT_EQ(window->findChildren<QCheckBox*>().size(), 14);
     setOptions(window, {"replaceGaps", "collapseTracks"});
     EXPECT_EQ(checked(open("other.xml", film())), "collapseTracks replaceGaps");
     UserDefaults& defaults = *Platform::current().userDefaults;
@@ -91,6 +227,11 @@ void startLongRun(DocumentWindow* window) {
 TEST_F(AppTest, CancelsARunAndChangesNothing) {
     DocumentWindow* const window = open("long.xml", longProject());
     ASSERT_NO_FATAL_FAILURE(startLongRun(window));
+    auto* const bar = child<QProgressBar>(progressSheet(window), "progressBar");
+    EXPECT_TRUE(comesTrue([&] { return bar->maximum() > 0; }));
+    EXPECT_NE(
+        toText(child<QLabel>(progressSheet(window), "progressSequence")->text()).find(" (1 of "),
+        std::string::npos);
     QTest::keyClick(progressSheet(window), Qt::Key_Escape);
     ASSERT_TRUE(ends(window));
     EXPECT_EQ(shownAlert(), nullptr);
@@ -99,19 +240,92 @@ TEST_F(AppTest, CancelsARunAndChangesNothing) {
     EXPECT_FALSE(menuItem(window, "exportTidied:")->isEnabled());
 }
 
-TEST_F(AppTest, ExportsNothingOnceARunWasCancelledHalfWay) {
+/// Answers the panel on the screen with a file.
+void choose(const DocumentWindow* window, const std::string& path) {
+    auto* const panel = window->findChild<QFileDialog*>();
+    ASSERT_TRUE(panel);
+    panel->selectFile(toQString(path));
+    QMetaObject::invokeMethod(panel, "accept");
+    QTest::qWait(0);  // it goes when events are handled
+}
+
+std::size_t timesIn(const std::string& text, const std::string& part) {
+    std::size_t times = 0;
+    for (std::size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + 1))
+        ++times;
+    return times;
+}
+
+std::string cut(const std::string& notation = timeline) {
+    return "<xmeml version=\"5\">" + sequenceXML(notation) + "</xmeml>";
+}
+
+TEST_F(AppTest, KeepsTheFirstResultWhenTheSecondRunIsCancelled) {
     std::string xml = longProject();
     xml.insert(xml.find("<sequence"), sequenceXML(timeline));
     DocumentWindow* const window = open("long.xml", xml);
     tick(window, 0);
     process(window);
-    answerAlert("OK");
+    answerAlert("Not Now");
     ASSERT_TRUE(ends(window));
-    EXPECT_TRUE(menuItem(window, "exportTidied:")->isEnabled());
-    ASSERT_NO_FATAL_FAILURE(startLongRun(window));
+    const auto totals = [&] { return toText(child<QLabel>(window, "changesTotals")->text()); };
+    const std::string before = totals();
+    // Not even begun.
+    menuItem(window, "process:")->trigger();
+    EXPECT_EQ(alertText().substr(0, 35), "The tidied copy of “long.xml” i");
+    EXPECT_TRUE(answerAlert("Cancel"));
+    EXPECT_FALSE(window->isRunning());
+    EXPECT_EQ(totals(), before);
+    // Begun, and cancelled on the way.
+    window->selectAllSequences(true);
+    window->process();
+    alertText();
+    answerAlert("Replace");
+    ASSERT_TRUE(comesTrue([&] { return progressSheet(window)->isVisible(); }));
     QTest::keyClick(progressSheet(window), Qt::Key_Escape);
     ASSERT_TRUE(ends(window));
-    EXPECT_FALSE(menuItem(window, "exportTidied:")->isEnabled());
+    EXPECT_EQ(totals(), before);
+    EXPECT_TRUE(window->isWindowModified());
+    menuItem(window, "exportTidied:")->trigger();
+    choose(window, folder / "out.xml");
+    EXPECT_EQ(timesIn(contentsOf(folder / "out.xml"), "<sequence "), 1u);
+}
+
+TEST_F(AppTest, ReplacesAnUnsavedResultOrKeepsBoth) {
+    const struct {
+        const char* answer;
+        std::size_t copies;
+        const char* changes;
+    } rows[] = {{"Replace", 1, "3 changes: "}, {"Keep Both", 2, "6 changes: "}};
+    for (const auto& row : rows) {
+        const std::string name = std::string(row.answer) + ".xml";
+        DocumentWindow* const window = open(name, film());
+        tick(window, 0);
+        process(window);
+        answerAlert("Not Now");
+        ASSERT_TRUE(ends(window));
+        window->process();
+        alertText();
+        EXPECT_TRUE(answerAlert(row.answer));
+        ASSERT_TRUE(comesTrue([] { return shownAlert() != nullptr; }));
+        answerAlert("Not Now");
+        ASSERT_TRUE(ends(window));
+        EXPECT_TRUE(child<QLabel>(window, "changesTotals")->text().startsWith(row.changes));
+        EXPECT_EQ(tree(window)->model()->rowCount(), static_cast<int>(row.copies));
+        // The ticks of the moment are of no interest to what was made.
+        window->selectAllSequences(false);
+        menuItem(window, "exportTidied:")->trigger();
+        choose(window, folder / "out.xml");
+        const std::string written = contentsOf(folder / "out.xml");
+        EXPECT_EQ(timesIn(written, "<sequence id="), row.copies) << row.answer;
+        EXPECT_EQ(timesIn(written, "<name>Harbour-Tidied 2</name>"), row.copies - 1);
+        EXPECT_FALSE(window->isWindowModified());
+        menuItem(window, "saveDocument:")->trigger();
+        alertText();
+        EXPECT_TRUE(answerAlert("Save Over File"));
+        EXPECT_EQ(timesIn(contentsOf(folder / name), "<name>Reelsweep</name>"), row.copies);
+        std::filesystem::remove(folder / "out.xml");
+    }
 }
 
 TEST_F(AppTest, AsksBeforeItStopsARunToCloseTheWindow) {
@@ -137,40 +351,146 @@ TEST_F(AppTest, RunsTwoDocumentsAtOnce) {
     ASSERT_TRUE(comesTrue([&] { return first->isWindowModified() && second->isWindowModified(); }));
     for (int alerts = 0; alerts < 2; ++alerts) {
         EXPECT_EQ(alertText(), completed);
-        EXPECT_TRUE(answerAlert("OK"));
+        EXPECT_TRUE(answerAlert("Not Now"));
     }
     EXPECT_TRUE(ends(first) && ends(second));
 }
 
-TEST_F(AppTest, OffersToExportTheResultsOfAFileWithoutAProject) {
-    const std::string xml = "<xmeml version=\"5\">" + sequenceXML(timeline) + "</xmeml>";
-    DocumentWindow* const window = open("cut.xml", xml);
-    tick(window, 0);
+TEST_F(AppTest, SavesTheTidiedCopyOfAFileWithoutAProjectAndLeavesTheFileAlone) {
+    const std::string source = cut();
+    DocumentWindow* const window = open("cut.xml", source);
+    EXPECT_TRUE(child<QLabel>(window, "bannerLabel")->isVisible());
+    EXPECT_EQ(toText(child<QLabel>(window, "bannerLabel")->text()),
+              "This file holds sequences without a project. Tidied copies go to a file of their "
+              "own.");
+    // The only sequence is ticked, and there is nothing to save yet.
+    ASSERT_TRUE(comesTrue([&] { return processButton(window)->isEnabled(); }));
+    menuItem(window, "saveDocument:")->trigger();
+    EXPECT_EQ(shownAlert(), nullptr);
+    EXPECT_NE(toText(child<QLabel>(window, "statusLabel")->text()).find("has not changed"),
+              std::string::npos);
     EXPECT_FALSE(child<QPushButton>(window, "exportBtn")->isVisible());
-    EXPECT_EQ(process(window).substr(0, 21), "No project node found");
-    answerAlert("OK");
+
+    const std::string text = process(window);
+    EXPECT_EQ(text.find("No project node found: Please perform this task on an XML document for "
+                        "the entire project, not a specific sequence or element.\n\n"),
+              0u);
+    EXPECT_NE(text.find("The tidied copies are made all the same: 3 changes in 1 sequence."),
+              std::string::npos);
+    EXPECT_EQ(shownAlert()->defaultButton()->text(), "Save Tidied Copy…");
+    QTest::keyClick(shownAlert(), Qt::Key_Escape);
     ASSERT_TRUE(ends(window));
+    EXPECT_TRUE(window->isWindowModified());
+    EXPECT_TRUE(child<QPushButton>(window, "exportBtn")->isVisible());
+    EXPECT_TRUE(child<QPushButton>(window, "exportBtn")->isDefault());
+
+    // Save would write a file that has not changed: it leads to the copy instead.
+    menuItem(window, "saveDocument:")->trigger();
+    EXPECT_NE(alertText().find("Nothing was saved"), std::string::npos);
+    EXPECT_TRUE(answerAlert("Cancel"));
+    window->close();
+    EXPECT_EQ(alertText(),
+              "Do you want to save the tidied copy of “cut.xml”?: It will be lost otherwise.");
+    EXPECT_TRUE(answerAlert("Save Tidied Copy…"));
+    choose(window, folder / "cut-Tidied.xml");
+    EXPECT_TRUE(comesTrue([&] { return controller.documents().windows().isEmpty(); }));
+    EXPECT_EQ(shownAlert(), nullptr);
+    EXPECT_EQ(contentsOf(folder / "cut.xml"), source);
+
+    DocumentWindow* const copy = controller.documents().open(toQString(folder / "cut-Tidied.xml"));
+    ASSERT_TRUE(copy);
+    ASSERT_TRUE(comesTrue([&] { return table(copy)->model()->rowCount() == 1; }));
+    EXPECT_EQ(table(copy)->model()->index(0, 1).data().toString(), "Harbour-Tidied");
+}
+
+TEST_F(AppTest, SavesTheCopyFromTheAlertAtTheEndOfARun) {
+    DocumentWindow* const window = open("film.xml", film());
+    EXPECT_FALSE(child<QLabel>(window, "bannerLabel")->isVisible());
+    tick(window, 0);
+    process(window);
+    EXPECT_TRUE(answerAlert("Save Tidied Copy…"));
+    ASSERT_TRUE(comesTrue([&] { return window->findChild<QFileDialog*>() != nullptr; }));
+    EXPECT_EQ(window->suggestedCopy(), toQString(folder / "film-Tidied.xml"));
+    // Not over the opened file.
+    EXPECT_FALSE(window->saveCopyTo(folder / "film.xml"));
+    window->findChild<QFileDialog*>()->reject();
+    QTest::qWait(0);
+    EXPECT_TRUE(window->isWindowModified());
+    menuItem(window, "exportTidied:")->trigger();
+    choose(window, folder / "copy.xml");
     EXPECT_FALSE(window->isWindowModified());
-    ASSERT_TRUE(menuItem(window, "exportTidied:")->isEnabled());
-    ASSERT_TRUE(child<QPushButton>(window, "exportBtn")->isVisible());
-    QTest::mouseClick(child<QPushButton>(window, "exportBtn"), Qt::LeftButton);
+    EXPECT_TRUE(window->close());
+    EXPECT_EQ(shownAlert(), nullptr);
+    EXPECT_EQ(contentsOf(folder / "film.xml"), film());
+}
+
+TEST_F(AppTest, ListsAllThatIsNotSavedBeforeItQuits) {
+    const auto tidied = [&](const char* name) {
+        DocumentWindow* const window = open(name, cut());
+        comesTrue([&] { return processButton(window)->isEnabled(); });
+        process(window);
+        answerAlert("Not Now");
+        ends(window);
+        return window;
+    };
+    DocumentWindow* const first = tidied("first.xml");
+    tidied("second.xml");
+    open("third.xml", cut());
+    const auto list = [] {
+        auto* const dialog = shown<QDialog>("unsavedDialog");
+        return dialog ? child<QListWidget>(dialog, "unsavedList") : nullptr;
+    };
+    menuItem(first, "terminate:")->trigger();
+    ASSERT_TRUE(list());
+    EXPECT_EQ(list()->count(), 2);
+    EXPECT_EQ(list()->item(0)->text(), "first.xml — save as first-Tidied.xml");
+    QTest::keyClick(list()->window(), Qt::Key_Escape);
+    EXPECT_EQ(controller.documents().windows().size(), 3);
+
+    QTest::qWait(0);
+    menuItem(first, "terminate:")->trigger();
+    ASSERT_TRUE(list());
+    list()->item(1)->setCheckState(Qt::Unchecked);
+    QTest::mouseClick(child<QPushButton>(list()->window(), "saveAndQuitBtn"), Qt::LeftButton);
+    EXPECT_TRUE(comesTrue([&] { return controller.documents().windows().isEmpty(); }));
+    EXPECT_NE(contentsOf(folder / "first-Tidied.xml").find("Harbour-Tidied"), std::string::npos);
+    EXPECT_FALSE(std::filesystem::exists(folder / "second-Tidied.xml"));
+}
+
+TEST_F(AppTest, ReachesTheResultFromWhereverTheKeyboardIs) {
+    DocumentWindow* const window = open("film.xml", film());
+    EXPECT_TRUE(comesTrue([&] { return window->focusWidget() == table(window); }));
+    tick(window, 0);
+    process(window);
+    answerAlert("Not Now");
+    ASSERT_TRUE(ends(window));
+    auto* const filter = child<QLineEdit>(window, "changesFilter");
+    press(window, QKeySequence::Find);
+    ASSERT_TRUE(filter->hasFocus());
+    QTest::keyClicks(filter, "B");
+    QTest::keyClick(filter, Qt::Key_E, Qt::ControlModifier);
     auto* const panel = window->findChild<QFileDialog*>();
     ASSERT_TRUE(panel);
-    panel->selectFile(toQString(folder / "out.xml"));
-    QMetaObject::invokeMethod(panel, "accept");
-    const std::string written = contentsOf(folder / "out.xml");
-    EXPECT_NE(written.find("<name>Harbour-Tidied</name>"), std::string::npos);
-    EXPECT_NE(written.find("<name>Reelsweep</name>"), std::string::npos);
+    panel->reject();
+    QTest::qWait(0);
+    filter->setFocus();
+    QTest::keyClick(filter, Qt::Key_Escape);
+    EXPECT_TRUE(filter->text().isEmpty());
+    // Whatever page is shown.
+    child<QTabWidget>(window, "tabs")->setCurrentIndex(0);
+    EXPECT_TRUE(menuItem(window, "exportReport:")->isEnabled());
 }
 
 TEST_F(AppTest, RefusesToSaveOverWhatAnotherProgramWrote) {
     DocumentWindow* const window = open("film.xml", film());
     tick(window, 0);
     process(window);
-    answerAlert("OK");
+    answerAlert("Not Now");
     ASSERT_TRUE(ends(window));
     writeFile(folder / "film.xml", "somebody else's");
     press(window, QKeySequence::Save);
+    alertText();
+    EXPECT_TRUE(answerAlert("Save Over File"));
     EXPECT_NE(alertText().find("was changed by another program"), std::string::npos);
     EXPECT_TRUE(answerAlert("Save As…"));
     EXPECT_EQ(contentsOf(folder / "film.xml"), "somebody else's");
@@ -192,25 +512,29 @@ TEST_F(AppTest, AsksWhatToDoWithUnsavedChanges) {
     } rows[] = {{"Cancel", false, false},
                 {"", false, false},  // the button of its title bar
                 {"Don't Save", true, false},
-                {"Save", true, true}};
+                {"Save Tidied Copy…", true, true}};
     for (const auto& row : rows) {
         const std::string name = std::string(row.answer) + ".xml";
-        DocumentWindow* const window = open(name, source);
+        const QPointer<DocumentWindow> window = open(name, source);
         tick(window, 0);
         process(window);
-        answerAlert("OK");
+        answerAlert("Not Now");
         ASSERT_TRUE(ends(window));
         window->close();
-        EXPECT_EQ(alertText(), "Do you want to save the changes to “" + name +
-                                   "”?: They will be lost otherwise.");
+        EXPECT_EQ(alertText(), "Do you want to save the tidied copy of “" + name +
+                                   "”?: It will be lost otherwise.");
         EXPECT_TRUE(*row.answer ? answerAlert(row.answer) : shownAlert()->close());
-        EXPECT_EQ(window->isVisible(), !row.closes);
+        const std::string copy = folder / ("copy of " + name);
+        if (row.saves) choose(window, copy);
+        // What was closed goes away by itself.
+        EXPECT_EQ(window && window->isVisible(), !row.closes);
         if (!row.closes) {
             window->close();
-            EXPECT_NE(alertText().find("save the changes"), std::string::npos);
+            EXPECT_NE(alertText().find("save the tidied copy"), std::string::npos);
             EXPECT_TRUE(answerAlert("Cancel"));
         }
-        EXPECT_EQ(contentsOf(folder / name) != source, row.saves) << row.answer;
+        EXPECT_EQ(std::filesystem::exists(copy), row.saves) << row.answer;
+        EXPECT_EQ(contentsOf(folder / name), source) << row.answer;
     }
 }
 
@@ -218,7 +542,7 @@ TEST_F(AppTest, RevertsToTheFile) {
     DocumentWindow* const window = open("film.xml", film());
     tick(window, 0);
     process(window);
-    answerAlert("OK");
+    answerAlert("Not Now");
     ASSERT_TRUE(ends(window));
     menuItem(window, "revertDocumentToSaved:")->trigger();
     alertText();
@@ -230,14 +554,14 @@ TEST_F(AppTest, RevertsToTheFile) {
 }
 
 TEST_F(AppTest, StaysAsItIsWhenTheFileCannotBeRevertedTo) {
-    DocumentWindow* const window =
-        open("cut.xml", "<xmeml version=\"5\">" + sequenceXML(timeline) + "</xmeml>");
-    tick(window, 0);
+    DocumentWindow* const window = open("cut.xml", cut());
     process(window);
     EXPECT_TRUE(shownAlert()->close());
     ASSERT_TRUE(ends(window));
     writeFile(folder / "cut.xml", "<xmeml>");
     menuItem(window, "revertDocumentToSaved:")->trigger();
+    EXPECT_NE(alertText().find("Its tidied copy is not saved"), std::string::npos);
+    EXPECT_TRUE(answerAlert("Revert"));
     EXPECT_NE(alertText().find("could not be read"), std::string::npos);
     answerAlert("OK");
     EXPECT_TRUE(processButton(window)->isEnabled());
@@ -278,6 +602,7 @@ TEST_F(AppTest, LetsGoOfASheetThatAFailedRunLeavesUp) {
         DocumentWindow* const window =
             open(name, "<fcpxml><project><sequence/></project></fcpxml>");
         ASSERT_TRUE(window);
+        setOptions(window, {"removeMarkers"});
         writeFile(folder / name, "<fcpxml>");
         EXPECT_EQ(process(window).substr(0, 23), "Unable to load XML data");
         EXPECT_TRUE(progressSheet(window)->isVisible());
@@ -297,6 +622,8 @@ TEST_F(AppTest, SaysWhyAFileCannotBeOpened) {
         const char* alert;
     } rows[] = {
         {"broken.xml", "<xmeml>\n<sequence>", "broken.xml:2:"},
+        {"early.xml", "<xmeml>\n<sequence>", "The file ends too early. Export it again.\n\n"},
+        {"damaged.xml", "<xmeml>\n</sequence>", "The file is damaged. Export it again.\n\n"},
         {"page.xml", "<html/>", "is neither XMEML nor FCPXML: its root element is \"html\""},
         {"event.fcpxml", "<fcpxml><library><event/></library></fcpxml>", "Invalid FCPX project"},
     };
@@ -330,11 +657,22 @@ TEST_F(AppTest, TidiesFCPXMLAsAWhole) {
              "<marker/></clip></spine></sequence></project></event></library></fcpxml>");
     ASSERT_TRUE(window);
     EXPECT_EQ(window->findChildren<QCheckBox*>().size(), 2);
+    EXPECT_FALSE(processButton(window)->isEnabled());
+    EXPECT_EQ(toText(processButton(window)->toolTip()), "Tick what is to be stripped.");
     setOptions(window, {"removeMarkers"});
-    EXPECT_EQ(process(window), completed);
-    answerAlert("OK");
+    EXPECT_EQ(process(window),
+              "Processing complete: Please save the XML file.\n\n1 change in 1 sequence.");
+    answerAlert("Not Now");
     ASSERT_TRUE(ends(window));
+    menuItem(window, "exportTidied:")->trigger();
+    EXPECT_EQ(window->suggestedCopy(), toQString(folder / "film-Tidied.fcpxml"));
+    choose(window, folder / "film-Tidied.fcpxml");
+    EXPECT_FALSE(window->isWindowModified());
+    EXPECT_EQ(contentsOf(folder / "film-Tidied.fcpxml").find("marker"), std::string::npos);
+    EXPECT_NE(contentsOf(folder / "film.fcpxml").find("marker"), std::string::npos);
     menuItem(window, "saveDocument:")->trigger();
+    alertText();
+    EXPECT_TRUE(answerAlert("Save Over File"));
     EXPECT_EQ(contentsOf(folder / "film.fcpxml").find("marker"), std::string::npos);
 }
 
@@ -342,8 +680,9 @@ TEST_F(AppTest, SavesNothingOfAnFCPXMLFileBeforeARun) {
     const std::string xml = "<fcpxml><project><sequence/></project></fcpxml>";
     DocumentWindow* const window = open("film.fcpxml", xml);
     menuItem(window, "saveDocument:")->trigger();
-    EXPECT_NE(alertText().find("there is no result to save"), std::string::npos);
-    answerAlert("Cancel");
+    EXPECT_EQ(shownAlert(), nullptr);
+    EXPECT_NE(toText(child<QLabel>(window, "statusLabel")->text()).find("Nothing was saved"),
+              std::string::npos);
     EXPECT_EQ(contentsOf(folder / "film.fcpxml"), xml);
 }
 

@@ -37,7 +37,7 @@ TEST_F(AppTest, ShowsAHundredThousandChangesAndFindsOne) {
     constexpr int count = 100'000;
     DocumentWindow* const window = open("long.xml", projectXML({disabledClips(count)}));
     setOptions(window, {"removeDisabledVideoClips"});
-    tick(window, 0);
+    comesTrue([&] { return processButton(window)->isEnabled(); });
     // Events that are handled while the run is going.
     int handled = 0;
     QTimer pulse;
@@ -46,21 +46,19 @@ TEST_F(AppTest, ShowsAHundredThousandChangesAndFindsOne) {
     process(window);
     pulse.stop();
     EXPECT_GT(handled, 10);
-    answerAlert("OK");
+    answerAlert("Not Now");
     ASSERT_TRUE(ends(window));
 
     const QAbstractItemModel* const model = tree(window)->model();
     const QModelIndex sequence = model->index(0, 0);
-    const QModelIndex pass = model->index(0, 0, sequence);
-    EXPECT_EQ(model->rowCount(pass), count);
+    EXPECT_EQ(model->rowCount(sequence), count);
     child<QLineEdit>(window, "changesFilter")->setText("c77777");
-    ASSERT_TRUE(
-        comesTrue([&] { return model->rowCount(model->index(0, 0, model->index(0, 0))) == 1; }));
+    ASSERT_TRUE(comesTrue([&] { return model->rowCount(model->index(0, 0)) == 1; }));
     tree(window)->selectAll();
     press(window, QKeySequence::Copy);
-    EXPECT_NE(
-        toText(QGuiApplication::clipboard()->text()).find("removed\tC77777\tV1  777770 - 777775"),
-        std::string::npos);
+    EXPECT_NE(toText(QGuiApplication::clipboard()->text())
+                  .find("removed\tC77777\tdisabled\tV1  777770 - 777775"),
+              std::string::npos);
 }
 
 TEST_F(AppTest, KeepsTheTreeOfChangesInOrderWhileItIsFiltered) {
@@ -69,7 +67,7 @@ TEST_F(AppTest, KeepsTheTreeOfChangesInOrderWhileItIsFiltered) {
              projectXML({sequenceXML("V1: A[0,9) !B[9,20) V2: C[20,30)"), disabledClips(3)}));
     menuItem(window, "tickAll:")->trigger();
     process(window);
-    answerAlert("OK");
+    answerAlert("Not Now");
     ASSERT_TRUE(ends(window));
     const QAbstractItemModelTester tester(tree(window)->model(),
                                           QAbstractItemModelTester::FailureReportingMode::Fatal);

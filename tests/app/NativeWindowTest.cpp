@@ -69,7 +69,7 @@ TEST_F(NativeWindowTest, GivesWhatTheCommandLineAndTheFileFlowGive) {
     setOptions(window, {"removeDisabledVideoClips", "collapseTracks", "removeUnusedTracks"});
     EXPECT_EQ(process(window),
               "Processing complete: A duplicate of the sequence has been added to the Reelsweep "
-              "bin.");
+              "bin.\n\n3 changes in 2 sequences.");
     EXPECT_TRUE(answerAlert("OK"));
     ASSERT_TRUE(ends(window));
     EXPECT_FALSE(window->isWindowModified());
@@ -80,8 +80,8 @@ TEST_F(NativeWindowTest, GivesWhatTheCommandLineAndTheFileFlowGive) {
     Workplace workplace;
     const std::string passes = "removeDisabledVideoClips,collapseTracks,removeUnusedTracks";
     workplace.write("film.xml", film);
-    EXPECT_EQ(run(workplace, {"tidy", b, "--passes", passes}).status, 0);
-    EXPECT_EQ(run(workplace, {"tidy", "film.xml", "--passes", passes}).status, 0);
+    EXPECT_EQ(run(workplace, {"tidy", b, "--passes", passes, "--literal"}).status, 0);
+    EXPECT_EQ(run(workplace, {"tidy", "film.xml", "--passes", passes, "--literal"}).status, 0);
     EXPECT_EQ(host.openedItems(),
               "a.fcp: Reel 1-Tidied\na.fcp: Reel 2-Tidied\n"
               "b.fcp: Reel 1-Tidied\nb.fcp: Reel 2-Tidied\n");

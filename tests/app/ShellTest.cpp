@@ -10,10 +10,13 @@
 #include "tests/timeline/Timeline.h"
 
 #include <QDropEvent>
+#include <QGroupBox>
 #include <QLineEdit>
 #include <QListView>
+#include <QMenuBar>
 #include <QMimeData>
 #include <QProcess>
+#include <QTabWidget>
 #include <QUrl>
 
 #include <filesystem>
@@ -109,9 +112,11 @@ TEST_F(AppTest, EditsTheFilterExclusions) {
     EXPECT_FALSE(remove->isEnabled());
     QTest::mouseClick(add, Qt::LeftButton);
     EXPECT_EQ(exclusions(), std::vector<std::string>{""});
-    // The new row is being edited.
+    // The new row is being edited, where it can be seen.
     auto* const editor = list->findChild<QLineEdit*>();
     ASSERT_TRUE(editor);
+    EXPECT_TRUE(editor->isVisible());
+    EXPECT_GE(editor->height(), editor->fontMetrics().height());
     QTest::keyClicks(editor, "Blur");
     QTest::keyClick(editor, Qt::Key_Return);
     EXPECT_TRUE(comesTrue([] { return exclusions() == std::vector<std::string>{"Blur"}; }));
@@ -120,6 +125,59 @@ TEST_F(AppTest, EditsTheFilterExclusions) {
     list->selectAll();
     QTest::mouseClick(remove, Qt::LeftButton);
     EXPECT_TRUE(exclusions().empty());
+    QTest::keyClick(window, Qt::Key_Escape);
+    EXPECT_FALSE(window->isVisible());
+}
+
+TEST_F(AppTest, OpensItsDialogsOverTheirParentAndSaysThatThereIsNoManual) {
+    DocumentWindow* const window = open("film.xml", projectXML({sequenceXML("V1: A[0,9)")}));
+    press(window, QKeySequence("Ctrl+,"));
+    auto* const preferences = shown<PreferencesWindow>();
+    ASSERT_TRUE(preferences);
+    const QPoint middle = preferences->frameGeometry().center() - window->frameGeometry().center();
+    EXPECT_LE(middle.manhattanLength(), 60);
+    preferences->close();
+    press(window, QKeySequence::HelpContents);
+    EXPECT_NE(alertText().find("The user manual cannot be shown"), std::string::npos);
+    EXPECT_EQ(shownAlert()->parentWidget(), window);
+    answerAlert("OK");
+}
+
+// The keys after Alt of what a window shows.
+QStringList altKeys(QWidget* window) {
+    QStringList keys;
+    const auto add = [&](const QString& text) {
+        const QKeySequence key = QKeySequence::mnemonic(text);
+        if (!key.isEmpty()) keys += key.toString();
+    };
+    for (const auto* const button : window->findChildren<QAbstractButton*>()) add(button->text());
+    for (const auto* const label : window->findChildren<QLabel*>())
+        if (label->buddy()) add(label->text());
+    for (const auto* const box : window->findChildren<QGroupBox*>()) add(box->title());
+    for (const auto* const tabs : window->findChildren<QTabWidget*>())
+        for (int page = 0; page < tabs->count(); ++page) add(tabs->tabText(page));
+    for (const auto* const bar : window->findChildren<QMenuBar*>())
+        for (const QAction* const menu : bar->actions()) add(menu->text());
+    return keys;
+}
+
+TEST_F(AppTest, GivesNoKeyToTwoThingsOfAWindow) {
+    controller.applicationDidFinishLaunching({});
+    open("film.xml", projectXML({sequenceXML("V1: A[0,9)")}));
+    open("film.fcpxml", "<fcpxml><project><sequence/></project></fcpxml>");
+    controller.showPreferences();
+    controller.showAboutDialog();
+    controller.openFCPProject();
+    int windows = 0;
+    for (QWidget* const window : QApplication::topLevelWidgets()) {
+        if (!window->isVisible()) continue;
+        QStringList keys = altKeys(window);
+        const auto all = keys.size();
+        EXPECT_EQ(keys.removeDuplicates(), 0)
+            << toText(window->windowTitle()) << " of " << all << ": " << toText(keys.join(' '));
+        ++windows;
+    }
+    EXPECT_EQ(windows, 5);
 }
 
 TEST_F(AppTest, StoresWhetherUsageMayBeLogged) {
@@ -141,9 +199,36 @@ TEST_F(AppTest, SaysWhatItIs) {
     auto* const window = shown<QWidget>("QVAbout");
     ASSERT_TRUE(window);
     const std::string version = *Platform::current().bundle->infoValue("CFBundleVersion");
-    EXPECT_EQ(toText(child<QLabel>(window, "versionLabel")->text()),
-              version + " (" + version + ")\n\nCutbench  ()");
-    EXPECT_EQ(toText(window->windowTitle()), "About reelsweep_app_tests");
+    EXPECT_EQ(toText(child<QLabel>(window, "versionLabel")->text()), "Version " + version);
+    EXPECT_EQ(toText(window->windowTitle()), "About Reelsweep");
+    EXPECT_TRUE(QTest::qWaitForWindowActive(window));
+    QTest::keyClick(window, Qt::Key_Escape);
+    EXPECT_FALSE(shown<QWidget>("QVAbout"));
+}
+
+TEST_F(AppTest, TakesTheClosingOfAQuestionForNoAnswer) {
+    const struct {
+        const char* alternate;
+        bool escapes;
+        long answer;
+    } rows[] = {{"More Info", false, alertDismissedReturn},
+                {"More Info", true, alertDismissedReturn},
+                {"Cancel", false, alertAlternateReturn},
+                {"Cancel", true, alertAlternateReturn}};
+    for (const auto& row : rows) {
+        AlertReply reply;
+        std::optional<long> answer;
+        reply.ask("May we?", "", {"Allow", row.alternate, "Don't Allow"}, {},
+                  [&](long code) { answer = code; });
+        ASSERT_EQ(alertText(), "May we?: ");
+        if (row.escapes)
+            QTest::keyClick(shownAlert(), Qt::Key_Escape);
+        else
+            shownAlert()->close();
+        ASSERT_TRUE(comesTrue([&] { return answer.has_value(); }));
+        EXPECT_EQ(*answer, row.answer) << row.alternate;
+        QTest::qWait(0);
+    }
 }
 
 TEST_F(AppTest, SaysThatThereIsNoUpdater) {

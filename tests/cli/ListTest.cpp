@@ -9,6 +9,9 @@
 
 #include <limits>
 #include <regex>
+#include <thread>
+
+#include <sys/stat.h>
 
 namespace reelsweep::test {
 namespace {
@@ -56,6 +59,20 @@ TEST(List, PrintsJson) {
               "#  Project  Event\n1  P        Day 1\n");
 }
 
+TEST(List, ReadsAPipe) {
+    const Workplace workplace(withoutProject({"V1: A[0,100)"}));
+    const std::string file = run(workplace, {"list", "in.xml"}).output;
+    ASSERT_EQ(::mkfifo((workplace / "pipe").c_str(), 0600), 0);
+    std::thread writer([&] { writeFile(workplace / "pipe", workplace.read("in.xml")); });
+    const Ended ended = run(workplace, {"list", "pipe"});
+    writer.join();
+    EXPECT_EQ(ended.output, file);
+    EXPECT_EQ(ended.error, "");
+    std::thread other([&] { writeFile(workplace / "pipe", "<xmeml><"); });
+    EXPECT_NE(run(workplace, {"list", "pipe"}).error.find("pipe:1:"), std::string::npos);
+    other.join();
+}
+
 TEST(Passes, AreListedInRunOrder) {
     const Workplace workplace;
     const Json list = Json::parse(run(workplace, {"passes", "--json"}).output);
@@ -95,7 +112,7 @@ TEST(Help, TellsNothingThatManualAndCompletionDoNot) {
     std::erase(manual, '\\');
     const std::string completion =
         contentsOf(REELSWEEP_SOURCE_FOLDER "/resources/completion/reelsweep-cli");
-    for (const char* command : {"list", "passes", "projects", "tidy"}) {
+    for (const char* command : {"check", "diff", "list", "passes", "projects", "tidy", "verify"}) {
         EXPECT_NE(manual.find(std::string(".B ") + command + "\n"), std::string::npos) << command;
         const std::string help = run(workplace, {command, "--help"}).output;
         const std::regex option("--[a-z][a-z-]+");

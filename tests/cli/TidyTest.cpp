@@ -37,8 +37,10 @@ TEST(Tidy, AddsTidiedCopiesAndShowsWhatWasDone) {
         "Reel 1    removeDisabledVideoClips        1      -        -      -         -        -\n"
         "          collapseTracks                  -      1        -      -         -        -\n"
         "          removeUnusedTracks              1      -        -      -         -        -\n"
-        "Reel 2    nothing to change\n"
-        "Total                                     2      1        -      -         -        -\n"
+        "          importSafe                      -      -        -      -         -        1\n"
+        "Reel 2    importSafe                      -      -        -      -         -        2\n"
+        "Total                                     2      1        -      -         -        3\n"
+        "250 of 250 frames show the same picture\n"
         "Wrote film-Tidied.xml\n");
     EXPECT_EQ(workplace.read("film.xml"), reels);
     EXPECT_EQ(sequencesOf(workplace.read("film-Tidied.xml")),
@@ -97,9 +99,12 @@ TEST(Tidy, TakesTheUsersWordForSeeThroughEffects) {
     const std::string hidden = "Reel 1-Tidied: V1: B[0,100)+Veil\n";
     const std::string kept = "Reel 1-Tidied: V1: A[0,100) V2: B[0,100)+Veil\n";
     const Workplace workplace(stacked);
-    EXPECT_EQ(run(workplace, {"tidy", "in.xml", "-o", "a.xml"}).status, 0);
-    EXPECT_EQ(run(workplace, {"tidy", "in.xml", "-o", "b.xml", "--ignored-effect", "Veil"}).status,
-              0);
+    // A careful run does not know the effect, and takes no clip away under it.
+    EXPECT_EQ(run(workplace, {"tidy", "in.xml", "-o", "a.xml", "--literal"}).status, 0);
+    EXPECT_EQ(
+        run(workplace, {"tidy", "in.xml", "-o", "b.xml", "--literal", "--ignored-effect", "Veil"})
+            .status,
+        0);
     EXPECT_EQ(sequencesOf(workplace.read("a.xml")), sequencesOf(stacked) + hidden);
     EXPECT_EQ(sequencesOf(workplace.read("b.xml")), sequencesOf(stacked) + kept);
 }
@@ -232,7 +237,8 @@ TEST(Tidy, GoesOnWithTheNextFileAfterAFailure) {
     EXPECT_EQ(documents[1]["errors"], Json::array({"b.xml:1:8: no element found"}));
     EXPECT_EQ(documents[2]["delivery"], "project");
     EXPECT_EQ(documents[2]["output"], nullptr);
-    EXPECT_EQ(documents[2]["sequences"].size(), 1U);
+    // Its tidied sequence found no place to go, so nothing was changed anywhere.
+    EXPECT_EQ(documents[2]["sequences"].size(), 0U);
     EXPECT_EQ(documents[3]["format"], nullptr);
 }
 

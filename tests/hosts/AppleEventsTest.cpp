@@ -3,6 +3,9 @@
 #include "tests/hosts/FakeHost.h"
 #include "tests/timeline/Timeline.h"
 
+#include <future>
+#include <memory>
+
 namespace reelsweep::test {
 namespace {
 
@@ -261,6 +264,35 @@ TEST_F(HostFaults, LeaveALaunchedHostReadyForTheEventThatFollows) {
     EXPECT_TRUE(Platform::current()
                     .workspace->runningExecutable(QVAppleEvents::finalCutProIdentifier)
                     ->ends_with("reelsweep-demo-host"));
+}
+
+/// Answers once the main thread has done something for it.
+class NeedsMainThread final : public AppleEventTransport {
+public:
+    AppleEventReply send(const AppleEvent&) override {
+        const auto done = std::make_shared<std::promise<void>>();
+        auto future = done->get_future();
+        Platform::current().mainThread->post([done] { done->set_value(); });
+        AppleEventReply reply;
+        reply.parameters = {{"fcOP", "list"}};
+        if (future.wait_for(std::chrono::seconds(10)) != std::future_status::ready)
+            reply.error = appleEventError::timeout;
+        return reply;
+    }
+    bool isAvailable() const override { return true; }
+    std::size_t maximumBytes() const override { return 1000; }
+};
+
+TEST_F(AppleEvents, TheMainThreadGoesOnWhileAReplyIsAwaited) {
+    Platform::current().appleEvents = std::make_unique<NeedsMainThread>();
+    ASSERT_TRUE(Platform::current().mainThread->isMainThread());
+    EXPECT_TRUE(QVAppleEvents::openFCPProjects());
+    EXPECT_TRUE(QVAppleEvents::sendXMLToFCP("<xmeml/>", ""));
+    auto elsewhere =
+        std::async(std::launch::async, [] { return QVAppleEvents::sendXMLToFCP("<xmeml/>", ""); });
+    EXPECT_TRUE(pumpUntil(
+        [&] { return elsewhere.wait_for(std::chrono::seconds(0)) == std::future_status::ready; }));
+    EXPECT_TRUE(elsewhere.get());
 }
 
 }  // namespace

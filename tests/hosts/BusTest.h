@@ -73,7 +73,7 @@ public:
 
     static void setTimeout(std::chrono::milliseconds timeout) {
         SessionBusTransport::Settings settings;
-        settings.everyTimeout = timeout;
+        settings.everyTimeout = [timeout] { return timeout; };
         Platform::current().appleEvents = std::make_unique<SessionBusTransport>(settings);
     }
 

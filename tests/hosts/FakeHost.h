@@ -2,6 +2,7 @@
 #pragma once
 
 #include "hosts/QVAppleEvents.h"
+#include "platform/posix/SessionBusWorkspace.h"
 #include "tests/support/ServiceTest.h"
 #include "tests/timeline/LogCapture.h"
 
@@ -71,7 +72,7 @@ private:
         FakeHost& host_;
     };
 
-    class Applications final : public Workspace {
+    class Applications final : public SessionBusWorkspace {
     public:
         explicit Applications(FakeHost& host) : host_(host) {}
         std::vector<std::string> runningApplicationIdentifiers() const override {

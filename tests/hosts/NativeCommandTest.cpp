@@ -55,7 +55,8 @@ TEST_F(NativeCommand, TidiesIntoTheHostAndReportsIt) {
         "Reel 1    removeDisabledVideoClips        1      -        -      -         -        -\n"
         "          collapseTracks                  -      1        -      -         -        -\n"
         "          removeUnusedTracks              1      -        -      -         -        -\n"
-        "Total                                     2      1        -      -         -        -\n";
+        "Total                                     2      1        -      -         -        -\n"
+        "200 of 200 frames show the same picture\n";
     const Ended dry = run(workplace, {"tidy", path, "--sequence", "Reel 1", "--dry-run"});
     EXPECT_EQ(dry.output, table + "Dry run: nothing was written\n");
     EXPECT_EQ(savedSequences(path), sources);

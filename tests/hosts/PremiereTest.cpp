@@ -3,6 +3,7 @@
 #include "hosts/QVPremiere.h"
 #include "hosts/QVPremiereEvents.h"
 #include "platform/PropertyList.h"
+#include "platform/posix/SessionBusWorkspace.h"
 #include "tests/support/TestPlatform.h"
 #include "tests/timeline/Alerts.h"
 #include "tests/timeline/LogCapture.h"
@@ -17,7 +18,7 @@ namespace {
 namespace fs = std::filesystem;
 using Strings = std::vector<std::string>;
 
-class PremiereDesk final : public Workspace {
+class PremiereDesk final : public SessionBusWorkspace {
 public:
     std::vector<std::string> runningApplicationIdentifiers() const override {
         return executable.empty() ? Strings() : Strings{QVPremiere::identifier};

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Shows that the layer check can fail: each row is a made-up tree with one include of interest.
+# Shows that the layer check can fail: each row is a made-up tree with one line of interest.
 set -euo pipefail
 
 check=$(dirname "$(readlink -f "$0")")/check-layers.sh
@@ -8,25 +8,30 @@ trap 'rm -rf "$folder"' EXIT
 failures=0
 rows=0
 
-# row FILE INCLUDE EXPECTED: EXPECTED is the message behind "FILE:2: ", or empty for no offence.
-row() {
-    local file=$1 include=$2 expected=$3 status=0 answer
+# line FILE TEXT EXPECTED: EXPECTED is the message behind "FILE:2: ", or empty for no offence.
+line() {
+    local file=$1 text=$2 expected=$3 status=0 answer
     local tree=$folder/tree$((rows += 1))
     mkdir -p "$tree/$(dirname "$file")" "$tree/platform"
     printf '#pragma once\n' >"$tree/platform/Ground.h"
-    printf '#pragma once\n#include %s\n' "$include" >"$tree/$file"
+    printf '#pragma once\n%s\n' "$text" >"$tree/$file"
     answer=$(bash "$check" "$tree" 2>&1) || status=$?
     if [[ -n $expected ]]; then expected="$file:2: $expected"; fi
     if [[ $answer != "$expected" || $status -ne $((${#expected} > 0)) ]]; then
         printf 'FAILED: %s in %s\n  expected: %s\n  answer:   %s (exit %d)\n' \
-            "$include" "$file" "${expected:-nothing}" "${answer:-nothing}" "$status"
+            "$text" "$file" "${expected:-nothing}" "${answer:-nothing}" "$status"
         failures=$((failures + 1))
     fi
 }
 
+# row FILE INCLUDE EXPECTED
+row() { line "$1" "#include $2" "$3"; }
+
 # Upwards, in steps and over several layers
-row platform/Port.h '"services/QVLog.h"' 'platform/ is below services/ and may not include services/QVLog.h'
-row base/Log.cpp '"services/QVLog.h"' 'base/ is below services/ and may not include services/QVLog.h'
+row platform/Port.h '"services/QVLog.h"' \
+    'platform/ is below services/ and may not include services/QVLog.h'
+row base/Log.cpp '"services/QVLog.h"' \
+    'base/ is below services/ and may not include services/QVLog.h'
 row time/Frames.h '"xml/XMLNode.h"' 'time/ is below xml/ and may not include xml/XMLNode.h'
 row xml/XMLNode.h '"timeline/Timeline.h"' \
     'xml/ is below timeline/ and may not include timeline/Timeline.h'
@@ -47,6 +52,12 @@ row services/QVLog.cpp '"../tidy/Run.h"' '"../tidy/Run.h" is not written from th
 # XML libraries
 row tidy/Run.cpp '<pugixml.hpp>' 'only xml/ may include pugixml.hpp'
 row tests/engine/run_test.cpp '<expat.h>' 'only xml/ may include expat.h'
+# Ports
+for file in services/QVLog.cpp platform/Platform.cpp shell/Run.h; do
+    row $file '"platform/posix/Port.h"' 'only programs and ports may include platform/posix/Port.h'
+done
+row hosts/Bridge.cpp '<platform/qt/Desktop.h>' 'only app/ may include platform/qt/Desktop.h'
+row platform/posix/Port.cpp '"platform/qt/Desktop.h"' 'only app/ may include platform/qt/Desktop.h'
 # Qt and printing
 row services/QVAlert.cpp '<QMessageBox>' \
     'only app/ and platform/qt/ may include Qt (QMessageBox)'
@@ -54,6 +65,10 @@ row cli/main.cpp '<QtCore/QString>' 'only app/ and platform/qt/ may include Qt (
 row platform/posix/Port.cpp '<qobject.h>' 'only app/ and platform/qt/ may include Qt (qobject.h)'
 row cli/main.cpp '"platform/qt/Desktop.h"' 'only app/ may include platform/qt/Desktop.h'
 row tidy/Run.cpp '<iostream>' 'tidy/ may not print (iostream)'
+line base/Log.cpp '    std::printf("%s", text);' 'base/ may not print'
+line shell/Run.cpp 'std::fputs(text, file);  // a note' 'shell/ may not print'
+line services/QVLog.h 'inline FILE* console = stdout;' 'services/ may not print'
+line platform/Platform.cpp 'perror("platform");' 'platform/ may not print'
 # Allowed
 row services/QVLog.cpp '"platform/Port.h"' ''
 row services/QVLog.cpp '"services/Format.h"' ''
@@ -61,8 +76,16 @@ row xml/XMLDocument.cpp '<pugixml.hpp>' ''
 row bench/Bench.cpp '<pugixml.hpp>' ''
 row cli/main.cpp '"tidy/Run.h"' ''
 row cli/main.cpp '<iostream>' ''
+line cli/main.cpp 'std::puts(text);' ''
+line platform/posix/Port.cpp 'std::fputs(text, stderr);' ''
+line base/Format.cpp 'std::snprintf(text, size, format);  // as printf does' ''
+line tests/engine/run_test.cpp 'std::printf("text");' ''
 row app/Window.cpp '<QMainWindow>' ''
 row app/Window.cpp '"platform/qt/Desktop.h"' ''
+row cli/main.cpp '"platform/posix/Port.h"' ''
+row platform/posix/Port.cpp '"platform/posix/Other.h"' ''
+row platform/qt/Desktop.h '"platform/posix/Port.h"' ''
+row bench/Bench.cpp '"platform/posix/Port.h"' ''
 row platform/qt/Desktop.cpp '<QtGui/QDesktopServices>' ''
 row services/QVLog.cpp '<vector>' ''
 row tests/engine/run_test.cpp '"tidy/Run.h"' ''

@@ -1,5 +1,5 @@
 // What the ledger says of a run.
-#include "tests/timeline/Project.h"
+#include "tests/timeline/Interchange.h"
 
 #include <gtest/gtest.h>
 
@@ -76,9 +76,10 @@ TEST(Ledger, TellsEachChangeWithTracksTimesAndReason) {
     };
     for (const Row& row : rows) {
         SCOPED_TRACE(row.timeline);
-        Project project({row.timeline});
-        project.document.startProcessing(row.options, Delivery::none);
-        const SequenceLedger& ledger = project.document.changeLedger().sequences.front();
+        const Timeline timeline(row.timeline);
+        const auto copy = tidiedCopy(SourceSequence::of(timeline.sequence), {row.options}, {});
+        ASSERT_TRUE(copy);
+        const SequenceLedger& ledger = copy->ledger;
         std::vector<std::string> changes;
         for (const Change& change : ledger.changes) changes.push_back(changeText(ledger, change));
         EXPECT_EQ(changes, row.changes);
@@ -90,10 +91,10 @@ TEST(Ledger, TellsEachChangeWithTracksTimesAndReason) {
 
 TEST(Ledger, NamesClipsThatLoseTheTransitionAtAnEdge) {
     // The slug stands between the transition and the clip that fades in; D came without one.
-    Project project({"V1: A[0,50) x[90,110) C[-1,200) V2: D[-1,9)"});
+    const Timeline timeline("V1: A[0,50) x[90,110) C[-1,200) V2: D[-1,9)");
     const auto text = [&](const OptionList& options) {
-        project.document.startProcessing(options, Delivery::none);
-        return looseClipsText(project.document.changeLedger().sequences.front());
+        const XMLNode copy = timeline.sequence.copy();
+        return looseClipsText(*tidySequence(copy, timeline.sequence, {options}));
     };
     EXPECT_EQ(text({"replaceGaps", "removeVideoTransitions"}),
               "1 clip has lost a transition, and with it an edge: C on V1 from -1 to 200");
@@ -101,12 +102,15 @@ TEST(Ledger, NamesClipsThatLoseTheTransitionAtAnEdge) {
 }
 
 TEST(Ledger, CountsPerPassAndPerSequence) {
-    Project project({"V1: A[0,100) V2: C[20,30) !D[40,50)", "V1: !A[0,9)", "V1: B[5,9)"});
-    project.document.setSelected(2, true);
-    project.document.startProcessing(
-        {"removeDisabledVideoClips", "collapseTracks", "collapseUncompositedClips", "replaceGaps"});
-    const auto& ledgers = project.document.changeLedger().sequences;
-    ASSERT_EQ(ledgers.size(), 2u);  // the second sequence is not ticked
+    Interchange file({"V1: A[0,100) V2: C[20,30) !D[40,50)", "V1: !A[0,9)", "V1: B[5,9)"});
+    const auto tidied =
+        tidy(file.document, {.passes = {"removeDisabledVideoClips", "collapseTracks",
+                                        "collapseUncompositedClips", "replaceGaps"},
+                             .sequences = {{0, 2}},
+                             .keepPicture = false});
+    ASSERT_TRUE(tidied);
+    const auto& ledgers = tidied->ledger().sequences;
+    ASSERT_EQ(ledgers.size(), 2u);  // the second sequence is not asked for
     const SequenceLedger& first = ledgers[0];
     EXPECT_EQ(first.itemsBefore, 3u);
     EXPECT_EQ(first.itemsAfter, 3u);

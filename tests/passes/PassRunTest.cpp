@@ -1,10 +1,12 @@
 // How passes report progress, log and stop.
 #include "tests/plain/PassPairs.h"
+#include "tests/plain/SinglePass.h"
 #include "tests/timeline/LogCapture.h"
-#include "tests/timeline/Project.h"
-#include "xml/XMLQuery.h"
+#include "tests/timeline/Timeline.h"
 
 #include <gtest/gtest.h>
+#include <algorithm>
+#include <atomic>
 #include <regex>
 #include <thread>
 
@@ -36,19 +38,28 @@ TEST(Passes, ShowTheirLabelsAndStopThereWhenCancelled) {
         {"video transitions", "Removing audio transitions..."},
         {"audio transitions", "Removing audio transitions..."},
     };
-    ASSERT_EQ(std::size(rows), passPairs().size());
+    for (const PassPair& pair : passPairs()) {
+        const auto isOfPair = [&](const auto& row) { return row.first == pair.name; };
+        EXPECT_TRUE(std::any_of(std::begin(rows), std::end(rows), isOfPair))
+            << "\"" << pair.name << "\" has no row here";
+    }
     for (const auto& [name, label] : rows) {
         SCOPED_TRACE(name);
         const Timeline timeline(busyTimeline);
         const std::string before = serialise(timeline.sequence);
-        Project project;
-        project.view.onLabel = [&](const std::string&) { project.document.cancelProgress(); };
-        EXPECT_FALSE(passPair(name).product(project.document, timeline.sequence));
-        EXPECT_EQ(project.view.events, Strings{label});
+        Strings labels;
+        SinglePass stopped;
+        stopped.progress = [&](const std::string& text) {
+            labels.push_back(text);
+            stopped.stop.request_stop();
+        };
+        const Outcome done = stopped.run(passPair(name).product, timeline.sequence);
+        ASSERT_FALSE(done);
+        EXPECT_EQ(done.failure().code, FailureCode::cancelled);
+        EXPECT_EQ(labels, Strings{label});
         EXPECT_EQ(serialise(timeline.sequence), before);
         // The same pass has something to do here.
-        Project other;
-        passPair(name).product(other.document, timeline.sequence);
+        EXPECT_TRUE(SinglePass().run(passPair(name).product, timeline.sequence));
         EXPECT_NE(serialise(timeline.sequence), before);
     }
 }
@@ -88,28 +99,28 @@ TEST(Passes, KeepWhatWasDoneBeforeACancelInTheMiddle) {
     for (const Row& row : rows) {
         SCOPED_TRACE(row.pass);
         const Timeline timeline("V1:" + clips(row.lower) + " V2:" + clips(row.upper));
-        Project whole;
-        passPair(row.pass).product(whole.document, timeline.sequence.copy());
-        Strings all = changesMade(whole.document.changeLedger().sequences.front());
+        const PassFunction pass = passPair(row.pass).product;
+        SinglePass whole;
+        ASSERT_TRUE(whole.run(pass, timeline.sequence.copy()));
+        const Strings all = changesMade(whole.ledger);
 
         // A cancel from elsewhere comes at any moment: try until one comes in the middle.
         int pause = 1000;
         bool stopped = false;
         for (int attempt = 0; attempt < 1000 && !stopped; ++attempt) {
-            Project project;
+            SinglePass single;
             std::thread canceller;
-            project.view.onLabel = [&](const std::string&) {
+            single.progress = [&](const std::string&) {
                 canceller = std::thread([&] {
                     for (std::atomic<int> spin = 0; spin < pause;) ++spin;
-                    project.document.cancelProgress();
+                    single.stop.request_stop();
                 });
             };
-            const XMLNode sequence = timeline.sequence.copy();
-            const XMLNode result = passPair(row.pass).product(project.document, sequence);
+            const Outcome done = single.run(pass, timeline.sequence.copy());
             canceller.join();
-            pause = result ? pause / 2 : pause * 2;
-            const Strings some = changesMade(project.document.changeLedger().sequences.front());
-            stopped = !result && !some.empty() && some.size() < all.size();
+            pause = done ? pause / 2 : pause * 2;
+            const Strings some = changesMade(single.ledger);
+            stopped = !done && !some.empty() && some.size() < all.size();
             if (stopped) {
                 EXPECT_TRUE(std::equal(some.begin(), some.end(), all.begin()));
             }
@@ -125,10 +136,8 @@ TEST(Passes, LeaveASequenceWithoutTracksAlone) {
     for (XMLNode s = parsed->rootElement().firstChild(); s; s = s.nextSibling()) {
         const std::string before = serialise(s);
         for (const PassPair& pass : passPairs()) {
-            Project project;
-            EXPECT_EQ(pass.product(project.document, s), s) << pass.name;
+            EXPECT_TRUE(SinglePass().run(pass.product, s)) << pass.name;
             EXPECT_EQ(serialise(s), before) << pass.name;
-            EXPECT_FALSE(pass.product(project.document, XMLNode())) << pass.name;
         }
     }
     const Strings lines = log.lines();
@@ -179,25 +188,23 @@ TEST(Passes, LogWhatTheyDo) {
     for (const Row& row : rows) {
         SCOPED_TRACE(std::string(row.pass) + ": " + row.timeline);
         const Timeline timeline(row.timeline);
-        Project project;
         const LogCapture log;
-        passPair(row.pass).product(project.document, timeline.sequence);
+        EXPECT_TRUE(SinglePass().run(passPair(row.pass).product, timeline.sequence));
         EXPECT_EQ(log.lines(), row.lines);
     }
 }
 
 TEST(Passes, LogTheSlugAndTheClipsToDisable) {
     const Timeline timeline("V1: !A[60,90)");
-    Project project;
     const LogCapture log;
-    project.document.replaceGapsWithSlugs(timeline.sequence);
+    EXPECT_TRUE(SinglePass().run(passPair("gaps").product, timeline.sequence));
     Strings lines = log.lines();
     ASSERT_EQ(lines.size(), 5u);
     EXPECT_EQ(lines[3], "Gap from 0 to 60");
     EXPECT_TRUE(lines[4].starts_with("slug: <clipitem id=\"Slug\"><name>Slug</name>")) << lines[4];
 
-    project.document.removeDisabledClips(timeline.sequence, "video");
-    project.document.removeSilentAudioClips(timeline.sequence);
+    for (const char* pass : {"disabled video", "silent"})
+        EXPECT_TRUE(SinglePass().run(passPair(pass).product, timeline.sequence));
     lines = log.lines();
     ASSERT_GE(lines.size(), 7u);
     EXPECT_TRUE(lines[5].starts_with("Clips to disable: ")) << lines[5];

@@ -1,8 +1,9 @@
 // What each pass makes of small timelines, written by hand. The plain twin must agree with each.
-#include "platform/Platform.h"
 #include "tests/plain/PassPairs.h"
-#include "tests/platform/Matching.h"
-#include "tests/timeline/Project.h"
+#include "tests/plain/SinglePass.h"
+#include "tests/timeline/Timeline.h"
+#include "tidy/TidySequence.h"
+#include "tidy/passes/Passes.h"
 
 #include <gtest/gtest.h>
 
@@ -24,16 +25,17 @@ void expectRows(std::string_view passName, const std::vector<Row>& rows,
         const Timeline timeline(row.before);
         const std::string expected = *row.after ? row.after : notation(timeline.sequence);
         EXPECT_EQ(notation(pass.plain(timeline.sequence.copy())), expected) << "(plain twin)";
-        RecordingView view;
-        QVFCPDoc document(view);
-        const XMLNode result = pass.product(document, timeline.sequence);
-        ASSERT_EQ(result, timeline.sequence);
-        EXPECT_EQ(notation(result), expected);
+        SinglePass single;
+        EXPECT_TRUE(single.run(pass.product, timeline.sequence));
+        EXPECT_EQ(notation(timeline.sequence), expected);
         if (second == SecondRun::changesNothing) {
-            EXPECT_EQ(notation(pass.product(document, result)), expected) << "(second run)";
+            EXPECT_TRUE(single.run(pass.product, timeline.sequence));
+            EXPECT_EQ(notation(timeline.sequence), expected) << "(second run)";
         }
     }
 }
+
+TEST(Passes, HavePlainTwinsInTheOrderOfARun) { EXPECT_EQ(pairingFault(), ""); }
 
 TEST(RemoveDisabledClips, TakesDisabledClipsOutWithTheirGroups) {
     expectRows(
@@ -156,10 +158,8 @@ TEST(ReplaceGapsWithSlugs, FillsTheFirstVideoTrackBeforeAndBetweenClips) {
 TEST(ReplaceGapsWithSlugs, DefinesTheSlugFileOnce) {
     const auto slugs = [](const char* timeline) {
         const Timeline t(timeline);
-        RecordingView view;
-        QVFCPDoc document(view);
         std::string xml;
-        document.replaceGapsWithSlugs(t.sequence);
+        EXPECT_TRUE(SinglePass().run(passes::replaceGaps, t.sequence));
         for (XMLNode item = t.firstVideoTrack().firstChild(); item; item = item.nextSibling())
             if (item.attribute("id")->starts_with("Slug")) xml += serialise(item) + "\n";
         return xml;
@@ -363,74 +363,9 @@ TEST(RemoveFiltersAndMarkers, TakeAllOfThemAtAnyDepth) {
                             "V1: A[0,9)%60+Blur{<filter><filter/></filter>} A1: B[0,9)*0 "
                             "C[9,20){<x><filter/></x>}"}});
     const Timeline timeline("S: {<marker/>} {<rate><filter/></rate>} V1:");
-    Project project;
-    project.document.removeMarkers(project.document.removeFilters(timeline.sequence));
+    EXPECT_TRUE(tidySequence(timeline.sequence, {}, {{"removeFilters", "removeMarkers"}}));
     EXPECT_FALSE(timeline.sequence.child("marker"));
     EXPECT_EQ(serialise(timeline.sequence.child("rate")), "<rate/>");
-}
-
-std::string effect(const std::string& name, const std::string& id, const std::string& value) {
-    return "{<filter><effect><name>" + name + "</name><parameter><parameterid>" + id +
-           "</parameterid><value>" + value + "</value></parameter></effect></filter>}";
-}
-
-bool isTransparent(const std::string& switches, const char* opening = "",
-                   QVFCPDoc* document = nullptr) {
-    const Timeline timeline(std::string("V1: ") + opening + "A[0,9)" + switches);
-    const XMLNode clip = timeline.firstVideoTrack().firstChild();
-    Project project;
-    const bool transparent = (document ? document : &project.document)->isClipTransparent(clip);
-    EXPECT_TRUE(document || plainIsClipTransparent(clip) == transparent) << "(plain twin)";
-    return transparent;
-}
-
-TEST(ClipTransparency, IsDecidedByOpacityModeCropMixAndEffects) {
-    // Numbers are read up to the first character that is no digit. A mode without text says
-    // nothing, nor does a clip's own effect or an effect behind the first one of a filter.
-    std::vector<std::string> opaque = words("%100^normal %100.0 % ^ %100%50 +curl =Text");
-    for (const std::string& more :
-         {std::string(), effect("Crop", "left", "0"), effect("Crop", "edgefeather", "9"),
-          effect("Crop", "left", "+9"), effect("Blur", "mix", "100"),
-          effect("Blur", "opacity", "50"),
-          std::string("{<filter><effect><name>Blur</name></effect>"
-                      "<effect><name>Star</name></effect></filter>}")})
-        opaque.push_back(more);
-    for (const std::string& switches : opaque) EXPECT_FALSE(isTransparent(switches)) << switches;
-    std::vector<std::string> transparent =
-        words("%99 %99.9 %x ^screen ^Normal +Curl +Blur+Curl +Color_Key");
-    for (const std::string& more :
-         {effect("Crop", "left", "1"), effect("Crop", "softness", "0.5"),
-          effect("Blur", "mix", "99"),
-          std::string("{<filter><effect><parameter><name>Star</name></parameter></effect>"
-                      "</filter>}"),
-          std::string("{<filter><effect id='Star'/></filter>}")})
-        transparent.push_back(more);
-    for (const std::string& switches : transparent)
-        EXPECT_TRUE(isTransparent(switches)) << switches;
-    EXPECT_TRUE(isTransparent("=Text", "~"));
-    EXPECT_FALSE(isTransparent("=Slug", "~"));
-    for (std::string name : plainTransparentEffects()) {
-        std::replace(name.begin(), name.end(), ' ', '_');
-        EXPECT_TRUE(isTransparent("+" + name)) << name;
-    }
-}
-
-TEST(ClipTransparency, CanBeExtendedByPreferenceAndByTheDocument) {
-    Project project;
-    UserDefaults& defaults = *Platform::current().userDefaults;
-    const auto names = [](const char* name) {
-        return PropertyList(PropertyList::Array{std::string(name)});
-    };
-    // The list of filters to spare is another one and does not reach this test.
-    ASSERT_FALSE(defaults.setObject("ignoredFilters", names("Blur")));
-    EXPECT_FALSE(isTransparent("+Blur", "", &project.document));
-    ASSERT_FALSE(defaults.setObject("ignoredEffects", names("Blur")));
-    EXPECT_TRUE(isTransparent("+Blur", "", &project.document));
-    EXPECT_FALSE(isTransparent("+Glow", "", &project.document));
-    project.document.setExtraIgnoredEffects({"Glow"});
-    EXPECT_TRUE(isTransparent("+Glow", "", &project.document));
-    defaults.removeObject("ignoredEffects");
-    defaults.removeObject("ignoredFilters");
 }
 
 }  // namespace

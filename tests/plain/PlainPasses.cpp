@@ -367,30 +367,42 @@ XMLNode plainRemoveTransitions(XMLNode sequence, std::string_view type) {
     return sequence;
 }
 
+const std::vector<PlainStep>& plainSteps() {
+    using N = XMLNode;
+    static const std::vector<PlainStep> steps = {
+        {"disabled video", "removeDisabledVideoClips", "",
+         [](N s) { return plainRemoveDisabledClips(s, "video"); }},
+        {"disabled audio", "removeDisabledAudioClips", "",
+         [](N s) { return plainRemoveDisabledClips(s, "audio"); }},
+        {"silent", "removeSilentAudio", "", plainRemoveSilentAudioClips},
+        {"obscured", "collapseUncompositedClips", "collapseTracks", plainRemoveObscuredClips},
+        {"collapse reverse", "collapseTracks", "",
+         [](N s) { return plainCollapseTracks(s, true); }},
+        {"collapse forward", "collapseTracks", "",
+         [](N s) { return plainCollapseTracks(s, false); }},
+        {"merge", "collapseUncompositedClips", "collapseTracks", plainMergeClips},
+        {"collapse again", "collapseTracks", "collapseUncompositedClips",
+         [](N s) { return plainCollapseTracks(s, false); }},
+        {"multiclips", "collapseMultiClips", "", plainCollapseMulticlips},
+        {"tracks", "removeUnusedTracks", "", plainRemoveUnusedTracks},
+        {"gaps", "replaceGaps", "", plainReplaceGapsWithSlugs},
+        {"filters", "removeFilters", "", plainRemoveFilters},
+        {"markers", "removeMarkers", "", plainRemoveMarkers},
+        {"video transitions", "removeVideoTransitions", "",
+         [](N s) { return plainRemoveTransitions(s, "video"); }},
+        {"audio transitions", "removeAudioTransitions", "",
+         [](N s) { return plainRemoveTransitions(s, "audio"); }},
+    };
+    return steps;
+}
+
 XMLNode plainRun(XMLNode sequence, const std::vector<std::string>& options) {
-    const auto on = [&](const char* option) {
-        return std::find(options.begin(), options.end(), option) != options.end();
+    const auto isOn = [&](std::string_view option) {
+        return option.empty() || std::find(options.begin(), options.end(), option) != options.end();
     };
     plainRenameSequence(sequence);
-    if (on("removeDisabledVideoClips")) plainRemoveDisabledClips(sequence, "video");
-    if (on("removeDisabledAudioClips")) plainRemoveDisabledClips(sequence, "audio");
-    if (on("removeSilentAudio")) plainRemoveSilentAudioClips(sequence);
-    if (on("collapseTracks")) {
-        if (on("collapseUncompositedClips")) plainRemoveObscuredClips(sequence);
-        plainCollapseTracks(sequence, true);
-        plainCollapseTracks(sequence, false);
-        if (on("collapseUncompositedClips")) {
-            plainMergeClips(sequence);
-            plainCollapseTracks(sequence, false);
-        }
-    }
-    if (on("collapseMultiClips")) plainCollapseMulticlips(sequence);
-    if (on("removeUnusedTracks")) plainRemoveUnusedTracks(sequence);
-    if (on("replaceGaps")) plainReplaceGapsWithSlugs(sequence);
-    if (on("removeFilters")) plainRemoveFilters(sequence);
-    if (on("removeMarkers")) plainRemoveMarkers(sequence);
-    if (on("removeVideoTransitions")) plainRemoveTransitions(sequence, "video");
-    if (on("removeAudioTransitions")) plainRemoveTransitions(sequence, "audio");
+    for (const PlainStep& step : plainSteps())
+        if (isOn(step.option) && isOn(step.onlyWith)) step.run(sequence);
     return sequence;
 }
 

@@ -34,8 +34,17 @@ XMLNode plainRemoveTransitions(XMLNode sequence, std::string_view type);
 const std::vector<std::string>& plainTransparentEffects();
 bool plainIsClipTransparent(XMLNode clip, const std::vector<std::string>& ignoredEffects = {});
 
-/// Renames the sequence and applies the passes whose option is in the list, in the order of a run.
-/// The new uuid is "UUID".
+/// What a run does, in order.
+struct PlainStep {
+    std::string_view name;      ///< for tests
+    std::string_view option;    ///< the option that it belongs to
+    std::string_view onlyWith;  ///< a second option that must be on too, if any
+    XMLNode (*run)(XMLNode sequence);
+};
+const std::vector<PlainStep>& plainSteps();
+
+/// Renames the sequence and applies the steps whose options are in the list. The new uuid is
+/// "UUID".
 XMLNode plainRun(XMLNode sequence, const std::vector<std::string>& options);
 
 }  // namespace reelsweep::test

@@ -23,8 +23,7 @@ std::vector<std::string> plainSound(XMLNode document, XMLNode sequence, int firs
 /// What a clip shows or plays, without its source frame: media, speed, filters and modes.
 std::string plainLook(XMLNode document, XMLNode item, bool isVideo);
 /// Its source frame, where that matters, and what a nested sequence shows there.
-std::string plainSource(XMLNode document, XMLNode item, bool isVideo, bool hasPlace,
-                        Frames source);
+std::string plainSource(XMLNode document, XMLNode item, bool isVideo, bool hasPlace, Frames source);
 /// The transition as the two sides know it.
 std::string plainTransition(XMLNode transition);
 /// One picture that stands still: its source frame does not matter.

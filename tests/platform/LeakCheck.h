@@ -2,7 +2,7 @@
 // child is left. A program registers one with testing::AddGlobalTestEnvironment.
 #pragma once
 
-#include "platform/Platform.h"
+#include "platform/posix/CommandLinePlatform.h"
 #include "tests/platform/Pumping.h"
 
 #include <gtest/gtest.h>
@@ -20,7 +20,7 @@ namespace reelsweep::test {
 class LeakCheck : public testing::Environment {
 public:
     void SetUp() override {
-        Platform::install(Platform::commandLine());
+        Platform::install(commandLinePlatform());
         before_ = openDescriptors();
     }
     void TearDown() override {

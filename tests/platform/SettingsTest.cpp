@@ -1,14 +1,21 @@
+#include "base/Log.h"
+#include "base/UniqueDescriptor.h"
 #include "platform/PropertyList.h"
+#include "platform/posix/CommandLinePlatform.h"
 #include "platform/posix/PropertyListDefaults.h"
 #include "tests/platform/ChildProcess.h"
 #include "tests/platform/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <limits>
 #include <list>
 
+#include <sys/inotify.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace reelsweep {
 namespace {
@@ -64,6 +71,102 @@ TEST(PropertyList, ReadsTextAndBinaryFilesAndRefusesWhatIsNone) {
     }
     EXPECT_FALSE(readPropertyList(folder / "missing.plist"));
     EXPECT_FALSE(readPropertyList(folder.path()));
+}
+
+std::string repeated(std::string_view text, std::size_t count) {
+    std::string all;
+    for (std::size_t i = 0; i < count; ++i) all += text;
+    return all;
+}
+
+/// A binary list of lists, each of which names the next twice, around one text.
+std::string doubledBinaryList(unsigned levels) {
+    std::string bytes = "bplist00";
+    std::string offsets;
+    for (unsigned level = 0; level < levels; ++level) {
+        offsets += static_cast<char>(bytes.size());
+        bytes += '\xA2';
+        bytes += static_cast<char>(level + 1);
+        bytes += static_cast<char>(level + 1);
+    }
+    offsets += static_cast<char>(bytes.size());
+    bytes += "\x51x";
+    const auto table = static_cast<char>(bytes.size());
+    bytes += offsets + std::string(6, '\0') + "\1\1" + std::string(7, '\0');
+    bytes += static_cast<char>(levels + 1);
+    return bytes + std::string(15, '\0') + table;
+}
+
+TEST(PropertyList, RefusesWhatWouldTakeTheMemoryOrTheStack) {
+    const auto lists = [](std::size_t depth, std::string_view inside = {}) {
+        return "<plist>" + repeated("<array>", depth) + std::string(inside) +
+               repeated("</array>", depth) + "</plist>";
+    };
+    const std::string closers = repeated("</array>", 600);
+    const std::string deep = repeated("<array>", 600);
+    const struct {
+        std::string contents;
+        const char* problem;  ///< null: it is read
+    } rows[] = {
+        {lists(512), nullptr},
+        {lists(513), "nests deeper than 512 levels"},
+        {lists(50'000), "nests deeper than 512 levels"},
+        // Ends of lists that the parser does not see as such.
+        {"<plist>" + deep + "<!--" + closers + "-->", "nests deeper than 512 levels"},
+        {"<plist>" + deep + "<string><![CDATA[" + closers, "nests deeper than 512 levels"},
+        {"<plist>" + deep + "<array a=\">" + closers + "\">", "nests deeper than 512 levels"},
+        {"<plist>" + deep + "<!DOCTYPE \">" + closers + "\">", "nests deeper than 512 levels"},
+        {"<!DOCTYPE plist [<!ENTITY a \"b\">]><plist><true/></plist>",
+         "declares a document type of its own"},
+        {lists(1, repeated("<true/>", 99'999)), nullptr},
+        {lists(1, repeated("<true/>", 100'000)), "holds more than 100000 values"},
+        {lists(1, "<string>" + std::string(16U << 20U, 'x') + "</string>"),
+         "is larger than 16777216 bytes"},
+        {doubledBinaryList(15), nullptr},
+        {doubledBinaryList(24), "holds more than 100000 values"},
+        // The parser would end the process.
+        {"<plist><dict><key>a&#0;b</key><true/></dict></plist>",
+         "holds a null character in a text"},
+        {"<plist><dict><key>a&#x00;b</key><true/></dict></plist>",
+         "holds a null character in a text"},
+        {std::string("<plist><dict><key>a\0b</key><true/></dict></plist>", 49),
+         "holds a null character in a text"},
+        {"<plist><dict><key>a&#10;&#x0a;b</key><true/></dict></plist>", nullptr},
+        {"bplist00\xA1" + std::string(1, '\0') + "\x08" + std::string(6, '\0') + "\1\1" +
+             std::string(7, '\0') + "\1" + std::string(15, '\0') + "\x0a",
+         "holds itself"},
+    };
+    const test::TemporaryFolder folder;
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.contents.substr(0, 40) + " of " + std::to_string(row.contents.size()));
+        test::writeFile(folder / "a.plist", row.contents);
+        const PropertyListFile file = loadPropertyList(folder / "a.plist");
+        EXPECT_EQ(file.state,
+                  row.problem ? PropertyListFile::State::damaged : PropertyListFile::State::read);
+        EXPECT_EQ(file.problem, row.problem ? row.problem : "");
+    }
+}
+
+TEST(PropertyList, ABrokenOneIsToldInTheLogOnce) {
+    struct Lines final : LogSink {
+        void append(std::string_view format, std::span<const FormatArgument> arguments,
+                    Urgency) override {
+            TextBuffer text;
+            formatInto(text, format, arguments);
+            (all += text.view()) += "\n";
+        }
+        std::string all;
+    } lines;
+    const test::TemporaryFolder folder;
+    const std::string path = folder / "a.plist";
+    test::writeFile(path, "no list");
+    EXPECT_FALSE(readPropertyList(path));  // nobody listens yet
+    Log::setSink(&lines);
+    EXPECT_FALSE(readPropertyList(path));
+    EXPECT_FALSE(readPropertyList(path));
+    EXPECT_FALSE(readPropertyList(folder / "missing.plist"));
+    Log::setSink(nullptr);
+    EXPECT_EQ(lines.all, "The property list " + path + " is broken: it is not a property list\n");
 }
 
 TEST(PropertyList, ReplacesAFileWholeAndKeepsItsPermissions) {
@@ -134,6 +237,58 @@ TEST(UserDefaults, SettingsThatCannotBeReadAreSetAside) {
     EXPECT_FALSE(defaults.setObject("count", 1));
     EXPECT_EQ(defaults.integerForKey("count"), 1);
     EXPECT_EQ(test::contentsOf(folder / "app.plist.broken"), broken);
+}
+
+TEST(UserDefaults, AnEarlierBrokenFileIsKept) {
+    const test::TemporaryFolder folder;
+    PropertyListDefaults defaults("app", folder.path());
+    for (const char* const contents : {"first", "second", "third"}) {
+        test::writeFile(folder / "app.plist", contents);
+        EXPECT_FALSE(defaults.setObject("count", 1));
+    }
+    EXPECT_EQ(test::contentsOf(folder / "app.plist.broken"), "first");
+    EXPECT_EQ(test::contentsOf(folder / "app.plist.broken.2"), "second");
+    EXPECT_EQ(test::contentsOf(folder / "app.plist.broken.3"), "third");
+}
+
+TEST(UserDefaults, SettingsThatCannotBeReadNowStayAsTheyAre) {
+    const test::TemporaryFolder folder;
+    const std::string path = folder / "app.plist";
+    test::writeFile(path, propertyListText(PropertyList::Dictionary{{"mine", 1}}));
+    const std::string contents = test::contentsOf(path);
+// The sanitizer tells with a pipe whether memory can be read, so it needs descriptors of its own.
+#ifndef __SANITIZE_ADDRESS__
+    test::ChildProcess outOfDescriptors([&] {
+        PropertyListDefaults defaults("app", folder.path());
+        // Not 3: a number that the parent has closed would be free.
+        const rlimit none{0, 0};
+        if (::setrlimit(RLIMIT_NOFILE, &none) != 0) std::_Exit(2);
+        std::_Exit(defaults.setObject("mine", 2) ? 0 : 1);
+    });
+    EXPECT_EQ(outOfDescriptors.wait(), 0);
+    EXPECT_NE(outOfDescriptors.standardError().find("stay as they are"), std::string::npos);
+    EXPECT_EQ(test::contentsOf(path), contents);
+#endif
+
+    std::filesystem::remove(path);
+    ASSERT_EQ(::mkfifo(path.c_str(), 0600), 0);
+    EXPECT_TRUE(PropertyListDefaults("app", folder.path()).setObject("mine", 2));
+    EXPECT_TRUE(std::filesystem::is_fifo(path));
+    EXPECT_FALSE(std::filesystem::exists(path + ".broken"));
+}
+
+TEST(UserDefaults, APlatformIsMadeWithoutALookAtThem) {
+    const test::TemporaryFolder folder;
+    const test::EnvironmentVariable home("HOME", folder.path().c_str());
+    const std::string path = folder / "Library/Preferences/com.quorvane.Reelsweep.plist";
+    test::writeFile(path, "x");
+    const UniqueDescriptor watch(::inotify_init1(IN_NONBLOCK | IN_CLOEXEC));
+    ASSERT_GE(::inotify_add_watch(watch.get(), path.c_str(), IN_OPEN), 0);
+    std::array<char, 4096> events{};
+    const Platform platform = commandLinePlatform();
+    EXPECT_LT(::read(watch.get(), events.data(), events.size()), 0);
+    (void)platform.userDefaults->integerForKey("appleEventTimeout");
+    EXPECT_GT(::read(watch.get(), events.data(), events.size()), 0);
 }
 
 TEST(UserDefaults, ProcessesThatSetValuesAtTheSameTimeLoseNone) {

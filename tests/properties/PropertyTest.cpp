@@ -1,13 +1,15 @@
 // The product's passes against the plain twin, and what holds for every run, on random timelines.
 #include "tests/plain/PassPairs.h"
+#include "tests/plain/SinglePass.h"
 #include "tests/properties/Random.h"
 #include "tests/properties/RandomCheck.h"
-#include "tests/timeline/Project.h"
+#include "tests/timeline/Interchange.h"
 #include "xml/XMLQuery.h"
 
 #include <gtest/gtest.h>
 #include <algorithm>
 #include <map>
+#include <stop_token>
 
 namespace reelsweep::test {
 namespace {
@@ -22,15 +24,15 @@ std::string difference(XMLNode product, XMLNode plain) {
 TEST(Property, EachPassAnswersAsItsPlainTwin) {
     expectOnRandomTimelines([](const std::string& text, const std::string& part) -> Fault {
         const Timeline timeline(text);
-        RecordingView view;
         for (const PassPair& pass : passPairs()) {
             if (!isMeant(part, pass.name)) continue;
             const XMLNode plain = pass.plain(timeline.sequence.copy());
-            QVFCPDoc document(view);
-            const XMLNode product = pass.product(document, timeline.sequence.copy());
-            std::string wrong = difference(product, plain);
-            if (wrong.empty() && !document.changeLedger().sequences.front().balances())
-                wrong = "the ledger does not balance";
+            const XMLNode product = timeline.sequence.copy();
+            SinglePass single;
+            const Outcome done = single.run(pass.product, product);
+            std::string wrong =
+                done ? difference(product, plain) : "failed: " + done.failure().description();
+            if (wrong.empty() && !single.ledger.balances()) wrong = "the ledger does not balance";
             if (!wrong.empty()) return {std::string(pass.name), wrong};
         }
         return {};
@@ -42,7 +44,7 @@ TEST(Property, EachPassAnswersAsItsPlainTwin) {
 OptionList someOptions(const std::string& timeline) {
     Random random(std::hash<std::string>()(timeline));
     OptionList some;
-    for (const std::string& option : allOptions())
+    for (const std::string& option : allPasses())
         if (random.chance(50)) some.push_back(option);
     return some;
 }
@@ -53,16 +55,16 @@ TEST(Property, EachRunAnswersAsThePlainTwin) {
                                    {"collapseTracks"},
                                    {"collapseUncompositedClips"},
                                    {"collapseTracks", "collapseUncompositedClips"},
-                                   allOptions(),
+                                   allPasses(),
                                    part.empty() ? someOptions(text) : timelineTokens(part)};
         for (const OptionList& options : runs) {
             if (!isMeant(part, joined(options))) continue;
-            Project project({text});
-            const XMLNode plain = plainRun(project.source().copy(), options);
-            project.document.startProcessing(options, Delivery::none);
-            XMLNode product = project.result();
-            product.child("uuid").setText("UUID");
-            const std::string wrong = difference(product, plain);
+            const Timeline timeline(text);
+            const XMLNode plain = plainRun(timeline.sequence.copy(), options);
+            const auto copy = tidiedCopy(SourceSequence::of(timeline.sequence), {options}, {});
+            if (!copy) return {joined(options), "failed: " + copy.failure().description()};
+            copy->sequence.child("uuid").setText("UUID");
+            const std::string wrong = difference(copy->sequence, plain);
             if (!wrong.empty()) return {joined(options), wrong};
         }
         return {};
@@ -101,18 +103,20 @@ std::string ledgerFault(const SequenceLedger& ledger, XMLNode source, XMLNode re
 
 TEST(Property, ARunKeepsItsPromises) {
     expectOnRandomTimelines([](const std::string& text, const std::string& part) -> Fault {
-        Project project({text});
-        const std::string sourceXML = serialise(project.source());
+        Interchange file({text});
+        const std::string sourceXML = serialise(file.source());
         const OptionList options = part.empty() ? someOptions(text + " ") : timelineTokens(part);
         const auto fault = [&](const std::string& what) { return Fault{joined(options), what}; };
         plainRun(Timeline(text).sequence, options);
-        project.document.startProcessing(options);
-        if (!project.document.runResult().delivered) return fault("was not delivered");
-        if (serialise(project.source()) != sourceXML) return fault("changed the source");
-        const std::string wrong = ledgerFault(project.document.changeLedger().sequences.front(),
-                                              project.source(), project.result());
+        const auto tidied =
+            tidy(file.document, {.passes = options, .keepPicture = false, .importSafe = false});
+        if (!tidied) return fault("failed: " + tidied.failure().description());
+        if (serialise(file.source()) != sourceXML) return fault("changed the source");
+        const XMLNode bin = projectChildren(*file.tree).lastChild();
+        const std::string wrong = ledgerFault(tidied->ledger().sequences.front(), file.source(),
+                                              bin.child("children").child("sequence"));
         if (!wrong.empty()) return fault("has a wrong ledger: " + wrong);
-        const std::string saved = project.xml();
+        const std::string saved = file.xml();
         const auto loaded = XMLDocument::parse(saved);
         if (!loaded) return fault("does not load again: " + loaded.failure().description());
         if (loaded->serialise(XMLFormat::pretty) != saved) return fault("is saved differently");
@@ -128,29 +132,36 @@ TEST(Property, CollapsingMovesItemsAndChangesNone) {
         return items;
     };
     expectOnRandomTimelines([&](const std::string& text, const std::string&) -> Fault {
-        Project project({text});
-        project.document.startProcessing({"collapseTracks"}, Delivery::none);
-        if (sortedItems(project.source()) == sortedItems(project.result())) return {};
+        const Timeline timeline(text);
+        const XMLNode copy = timeline.sequence.copy();
+        if (!tidySequence(copy, timeline.sequence, {{"collapseTracks"}})) return {"", "failed"};
+        if (sortedItems(timeline.sequence) == sortedItems(copy)) return {};
         return {"", "an item was lost, doubled or changed"};
     });
 }
 
 TEST(Property, ACancelledRunLeavesTheDocumentAsItWas) {
     expectOnRandomTimelines([](const std::string& text, const std::string& part) -> Fault {
-        // "Initializing..." is the first label; the passes set fifteen more.
-        plainRun(Timeline(text).sequence, allOptions());
-        const int later = 2 + Random(std::hash<std::string>()(text)).upTo(0, 14);
-        for (const int step : {1, part.empty() ? later : std::stoi(part)}) {
-            Project project({text});
-            const std::string before = project.xml();
-            project.view.onLabel = [&](const std::string&) {
-                if (project.view.labels == step) project.document.cancelProgress();
+        // Each step shows one text when it begins.
+        const int steps = static_cast<int>(passSteps().size());
+        plainRun(Timeline(text).sequence, allPasses());
+        const int any = Random(std::hash<std::string>()(text)).upTo(1, steps);
+        for (const int step : {0, part.empty() ? any : std::stoi(part)}) {
+            Interchange file({text});
+            const std::string before = file.xml();
+            std::stop_source stop;
+            int shown = 0;
+            const auto stopThere = [&](const std::string&) {
+                if (++shown == step) stop.request_stop();
             };
-            project.document.startProcessing(allOptions());
-            const RunResult& result = project.document.runResult();
+            if (step == 0) stop.request_stop();
+            const auto tidied = tidy(file.document, {.passes = allPasses()},
+                                     {.stop = stop.get_token(), .progress = stopThere});
             const auto fault = [&](const char* what) { return Fault{std::to_string(step), what}; };
-            if (!result.cancelled || result.delivered) return fault("the cancel was not seen");
-            if (project.xml() != before) return fault("the document changed");
+            if (tidied || tidied.failure().code != FailureCode::cancelled)
+                return fault("the cancel was not seen");
+            if (shown != step) return fault("the run went on");
+            if (file.xml() != before) return fault("the document changed");
         }
         return {};
     });

@@ -1,5 +1,6 @@
 #include "platform/posix/PolkitPrivileges.h"
 #include "services/QVAuthorization.h"
+#include "services/QVFileManager.h"
 #include "services/QVLocalPaths.h"
 #include "tests/platform/ChildProcess.h"
 #include "tests/platform/Matching.h"
@@ -75,12 +76,14 @@ TEST_F(Authorization, EveryPathThatLeadsToAProtectedFolderIsRefused) {
         "/ // /. /.. /../.. /usr /usr/ /usr// //usr /usr/. /usr/./ /usr/bin/.. /usr/bin/../ "
         "/usr/local/../ /tmp/../usr /./usr /bin /sbin /var /var/ /var/tmp/.. /System /System/ "
         "/System/Library /Applications /Applications/ /Applications/x/.. /Applications/Utilities "
-        "/Library/Caches /Library/Documentation /Users/Shared /Users/../Users/Shared/");
+        "/Library/Caches /Library/Documentation /Users/Shared /Users/../Users/Shared/ "
+        "/etc /etc/passwd /home /root /boot /boot/grub /lib /lib64 /usr/bin /usr/share/doc "
+        "/usr/local /tmp /tmp/");
     for (const std::string& path :
          words("machine/Preferences machine Desktop Desktop/ Documents Documents// "
                "Documents/Sub/.. ./Documents Library Library/Preferences Library/Caches "
-               "Applications Applications/Utilities homeLink homeLink/ homeLink/Documents "
-               "homeLink/Documents/Sub/.. usrLink usrLink/ usrLink/. homeLink/usrLink"))
+               "Applications Applications/Utilities homeLink/ homeLink/Documents "
+               "homeLink/Documents/Sub/.. usrLink/ usrLink/. usrLink/bin homeLink/usrLink/"))
         refused.push_back(home / path);
     for (const std::string& path :
          {std::string("/Library/Application Support"), home / "Library/Application Support",
@@ -104,14 +107,101 @@ TEST_F(Authorization, EveryPathThatLeadsToAProtectedFolderIsRefused) {
     EXPECT_EQ(privileges->asked, 0);
     // With an exact match a protected folder does not protect what is in it.
     for (const std::string& path :
-         {std::string(), std::string("/a"), std::string("/usr/bin"), std::string("/usr/local"),
-          std::string("/tmp"), home / "Documents/Sub", home / "usrLink/bin", home / "loop",
-          home / "missing", home / "Documents/../Movies"})
+         {std::string(), std::string("/a"), std::string("/usr/local/bin"), home / "Documents/Sub",
+          home / "loop", home / "missing", home / "Documents/../Movies"})
         EXPECT_FALSE(QVLocalPaths::leadsToSystemDirectory(path, true)) << path;
     for (const std::string& path :
          {std::string("/usr/bin"), std::string("/tmp/../var/log/x"), home / "usrLink/bin/true"})
         EXPECT_TRUE(QVLocalPaths::leadsToSystemDirectory(path)) << path;
     EXPECT_FALSE(QVLocalPaths::leadsToSystemDirectory("/tmp/../usr/local/bin/x"));
+}
+
+TEST_F(Authorization, ALinkGoesAndWhatItLeadsToStays) {
+    QVAuthorization authorization(true);
+    fs::create_directories(home / "Documents/kept");
+    for (const char* const target : {"/usr", "Documents"}) {
+        const auto make = [&] { fs::create_directory_symlink(target, home / "link"); };
+        make();
+        EXPECT_FALSE(authorization.authTrashFolderContents(home / "link"));
+        EXPECT_FALSE(authorization.authMoveFolderContents(home / "link", home / "x"));
+        EXPECT_TRUE(authorization.authMoveFile(home / "link", home / "moved"));
+        EXPECT_TRUE(authorization.authRemoveFile(home / "moved"));
+        make();
+        EXPECT_TRUE(authorization.authTrashFile(home / "link"));
+        make();
+        EXPECT_TRUE(QVFileManager::moveFile(home / "link", home / "moved", false));
+        EXPECT_TRUE(QVFileManager::removeFile(home / "moved", false));
+        make();
+        EXPECT_TRUE(QVFileManager::trashFile(home / "link", false));
+        EXPECT_FALSE(filesystem::itemExists(home / "link"));
+    }
+    EXPECT_TRUE(fs::exists(home / "Documents/kept"));
+    // The home's own link stays: it is one of the standard folders.
+    fs::create_directories(home / "elsewhere");
+    fs::create_directory_symlink("elsewhere", home / "Desktop");
+    EXPECT_FALSE(authorization.authRemoveFile(home / "Desktop"));
+    EXPECT_FALSE(authorization.authRemoveFile(home / "Documents/../Desktop"));
+    EXPECT_TRUE(fs::is_symlink(home / "Desktop"));
+}
+
+TEST_F(Authorization, NothingIsWrittenThroughALinkAtTheDestination) {
+    QVAuthorization authorization(true);
+    fs::create_directories(home / "victim");
+    writeFile(home / "victim/file", "kept");
+    for (const char* const target : {"victim", "victim/file"}) {
+        for (const bool moves : {true, false}) {
+            SCOPED_TRACE(std::string(target) + (moves ? " moved" : " copied"));
+            writeFile(home / "source", "new");
+            fs::remove(home / "place");
+            fs::create_symlink(target, home / "place");
+            EXPECT_TRUE(moves ? authorization.authMoveFile(home / "source", home / "place")
+                              : authorization.authCopyFile(home / "source", home / "place"));
+            EXPECT_TRUE(fs::is_regular_file(fs::symlink_status(home / "place")));
+            EXPECT_EQ(contentsOf(home / "place"), "new");
+            EXPECT_EQ(contentsOf(home / "victim/file"), "kept");
+            EXPECT_EQ(namesIn("victim"), std::vector<std::string>{"file"});
+        }
+    }
+}
+
+/// Somebody puts a link in the place of a folder while the dialog stands open.
+class SwappingPrivileges final : public FakePrivileges {
+public:
+    SwappingPrivileges(fs::path folder, fs::path victim)
+        : FakePrivileges(Answer::granted), folder_(std::move(folder)), victim_(std::move(victim)) {}
+    Execution execute(const std::string& tool, const std::vector<std::string>& arguments) override {
+        fs::rename(folder_, folder_.string() + ".away");
+        fs::create_directory_symlink(victim_, folder_);
+        const Execution execution = FakePrivileges::execute(tool, arguments);
+        fs::remove(folder_);
+        fs::rename(folder_.string() + ".away", folder_);
+        return execution;
+    }
+
+private:
+    const fs::path folder_;
+    const fs::path victim_;
+};
+
+TEST_F(Authorization, AFolderThatIsSwappedWhileTheDialogIsOpenIsNotActedIn) {
+    const fs::path folder = home / "folder";
+    const fs::path victim = home / "victim";
+    writeFile(folder / "item", "mine");
+    writeFile(victim / "item", "system");
+    writeFile(home / "other", "other");
+    Platform::current().privileges = std::make_unique<SwappingPrivileges>(folder, victim);
+    QVAuthorization authorization(true);
+    EXPECT_FALSE(authorization.authRemoveFile(folder / "item"));
+    EXPECT_FALSE(authorization.authTrashFile(folder / "item"));
+    EXPECT_FALSE(authorization.authMoveFile(folder / "item", home / "taken"));
+    EXPECT_FALSE(authorization.authMoveFile(home / "other", folder / "item"));
+    EXPECT_FALSE(authorization.authCopyFile(home / "other", folder / "item"));
+    EXPECT_FALSE(authorization.authCreateDir(folder / "new/deep"));
+    EXPECT_EQ(contentsOf(victim / "item"), "system");
+    EXPECT_EQ(contentsOf(folder / "item"), "mine");
+    EXPECT_EQ(namesIn("victim"), std::vector<std::string>{"item"});
+    EXPECT_EQ(namesIn("folder"), std::vector<std::string>{"item"});
+    EXPECT_TRUE(fs::is_empty(home / ".local/share/Trash/info"));
 }
 
 TEST_F(Authorization, TheToolsDoTheWorkOnceTheRightIsGranted) {
@@ -147,14 +237,17 @@ TEST_F(Authorization, ANameThatIsTakenInTheTrashGetsTheTime) {
             writeFile(home / name, contents);
             EXPECT_TRUE(authorization.authTrashFile(home / name));
         }
-        EXPECT_EQ(contentsOf(home / (std::string(".Trash/") + name)), "first");
+        EXPECT_EQ(contentsOf(home / (".local/share/Trash/files/" + std::string(name))), "first");
     }
-    const auto names = namesIn(".Trash");
+    const auto names = namesIn(".local/share/Trash/files");
     ASSERT_EQ(names.size(), 4U);
     EXPECT_TRUE(test::Pattern("clip_[0-9]{14}\\.mov").matches(names[1])) << names[1];
     // Without an extension the name ends in the full stop.
     EXPECT_TRUE(test::Pattern("notes_[0-9]{14}\\.").matches(names[3])) << names[3];
-    EXPECT_EQ(contentsOf(home / (".Trash/" + names[1])), "second");
+    EXPECT_EQ(contentsOf(home / (".local/share/Trash/files/" + names[1])), "second");
+    EXPECT_NE(contentsOf(home / (".local/share/Trash/info/" + names[1] + ".trashinfo"))
+                  .find("/clip.mov\n"),
+              std::string::npos);
 }
 
 TEST_F(Authorization, AFolderIsEmptiedIntoTheTrash) {
@@ -167,7 +260,7 @@ TEST_F(Authorization, AFolderIsEmptiedIntoTheTrash) {
     writeFile(home / "full/.b", "");
     EXPECT_TRUE(authorization.authTrashFolderContents(home / "full"));
     EXPECT_EQ(namesIn("full"), std::vector<std::string>{});
-    EXPECT_EQ(namesIn(".Trash"), (std::vector<std::string>{".b", "a"}));
+    EXPECT_EQ(namesIn(".local/share/Trash/files"), (std::vector<std::string>{".b", "a"}));
 }
 
 TEST_F(Authorization, WithoutTheRightNothingHappens) {
@@ -234,6 +327,7 @@ TEST_F(Authorization, ThePolkitToolIsAskedForEachRunAndItsRefusalCounts) {
     // Who dismisses the dialog is not asked again for every item of a folder.
     for (const char* const item : {"folder/a", "folder/b"}) writeFile(home / item, "");
     writeFile(home / "pkexec.asked", "");
+    fs::create_directory(home / "other");
     EXPECT_FALSE(authorization.authTrashFolderContents(home / "folder"));
     EXPECT_FALSE(authorization.authMoveFolderContents(home / "folder", home / "other"));
     EXPECT_EQ(contentsOf(home / "pkexec.asked"), "\n\n");
@@ -272,7 +366,7 @@ TEST_F(RootAuthorization, RunsTheToolsWithoutAskingAndGoesOnWhileTheyWork) {
     EXPECT_TRUE(pumpUntil([&] { return fs::exists(home / "made/deep"); }));
     writeFile(home / "file", "1");
     EXPECT_TRUE(authorization.authTrashFile(home / "file"));
-    EXPECT_TRUE(pumpUntil([&] { return fs::exists(home / ".Trash/file"); }));
+    EXPECT_TRUE(pumpUntil([&] { return fs::exists(home / ".local/share/Trash/files/file"); }));
     EXPECT_TRUE(authorization.authCopyFile(home / "made", home / "no/such/place"));
     // A removal is over when it answers.
     EXPECT_TRUE(authorization.authRemoveFile(home / "made"));

@@ -3,7 +3,7 @@
 
 #include "platform/Bundle.h"
 #include "platform/Console.h"
-#include "platform/Workspace.h"
+#include "platform/posix/SessionBusWorkspace.h"
 
 #include <map>
 #include <mutex>
@@ -33,11 +33,11 @@ private:
 };
 
 /// Starts programs by their path, and notes what the desktop is asked to open.
-class NotingWorkspace : public Workspace {
+class NotingWorkspace : public SessionBusWorkspace {
 public:
     std::vector<std::string> runningApplicationIdentifiers() const override { return {}; }
     std::optional<std::string> applicationPath(std::string_view) const override { return {}; }
-    using Workspace::openFile;
+    using SessionBusWorkspace::openFile;
     bool openFile(const std::string& path) override {
         opened.push_back(path);
         return true;

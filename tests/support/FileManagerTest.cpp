@@ -210,6 +210,14 @@ TEST_F(FileManager, TheTrashKeepsWhatItNeedsToRestore) {
     EXPECT_TRUE(Files::isFolderEmpty(home / "f"));
 }
 
+TEST_F(FileManager, ALinkToAFolderCanBeCopiedIntoIt) {
+    writeFile(home / "folder/file", "1");
+    fs::create_directory_symlink(home / "folder", home / "link");
+    EXPECT_TRUE(Files::copyFile(home / "link", home / "folder/link", false));
+    EXPECT_EQ(fs::read_symlink(home / "folder/link"), home / "folder");
+    EXPECT_FALSE(Files::copyFile(home / "folder", home / "folder/copy", false));
+}
+
 TEST_F(FileManager, ProtectedFoldersAreNeitherRemovedNorTrashedNorMoved) {
     fs::create_directories(home / "Documents/Sub");
     fs::create_directory_symlink(home / "Documents", home / "alias");

@@ -279,14 +279,24 @@ TEST(Log, RootWritesToTheMachinesFolderAndRotatesItsOwn) {
     const TestHome home(TestHome::root);
     const std::string machineFile = home / "machine/Logs/Quorvane/app.1.log";
     const auto start = [] { QVLog::createNewLog("app"); };
+    writeFile(home / "machine/Logs", "in the way");
     {
         ChildProcess child([&] {
-            start();
+            QVLog::createNewLog("app", true);
+            QVLog::createNewLog("app", true);
             std::exit(QVLog::sharedController().hasFileHandle() ? 1 : 0);
         });
         EXPECT_EQ(child.wait(), 0);
-        EXPECT_EQ(child.standardOutput(),
-                  "Unable to create log file " + machineFile + " - No such file or directory\n");
+        EXPECT_EQ(child.standardOutput(), "");
+        const std::string folder = home / "machine/Logs/Quorvane";
+        EXPECT_EQ(child.standardError(),
+                  "There is no log: Unable to create folder " + folder + ".\n");
+    }
+    std::filesystem::remove(home / "machine/Logs");
+    {
+        ChildProcess child(start);
+        EXPECT_EQ(child.wait(), 0);
+        EXPECT_EQ(entriesIn(machineFile).size(), 5u);
     }
     writeFile(machineFile, "old");
     writeFile(logFile(home, "app"), "older");
@@ -332,9 +342,11 @@ TEST(Log, AFullFileIsFollowedByAFreshOneAndNoEntryIsLost) {
                       : 1);
     });
     ASSERT_EQ(child.wait(), 0);
+    constexpr std::uintmax_t longestEntry = 80;
     EXPECT_GE(std::filesystem::file_size(logFile(home, "app", 2)), 5'000'000u);
+    EXPECT_LT(std::filesystem::file_size(logFile(home, "app", 2)), 5'000'000u + longestEntry);
     const std::vector<std::string> fresh = entriesIn(logFile(home, "app", 1));
-    EXPECT_NE(std::find(fresh.begin(), fresh.end(), "Log truncated at 500KB"), fresh.end());
+    EXPECT_EQ(fresh.at(5), "Log truncated at 500KB");
     EXPECT_FALSE(std::filesystem::exists(logFile(home, "app", 3)));
     std::vector<int> next(threads, 0);
     for (const int number : {2, 1})
@@ -380,6 +392,47 @@ TEST(Log, OtherMessagesNeverWaitForTheWriter) {
     writeFile(log.home / "copy", child.standardOutput());
     EXPECT_EQ(entriesIn(log.home / "copy"),
               (std::vector<std::string>{"from the main thräd", std::string(100, 'x'), "short"}));
+}
+
+TEST(Log, AFloodOfEntriesFillsSeveralFilesAndNoneBeyondItsSize) {
+    const TestHome home;
+    ChildProcess child([] {
+        QVLog::createNewLog("app", true);
+        for (int i = 0; i < 120; ++i) QVLog::fastAppendLog("%i %@", i, std::string(100'000, 'x'));
+        QVLog::finishWriting();
+    });
+    ASSERT_EQ(child.wait(), 0);
+    constexpr std::uintmax_t longestEntry = 100'100;
+    int next = 0;
+    for (const int number : {3, 2, 1}) {
+        EXPECT_LT(std::filesystem::file_size(logFile(home, "app", number)),
+                  5'000'000u + longestEntry);
+        for (const std::string& text : entriesIn(logFile(home, "app", number)))
+            if (text.ends_with("xxx")) {
+                EXPECT_EQ(std::stoi(text), next++);
+            }
+    }
+    EXPECT_EQ(next, 120);
+}
+
+TEST(Log, WhatASlowDiskCannotTakeIsDroppedAndCounted) {
+    const StuckLog log;
+    constexpr int entries = 2000;
+    ChildProcess child([&] {
+        QVLog& controller = QVLog::sharedController();
+        controller.setAppName("app");
+        for (int i = 0; i < entries; ++i)
+            QVLog::fastAppendLog("%i %@", i, std::string(100'000, 'x'));
+        if (controller.bytesInQueue() > 80'000'000) std::_Exit(1);
+        std::thread reader([&] { Platform::current().console->print(log.read()); });
+        QVLog::finishWriting();
+        QVLog::finishWriting();
+        QVLog::willTerminate();
+        reader.join();
+    });
+    ASSERT_EQ(child.wait(), 0);
+    const std::string last = entriesIn(logFile(log.home, "app")).back();
+    EXPECT_TRUE(Pattern("[0-9]{4} entries were dropped: the disk is too slow").matches(last));
 }
 
 TEST(Log, TheEndWaitsForAShortQueueAndDropsALongOne) {

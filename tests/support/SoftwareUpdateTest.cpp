@@ -1,4 +1,5 @@
 #include "services/QVSoftwareUpdate.h"
+#include "tests/platform/Matching.h"
 #include "tests/support/ServiceTest.h"
 
 #include <optional>
@@ -30,7 +31,7 @@ protected:
     SoftwareUpdate() {
         Platform::current().folders = std::make_unique<Machine>(home / "machine");
         Platform::current().bundle = std::make_unique<test::FakeBundle>(own);
-        fs::create_directories(home / "machine/temporary");
+        fs::create_directories(temporary);
     }
 
     /// An updater that notes from where and with what it was started.
@@ -54,24 +55,87 @@ protected:
     const fs::path own = home / "Reelsweep.app";
     const std::string started = home / "started";
     const std::string installed = home / "machine/Applications/Quorvane";
-    const std::string copied = home / ("machine/temporary/" + name);
+    const std::string temporary = home / "machine/temporary";
     const std::string preferences = home / "Library/Preferences/com.quorvane.global.plist";
 };
 
-TEST_F(SoftwareUpdate, RunsAnInstalledUpdaterInPlaceAndItsOwnFromAFreshCopy) {
+TEST_F(SoftwareUpdate, RunsAnInstalledUpdaterInPlaceAndItsOwnFromACopyThatIsNobodyElses) {
     makeUpdater(own / "Contents/MacOS", "2");
-    writeFile(copied + "/Contents/left-over", "");
-    EXPECT_EQ(startedBy(QVSoftwareUpdate::automaticallyCheckForUpdates),
-              "2\n" + copied + "/Contents/MacOS/Updater\n-checkpath\n" + own.string() + "\n");
-    EXPECT_FALSE(fs::exists(copied + "/Contents/left-over"));
+    // What others put under the known name is in nobody's way.
+    writeFile(temporary + "/" + name + "/Contents/left-over", "");
+    const std::string first = startedBy(QVSoftwareUpdate::automaticallyCheckForUpdates);
+    const test::Pattern form("2\n" + temporary +
+                             "/Quorvane Software Update\\.[A-Za-z0-9]{6}/Quorvane Software "
+                             "Update\\.app/Contents/MacOS/Updater\n-checkpath\n" +
+                             own.string() + "\n");
+    EXPECT_TRUE(form.matches(first)) << first;
+    const std::string program = first.substr(2, first.find('\n', 2) - 2);
+    const fs::path folder = fs::path(program.substr(0, program.find(".app/"))).parent_path();
+    struct stat status {};
+    ASSERT_EQ(::stat(folder.c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 0777, 0700U);
+    // Another check leaves it alone until it is old and its updater has ended.
     makeUpdater(own / "Contents/Resources", "3");
-    EXPECT_EQ(startedBy(QVSoftwareUpdate::manualUpdateCheck),
-              "3\n" + copied + "/Contents/MacOS/Updater\n");
+    const std::string second = startedBy(QVSoftwareUpdate::manualUpdateCheck);
+    EXPECT_TRUE(second.starts_with("3\n" + temporary + "/")) << second;
+    EXPECT_EQ(second.find(folder.string()), std::string::npos);
+    EXPECT_TRUE(fs::exists(program));
+    const auto age = [&] {
+        fs::last_write_time(folder, fs::file_time_type::clock::now() - std::chrono::hours(1));
+    };
+    LaunchRequest user;
+    user.path = "/bin/sh";
+    user.arguments = {"-c", "sleep 3600", program};
+    const auto running = PosixProcessLauncher().launch(user).child;
+    ASSERT_TRUE(running);
+    age();
+    (void)QVSoftwareUpdate::updaterPath();
+    EXPECT_TRUE(fs::exists(program));
+    running->terminate();
+    running->waitUntilExit();
+    age();
+    (void)QVSoftwareUpdate::updaterPath();
+    EXPECT_FALSE(fs::exists(folder));
+
     makeUpdater(installed);
-    fs::remove_all(copied);
+    fs::remove_all(temporary);
     EXPECT_EQ(startedBy(QVSoftwareUpdate::launchSoftwareUpdate),
               "1\n" + installed + "/" + name + "/Contents/MacOS/Updater\n");
-    EXPECT_FALSE(fs::exists(copied));
+    EXPECT_FALSE(fs::exists(temporary));
+}
+
+TEST_F(SoftwareUpdate, NothingThatSomebodyElseCanChangeIsStarted) {
+    makeUpdater(installed);
+    const std::string program = installed + "/" + name + "/Contents/MacOS/Updater";
+    const auto refused = [&] {
+        QVLog::createNewLog("services");
+        QVSoftwareUpdate::automaticallyCheckForUpdates();
+        const bool manual = QVSoftwareUpdate::launchSoftwareUpdate();
+        const std::string line =
+            "Unable to launch Software Update - somebody else can change " + program;
+        return !manual && logged() == std::vector<std::string>{line, line};
+    };
+    for (const std::string& item : {program, installed}) {
+        const fs::perms before = fs::status(item).permissions();
+        fs::permissions(item, fs::perms::others_write, fs::perm_options::add);
+        EXPECT_TRUE(refused()) << item;
+        fs::permissions(item, before);
+    }
+    if (::geteuid() == 0) {
+        ASSERT_EQ(::chown(program.c_str(), 65534, 0), 0);
+        EXPECT_TRUE(refused());
+    }
+    EXPECT_FALSE(fs::exists(started));
+    // A path in place of the program's name leads elsewhere.
+    const std::string elsewhere = installed + "/" + name + "/Contents/elsewhere";
+    writeFile(elsewhere, "");
+    ASSERT_FALSE(
+        writePropertyList(installed + "/" + name + "/Contents/Info.plist",
+                          PropertyList::Dictionary{{"CFBundleExecutable", "../elsewhere"}}));
+    QVLog::createNewLog("services");
+    QVSoftwareUpdate::automaticallyCheckForUpdates();
+    EXPECT_EQ(logged(), std::vector<std::string>{
+                            "Unable to launch Software Update - executable path doesn't exist"});
 }
 
 TEST_F(SoftwareUpdate, ChecksAtTheStartUnlessANumberSaysNo) {
@@ -121,11 +185,11 @@ TEST_F(SoftwareUpdate, SaysWhatIsMissing) {
     // Where no copy can be made, the one inside the program is not run either.
     fs::remove_all(installed);
     makeUpdater(own / "Contents/Resources");
-    fs::remove_all(home / "machine/temporary");
+    fs::remove_all(temporary);
+    writeFile(temporary, "no folder");
     const Texts failed = said();
     ASSERT_EQ(failed.size(), 2U);
-    EXPECT_EQ(failed[0], "Error: unable to copy software updater to " + copied +
-                             ": No such file or directory");
+    EXPECT_TRUE(failed[0].starts_with("Error: unable to copy software updater to " + temporary));
 }
 
 }  // namespace

@@ -3,6 +3,8 @@
 
 #include <atomic>
 #include <csignal>
+#include <thread>
+#include <utility>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -221,6 +223,41 @@ TEST_F(Task, AnAsynchronousRunCanBeEnded) {
     EXPECT_TRUE(pumpUntil([&] { return ::kill(process, 0) != 0; }));
     EXPECT_EQ(receiver.calls, 1);
     EXPECT_FALSE(receiver.object.has_value());
+}
+
+/// Ends the run from within, starts another on the same object, and holds the former reader there
+/// until the other has said something.
+class Restarter : public Receiver {
+public:
+    void taskReturnedData(std::string_view selector, const std::string& data, QVTaskEx& runner,
+                          const std::any& given) override {
+        if (std::exchange(first, false)) {
+            runner.terminateAsyncTask();
+            runner.asyncDataFromTask(shell, {"-c", "echo second; cat \"$0\"; echo third", pipe},
+                                     &next, "data");
+            while (next.calls == 0) std::this_thread::yield();
+            return;
+        }
+        Receiver::taskReturnedData(selector, data, runner, given);
+    }
+    bool first = true;
+    std::string pipe;
+    Receiver next;
+};
+
+TEST_F(Task, ARunThatIsStartedAfterTheEndOfAnotherIsItsOwn) {
+    Restarter receiver;
+    receiver.pipe = home / "pipe";
+    ASSERT_EQ(::mkfifo(receiver.pipe.c_str(), 0600), 0);
+    const auto runner = QVTaskEx::create();
+    runner->asyncDataFromTask(shell, {"-c", "echo first; exec sleep 3600"}, &receiver, "data");
+    // The former reader's last call comes while the second program waits for the pipe.
+    ASSERT_TRUE(pumpUntil([&] { return receiver.next.calls > 0 && runner.use_count() == 2; }));
+    EXPECT_TRUE(runner->theTask());
+    test::writeFile(receiver.pipe, "");
+    EXPECT_TRUE(pumpUntil([&] { return receiver.next.ends == 1 && runner.use_count() == 1; }));
+    EXPECT_EQ(receiver.next.received, "second\nthird\n");
+    EXPECT_EQ(receiver.calls, 0);
 }
 
 TEST_F(Task, AnAsynchronousRunWithoutAProgramSaysSo) {

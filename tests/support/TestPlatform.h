@@ -4,7 +4,7 @@
 // whoever runs the tests. Make it before anything logs, and destroy it when nothing logs any more.
 #pragma once
 
-#include "platform/Platform.h"
+#include "platform/posix/CommandLinePlatform.h"
 #include "platform/posix/HomeFolders.h"
 #include "tests/platform/TemporaryFolder.h"
 
@@ -48,11 +48,11 @@ public:
 
     explicit TestHome(unsigned userIdentifier = ordinaryUser)
         : home_("HOME", folder_.path().c_str()), config_("XDG_CONFIG_HOME", nullptr) {
-        Platform platform = Platform::commandLine();
+        Platform platform = commandLinePlatform();
         platform.folders = std::make_unique<TestFolders>(userIdentifier, folder_ / "machine");
         Platform::install(std::move(platform));
     }
-    ~TestHome() { Platform::install(Platform::commandLine()); }
+    ~TestHome() { Platform::install(commandLinePlatform()); }
 
     std::string operator/(std::string_view name) const { return folder_ / name; }
     const std::string& path() const { return folder_.path(); }

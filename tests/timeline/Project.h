@@ -37,11 +37,4 @@ struct Project {
     QVFCPDoc document{view};
 };
 
-/// The names of all passes, in the order of a run.
-inline OptionList allOptions() {
-    OptionList options;
-    for (const PassRow& row : passTable()) options.emplace_back(row.option);
-    return options;
-}
-
 }  // namespace reelsweep::test

@@ -17,8 +17,8 @@
 //   =Text effect of a generator    &FALSE multiclip with that collapsed text    'M marker named M
 //   {<xml/>} children as they stand
 //
-// "S:" starts what stands in the sequence itself before its media: rates, markers, as {<xml/>}. "F:"
-// starts what stands in its video before the tracks: the format.
+// "S:" starts what stands in the sequence itself before its media: rates, markers, as {<xml/>}.
+// "F:" starts what stands in its video before the tracks: the format.
 //
 // Thread rule: any thread; a Timeline belongs to one thread at a time.
 #pragma once

@@ -6,6 +6,12 @@
 namespace reelsweep::test {
 namespace {
 
+// A row is called by its name.
+template <class Row>
+auto operator<<(std::ostream& out, const Row& row) -> decltype(out << row.name) {
+    return out << row.name;
+}
+
 constexpr Asked nothing;
 constexpr Asked filters{.filters = true};
 constexpr Asked transitions{.videoTransitions = true, .audioTransitions = true};

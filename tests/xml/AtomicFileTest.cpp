@@ -1,12 +1,22 @@
 #include "base/AtomicFile.h"
+#include "base/FileReplacement.h"
+#include "base/UniqueDescriptor.h"
 #include "tests/platform/TemporaryFolder.h"
+#include "tests/xml/FullDisk.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/file.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
+#include <sys/xattr.h>
 #include <unistd.h>
+#include <array>
 #include <csignal>
 #include <filesystem>
+#include <string>
+#include <vector>
 
 namespace reelsweep::test {
 namespace {
@@ -44,6 +54,69 @@ TEST(AtomicFile, ReplacesAFileWholeAndKeepsItsPermissions) {
     ASSERT_EQ(stat(path.c_str(), &status), 0);
     EXPECT_EQ(status.st_mode & 07777, 0640u);
     EXPECT_EQ(filesIn(folder), 1u);
+}
+
+TEST(AtomicFile, KeepsTheExtendedAttributesOfWhatItReplaces) {
+    const TemporaryFolder folder;
+    const std::string path = folder / "cut.xml";
+    const std::string big(3000, 'x');
+    writeFile(path, "old");
+    if (setxattr(path.c_str(), "user.com.apple.metadata:tag", "red\0blue", 8, 0) != 0)
+        GTEST_SKIP() << "no extended attributes in the temporary folder";
+    ASSERT_EQ(setxattr(path.c_str(), "user.empty", "", 0, 0), 0);
+    ASSERT_EQ(setxattr(path.c_str(), "user.big", big.data(), big.size(), 0), 0);
+    const auto check = [&] {
+        std::array<char, 4000> value{};
+        EXPECT_EQ(getxattr(path.c_str(), "user.com.apple.metadata:tag", value.data(), value.size()),
+                  8);
+        EXPECT_EQ(std::string(value.data(), 8), std::string("red\0blue", 8));
+        EXPECT_EQ(getxattr(path.c_str(), "user.empty", value.data(), value.size()), 0);
+        EXPECT_EQ(getxattr(path.c_str(), "user.big", value.data(), value.size()), 3000);
+    };
+    ASSERT_TRUE(save(path, "new"));
+    EXPECT_EQ(contentsOf(path), "new");
+    check();
+    FileReplacement small(path);
+    small.write("newer");
+    ASSERT_FALSE(small.commit(FileReplacement::Durable::no));
+    EXPECT_EQ(contentsOf(path), "newer");
+    check();
+}
+
+TEST(AtomicFile, TheNextSaveRemovesWhatAKilledOneLeft) {
+    const TemporaryFolder folder;
+    const std::string path = folder / "cut.xml";
+    const std::string settings = folder / "settings.plist";
+    const pid_t killed = fork();
+    if (killed == 0) {
+        AtomicFile large(path, Overwrite::always);
+        (void)large.open();
+        const FileReplacement small(settings);
+        raise(SIGKILL);
+    }
+    waitpid(killed, nullptr, 0);
+    ASSERT_EQ(filesIn(folder), 2u);
+    // Not ours to remove: of a process that lives, locked by somebody, and of other names.
+    const std::string gone = std::to_string(killed);
+    const std::string locked = folder / (".cut.xml." + gone + "-7.tmp");
+    const int holder = open(locked.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
+    ASSERT_EQ(flock(holder, LOCK_EX), 0);
+    std::vector<std::string> kept{locked};
+    for (const std::string& name :
+         {".cut.xml." + std::to_string(getpid()) + "-77.tmp", ".cut.xml." + gone + ".tmp",
+          ".cut.xml." + gone + "-1", ".other.xml." + gone + "-0.tmp", "cut.xml." + gone + "-0.tmp",
+          "settings.plist." + gone + "-0.bak", "settings.plist." + gone + "-"}) {
+        kept.push_back(folder / name);
+        writeFile(kept.back(), "");
+    }
+    ASSERT_TRUE(save(path, "new"));
+    FileReplacement small(settings);
+    ASSERT_FALSE(small.commit(FileReplacement::Durable::no));
+    EXPECT_EQ(filesIn(folder), kept.size() + 2);
+    for (const std::string& name : kept) EXPECT_TRUE(std::filesystem::exists(name)) << name;
+    close(holder);
+    ASSERT_TRUE(save(path, "newer"));
+    EXPECT_FALSE(std::filesystem::exists(locked));
 }
 
 TEST(AtomicFile, NeverReplacesAFileThatMayNotBeOverwritten) {
@@ -113,19 +186,40 @@ TEST(AtomicFile, SaysWhyNothingCouldBeWritten) {
     EXPECT_EQ(filesIn(folder), 1u);
 }
 
+TEST(AtomicFile, CopiesPartsOfOtherFilesWhereverTheyAre) {
+    const TemporaryFolder folder;
+    writeFile(folder / "source", "0123456789");
+    // What cannot be copied within the system is sent, and what cannot be sent is read.
+    for (const std::string& source : {folder / "source", std::string("/proc/version")}) {
+        SCOPED_TRACE(source);
+        const std::string bytes = contentsOf(source);
+        const UniqueDescriptor from(open(source.c_str(), O_RDONLY | O_CLOEXEC));
+        ASSERT_EQ(lseek(from.get(), 3, SEEK_SET), 3);
+        AtomicFile file(folder / "cut.xml", Overwrite::always);
+        ASSERT_TRUE(file.open());
+        EXPECT_TRUE(file.copyFrom(from.get(), 0, 4));
+        file.write("new");
+        EXPECT_TRUE(file.copyFrom(from.get(), 4, bytes.size() - 4));
+        EXPECT_EQ(lseek(from.get(), 0, SEEK_CUR), 3);
+        ASSERT_TRUE(file.commit());
+        EXPECT_EQ(contentsOf(folder / "cut.xml"), bytes.substr(0, 4) + "new" + bytes.substr(4));
+
+        AtomicFile tooShort(folder / "short.xml", Overwrite::always);
+        ASSERT_TRUE(tooShort.open());
+        EXPECT_FALSE(tooShort.copyFrom(from.get(), 4, bytes.size()));
+        EXPECT_FALSE(tooShort.commit());
+        EXPECT_FALSE(std::filesystem::exists(folder / "short.xml"));
+    }
+}
+
 TEST(AtomicFile, LeavesTheOldFileWhenTheDiskIsFull) {
     const TemporaryFolder folder;
     const std::string path = folder / "cut.xml";
     writeFile(path, "old");
-    struct rlimit before {};
-    ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &before), 0);
-    struct rlimit small = before;
-    small.rlim_cur = 4096;
-    const auto handler = std::signal(SIGXFSZ, SIG_IGN);
-    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &small), 0);
-    const Outcome outcome = save(path, std::string(100'000, 'x'));
-    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &before), 0);
-    std::signal(SIGXFSZ, handler);
+    const Outcome outcome = [&] {
+        const FullDisk fullDisk(4096);
+        return save(path, std::string(100'000, 'x'));
+    }();
     ASSERT_FALSE(outcome);
     EXPECT_NE(outcome.failure().message.find("could not be written"), std::string::npos);
     EXPECT_EQ(contentsOf(path), "old");

@@ -60,6 +60,38 @@ TEST(XMLDocument, PrettyPrintsOneElementALine) {
               "<a>\n\t<b>\n\t\t<c>1</c>\n\t\t<!--n-->\n\t</b>\n\t<d> </d>\n</a>\n");
 }
 
+struct Text final : ByteSink {
+    std::string text;
+    bool write(std::string_view bytes) override {
+        text += bytes;
+        return true;
+    }
+};
+
+TEST(XMLDocument, LaysANodeOutAsAskedHoweverLargeItIs) {
+    std::string xml = "<a>";
+    for (int i = 0; i < 60'000; ++i) xml += "<b><c>1</c><d><e/></d></b>";
+    const XMLDocument document = parsed(xml + "</a>");
+    const std::string pretty = document.serialise(XMLFormat::pretty);
+    ASSERT_GT(pretty.size(), 2'000'000u);  // in several pieces
+    for (const XMLLayout& layout : {XMLLayout{"\r\n", "   ", "\t"}, XMLLayout{"\n", "\t ", ""},
+                                    XMLLayout{"\r\n", "", "  "}, XMLLayout{"\n", "    ", "  "}}) {
+        SCOPED_TRACE(layout.margin + "|" + layout.indentation + "|" + layout.lineEnd);
+        std::string expected;
+        for (std::size_t at = 0; at < pretty.size();) {
+            const std::size_t text = pretty.find_first_not_of('\t', at);
+            const std::size_t end = pretty.find('\n', text);
+            expected += layout.margin;
+            for (; at < text; ++at) expected += layout.indentation;
+            expected.append(pretty, text, end - text).append(layout.lineEnd);
+            at = end + 1;
+        }
+        Text written;
+        serialise(document.rootElement(), layout, written);
+        EXPECT_TRUE(written.text == expected);
+    }
+}
+
 std::string utf16(std::string_view ascii, bool bigEndian) {
     std::string bytes;
     for (const char c : ascii) {
@@ -155,6 +187,30 @@ TEST(XMLDocument, FindsTheBadLineOfALargeFile) {
     ASSERT_FALSE(bad);
     EXPECT_EQ(bad.failure().line, 200'002);
     EXPECT_EQ(bad.failure().file, folder / "bad.xml");
+}
+
+TEST(XMLDocument, KnowsWhereThingsStandInTheFileThatItIs) {
+    const TemporaryFolder folder;
+    const std::string large = "<a>" + std::string(2'000'000, ' ') + "<sequence/></a>";
+    for (const std::string& xml : {std::string("<a>\n<sequence/></a>"), large}) {
+        SCOPED_TRACE(xml.size());
+        writeFile(folder / "in.xml", xml);
+        Result<XMLDocument> loaded = XMLDocument::load(folder / "in.xml", Verification::deferred);
+        ASSERT_TRUE(loaded);
+        const XMLOutline* const outline = loaded->outline();
+        ASSERT_NE(outline, nullptr);
+        EXPECT_EQ(outline->file, FileIdentity::ofFile(folder / "in.xml"));
+        EXPECT_EQ(outline->root.end, xml.size());
+        EXPECT_EQ(outline->sequences.at(0).begin, xml.find("<sequence/>"));
+        writeFile(folder / "out.xml", "<a/>");
+        loaded->setLoadedFile(FileIdentity::ofFile(folder / "out.xml"));
+        EXPECT_EQ(loaded->outline(), nullptr);
+    }
+    writeFile(folder / "in.xml", "<?xml version='1.0' encoding='ISO-8859-1'?><a>\xE9</a>");
+    const Result<XMLDocument> latin = XMLDocument::load(folder / "in.xml");
+    ASSERT_TRUE(latin);
+    EXPECT_EQ(latin->outline(), nullptr);
+    EXPECT_EQ(parsed("<a/>").outline(), nullptr);
 }
 
 TEST(XMLDocument, ReportsFilesThatCannotBeRead) {

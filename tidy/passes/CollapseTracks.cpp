@@ -23,6 +23,23 @@ bool moveGroup(PassRun& run, const TrackIndex& from, const TrackIndex::Group& gr
     return true;
 }
 
+// In a careful run nothing moves between a track that is on and one that is off: it would show, or
+// be gone.
+bool staysForThePicture(PassRun& run, const TrackIndex& own, const TrackIndex::Group& group,
+                        const TrackIndex& lower) {
+    if (!run.isCareful()) return false;
+    const bool lowerIsOn = run.guard->isOn(lower.track());
+    const bool changesState = run.guard->isOn(own.track()) != lowerIsOn;
+    std::vector<XMLNode> nodes;
+    for (const Id id : own.entries(group.first, group.last)) nodes.push_back(own.entry(id).node);
+    if (changesState)
+        for (const XMLNode& node : nodes)
+            if (isClip(node))
+                run.edit.noteKept(node, description(run.edit.label(lower.track())) +
+                                            (lowerIsOn ? " is on" : " is switched off"));
+    return changesState || run.keepsAny(nodes);
+}
+
 // Moves down whatever of the upper track finds room on the lower one. False when cancelled.
 bool collapseOnto(PassRun& run, const TrackIndex& upper, const TrackIndex& lower, int lowerNumber) {
     const std::vector<Id> upperClips = upper.items();
@@ -31,10 +48,11 @@ bool collapseOnto(PassRun& run, const TrackIndex& upper, const TrackIndex& lower
 
     for (std::size_t j = 0; j < upperClips.size(); ++j) {
         if (run.cancelled()) return false;
-        // A clip may have moved down with an earlier one already: then its group is there.
+        // A clip that moved down with an earlier one has its group there.
         const TrackIndex& own = upper.holds(upperClips[j]) ? upper : lower;
         const TrackIndex::Group group = own.group(upperClips[j]);
         if (lower.firstInTheWay(group.range) != TrackIndex::none) continue;
+        if (staysForThePicture(run, own, group, lower)) continue;
 
         Log::fastAppend("Lower track %i is empty at: %@ to %@", lowerNumber, group.range.start,
                         group.range.end);
@@ -59,8 +77,8 @@ Outcome collapseTracks(PassRun& run, bool reverse) {
     if (!tracks.empty() && run.cancelled()) return PassRun::stopped();
     Log::fastAppend("Total tracks to process: %i", tracks.size());
 
-    // A clip falls one track a visit: from the top down it can fall on, from the bottom up it
-    // cannot.
+    // A clip falls one track at each visit of its track. From the top down the next visit finds it
+    // again; from the bottom up no visit does.
     for (std::size_t step = 1; step < tracks.size(); ++step) {
         const std::size_t upper = reverse ? tracks.size() - step : step;
         if (run.cancelled()) return PassRun::stopped();

@@ -19,8 +19,8 @@ Frames lengthOf(const TrackEntry& entry) {
 }
 
 // The range without the transitions at its ends: only the fully opaque middle hides anything. Both
-// ends go by the length of the group's first node, as they always have. With a long transition
-// before a short one the range ends before it starts; the pieces of what is cut then overlap.
+// ends are shortened by the length of the group's first node, as they always were. With a long
+// transition before a short one the range ends before it starts. What is cut then overlaps.
 FrameRange opaqueMiddle(const OpaqueClip& clip) {
     FrameRange range = clip.group.range;
     const TrackEntry& first = clip.upper.entry(clip.group.first);
@@ -84,8 +84,9 @@ Found findOverlapped(const PassRun& run, const TrackIndex& lower, FrameRange ran
     return found;
 }
 
-// An editing system finds a clip's media by `in` and its place by `start` and `end`; `out` and
-// `duration` tell how much of the media there is, and stay as they are. True when the clip was split.
+// An editing system finds a clip's media by `in` and its place by `start` and `end`. `out` and
+// `duration` tell how much of the media there is, and stay as they are. True when the clip was
+// split.
 bool cut(PassRun& run, const TrackIndex& lower, Id id, FrameRange range,
          const std::string& reason) {
     const TrackEntry& entry = lower.entry(id);
@@ -94,7 +95,11 @@ bool cut(PassRun& run, const TrackIndex& lower, Id id, FrameRange range,
     const ItemTimes tail{
         .start = range.end, .end = {}, .in = in - entry.wholeTexts.start + range.end, .out = {}};
     switch (overlapOf(entry.wholeTexts, range)) {
-        case Overlap::sticksOutOnBothSides: run.edit.split(clip, range, tail); return true;
+        case Overlap::sticksOutOnBothSides: {
+            const XMLNode left = run.edit.split(clip, range, tail);
+            if (run.isCareful()) run.guard->addPiece(left, clip);
+            return true;
+        }
         case Overlap::tailHidden:
             run.edit.trim(clip, {.start = {}, .end = range.start, .in = {}, .out = {}});
             break;
@@ -105,15 +110,57 @@ bool cut(PassRun& run, const TrackIndex& lower, Id id, FrameRange range,
     return false;
 }
 
-// Cuts what lies below one opaque clip. Answers how many clips became two.
-std::size_t cutBelow(PassRun& run, const OpaqueClip& clip, const std::vector<Id>& cuts,
-                     FrameRange range, const std::string& reason) {
-    std::size_t splits = 0;
-    for (const Id id : cuts) {
-        if (run.cancelled()) break;
-        if (cut(run, clip.lower, id, range, reason)) ++splits;
+// What is cut in a careful run: what lies below a range that is hidden for certain, unless it is to
+// be left alone.
+Found carefullyOverlapped(PassRun& run, const OpaqueClip& clip, FrameRange range,
+                          const std::vector<Id>& literalCuts) {
+    Found found;
+    if (range.start != range.end) found = findOverlapped(run, clip.lower, range);
+    const auto node = [&](Id id) { return clip.lower.entry(id).node; };
+    std::erase_if(found.cuts, [&](Id id) {
+        const TrackIndex::Group group = clip.lower.group(id);
+        std::vector<XMLNode> nodes;
+        for (const Id member : clip.lower.entries(group.first, group.last))
+            nodes.push_back(node(member));
+        return run.keepsAny(nodes);
+    });
+    found.any = !found.cuts.empty();
+    std::vector<XMLNode> uncut;
+    for (const Id id : literalCuts)
+        if (std::find(found.cuts.begin(), found.cuts.end(), id) == found.cuts.end())
+            uncut.push_back(node(id));
+    noteNotHidden(run, clip, uncut);
+    return found;
+}
+
+// A clip can stick out on both sides of each other clip once. Far more splits mean that clips
+// overlap or end before they start: each such clip may double what lies below it.
+class SplitLimit {
+public:
+    explicit SplitLimit(const PassRun& run) : most_(run.edit.itemsBefore() + 10000) {}
+
+    Outcome count(const std::string& reason) {
+        if (++splits_ <= most_) return Done{};
+        return Failure{FailureCode::processing, "Clips were split again and again, " +
+                                                    std::to_string(splits_) +
+                                                    " times; the last was " + reason};
     }
-    return splits;
+
+private:
+    std::size_t most_;
+    std::size_t splits_ = 0;
+};
+
+// Cuts what lies below one opaque clip.
+Outcome cutBelow(PassRun& run, const OpaqueClip& clip, const std::vector<Id>& cuts,
+                 FrameRange range, SplitLimit& limit) {
+    const std::string reason = hiddenReason(run, clip, range);
+    for (const Id id : cuts) {
+        if (run.cancelled()) return PassRun::stopped();
+        if (!cut(run, clip.lower, id, range, reason)) continue;
+        if (Outcome counted = limit.count(reason); !counted) return counted;
+    }
+    return Done{};
 }
 
 }  // namespace
@@ -121,25 +168,19 @@ std::size_t cutBelow(PassRun& run, const OpaqueClip& clip, const std::vector<Id>
 Outcome mergeClips(PassRun& run) {
     run.showProgress("Merging clips...");
     Log::append("Merging clips...");
-    // A clip can stick out on both sides of each other clip once. Far more splits mean that clips
-    // overlap or end before they start: each such clip may double what lies below it.
-    const std::size_t mostSplits = run.edit.itemsBefore() + 10000;
-    std::size_t splits = 0;
+    SplitLimit limit(run);
     return visitOpaqueClips(run, [&](const OpaqueClip& clip) -> Outcome {
-        const FrameRange range = opaqueMiddle(clip);
-        const Found found = findOverlapped(run, clip.lower, range);
+        FrameRange range = opaqueMiddle(clip);
+        Found found = findOverlapped(run, clip.lower, range);
+        if (run.isCareful() && found.any) {
+            range = clip.certainPart(*run.guard, range);
+            found = carefullyOverlapped(run, clip, range, found.cuts);
+        }
         if (run.cancelled()) return PassRun::stopped();
         if (!found.any) return Done{};
         Log::fastAppend("Lower track %i has partially obscured clip(s) below %@,%@",
                         clip.lowerNumber, range.start, range.end);
-        const std::string reason = hiddenReason(run, clip, range);
-        splits += cutBelow(run, clip, found.cuts, range, reason);
-        if (run.cancelled()) return PassRun::stopped();
-        if (splits > mostSplits)
-            return Failure{FailureCode::processing, "Clips were split again and again, " +
-                                                        std::to_string(splits) +
-                                                        " times; the last was " + reason};
-        return Done{};
+        return cutBelow(run, clip, found.cuts, range, limit);
     });
 }
 

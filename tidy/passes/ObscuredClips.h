@@ -5,6 +5,8 @@
 #include "tidy/passes/Passes.h"
 #include "timeline/Vocabulary.h"
 
+#include <algorithm>
+#include <span>
 #include <string>
 #include <unordered_map>
 #include <vector>
@@ -18,6 +20,16 @@ struct OpaqueClip {
     int lowerNumber;  ///< from 0
     TrackIndex::Id id;
     TrackIndex::Group group;
+
+    XMLNode node() const { return upper.entry(id).node; }
+    /// The part of a range that it certainly hides, as far as it reaches now; an empty one when it
+    /// may let something through.
+    FrameRange certainPart(const PictureGuard& guard, FrameRange range) const {
+        const auto hidden = guard.hiddenBelow(node());
+        if (!hidden) return {range.start, range.start};
+        const Frames start = std::max(range.start, hidden->start);
+        return {start, std::max(start, std::min(range.end, hidden->end))};
+    }
 };
 
 /// Visits every opaque clip above another video track, top track first, until the run is stopped
@@ -63,12 +75,12 @@ private:
     std::unordered_map<TrackIndex::Id, std::size_t> places_;
 };
 
-/// Works out, over one stretch of a track, which entries a clip above hides. What is answered after
-/// a stop is incomplete.
+/// Works out which entries of one stretch of a track a clip above hides. After a stop the answer is
+/// incomplete.
 ///
-/// `search` tells by which search an entry is found. What the searches find, in order of first
-/// appearance, is the set to begin with. Then each of these entries brings its whole group into the
-/// set when `keeps` holds for the group's range, and takes its whole group out when not.
+/// `search` tells by which search an entry is found. The set begins with all that is found, in the
+/// order of the searches. Each of these entries then brings its whole group into the set when
+/// `keeps` holds for the group's range, and takes its whole group out when it does not.
 template <class Search, class Keeps>
 std::vector<TrackIndex::Id> hiddenInStretch(const PassRun& run, const TrackIndex& track,
                                             const TrackIndex::Stretch& stretch, Search search,
@@ -99,6 +111,10 @@ std::vector<TrackIndex::Id> hiddenInStretch(const PassRun& run, const TrackIndex
     }
     return hidden.entries();
 }
+
+/// Notes the clips among these that stay because the clip above may let them through, or because
+/// they are to be left alone.
+void noteNotHidden(PassRun& run, const OpaqueClip& clip, std::span<const XMLNode> nodes);
 
 /// "hidden under NAME on V3 from 100 to 200".
 std::string hiddenReason(const PassRun& run, const OpaqueClip& clip, FrameRange range);

@@ -13,13 +13,14 @@
 
 namespace reelsweep::passes {
 
-/// Takes out every disabled clip of the video or of the audio tracks with all that moves with it.
-///   [aa]x[!b]   ->   (group gone)
-Outcome removeDisabledVideoClips(PassRun& run);
-Outcome removeDisabledAudioClips(PassRun& run);
+// Those with a row of their own are described there.
+#define PASS(option, ...) Outcome option(PassRun& run);
+#define STEPS(option, ...)
+#include "tidy/PassRows.inc"
+#undef PASS
+#undef STEPS
 
-/// Takes out every audio clip whose level is exactly "0", with all that moves with it.
-Outcome removeSilentAudioClips(PassRun& run);
+// The steps of collapsing
 
 /// Takes out lower clips that lie wholly under one opaque clip of the track above.
 ///   V2   [######]         V2   [######]
@@ -38,27 +39,6 @@ Outcome collapseTracksFromTheBottom(PassRun& run);
 ///   V2        [####]              V2        [####]
 ///   V1   [aaaaaaaaaaaaa]    ->    V1   [aaa]      [aaa]
 Outcome mergeClips(PassRun& run);
-
-/// Flags every multiclip on video tracks as collapsed.
-Outcome collapseMulticlips(PassRun& run);
-
-/// Takes out video tracks without clips, but never the first.
-Outcome removeUnusedTracks(PassRun& run);
-
-/// Fills the holes before and between the clips of the first video track with slugs.
-///   --[aa]---[bb]--   ->   [s][aa][s][bb]--
-Outcome replaceGapsWithSlugs(PassRun& run);
-
-/// Takes out every filter, at any depth.
-Outcome removeFilters(PassRun& run);
-
-/// Takes out every marker, at any depth.
-Outcome removeMarkers(PassRun& run);
-
-/// Takes out the transitions of the video or of the audio tracks; the clips that ran into one meet at a cut.
-///   [aaaa(xx)bbbb]   ->   [aaaaa|bbbbb]
-Outcome removeVideoTransitions(PassRun& run);
-Outcome removeAudioTransitions(PassRun& run);
 
 /// Whether a clip lets the track below show through: then it hides nothing.
 bool isClipTransparent(XMLNode clip, const std::vector<std::string>& ignoredEffects);

@@ -3,6 +3,8 @@
 #include "timeline/QVXMLParser.h"
 #include "timeline/Vocabulary.h"
 
+#include <algorithm>
+
 namespace reelsweep::passes {
 
 namespace {
@@ -37,14 +39,50 @@ std::vector<XMLNode> clipsInMainTracks(XMLNode sequence, MediaType type, Wanted 
     return clips;
 }
 
-Outcome removeWithGroups(PassRun& run, const std::vector<XMLNode>& clips,
-                         const std::string& reason) {
+bool runsInto(XMLNode clip, const char* edge) {
+    return isClip(clip) && clip.child(edge).firstText().value() == edgeInTransitionText;
+}
+
+// Which nodes of a clip's group go with it in a careful run: itself, and the transitions beside it
+// that no other clip runs into. A clip that stays keeps its transition, a fade from now on.
+//   [aa]x[!b]   ->   [aa]x
+std::vector<XMLNode> itselfAndItsOwnTransitions(XMLNode clip) {
+    std::vector<XMLNode> nodes{clip};
+    const XMLNode before = clip.previousSibling();
+    const XMLNode after = clip.nextSibling();
+    if (runsInto(clip, "start") && before.isElement("transitionitem") &&
+        !runsInto(before.previousSibling(), "end"))
+        nodes.push_back(before);
+    if (runsInto(clip, "end") && after.isElement("transitionitem") &&
+        !runsInto(after.nextSibling(), "start"))
+        nodes.push_back(after);
+    return nodes;
+}
+
+void noteThoseThatStay(PassRun& run, XMLNode clip, const std::vector<XMLNode>& group,
+                       const std::string& reason) {
+    for (const XMLNode& node : group)
+        if (isClip(node) && node != clip && node.parent())
+            run.edit.noteKept(node, "joined to " + displayName(clip) + ", which is " + reason +
+                                        ", and itself not");
+}
+
+template <class Wanted>
+Outcome removeWithGroups(PassRun& run, const std::vector<XMLNode>& clips, const std::string& reason,
+                         Wanted wanted) {
     Log::fastAppend("Clips to disable: %@", description(clips));
     for (const XMLNode& clip : clips) {
         if (run.cancelled()) return PassRun::stopped();
-        for (const XMLNode& node : QVXMLParser::affectedNodesForClip(clip))
+        const std::vector<XMLNode> group = QVXMLParser::affectedNodesForClip(clip);
+        const bool goesWhole =
+            !run.isCareful() || std::all_of(group.begin(), group.end(), [&](XMLNode node) {
+                return !isClip(node) || wanted(node);
+            });
+        if (run.keepsAny(group)) continue;
+        for (const XMLNode& node : goesWhole ? group : itselfAndItsOwnTransitions(clip))
             run.edit.detach(
                 node, node == clip ? reason : "joined to " + displayName(clip) + ", " + reason);
+        if (!goesWhole) noteThoseThatStay(run, clip, group, reason);
     }
     return Done{};
 }
@@ -52,7 +90,7 @@ Outcome removeWithGroups(PassRun& run, const std::vector<XMLNode>& clips,
 Outcome removeDisabledClips(PassRun& run, MediaType type) {
     run.showProgress("Removing disabled " + std::string(description(type)) + " clips...");
     const auto clips = clipsInMainTracks(run.sequence(), type, isDisabled);
-    return removeWithGroups(run, clips, "disabled");
+    return removeWithGroups(run, clips, "disabled", isDisabled);
 }
 
 }  // namespace
@@ -65,14 +103,14 @@ Outcome removeDisabledAudioClips(PassRun& run) {
     return removeDisabledClips(run, MediaType::audio);
 }
 
-Outcome removeSilentAudioClips(PassRun& run) {
+Outcome removeSilentAudio(PassRun& run) {
     run.showProgress("Removing silent audio clips...");
     // Logs the words of the disabled-clip pass on purpose: people who read logs search for them.
     const auto clips = clipsInMainTracks(run.sequence(), MediaType::audio, isSilent);
-    return removeWithGroups(run, clips, "level 0");
+    return removeWithGroups(run, clips, "level 0", isSilent);
 }
 
-Outcome collapseMulticlips(PassRun& run) {
+Outcome collapseMultiClips(PassRun& run) {
     run.showProgress("Collapsing multiclips...");
     std::vector<XMLNode> flags;
     for (const XMLNode& collapsed : run.edit.elementsNamed("collapsed")) {

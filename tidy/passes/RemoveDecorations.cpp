@@ -3,6 +3,7 @@
 #include "timeline/Vocabulary.h"
 
 #include <algorithm>
+#include <array>
 
 namespace reelsweep::passes {
 
@@ -46,6 +47,38 @@ void closeOver(PassRun& run, XMLNode transition) {
     }
 }
 
+// The same for a careful run: every clip keeps its source in sync. A fade leaves its clip whole.
+// Of an odd length the incoming clip takes the frame more.
+//   [aaaa(xx)      ->   [aaaaaa]
+void closeInSync(PassRun& run, XMLNode transition) {
+    const ItemTimes times = ItemTimes::of(transition);
+    const Frames start = times.start.value_or(noTime);
+    const Frames end = std::max(times.end.value_or(noTime), start);
+    const XMLNode outgoing = transition.previousSibling();
+    const XMLNode incoming = transition.nextSibling();
+    const ItemTimes outgoingTimes = ItemTimes::of(outgoing);
+    const ItemTimes incomingTimes = ItemTimes::of(incoming);
+    const bool outgoingRunsIn = outgoingTimes.end == edgeInTransition;
+    const bool incomingRunsIn = incomingTimes.start == edgeInTransition;
+    const Frames middle = start + (end - start).half();
+    const Frames cut = outgoingRunsIn && incomingRunsIn ? middle : outgoingRunsIn ? end : start;
+    if (outgoingRunsIn) {
+        ItemTimes closed{.start = {}, .end = cut, .in = {}, .out = {}};
+        if (outgoingTimes.out) closed.out = *outgoingTimes.out - (end - cut);
+        run.edit.trim(outgoing, closed);
+    }
+    if (incomingRunsIn) {
+        ItemTimes closed{.start = cut, .end = {}, .in = {}, .out = {}};
+        if (incomingTimes.in) closed.in = *incomingTimes.in + (cut - start);
+        run.edit.trim(incoming, closed);
+    }
+}
+
+bool isToStay(const PassRun& run, XMLNode transition) {
+    return run.keepsAny(
+        std::array{transition.previousSibling(), transition, transition.nextSibling()});
+}
+
 Outcome removeTransitions(PassRun& run, MediaType type) {
     // One label for both types: it has never named the type.
     run.showProgress("Removing audio transitions...");
@@ -53,9 +86,10 @@ Outcome removeTransitions(PassRun& run, MediaType type) {
     for (const XMLNode track : mainTracks(run.sequence(), type))
         for (const XMLNode transition : childrenNamed(track, "transitionitem"))
             transitions.push_back(transition);
+    std::erase_if(transitions, [&](XMLNode transition) { return isToStay(run, transition); });
     for (const XMLNode& transition : transitions) {
         if (run.cancelled()) return PassRun::stopped();
-        closeOver(run, transition);
+        run.isCareful() ? closeInSync(run, transition) : closeOver(run, transition);
     }
     for (const XMLNode& transition : transitions) {
         if (run.cancelled()) return PassRun::stopped();

@@ -1,4 +1,6 @@
 #include "base/Log.h"
+
+#include <utility>
 #include "tidy/passes/ObscuredClips.h"
 
 namespace reelsweep::passes {
@@ -9,7 +11,21 @@ std::string hiddenReason(const PassRun& run, const OpaqueClip& clip, FrameRange 
            " from " + range.start.text() + " to " + range.end.text();
 }
 
+void noteNotHidden(PassRun& run, const OpaqueClip& clip, std::span<const XMLNode> nodes) {
+    for (const XMLNode& node : nodes)
+        if (isClip(node))
+            run.edit.noteKept(node, displayName(clip.node()) + " on " +
+                                        description(run.edit.label(clip.node())) +
+                                        " may let it show through");
+}
+
 namespace {
+
+std::vector<XMLNode> nodesOf(const TrackIndex& track, std::span<const TrackIndex::Id> ids) {
+    std::vector<XMLNode> nodes;
+    for (const TrackIndex::Id id : ids) nodes.push_back(track.entry(id).node);
+    return nodes;
+}
 
 // Everything on the lower track whose whole group lies inside the range.
 std::vector<TrackIndex::Id> hiddenBelow(const PassRun& run, const TrackIndex& lower,
@@ -28,6 +44,18 @@ std::vector<TrackIndex::Id> hiddenBelow(const PassRun& run, const TrackIndex& lo
     return all;
 }
 
+// What goes in a careful run: whole groups, none of them to be left alone.
+std::vector<XMLNode> carefullyHidden(PassRun& run, const TrackIndex& lower, FrameRange range) {
+    std::vector<XMLNode> hidden;
+    if (range.start == range.end) return hidden;
+    for (const TrackIndex::Id id : hiddenBelow(run, lower, range)) {
+        const TrackIndex::Group group = lower.group(id);
+        if (!run.keepsAny(nodesOf(lower, lower.entries(group.first, group.last))))
+            hidden.push_back(lower.entry(id).node);
+    }
+    return hidden;
+}
+
 }  // namespace
 
 Outcome removeObscuredClips(PassRun& run) {
@@ -35,14 +63,23 @@ Outcome removeObscuredClips(PassRun& run) {
     run.showProgress("Collapsing tracks...");
     Log::append("Removing obscured clips...");
     return visitOpaqueClips(run, [&](const OpaqueClip& clip) -> Outcome {
-        const FrameRange range = clip.group.range;
-        const std::vector<TrackIndex::Id> hidden = hiddenBelow(run, clip.lower, range);
+        FrameRange range = clip.group.range;
+        std::vector<XMLNode> hidden = nodesOf(clip.lower, hiddenBelow(run, clip.lower, range));
+        if (run.isCareful() && !hidden.empty()) {
+            range = clip.certainPart(*run.guard, range);
+            std::vector<XMLNode> literal =
+                std::exchange(hidden, carefullyHidden(run, clip.lower, range));
+            std::erase_if(literal, [&](XMLNode node) {
+                return std::find(hidden.begin(), hidden.end(), node) != hidden.end();
+            });
+            noteNotHidden(run, clip, literal);
+        }
         if (run.cancelled()) return PassRun::stopped();
         if (hidden.empty()) return Done{};
         Log::fastAppend("Lower track %i has fully obscured clip(s) %@-%@", clip.lowerNumber,
                         range.start, range.end);
         const std::string reason = hiddenReason(run, clip, range);
-        for (const TrackIndex::Id id : hidden) run.edit.detach(clip.lower.entry(id).node, reason);
+        for (const XMLNode& node : hidden) run.edit.detach(node, reason);
         return Done{};
     });
 }

@@ -1,8 +1,11 @@
 #include "base/Log.h"
+#include "base/UUID.h"
 #include "tidy/passes/Passes.h"
 #include "timeline/Vocabulary.h"
 #include "xml/XMLDocument.h"
 
+#include <algorithm>
+#include <array>
 #include <stdexcept>
 #include <unordered_map>
 
@@ -24,7 +27,10 @@ std::string slugNumber(Frames frames) {
 // Slug3 and so on and refer to that file. There is no clip "Slug1": the id belongs to the file.
 class SlugMaker {
 public:
-    explicit SlugMaker(TimelineEdit& edit) {
+    /// A careful one gives the slugs a file of their own, and defines it whatever slugs there are.
+    /// Another sequence's "Slug1" may have another rate, or be defined elsewhere or not at all.
+    SlugMaker(TimelineEdit& edit, bool careful) {
+        if (careful) fileId_ = "Slug-" + newUUID();
         const XMLNode rate = edit.sequence().child("rate");
         rateXML_ =
             rate ? serialise(rate) : "<rate><ntsc>false</ntsc><timebase>24</timebase></rate>";
@@ -40,17 +46,22 @@ public:
                           slugNumber(length + handle + handle) + "</duration><in>30</in><out>" +
                           slugNumber(length + handle) + "</out><start>" + slugNumber(gap.start) +
                           "</start><end>" + slugNumber(gap.end) + "</end><enabled>TRUE</enabled>" +
-                          rateXML_ + "<file id=\"Slug1\"";
-        if (slugCount_ == 0)
+                          rateXML_ + "<file id=\"" + fileId_ + "\"";
+        if (slugCount_ == 0 || (fileId_ != sharedFileId && made_ == 0))
             xml += "><name>Slug</name><mediaSource>Slug</mediaSource>" + rateXML_ + "</file>";
         else
             xml += "/>";
         xml += "<sourcetrack><mediatype>video</mediatype></sourcetrack></clipitem>";
         ++slugCount_;
+        ++made_;
         return xml;
     }
 
 private:
+    static constexpr const char* sharedFileId = "Slug1";
+
+    std::string fileId_ = sharedFileId;
+    std::size_t made_ = 0;
     std::string rateXML_;
     std::size_t slugCount_ = 0;
 };
@@ -99,9 +110,37 @@ private:
     std::unordered_map<XMLNode, Siblings> siblings_;
 };
 
+void insertSlug(PassRun& run, const TrackIndex& index, std::size_t place, const std::string& xml) {
+    const Result<XMLNode> slug = index.track().parseDetached(xml);
+    if (!slug) throw std::logic_error("slug: " + slug.failure().description());
+    run.edit.insertItem(index, *slug, place);
+    Log::fastAppend("slug: %@", xml);
+}
+
+// A careful run fills what is empty and nothing else: each slug stands before the whole group after
+// the hole, and over no item.
+//   --x[aa]---[bb]--   ->   [s]x[aa][s][bb]--
+Outcome fillHoles(PassRun& run, XMLNode track, SlugMaker& slugs) {
+    const TrackIndex& index = run.edit.index(track);
+    Frames filledUpTo;
+    for (const TrackIndex::Id id : index.items()) {
+        if (run.cancelled()) return PassRun::stopped();
+        const TrackIndex::Group group = index.group(id);
+        if (group.range.start == edgeInTransition || group.range.end == edgeInTransition) continue;
+        const FrameRange hole{filledUpTo, group.range.start};
+        const XMLNode first = index.entry(group.first).node;
+        const bool isHole = hole.start < hole.end &&
+                            index.firstInTheWay(hole) == TrackIndex::none &&
+                            !run.keepsAny(std::array{first});
+        if (isHole) insertSlug(run, index, index.position(group.first), slugs.makeXML(hole));
+        filledUpTo = std::max(filledUpTo, group.range.end);
+    }
+    return Done{};
+}
+
 }  // namespace
 
-Outcome replaceGapsWithSlugs(PassRun& run) {
+Outcome replaceGaps(PassRun& run) {
     run.showProgress("Replacing gaps with slugs...");
     const XMLNode track = firstVideoTrack(run.sequence());
     if (!track) {
@@ -109,7 +148,8 @@ Outcome replaceGapsWithSlugs(PassRun& run) {
         return Done{};
     }
     if (run.cancelled()) return PassRun::stopped();
-    SlugMaker slugs(run.edit);
+    SlugMaker slugs(run.edit, run.isCareful());
+    if (run.isCareful()) return fillHoles(run, track, slugs);
     const std::vector<XMLNode> clips = clipsBelow(track);
     const TrackIndex& index = run.edit.index(track);
     ClipRanges ranges(run.edit);
@@ -123,16 +163,13 @@ Outcome replaceGapsWithSlugs(PassRun& run) {
         if (range.start > previousEnd) {
             Log::fastAppend("Gap from %i to %i", previousEnd.count, range.start.count);
             const std::string xml = slugs.makeXML({previousEnd, range.start});
-            const Result<XMLNode> slug = track.parseDetached(xml);
-            if (!slug) throw std::logic_error("slug: " + slug.failure().description());
-            // A clip inside another item has an index among its own siblings: that is where the
-            // slug goes, into the track all the same. And the slug stands before the clip itself,
-            // so between it and the transition that fades it in.
-            run.edit.insertItem(index, *slug, place);
-            Log::fastAppend("slug: %@", xml);
+            // The slug goes into the track at the clip's index among its own siblings, even for a
+            // clip inside another item. It stands right before the clip, and so behind the
+            // transition that fades the clip in.
+            insertSlug(run, index, place, xml);
         }
-        // Also when it lies inside the clip before it and ends earlier: a slug may then stand over
-        // the rest of that clip, as it always could.
+        // This holds for a clip that lies inside the one before it and ends earlier, too. A slug
+        // may then stand over the rest of that earlier clip, as it always could.
         previousEnd = range.end;
     }
     return Done{};

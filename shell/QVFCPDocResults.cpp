@@ -1,0 +1,77 @@
+// What runs made, until somebody has it in a file.
+#include "documents/OutputBin.h"
+#include "shell/QVFCPDoc.h"
+
+#include <set>
+#include <tuple>
+
+namespace reelsweep {
+
+Outcome QVFCPDoc::exportResults(const std::string& path, Overwrite overwrite) const {
+    const auto& source = projectController_->xmlDoc();
+    if (!source || tidied_.empty())
+        return Failure{FailureCode::outputFailed, "there is no result to save", path};
+    const Result<XMLDocument> document =
+        standaloneDocument(*source, tidied_, installedXMEMLVersion(), {});
+    if (!document) return document.failure();
+    const auto saved =
+        saveDocument(*document, path, {.overwrite = overwrite, .codes = finalCutProXMLCodes});
+    return saved ? Outcome(Done{}) : Outcome(saved.failure());
+}
+
+void QVFCPDoc::setResultsAside() {
+    aside_ = {runResult_, std::move(ledger_), std::move(tidied_), {}};
+    ledger_ = ChangeLedger();
+    tidied_.clear();
+    for (const auto& record : *sequenceArray())
+        aside_.records.emplace_back(record->processedXMLRepresentation, record->newUUID);
+}
+
+void QVFCPDoc::restoreResults() {
+    runResult_ = std::move(aside_.run);
+    ledger_ = std::move(aside_.ledger);
+    tidied_ = std::move(aside_.tidied);
+    const auto records = sequenceArray();
+    // A list that was built anew meanwhile has other records.
+    if (records->size() == aside_.records.size())
+        for (std::size_t row = 0; row < records->size(); ++row)
+            std::tie((*records)[row]->processedXMLRepresentation, (*records)[row]->newUUID) =
+                aside_.records[row];
+    aside_ = {};
+}
+
+void QVFCPDoc::replaceResults() {
+    std::set<const void*> bins;
+    for (const XMLNode& sequence : aside_.tidied) {
+        XMLNode bin = sequence.parent().parent();
+        if (bin.isElement("bin") && bins.insert(bin.identity()).second) bin.detach();
+    }
+    aside_ = {};
+}
+
+void QVFCPDoc::joinResults() {
+    std::set<std::string> ids;
+    for (const XMLNode& sequence : aside_.tidied)
+        ids.insert(std::string(sequence.attribute("id").value_or("")));
+    for (XMLNode& sequence : tidied_) {
+        const std::string id(sequence.attribute("id").value_or(""));
+        std::string free = id;
+        std::string suffix;
+        for (int number = 2; ids.contains(free); ++number) {
+            suffix = ' ' + std::to_string(number);
+            free = id + suffix;
+        }
+        ids.insert(free);
+        if (suffix.empty()) continue;
+        sequence.setAttribute("id", free);
+        if (XMLNode name = sequence.child("name")) name.setText(name.stringValue() + suffix);
+    }
+    aside_.tidied.insert(aside_.tidied.end(), tidied_.begin(), tidied_.end());
+    tidied_ = std::move(aside_.tidied);
+    for (SequenceLedger& sequence : ledger_.sequences)
+        aside_.ledger.sequences.push_back(std::move(sequence));
+    ledger_ = std::move(aside_.ledger);
+    aside_ = {};
+}
+
+}  // namespace reelsweep

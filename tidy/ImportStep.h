@@ -1,0 +1,78 @@
+// makeImportSafe: the step after the passes that makes a tidied copy one that other applications
+// import: links and ids that resolve, files defined once, edges that have a place.
+//
+// It works on copies only and leaves alone what was wrong in the source already, but for links, ids
+// and ticks, which it always mends. Every edit goes through the copy's TimelineEdit and stands in
+// its ledger under importSafeOption.
+//
+// The order of a delivery:
+//   1. All passes on all copies, each with its own TimelineEdit, which is kept.
+//   2. One ImportDelivery; makeImportSafe for each copy, in the order in which the copies stand in
+//      what is delivered. Ids and definitions hold for all of it, so a copy must be as the passes
+//      left it when its turn comes, and is not edited afterwards.
+//   3. TimelineEdit::finish() of each copy, then the delivery.
+#pragma once
+
+#include "base/Failure.h"
+#include "timeline/TimelineEdit.h"
+#include "xml/XMLNode.h"
+
+#include <memory>
+#include <stop_token>
+#include <string_view>
+
+namespace reelsweep {
+
+/// What the ledger calls the step.
+inline constexpr std::string_view importSafeOption = "importSafe";
+
+/// What one delivery has defined and which ids it uses, copy after copy.
+///
+/// Owner: the run that delivers. Thread rule: the thread that owns the copies' trees; the documents
+/// must outlive it.
+class ImportDelivery {
+public:
+    /// The copies are added to a document, after all that it holds: its definitions and ids count.
+    static ImportDelivery afterSource(XMLNode document);
+    /// The copies stand alone, in a document of their own or in a host's project: what they refer
+    /// to is defined in them.
+    static ImportDelivery alone();
+    ImportDelivery(ImportDelivery&&) noexcept;
+    ImportDelivery& operator=(ImportDelivery&&) noexcept;
+    ~ImportDelivery();
+
+    struct State;
+    State& state() const { return *state_; }
+
+private:
+    explicit ImportDelivery(std::unique_ptr<State> state);
+    std::unique_ptr<State> state_;
+};
+
+/// What the step needs to know of one copy.
+struct ImportContext {
+    XMLNode source;    ///< the sequence that it is a copy of; null when that is not known
+    XMLNode document;  ///< the document of the source, for what the copy refers to
+    ImportDelivery& delivery;
+    std::stop_token stop = {};
+};
+
+/// Mends the sequence of `edit`:
+///  - a transition without the clip that it needs is removed;
+///  - an edge of -1 without its transition gets the place that it had in the source, or the cut,
+///    when the clip on the other side of the cut is there:
+///      A[0,-1) x[90,110) B[-1,200)   ->   B[90,200) when x and A are gone,
+///                                         A[0,100) B[100,200) when only x is
+///  - a clip that was cut gets an `out` that fits its place;
+///  - an item that ends before it starts is removed; of two that lie over one another the earlier
+///    one ends where the later one starts, and an item out of order goes to its place;
+///  - ticks follow `in` and `out`;
+///  - files and sequences are defined once in the delivery, at their first use;
+///  - ids are unique in the delivery; the first piece of a split clip keeps the id and the links;
+///  - links name the place where their item stands, and those to what is gone are removed.
+/// Once for each copy and delivery; with a new delivery a second time changes nothing. Fails with
+/// cancelled only; the copy is then in a state between, and of no use.
+/// O(n log n) for the n nodes of copy, source and, once for each delivery, document.
+Outcome makeImportSafe(TimelineEdit& edit, const ImportContext& context);
+
+}  // namespace reelsweep

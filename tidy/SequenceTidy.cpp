@@ -1,0 +1,114 @@
+#include "tidy/SequenceTidy.h"
+
+#include "tidy/PassRun.h"
+#include "timeline/PictureDifference.h"
+
+#include <set>
+#include <unordered_set>
+#include <utility>
+
+namespace reelsweep {
+
+namespace {
+
+bool isOn(const PassStep& step, const OptionList& passes) {
+    return hasOption(passes, step.option) &&
+           (step.onlyWith.empty() || hasOption(passes, step.onlyWith));
+}
+
+Asked askedOf(const OptionList& passes) {
+    return {.filters = hasOption(passes, "removeFilters"),
+            .videoTransitions = hasOption(passes, "removeVideoTransitions"),
+            .audioTransitions = hasOption(passes, "removeAudioTransitions")};
+}
+
+// A clip that one step left alone and a later one did change, or took out, was not kept.
+void dropOutdated(SequenceLedger& ledger) {
+    std::set<std::pair<std::string_view, const void*>> changed;
+    std::unordered_set<XMLNode> removed;
+    for (const Change& change : ledger.changes) {
+        changed.emplace(change.pass, change.node.identity());
+        if (change.kind == ChangeKind::removed) removed.insert(change.node);
+    }
+    std::erase_if(ledger.kept, [&](const KeptItem& item) {
+        return removed.contains(item.node) ||
+               !changed.emplace(item.pass, item.node.identity()).second;
+    });
+}
+
+}  // namespace
+
+SequenceTidy::SequenceTidy(XMLNode copy, XMLNode source, TidyRequest request)
+    : source_(source), request_(std::move(request)), edit_(copy, ledger_) {
+    ledger_.timecode = SequenceTimecode::of(copy);
+    for (const PassRow& row : passTable())
+        if (!row.element.empty() && hasOption(request_.passes, row.option))
+            edit_.expectElements({&row.element, 1});
+}
+
+XMLNode SequenceTidy::document() const {
+    XMLNode top = source_ ? source_ : edit_.sequence();
+    while (const XMLNode parent = top.parent()) top = parent;
+    return top;
+}
+
+Timeline SequenceTidy::read() const {
+    return Timeline::of(edit_.sequence(), media_, TimelineDetail::picture);
+}
+
+Outcome SequenceTidy::runSteps(const TidyControls& controls, PictureGuard* guard) {
+    PassRun run{edit_, request_.ignoredEffects, controls.stop, controls.progress, guard};
+    for (const PassStep& step : passSteps()) {
+        if (!isOn(step, request_.passes)) continue;
+        if (run.cancelled()) return PassRun::stopped();
+        if (controls.observer) controls.observer->before(step, edit_);
+        edit_.beginStep(step.option);
+        if (Outcome done = step.run(run); !done) return done;
+        if (controls.observer) controls.observer->after(step, edit_);
+    }
+    return Done{};
+}
+
+Outcome SequenceTidy::applyPasses(const TidyControls& controls) {
+    if (looksAtPicture()) {
+        media_ = MediaCatalogue::of(document());
+        before_ = read();
+    }
+    return request_.keepPicture ? applyCarefully(controls) : runSteps(controls, nullptr);
+}
+
+void SequenceTidy::compare() {
+    ledger_.picture =
+        std::make_shared<PictureDifference>(*before_, read(), askedOf(request_.passes));
+    comparedChanges_ = ledger_.changes.size();
+}
+
+// A careful run begins again from the start, with the edits kept back that changed the picture,
+// until nothing has changed unasked.
+Outcome SequenceTidy::applyCarefully(const TidyControls& controls) {
+    PictureGuard guard(*before_);
+    const TimelineEdit::Checkpoint start = edit_.checkpoint();
+    for (;;) {
+        if (Outcome done = runSteps(controls, &guard); !done) return done;
+        compare();
+        if (ledger_.picture->isAsAsked() || !guard.learnFrom(*ledger_.picture, ledger_)) break;
+        edit_.rollback(start);
+    }
+    for (KeptItem& item : guard.kept()) ledger_.kept.push_back(std::move(item));
+    dropOutdated(ledger_);
+    return Done{};
+}
+
+Outcome SequenceTidy::makeImportSafe(ImportDelivery& delivery, std::stop_token stop) {
+    edit_.beginStep(importSafeOption);
+    return reelsweep::makeImportSafe(edit_, {source_, document(), delivery, std::move(stop)});
+}
+
+SequenceLedger SequenceTidy::finish() {
+    edit_.finish(source_);
+    const bool isCompared = ledger_.picture && comparedChanges_ == ledger_.changes.size();
+    if (looksAtPicture() && !isCompared) compare();
+    return std::move(ledger_);
+}
+
+}  // namespace reelsweep

@@ -1,0 +1,51 @@
+// SequenceTidy: one sequence on its way through a tidy, step by step.
+//
+//   passes  ->  make it import, once the passes of all copies are done  ->  proof
+//
+// tidySequence (TidySequence.h) is all of it for a sequence that is delivered alone.
+// Owner: the run. Thread rule: the thread that owns the tree.
+#pragma once
+
+#include "tidy/ImportStep.h"
+#include "tidy/PictureGuard.h"
+#include "tidy/TidySequence.h"
+#include "timeline/MediaCatalogue.h"
+#include "timeline/Timeline.h"
+
+#include <memory>
+#include <optional>
+
+namespace reelsweep {
+
+class SequenceTidy {
+public:
+    /// Over a sequence that is edited in place; `source` as in tidySequence.
+    SequenceTidy(XMLNode copy, XMLNode source, TidyRequest request);
+    SequenceTidy(const SequenceTidy&) = delete;
+    SequenceTidy& operator=(const SequenceTidy&) = delete;
+
+    /// Applies the passes. Fails as tidySequence does.
+    Outcome applyPasses(const TidyControls& controls);
+    /// Mends what an importer would stumble over. Fails with cancelled.
+    Outcome makeImportSafe(ImportDelivery& delivery, std::stop_token stop);
+    /// Compares the result with what it was, where that was asked for, and gives the ledger away.
+    SequenceLedger finish();
+
+private:
+    Outcome applyCarefully(const TidyControls& controls);
+    Outcome runSteps(const TidyControls& controls, PictureGuard* guard);
+    bool looksAtPicture() const { return request_.keepPicture || request_.provesPicture; }
+    Timeline read() const;
+    void compare();
+    XMLNode document() const;
+
+    XMLNode source_;
+    TidyRequest request_;
+    SequenceLedger ledger_;
+    TimelineEdit edit_;
+    std::shared_ptr<MediaCatalogue> media_;
+    std::optional<Timeline> before_;
+    std::size_t comparedChanges_ = 0;  ///< of the ledger, when the picture was compared last
+};
+
+}  // namespace reelsweep
