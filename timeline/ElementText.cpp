@@ -19,14 +19,24 @@ bool equalInAnyCase(std::string_view a, std::string_view b) {
                       [](char x, char y) { return lower(x) == lower(y); });
 }
 
-std::optional<Frames> framesIn(std::string_view text) {
-    std::string_view rest = text;
-    while (!rest.empty() && (rest.front() == ' ' || (rest.front() >= '\t' && rest.front() <= '\r')))
-        rest.remove_prefix(1);
-    if (!rest.empty() && (rest.front() == '-' || rest.front() == '+')) rest.remove_prefix(1);
-    if (rest.empty() || !isDigit(rest.front())) return {};
+std::optional<Frames> framesIn(XMLNode element) {
+    const char* const text = element.rawText();
+    // Nearly all numbers are short and stand alone.
+    const bool negative = *text == '-';
+    const char* const first = text + (negative ? 1 : 0);
+    const char* at = first;
+    std::int64_t count = 0;
+    for (; isDigit(*at) && at - first < 18; ++at) count = count * 10 + (*at - '0');
+    if (*at == '\0' && at != first) return Frames{negative ? -count : count};
+
+    at = text;
+    while (*at == ' ' || (*at >= '\t' && *at <= '\r')) ++at;
+    if (*at == '-' || *at == '+') ++at;
+    if (!isDigit(*at)) return {};
     return leadingFrames(text);
 }
+
+Frames framesOrZero(XMLNode element) { return framesIn(element).value_or(Frames{}); }
 
 int smallNumber(std::string_view text) {
     const std::int64_t count = leadingFrames(text).count;

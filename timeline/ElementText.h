@@ -1,4 +1,4 @@
-// The texts of XMEML's leaf elements, read without copying.
+// The names and texts of XMEML's elements, read without copying.
 //
 // Thread rule: the thread that owns the tree.
 #pragma once
@@ -7,12 +7,30 @@
 #include "xml/XMLNode.h"
 
 #include <cstddef>
-#include <cstring>
 #include <optional>
 #include <string>
 #include <string_view>
 
 namespace reelsweep {
+
+/// An element's name, for comparing it with many words: most differ in their first letter, so its
+/// length is never asked for.
+class ElementName {
+public:
+    explicit ElementName(XMLNode node) : text_(node.rawName()) {}
+    char first() const { return *text_; }
+    std::string_view view() const { return text_; }
+
+    template <std::size_t size>
+    bool operator==(const char (&word)[size]) const {
+        for (std::size_t i = 0; i < size; ++i)
+            if (text_[i] != word[i]) return false;
+        return true;
+    }
+
+private:
+    const char* text_;
+};
 
 /// The element's first text; empty without one.
 inline std::string_view elementText(XMLNode element) { return element.text(); }
@@ -20,10 +38,9 @@ inline std::string_view childText(XMLNode parent, const char* name) {
     return elementText(parent.child(name));
 }
 
-/// Whether a text is this word. Faster than == where a text is compared with many words.
-template <std::size_t size>
-bool is(std::string_view text, const char (&word)[size]) {
-    return text.size() == size - 1 && std::memcmp(text.data(), word, size - 1) == 0;
+/// The element's id attribute; empty without one.
+inline std::string_view elementId(XMLNode element) {
+    return element.attribute("id").value_or(std::string_view());
 }
 
 /// Equal but for the case of ASCII letters.
@@ -32,8 +49,10 @@ bool equalInAnyCase(std::string_view a, std::string_view b);
 inline bool isFalse(std::string_view text) { return equalInAnyCase(text, "FALSE"); }
 inline bool isTrue(std::string_view text) { return equalInAnyCase(text, "TRUE"); }
 
-/// The leading integer of a text; nothing when it does not begin with one.
-std::optional<Frames> framesIn(std::string_view text);
+/// The leading integer of an element's text; nothing when it does not begin with one.
+std::optional<Frames> framesIn(XMLNode element);
+/// The same, and 0 when it does not.
+Frames framesOrZero(XMLNode element);
 
 /// The whole number at the front of a text, clamped to 32 bits; 0 without one.
 int smallNumber(std::string_view text);

@@ -10,53 +10,54 @@ namespace reelsweep {
 
 namespace {
 
-// No XML text holds these, so they part texts without doubt.
-constexpr char endOfText = '\x1F';
-constexpr char endOfElement = '\x1E';
-
-void appendText(std::string& content, std::string_view text) {
-    content.append(text);
-    content.push_back(endOfText);
-}
-
-// A value of one text, or of several elements, such as the colours of a colour.
-void appendValue(std::string& content, XMLNode value) {
+// A value of one text, or of several elements, such as the parts of a colour.
+void appendValue(ContentText& content, XMLNode value) {
     for (XMLNode part = value.firstChild(); part; part = part.nextSibling()) {
         if (part.isText()) {
-            content.append(part.value());
+            content.add(part.value());
         } else if (part.isElement()) {
-            content.append(part.name()).push_back(' ');
+            content.add(part.rawName());
+            content.add(' ');
             appendValue(content, part);
-            content.push_back(' ');
+            content.add(' ');
         }
     }
 }
 
-void appendParameter(std::string& content, XMLNode parameter) {
-    const auto [id, name, value, keyframe] =
-        parameter.firstChildren({"parameterid", "name", "value", "keyframe"});
-    appendText(content, elementText(id ? id : name));
+void appendKeyframe(ContentText& content, XMLNode keyframe) {
+    content.addText(keyframe.child("when").rawText());
+    appendValue(content, keyframe.child("value"));
+    content.add(ContentText::endOfText);
+}
+
+// Its identifier, or its name where it has none, its value and its keyframes.
+void appendParameter(ContentText& content, XMLNode parameter) {
+    XMLNode id, name, value, keyframe;
+    for (XMLNode child = parameter.firstChild(); child; child = child.nextSibling()) {
+        const ElementName what(child);
+        if (!id && what == "parameterid") id = child;
+        if (!name && what == "name") name = child;
+        if (!value && what == "value") value = child;
+        if (!keyframe && what == "keyframe") keyframe = child;
+    }
+    content.addText((id ? id : name).rawText());
     appendValue(content, value);
-    content.push_back(endOfText);
-    for (XMLNode key = keyframe; key; key = key.nextSibling("keyframe")) {
-        appendText(content, childText(key, "when"));
-        appendValue(content, key.child("value"));
-        content.push_back(endOfText);
-    }
-    content.push_back(endOfElement);
+    content.add(ContentText::endOfText);
+    for (; keyframe; keyframe = keyframe.nextSibling("keyframe")) appendKeyframe(content, keyframe);
+    content.add(ContentText::endOfElement);
 }
 
-void appendFilter(std::string& content, XMLNode filter) {
+void appendFilter(ContentText& content, XMLNode filter) {
     for (XMLNode child = filter.firstChild(); child; child = child.nextSibling()) {
-        const std::string_view name = child.name();
-        if (is(name, "effect")) {
+        const ElementName name(child);
+        if (name == "effect") {
             FilterPool::appendEffect(content, child);
-        } else if (is(name, "enabled") || is(name, "start") || is(name, "end")) {
-            appendText(content, name);
-            appendText(content, elementText(child));
+        } else if (name == "enabled" || name == "start" || name == "end") {
+            content.add(name.first());
+            content.addText(child.rawText());
         }
     }
-    content.push_back(endOfElement);
+    content.add(ContentText::endOfElement);
 }
 
 // The filters of one clip, taken apart. An effect is a filter of its own: a filter has one.
@@ -76,8 +77,8 @@ private:
     void addFilter(XMLNode node) {
         Filter filter;
         filter.enabled = !isFalse(childText(node, "enabled"));
-        filter.start = framesIn(childText(node, "start")).value_or(edgeInTransition);
-        filter.end = framesIn(childText(node, "end")).value_or(edgeInTransition);
+        filter.start = framesIn(node.child("start")).value_or(edgeInTransition);
+        filter.end = framesIn(node.child("end")).value_or(edgeInTransition);
         for (XMLNode effect = node.child("effect"); effect; effect = effect.nextSibling("effect"))
             addEffect(filter, effect);
     }
@@ -86,12 +87,12 @@ private:
         std::vector<Parameter> parameters;
         std::string_view type;
         for (XMLNode child = effect.firstChild(); child; child = child.nextSibling()) {
-            const std::string_view name = child.name();
-            if (is(name, "name")) filter.name = arena_.keep(elementText(child));
-            if (is(name, "effectid")) filter.effectId = arena_.keep(elementText(child));
-            if (is(name, "mediatype")) type = elementText(child);
-            if (is(name, "pproBypass") && isTrue(elementText(child))) filter.enabled = false;
-            if (is(name, "parameter")) parameters.push_back(parameterOf(child));
+            const ElementName name(child);
+            if (name == "name") filter.name = arena_.keep(elementText(child));
+            if (name == "effectid") filter.effectId = arena_.keep(elementText(child));
+            if (name == "mediatype") type = elementText(child);
+            if (name == "pproBypass" && isTrue(elementText(child))) filter.enabled = false;
+            if (name == "parameter") parameters.push_back(parameterOf(child));
         }
         filter.parameters = arena_.keep(parameters);
         filter.meaning = filterMeaning(filter.effectId.empty() ? filter.name : filter.effectId);
@@ -106,9 +107,9 @@ private:
     }
 
     std::string_view valueOf(XMLNode value) {
-        std::string text;
+        ContentText text;
         appendValue(text, value);
-        return arena_.keep(plainNumber(text));
+        return arena_.keep(plainNumber(text.view()));
     }
 
     Parameter parameterOf(XMLNode node) {
@@ -119,8 +120,7 @@ private:
         parameter.value = valueOf(node.child("value"));
         std::vector<Keyframe> keyframes;
         for (XMLNode key = node.child("keyframe"); key; key = key.nextSibling("keyframe"))
-            keyframes.push_back(
-                {leadingFrames(childText(key, "when")), valueOf(key.child("value"))});
+            keyframes.push_back({framesOrZero(key.child("when")), valueOf(key.child("value"))});
         parameter.keyframes = arena_.keep(keyframes);
         return parameter;
     }
@@ -131,7 +131,7 @@ private:
     }
 
     void summarise(FilterStack& stack) {
-        std::string picture, sound;
+        ContentText picture, sound;
         for (const Filter& filter : stack.filters) {
             if (filter.isNeutral) continue;
             if (filter.meaning == FilterMeaning::speed) {
@@ -149,24 +149,24 @@ private:
             stack.pictureMoves = stack.pictureMoves || (filter.concernsPicture && moves(filter));
         }
         stack.isSilent = stack.level.isConstant() && stack.level.value == "0";
-        stack.pictureKey = arena_.keep(picture);
-        stack.soundKey = arena_.keep(sound);
+        stack.pictureKey = arena_.keep(picture.view());
+        stack.soundKey = arena_.keep(sound.view());
     }
 
-    static void appendLook(std::string& look, const Filter& filter) {
-        appendText(look, filter.effectId.empty() ? filter.name : filter.effectId);
-        appendText(look, filter.start.text());
-        appendText(look, filter.end.text());
+    static void appendLook(ContentText& look, const Filter& filter) {
+        look.addText(filter.effectId.empty() ? filter.name : filter.effectId);
+        look.addText(filter.start.text());
+        look.addText(filter.end.text());
         for (const Parameter& parameter : filter.parameters) {
-            appendText(look, parameter.id);
-            appendText(look, parameter.value);
+            look.addText(parameter.id);
+            look.addText(parameter.value);
             for (const Keyframe& key : parameter.keyframes) {
-                appendText(look, key.when.text());
-                appendText(look, key.value);
+                look.addText(key.when.text());
+                look.addText(key.value);
             }
-            look.push_back(endOfElement);
+            look.add(ContentText::endOfElement);
         }
-        look.push_back(endOfElement);
+        look.add(ContentText::endOfElement);
     }
 
     TextArena& arena_;
@@ -175,27 +175,27 @@ private:
 
 }  // namespace
 
-void FilterPool::appendEffect(std::string& text, XMLNode effect) {
+void FilterPool::appendEffect(ContentText& text, XMLNode effect) {
     for (XMLNode child = effect.firstChild(); child; child = child.nextSibling()) {
-        const std::string_view name = child.name();
-        if (is(name, "parameter")) {
+        const ElementName name(child);
+        if (name == "parameter") {
             appendParameter(text, child);
-        } else if (!is(name, "effectcategory") && !is(name, "effecttype") && !name.empty()) {
-            appendText(text, name);
-            appendText(text, elementText(child));
+        } else if (name.first() != '\0' && !(name == "effectcategory") && !(name == "effecttype")) {
+            text.addText(child.rawName());
+            text.addText(child.rawText());
         }
     }
-    text.push_back(endOfElement);
+    text.add(ContentText::endOfElement);
 }
 
 const FilterStack* FilterPool::stackOf(std::span<const XMLNode> filters) {
     if (filters.empty()) return &none_;
     content_.clear();
     for (const XMLNode& filter : filters) appendFilter(content_, filter);
-    const auto found = stacks_.find(content_);
+    const auto found = stacks_.find(content_.view());
     if (found != stacks_.end()) return found->second;
     const FilterStack* const stack = StackMaker(arena_).make(filters);
-    stacks_.emplace(arena_.keep(content_), stack);
+    stacks_.emplace(arena_.keep(content_.view()), stack);
     return stack;
 }
 

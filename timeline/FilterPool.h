@@ -5,12 +5,12 @@
 // Owner: the MediaCatalogue. Thread rule: one thread at a time; what it answers is for any thread.
 #pragma once
 
+#include "timeline/ContentText.h"
 #include "timeline/FilterStack.h"
 #include "timeline/TextArena.h"
 #include "xml/XMLNode.h"
 
 #include <span>
-#include <string>
 #include <string_view>
 #include <unordered_map>
 
@@ -24,12 +24,12 @@ public:
     const FilterStack* noFilters() const { return &none_; }
 
     /// Appends an effect's name, id and parameters to a text: equal texts are equal effects.
-    static void appendEffect(std::string& text, XMLNode effect);
+    static void appendEffect(ContentText& text, XMLNode effect);
 
 private:
     TextArena arena_;
     FilterStack none_;
-    std::string content_;  // of the stack that is asked for; kept for its memory
+    ContentText content_;  // of the stack that is asked for; kept for its memory
     std::unordered_map<std::string_view, const FilterStack*> stacks_;
 };
 

@@ -22,7 +22,8 @@ EdgePlace placeOf(const std::optional<Frames>& written) {
 // How many of a clip's frames run in a frame of the sequence, as a fraction without common factor.
 SourceLine lineOf(FrameRate clip, FrameRate sequence) {
     SourceLine line;
-    if (!clip.known() || !sequence.known()) return line;
+    const bool isSame = clip.timebase == sequence.timebase && clip.ntsc == sequence.ntsc;
+    if (isSame || !clip.known() || !sequence.known()) return line;
     line.step = clip.timebase * (clip.ntsc ? 1000 : 1001);
     line.divisor = sequence.timebase * (sequence.ntsc ? 1000 : 1001);
     const std::int64_t common = std::gcd(line.step, line.divisor);
@@ -133,7 +134,7 @@ Alignment alignmentOf(std::string_view text) {
     return Alignment::unknown;
 }
 
-void setWrittenEdges(Item& item, std::string_view start, std::string_view end) {
+void setWrittenEdges(Item& item, XMLNode start, XMLNode end) {
     const std::optional<Frames> first = framesIn(start);
     const std::optional<Frames> last = framesIn(end);
     item.startPlace = placeOf(first);

@@ -13,9 +13,9 @@ namespace reelsweep {
 /// How a transition stands to its cut, from the text of its `alignment`.
 Alignment alignmentOf(std::string_view text);
 
-/// Sets an item's own edges from the texts of its `start` and `end`, and says which of them it
-/// leaves to a transition or does not have.
-void setWrittenEdges(Item& item, std::string_view start, std::string_view end);
+/// Sets an item's own edges from its `start` and `end`, and says which of them it leaves to a
+/// transition or does not have.
+void setWrittenEdges(Item& item, XMLNode start, XMLNode end);
 
 /// Finds the places of a track's items, whose written edges are set, in the order of the file: the
 /// edges inside transitions, the cuts, and where their sources stand.

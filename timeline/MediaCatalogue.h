@@ -1,4 +1,4 @@
-// MediaCatalogue: the media and filters of the sequences of one document.
+// MediaCatalogue: what the sequences of one document have in common: filters, and definitions.
 //
 // A `file` or nested sequence is defined in full once and referred to by id afterwards, also from
 // other sequences and from inside disabled clips. A sequence's own definitions come first; for
@@ -6,7 +6,9 @@
 // met. The sequence may stand apart from the document, as the copy that a run works on does.
 //
 // Owner: shared by the Timelines that were read with it. It never forgets, so what they point to
-// stays. Thread rule: reading with it is for one thread at a time; finished Timelines may be used
+// stays. It takes the definitions outside the sequence that is read to be as they were: after an
+// edit of those, make a new one.
+// Thread rule: reading with it is for one thread at a time; finished Timelines may be used
 // meanwhile.
 #pragma once
 

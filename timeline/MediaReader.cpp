@@ -39,7 +39,7 @@ int hexDigit(char c) {
 }
 
 // The path of a URL, so that "file://localhost/D%3a/x" and "file:///D:/x" are the same.
-void appendPath(std::string& text, std::string_view url) {
+void addPath(ContentText& text, std::string_view url) {
     const std::size_t scheme = url.find("://");
     if (scheme != std::string_view::npos)
         url.remove_prefix(std::min(url.find('/', scheme + 3), url.size()));
@@ -47,17 +47,12 @@ void appendPath(std::string& text, std::string_view url) {
         const int high = url[i] == '%' && i + 2 < url.size() ? hexDigit(url[i + 1]) : -1;
         const int low = high >= 0 ? hexDigit(url[i + 2]) : -1;
         if (low < 0) {
-            text.push_back(url[i]);
+            text.add(url[i]);
         } else {
-            text.push_back(static_cast<char>(high * 16 + low));
+            text.add(static_cast<char>(high * 16 + low));
             i += 2;
         }
     }
-}
-
-FrameRate readRate(XMLNode rate) {
-    const auto [timebase, ntsc] = rate.firstChildren({"timebase", "ntsc"});
-    return {leadingFrames(elementText(timebase)).count, isTrue(elementText(ntsc))};
 }
 
 // "01:00:00:00" as frames; some systems write no other form. A semicolon is drop-frame time code,
@@ -80,36 +75,37 @@ Frames framesOfTimecode(std::string_view text, FrameRate rate) {
 
 // The children of a `file` that say something about its media.
 struct FileParts {
-    std::string_view name, path, source, reel, timecode, timecodeFrame;
+    std::string_view name, path, source, reel, timecode;
+    XMLNode timecodeFrame;
     XMLNode video;
 };
 
 FileParts readParts(XMLNode file, Media& media) {
     FileParts parts;
     for (XMLNode child = file.firstChild(); child; child = child.nextSibling()) {
-        const std::string_view name = child.name();
-        if (is(name, "name")) {
+        const ElementName name(child);
+        if (name == "name") {
             parts.name = elementText(child);
-        } else if (is(name, "pathurl")) {
+        } else if (name == "pathurl") {
             parts.path = elementText(child);
-        } else if (is(name, "mediaSource")) {
+        } else if (name == "mediaSource") {
             parts.source = elementText(child);
-        } else if (is(name, "rate")) {
+        } else if (name == "rate") {
             media.rate = readRate(child);
-        } else if (is(name, "duration")) {
-            media.duration = leadingFrames(elementText(child));
-        } else if (is(name, "width")) {
+        } else if (name == "duration") {
+            media.duration = framesOrZero(child);
+        } else if (name == "width") {
             media.size.width = smallNumber(elementText(child));
-        } else if (is(name, "height")) {
+        } else if (name == "height") {
             media.size.height = smallNumber(elementText(child));
-        } else if (is(name, "timecode")) {
+        } else if (name == "timecode") {
             const auto [text, frame, reel, format] =
                 child.firstChildren({"string", "frame", "reel", "displayformat"});
             media.dropFrame = elementText(format) == "DF";
             parts.timecode = elementText(text);
-            parts.timecodeFrame = elementText(frame);
+            parts.timecodeFrame = frame;
             parts.reel = childText(reel, "name");
-        } else if (is(name, "media")) {
+        } else if (name == "media") {
             parts.video = child.child("video");
         }
     }
@@ -129,12 +125,39 @@ void judgeFormat(Media& media, const FileParts& parts) {
                     (media.name.empty() || media.name == "Slug" || media.name == "Black Video");
 }
 
+// What makes it the same media in another document.
+ContentText keyOf(const Media& media, const FileParts& parts) {
+    ContentText key;
+    if (!media.path.empty()) {
+        key.add("file ");
+        addPath(key, media.path);
+    } else if (media.isBlack) {
+        key.add("black");
+    } else {
+        for (const std::string_view part : {parts.source, media.name, media.reel})
+            key.addText(part);
+        key.addText(media.timecodeStart.text());
+        key.addText(media.duration.text());
+    }
+    return key;
+}
+
 }  // namespace
 
 bool isDefinition(XMLNode element) {
     for (XMLNode child = element.firstChild(); child; child = child.nextSibling())
         if (child.isElement()) return true;
     return false;
+}
+
+FrameRate readRate(XMLNode rate) {
+    FrameRate read;
+    for (XMLNode child = rate.firstChild(); child; child = child.nextSibling()) {
+        const ElementName name(child);
+        if (name == "timebase") read.timebase = framesOrZero(child).count;
+        if (name == "ntsc") read.ntsc = isTrue(elementText(child));
+    }
+    return read;
 }
 
 FrameSize readSize(XMLNode characteristics) {
@@ -146,7 +169,7 @@ const Media* readFile(XMLNode file, TextArena& arena) {
     Media media;
     media.kind = Media::Kind::file;
     const FileParts parts = readParts(file, media);
-    media.id = arena.keep(file.attribute("id").value_or(""));
+    media.id = arena.keep(elementId(file));
     media.name = arena.keep(parts.name);
     media.path = arena.keep(parts.path);
     media.reel = arena.keep(parts.reel);
@@ -156,19 +179,7 @@ const Media* readFile(XMLNode file, TextArena& arena) {
     media.timecodeStart =
         framesIn(parts.timecodeFrame).value_or(framesOfTimecode(parts.timecode, media.rate));
     judgeFormat(media, parts);
-    std::string key;
-    if (!media.path.empty()) {
-        key = "file ";
-        appendPath(key, media.path);
-    } else if (media.isBlack) {
-        key = "black";
-    } else {
-        for (const std::string_view part :
-             {std::string_view("media"), parts.source, media.name, media.reel})
-            key.append(part).push_back('\x1F');
-        key += media.timecodeStart.text() + " " + media.duration.text();
-    }
-    media.key = arena.keep(key);
+    media.key = arena.keep(keyOf(media, parts).view());
     return arena.make<Media>(media);
 }
 
@@ -197,9 +208,10 @@ const Media* readGenerator(XMLNode generatoritem, TextArena& arena) {
     media.name = arena.keep(elementText(name));
     media.id = arena.keep(idText);
     media.isBlack = equalInAnyCase(idText.empty() ? media.name : idText, "Slug");
-    std::string key = "generator ";
+    ContentText key;
+    key.add("generator ");
     FilterPool::appendEffect(key, effect);
-    media.key = media.isBlack ? std::string_view("black") : arena.keep(key);
+    media.key = media.isBlack ? std::string_view("black") : arena.keep(key.view());
     return arena.make<Media>(media);
 }
 

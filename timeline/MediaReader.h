@@ -26,6 +26,8 @@ const Media* readGenerator(XMLNode generatoritem, TextArena& arena);
 /// when it has none.
 XMLNode activeFile(XMLNode multiclip, MediaType type);
 
+/// A `rate` element's; unknown without one.
+FrameRate readRate(XMLNode rate);
 /// A `samplecharacteristics` element's width and height.
 FrameSize readSize(XMLNode characteristics);
 

@@ -72,8 +72,8 @@ void SequencePlaces::readTrack(XMLNode node, TrackLabel label) {
                     : child.isElement("generatoritem") ? ItemKind::generator
                                                        : ItemKind::transition;
         const auto [start, end, in, out] = child.firstChildren({"start", "end", "in", "out"});
-        setWrittenEdges(item, elementText(start), elementText(end));
-        item.source = {leadingFrames(elementText(in)), leadingFrames(elementText(out))};
+        setWrittenEdges(item, start, end);
+        item.source = {framesOrZero(in), framesOrZero(out)};
         item.rate = rateOf(child);
         if (!item.rate.known()) item.rate = rate();
         if (item.kind == ItemKind::transition) {
@@ -84,8 +84,8 @@ void SequencePlaces::readTrack(XMLNode node, TrackLabel label) {
         PlacedItem placed{ItemTimes::of(child), nullptr, static_cast<int>(items.size()),
                           item.kind != ItemKind::transition && hasTimeRemap(child)};
         // The leading integer of a text that has none is no time.
-        if (!framesIn(elementText(in))) placed.times.in.reset();
-        if (!framesIn(elementText(out))) placed.times.out.reset();
+        if (!framesIn(in)) placed.times.in.reset();
+        if (!framesIn(out)) placed.times.out.reset();
         track.items.push_back(placed);
     }
     placeItems(items, rate());

@@ -3,9 +3,9 @@
 // What the XML says in a roundabout way is said plainly here: every item has a place, edges inside
 // transitions included, and knows its media, wherever in the document that is defined.
 //
-// Owner: a Timeline owns its texts and items and shares its media and filters with the catalogue
-// that it keeps alive. Copies are cheap and share everything. It outlives edits and the document;
-// only the `node` handles do not: they are for telling which element an item came from.
+// Owner: a Timeline owns its texts, items and media, and shares its filters with the catalogue that
+// it keeps alive. Copies are cheap and share everything. It outlives edits and the document; only
+// the `node` handles do not: they are for telling which element an item came from.
 // Thread rule: any thread, once it is made. Timeline::of() reads the tree and writes to the
 // catalogue: call it on the thread that owns both.
 #pragma once
@@ -156,7 +156,7 @@ std::string description(const Track& track);
 /// How much is read.
 enum class TimelineDetail {
     everything,
-    picture,  ///< what reaches picture and sound: no links, labels, markers
+    picture,  ///< what reaches picture and sound: no links, labels, markers, master clips
 };
 
 class Timeline {

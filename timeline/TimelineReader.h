@@ -44,9 +44,8 @@ private:
         std::string_view id;
         std::string_view syncOffset;  // of the angle, when it is one of a multiclip
     };
-    struct ItemTexts {
-        std::string_view start, end, in, out, enabled, alignment;
-        XMLNode effect;
+    struct ItemParts {
+        XMLNode start, end, in, out, enabled, alignment, effect;
     };
 
     void readSequence(Draft& draft);
@@ -54,10 +53,10 @@ private:
     void readTracks(XMLNode parent, MediaType type);
     void readTrack(XMLNode node, Track& track);
     void readItem(XMLNode node, Item& item);
-    void readItemChild(XMLNode child, Item& item, ItemTexts& texts);
-    void readTransition(Item& item, const ItemTexts& texts);
+    void readItemChild(XMLNode child, Item& item, ItemParts& parts);
+    void readTransition(Item& item, const ItemParts& parts);
     const FilterStack* readFilters(XMLNode parent);
-    FrameRate readRate(XMLNode rate) const;
+    FrameRate rateOf(XMLNode rate) const;
 
     void keep(std::string_view& text, XMLNode element);
 
@@ -94,7 +93,7 @@ private:
     ItemNotes notes_;
     std::vector<Link> links_;
     std::vector<Marker> markers_;
-    std::string text_;
+    ContentText text_;
 };
 
 }  // namespace reelsweep

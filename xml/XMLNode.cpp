@@ -79,11 +79,7 @@ bool XMLNode::isElement(std::string_view wanted) const {
 
 bool XMLNode::isText() const { return !attribute_ && isTextType(XMLAccess::pugi(*this).type()); }
 
-std::string_view XMLNode::name() const {
-    if (attribute_) return pugi::xml_attribute(attribute_).name();
-    const char* const own = XMLAccess::pugi(*this).name();
-    return *own == XMLAccess::contentMark ? std::string_view() : own;
-}
+std::string_view XMLNode::name() const { return rawName(); }
 
 std::string_view XMLNode::value() const {
     if (attribute_) return pugi::xml_attribute(attribute_).value();
@@ -188,8 +184,14 @@ XMLNode XMLNode::firstText() const {
     return {};
 }
 
-std::string_view XMLNode::text() const {
-    return attribute_ ? std::string_view() : XMLAccess::pugi(*this).child_value();
+const char* XMLNode::rawName() const {
+    if (attribute_) return pugi::xml_attribute(attribute_).name();
+    const char* const own = XMLAccess::pugi(*this).name();
+    return *own == XMLAccess::contentMark ? "" : own;
+}
+
+const char* XMLNode::rawText() const {
+    return attribute_ ? "" : XMLAccess::pugi(*this).child_value();
 }
 
 XMLNode XMLNode::nextElement(const XMLNode& topNode, std::string_view name) const {
