@@ -84,8 +84,8 @@ TEST_F(SoftwareUpdate, RunsAnInstalledUpdaterInPlaceAndItsOwnFromACopyThatIsNobo
         fs::last_write_time(folder, fs::file_time_type::clock::now() - std::chrono::hours(1));
     };
     LaunchRequest user;
-    user.path = "/bin/sh";
-    user.arguments = {"-c", "sleep 3600", program};
+    user.path = "/usr/bin/tail";
+    user.arguments = {"-f", program};
     const auto running = PosixProcessLauncher().launch(user).child;
     ASSERT_TRUE(running);
     age();
