@@ -3,6 +3,7 @@
 // Owner: the work. Thread rule: main thread.
 #pragma once
 
+#include <QCursor>
 #include <QGuiApplication>
 
 namespace reelsweep {

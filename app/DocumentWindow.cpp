@@ -14,13 +14,18 @@
 #include <QTabWidget>
 #include <QVBoxLayout>
 
+#include <algorithm>
 #include <utility>
 
 namespace reelsweep {
 
 namespace {
 
-enum Page { sequencesPage, changesPage };
+bool changesPicture(const ChangeLedger& ledger) {
+    return std::any_of(
+        ledger.sequences.begin(), ledger.sequences.end(),
+        [](const SequenceLedger& sequence) { return !unaskedDifferences(sequence).empty(); });
+}
 
 }  // namespace
 
@@ -128,7 +133,7 @@ void DocumentWindow::run(Earlier earlier) {
     setResultsAside();
     running_ = true;
     cancelled_ = false;
-    copyWhenEnded_ = false;
+    copyWhenEnded_ = runAgainWhenEnded_ = false;
     options_ = boxes_->checkedOptions();
     // A run makes a new ledger; nobody may look at the old one meanwhile.
     report_->showLedger(nullptr, {});
@@ -220,6 +225,8 @@ void DocumentWindow::prepareAlert(AlertRequest& request) {
                                   "file of their own.")
                                    .arg(outcome());
     request.informativeText += "\n\n" + toText(note);
+    if (!boxes_->keepsPicture() && changesPicture(ledger()))
+        request.otherButtonTitle = toText(tr("Run Again Keeping the Picture"));
     if (!hasCopies) return;
     request.defaultButtonTitle = toText(tr("Save Tidied Copy…"));
     request.alternateButtonTitle = toText(tr("Not Now"));
@@ -227,6 +234,7 @@ void DocumentWindow::prepareAlert(AlertRequest& request) {
 
 void DocumentWindow::alertAnswered(long code) {
     copyWhenEnded_ = hasResult() && code == alertDefaultReturn;
+    runAgainWhenEnded_ = code == alertOtherReturn;
 }
 
 WindowRef DocumentWindow::window() { return windowRef(this); }
@@ -255,8 +263,16 @@ void DocumentWindow::runEnded() {
     emit stateChanged();
     if (closeWhenEnded_)
         close();
+    else if (std::exchange(runAgainWhenEnded_, false))
+        runKeepingPicture();
     else if (std::exchange(copyWhenEnded_, false))
         exportTidied();
+}
+
+// In place of the result that has changed the picture.
+void DocumentWindow::runKeepingPicture() {
+    boxes_->keepPicture();
+    run(Earlier::replace);
 }
 
 // A run that made nothing leaves what was there before it.

@@ -8,7 +8,7 @@
 #include "cli/TidyPlan.h"
 #include "documents/SequenceDocument.h"
 #include "platform/Platform.h"
-#include "report/DryRun.h"
+#include "shell/DryRun.h"
 #include "report/PictureSvg.h"
 
 #include <fmt/format.h>

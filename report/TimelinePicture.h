@@ -50,7 +50,7 @@ inline constexpr Frames farthestFrame{1'000'000'000'000'000};
 struct DrawnClip {
     FrameRange range;   ///< where an editor sees it; a transition's whole length
     FrameRange source;  ///< `in` and `out`
-    Frames clearFrom;    ///< where the transition at its start ends
+    Frames clearFrom;   ///< where the transition at its start ends
     std::string_view name;
     std::string_view media;
     ItemKind kind = ItemKind::clip;

@@ -1,7 +1,9 @@
 // reelsweep-gap: how long a window keeps the user waiting during a run, at most.
 //
 // Processes a sequence of 50,000 items with all options in a real window, and prints the largest
-// time between two handled events, and when it was.
+// time between two handled events, and when it was. Then it zooms and pans the drawn timeline, and
+// prints how long the slowest frames took.
+#include "app/TimelineView.h"
 #include "platform/posix/CommandLinePlatform.h"
 #include "platform/qt/QtAlertPresenter.h"
 #include "platform/qt/QtMainThread.h"
@@ -10,9 +12,11 @@
 #include "xml/TreeMemory.h"
 
 #include <QElapsedTimer>
+#include <QScrollBar>
 
 #include <algorithm>
 #include <cstdio>
+#include <vector>
 
 namespace reelsweep::test {
 namespace {
@@ -33,6 +37,38 @@ std::string film() {
         }
     }
     return projectXML({sequenceXML(timeline)});
+}
+
+// Paints the timeline at every zoom, at places all along it.
+void timeFrames(DocumentWindow* window) {
+    auto* const view = child<TimelineView>(window, "timelineView");
+    if (!view || !view->picture()) return;
+    constexpr double step = 1.25;
+    constexpr int places = 12;
+    std::vector<double> frames;
+    double slowestScale = 0;
+    double slowest = 0;
+    view->fit();
+    for (double scale = 0; scale != view->view().pixelsPerFrame; view->zoom(step)) {
+        scale = view->view().pixelsPerFrame;
+        for (int place = 0; place <= places; ++place) {
+            QScrollBar& bar = *view->horizontalScrollBar();
+            QElapsedTimer clock;
+            clock.start();
+            bar.setValue(bar.maximum() / places * place);
+            view->viewport()->repaint();
+            frames.push_back(static_cast<double>(clock.nsecsElapsed()) / 1e6);
+            if (frames.back() <= slowest) continue;
+            slowest = frames.back();
+            slowestScale = scale;
+        }
+    }
+    std::sort(frames.begin(), frames.end());
+    std::printf(
+        "timeline of %d by %d pixels: %zu frames, median %.1f ms, 99 of 100 below %.1f ms, "
+        "slowest %.1f ms at %.4f pixels a frame\n",
+        view->viewport()->width(), view->viewport()->height(), frames.size(),
+        frames[frames.size() / 2], frames[frames.size() * 99 / 100], slowest, slowestScale);
 }
 
 int run() {
@@ -77,6 +113,7 @@ int run() {
                 changes, static_cast<long long>(total), events);
     std::printf("largest gap between two events: %.1f ms, %.0f ms after the start\n",
                 static_cast<double>(largest) / 1e6, static_cast<double>(when) / 1e6);
+    timeFrames(window);
     window->setWindowModified(false);
     window->close();
     return ended ? 0 : 1;

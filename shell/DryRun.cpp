@@ -1,6 +1,7 @@
-#include "report/DryRun.h"
+#include "shell/DryRun.h"
 
 #include "base/Log.h"
+#include "documents/TidiedCopy.h"
 #include "tidy/SequenceTidy.h"
 #include "timeline/MediaCatalogue.h"
 #include "xml/XMLDocument.h"
@@ -33,7 +34,6 @@ public:
         SequenceLedger ledger = tidy_.finish();
         const Timeline after = Timeline::of(copy_, catalogue_, TimelineDetail::picture);
         auto picture = std::make_shared<const TimelinePicture>(before_, after, ledger);
-        ledger.title = before_.name();
         ledger.document = std::move(document_);
         return {std::move(ledger), std::move(picture)};
     }
@@ -42,6 +42,8 @@ private:
     XMLNode copyOf(XMLNode source) const {
         XMLNode copy = document_->node().appendCopy(source);
         copy.detach();
+        // Under the name that a run would give it.
+        renameCopy(copy);
         return copy;
     }
 
