@@ -4,6 +4,7 @@
 #include "report/PictureProof.h"
 
 #include <algorithm>
+#include <numeric>
 #include <unordered_map>
 
 namespace reelsweep {
@@ -94,18 +95,29 @@ void ChangeReportModel::addSequence(std::uint32_t sequence) {
     order_ == Order::byClip ? addClips(node, sequence) : addPasses(node, sequence);
 }
 
-void ChangeReportModel::addClips(std::uint32_t parent, std::uint32_t sequence) {
-    const SequenceLedger& ledger = listing_.sequence(sequence);
+// What the filter lets through, in the order in which it was made.
+std::vector<std::uint32_t> ChangeReportModel::shownChanges(std::uint32_t sequence) const {
     std::vector<std::uint32_t> changes;
+    if (!filtered_) {
+        changes.resize(listing_.sequence(sequence).changes.size());
+        std::iota(changes.begin(), changes.end(), 0U);
+        return changes;
+    }
     const auto [first, last] = listing_.groupsOfSequence(sequence);
     for (std::size_t group = first; group < last; ++group)
         changes.insert(changes.end(), listing_.groups()[group].changes.begin(),
                        listing_.groups()[group].changes.end());
-    // Groups are by pass; a clip's changes follow each other as they were made.
+    // Groups are by pass.
     std::sort(changes.begin(), changes.end());
+    return changes;
+}
+
+void ChangeReportModel::addClips(std::uint32_t parent, std::uint32_t sequence) {
+    const SequenceLedger& ledger = listing_.sequence(sequence);
     std::unordered_map<const void*, std::uint32_t> rows;
-    for (const std::uint32_t change : changes) {
-        const auto [row, isNew] = rows.emplace(itemOf(ledger.changes[change]).identity(), 0);
+    rows.reserve(std::min(ledger.itemsBefore + ledger.itemsAfter, ledger.changes.size()));
+    for (const std::uint32_t change : shownChanges(sequence)) {
+        const auto [row, isNew] = rows.try_emplace(itemOf(ledger.changes[change]).identity(), 0);
         if (isNew) row->second = add({Kind::change, parent, 0, sequence, 0, {}, {}});
         nodes_[row->second].changes.push_back(change);
     }

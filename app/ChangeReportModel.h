@@ -94,6 +94,7 @@ private:
     void build();
     void addAttention();
     void addSequence(std::uint32_t sequence);
+    std::vector<std::uint32_t> shownChanges(std::uint32_t sequence) const;
     void addClips(std::uint32_t parent, std::uint32_t sequence);
     void addPasses(std::uint32_t parent, std::uint32_t sequence);
     void addUnchanged();

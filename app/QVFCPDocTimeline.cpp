@@ -11,6 +11,7 @@
 #include <QTableView>
 #include <QVBoxLayout>
 
+#include <algorithm>
 #include <utility>
 
 namespace reelsweep {
@@ -82,27 +83,34 @@ void QVFCPDocWindow::schedulePreview() {
     previewDelay_.start();
 }
 
+QVFCPDocWindow::Asked QVFCPDocWindow::whatToPreview() const {
+    Asked asked{boxes().checkedOptions(), boxes().keepsPicture(), boxes().importsSafely(), {}, {}};
+    const SequenceArray& records = *model_->records();
+    for (std::size_t row = 0; row < records.size(); ++row)
+        if (records[row]->selected) asked.rows.push_back(row);
+    const int current = table_->currentIndex().row();
+    if (current >= 0 && !records[static_cast<std::size_t>(current)]->selected)
+        asked.aside = static_cast<std::size_t>(current);
+    return asked;
+}
+
 void QVFCPDocWindow::askPreview() {
-    if (isRunning() || !populated_) return;
+    if (isRunning() || !populated_ || !document_->tree()) return;
+    Asked asked = whatToPreview();
+    if (asked == asked_ && (previewed_ || preview_.isBusy())) {
+        showTimeline();
+        return;
+    }
+    asked_ = std::move(asked);
+    previewed_.reset();
     TidyPreview::Question question;
     question.document = document_->tree();
-    if (!question.document) return;
     const SequenceArray& records = *model_->records();
-    previewRows_.clear();
-    previewAside_.reset();
-    for (std::size_t row = 0; row < records.size(); ++row)
-        if (records[row]->selected) {
-            previewRows_.push_back(row);
-            question.sources.push_back(records[row]->xmlRepresentation);
-        }
-    const int current = table_->currentIndex().row();
-    if (current >= 0 && !records[static_cast<std::size_t>(current)]->selected) {
-        previewAside_ = static_cast<std::size_t>(current);
-        question.aside = records[*previewAside_]->xmlRepresentation;
-    }
-    question.request.tidy =
-        document_->tidyRequest(boxes().checkedOptions(), boxes().keepsPicture());
-    question.request.importSafe = boxes().importsSafely();
+    for (const std::size_t row : asked_.rows)
+        question.sources.push_back(records[row]->xmlRepresentation);
+    if (asked_.aside) question.aside = records[*asked_.aside]->xmlRepresentation;
+    question.request.tidy = document_->tidyRequest(asked_.options, asked_.keepsPicture);
+    question.request.importSafe = asked_.importsSafely;
     if (document_->hasProjectNode()) question.request.document = question.document->node();
     preview_.ask(std::move(question));
     if (!showsRun()) timeline_->setNote(tr("Working out what changes…"));
@@ -118,9 +126,8 @@ void QVFCPDocWindow::previewAnswered(const TidyPreview::Answer& answer) {
 void QVFCPDocWindow::forgetPreview() {
     previewDelay_.stop();
     preview_.cancel();
-    previewed_ = {};
-    previewRows_.clear();
-    previewAside_.reset();
+    previewed_.reset();
+    asked_ = {};
     boxes().showCounts(nullptr);
     timeline_->showSequence({}, nullptr, {}, false);
 }
@@ -137,20 +144,21 @@ void QVFCPDocWindow::showTimeline() {
 
 void QVFCPDocWindow::showPreview() {
     const int current = table_->currentIndex().row();
-    if (current < 0) return;
+    // While the next answer is on its way, the last one stays.
+    if (current < 0 || !previewed_) return;
     const auto row = static_cast<std::size_t>(current);
     const QString title = toQString((*model_->records())[row]->title);
-    for (std::size_t i = 0; i < std::min(previewRows_.size(), previewed_.pictures.size()); ++i)
-        if (previewRows_[i] == row) {
-            const TidyPreview::Picture& picture = previewed_.pictures[i];
-            timeline_->showSequence(title, picture,
-                                    tr("Preview: %1").arg(toQString(fateSummary(*picture))), true);
-            return;
-        }
-    if (previewAside_ == row && previewed_.aside)
-        timeline_->showSequence(title, previewed_.aside, tr("Not ticked: stays as it is"), false);
-    else
+    const auto found = std::find(asked_.rows.begin(), asked_.rows.end(), row);
+    const auto position = static_cast<std::size_t>(found - asked_.rows.begin());
+    if (position < previewed_->pictures.size()) {
+        const TidyPreview::Picture& picture = previewed_->pictures[position];
+        timeline_->showSequence(title, picture,
+                                tr("Preview: %1").arg(toQString(fateSummary(*picture))), true);
+    } else if (asked_.aside == row && previewed_->aside) {
+        timeline_->showSequence(title, previewed_->aside, tr("Not ticked: stays as it is"), false);
+    } else {
         timeline_->showSequence(title, nullptr, {}, false);
+    }
 }
 
 void QVFCPDocWindow::showRunTimeline(std::size_t sequence) {

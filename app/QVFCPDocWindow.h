@@ -58,11 +58,23 @@ protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
+    /// What a preview depends on.
+    struct Asked {
+        OptionList options;
+        bool keepsPicture = false;
+        bool importsSafely = false;
+        std::vector<std::size_t> rows;     ///< of the list, one for each picture
+        std::optional<std::size_t> aside;  ///< the row that is shown as it is
+
+        bool operator==(const Asked&) const = default;
+    };
+
     void buildTable();
     void buildTimeline();
     void moveTimeline();
     /// Whether the timeline shows what a run did, not what the next one would do.
     bool showsRun() const;
+    Asked whatToPreview() const;
     void schedulePreview();
     void askPreview();
     void previewAnswered(const TidyPreview::Answer& answer);
@@ -82,11 +94,10 @@ private:
     TimelinePanel* timeline_ = nullptr;
     std::array<QSplitter*, 2> splitters_{};  ///< of the pages
     QTimer previewDelay_;
-    TidyPreview::Answer previewed_;
-    std::vector<std::size_t> previewRows_;     ///< of the list, one for each picture
-    std::optional<std::size_t> previewAside_;  ///< the row that is shown as it is
-    TidyPreview::Picture shownRun_;            ///< of the report
-    bool populated_ = false;                   ///< the list is there
+    Asked asked_;
+    std::optional<TidyPreview::Answer> previewed_;  ///< the answer to it
+    TidyPreview::Picture shownRun_;                 ///< of the report
+    bool populated_ = false;                        ///< the list is there
     bool cancelsRun_ = false;  ///< a run that waits for the preview is not wanted any more
     /// The records of the last run: sequences that were fetched live with them, and the report
     /// speaks of those, also when the list was built anew.

@@ -5,10 +5,11 @@
 
 #include <QCoreApplication>
 #include <QFontMetrics>
+#include <QImage>
 #include <QPainter>
-#include <QPainterPath>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 
 namespace reelsweep {
@@ -161,13 +162,23 @@ void TimelinePainter::paintRow(QPainter& painter, const QRect& lane, PictureSide
 
 // Many narrow clips: what stays is low, what changes reaches to the top.
 void TimelinePainter::paintCrowds(QPainter& painter, const QRect& lane) const {
+    if (layout_.crowds.empty()) return;
+    // Two lines of pixels, drawn out to the height of the track: far cheaper than a thousand
+    // rectangles.
+    QImage pixels(lane.width(), 2, QImage::Format_ARGB32_Premultiplied);
+    pixels.fill(Qt::transparent);
+    auto* const upper = reinterpret_cast<QRgb*>(pixels.scanLine(0));
+    auto* const lower = reinterpret_cast<QRgb*>(pixels.scanLine(1));
     for (const ClipCrowd& crowd : layout_.crowds) {
         const ClipFate fate = weightiest(crowd.fates);
-        const int height = fate == ClipFate::same ? lane.height() / 2 : lane.height() - 1;
-        const QColor colour = toQColor(colours_.of(fate).outline);
-        painter.fillRect(QRect(lane.left() + crowd.x, lane.bottom() - height, crowd.width, height),
-                         colour);
+        const QRgb colour = toQColor(colours_.of(fate).outline).rgb();
+        const int end = std::min(crowd.x + crowd.width, lane.width());
+        for (int x = crowd.x; x < end; ++x) {
+            lower[x] = colour;
+            if (fate != ClipFate::same) upper[x] = colour;
+        }
     }
+    painter.drawImage(lane.adjusted(0, 1, 0, -1), pixels);
 }
 
 // Boxes of one colour are painted together.
@@ -335,6 +346,24 @@ void TimelinePainter::paintSelection(QPainter& painter, const QRect& area) const
     }
 }
 
+// Each fate has a line of its own, so that none hides another.
+void TimelinePainter::paintFates(QPainter& painter, const QRect& lane,
+                                 const std::vector<std::uint8_t>& fates) const {
+    constexpr auto lines = std::to_array({ClipFate::removed, ClipFate::moved, ClipFate::trimmed,
+                                          ClipFate::added, ClipFate::changed});
+    if (fates.empty()) return;
+    QImage pixels(static_cast<int>(fates.size()), static_cast<int>(lines.size()),
+                  QImage::Format_ARGB32_Premultiplied);
+    pixels.fill(Qt::transparent);
+    for (std::size_t line = 0; line < lines.size(); ++line) {
+        const QRgb colour = toQColor(colours_.of(lines[line]).outline).rgb();
+        auto* const row = reinterpret_cast<QRgb*>(pixels.scanLine(static_cast<int>(line)));
+        for (std::size_t x = 0; x < fates.size(); ++x)
+            if ((fates[x] >> static_cast<unsigned>(lines[line])) & 1U) row[x] = colour;
+    }
+    painter.drawImage(lane, pixels);
+}
+
 // The whole length: where something changes, and what of it is in view.
 void TimelinePainter::paintOverview(QPainter& painter, const QRect& area,
                                     const std::vector<std::uint8_t>& overview) const {
@@ -345,12 +374,7 @@ void TimelinePainter::paintOverview(QPainter& painter, const QRect& area,
                      toQColor(colours_.background));
     const QRect lane = strip.adjusted(0, 3, 0, -3);
     painter.fillRect(lane, toQColor(colours_.lane));
-    for (std::size_t x = 0; x < overview.size(); ++x) {
-        if (overview[x] == 0) continue;
-        const Colour colour = colours_.of(weightiest(overview[x])).outline;
-        painter.fillRect(lane.left() + static_cast<int>(x), lane.top(), 1, lane.height(),
-                         toQColor(colour));
-    }
+    paintFates(painter, lane, overview);
     const PictureView whole = PictureView::fitting(picture_.range(), strip.width());
     const FrameRange seen = state_.view.range();
     const int from = static_cast<int>(std::clamp(whole.x(seen.start), 0.0, whole.width));

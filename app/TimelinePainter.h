@@ -95,6 +95,8 @@ private:
     void paintBadge(QPainter& painter, const QRect& box) const;
     void paintArrow(QPainter& painter, const QRect& area, ClipPlace place) const;
     void paintSelection(QPainter& painter, const QRect& area) const;
+    void paintFates(QPainter& painter, const QRect& lane,
+                    const std::vector<std::uint8_t>& fates) const;
     void paintOverview(QPainter& painter, const QRect& area,
                        const std::vector<std::uint8_t>& overview) const;
     QRect boxOf(const ClipBox& box, const QRect& lane) const;

@@ -29,7 +29,6 @@ TimelinePanel::TimelinePanel(QWidget* parent)
         label->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
     auto* const top = new QHBoxLayout;
     top->addWidget(title_, 1);
-    top->addWidget(note_, 2);
     QPushButton* const previous =
         addButton("previousChangeBtn", tr("Prev&ious"), tr("The change before this one"));
     QPushButton* const next = addButton("nextChangeBtn", tr("&Next"), tr("The next change"));
@@ -41,6 +40,7 @@ TimelinePanel::TimelinePanel(QWidget* parent)
     auto* const layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->addLayout(top);
+    layout->addWidget(note_);
     layout->addWidget(view_, 1);
     layout->addWidget(selection_);
     setFocusProxy(view_);
@@ -51,7 +51,7 @@ TimelinePanel::TimelinePanel(QWidget* parent)
     connect(out, &QPushButton::clicked, view_, [this] { view_->zoom(1 / step); });
     connect(in, &QPushButton::clicked, view_, [this] { view_->zoom(step); });
     connect(all, &QPushButton::clicked, view_, &TimelineView::fit);
-    connect(view_, &TimelineView::clipSelected, this, &TimelinePanel::showSelection);
+    connect(view_, &TimelineView::selectionChanged, this, &TimelinePanel::showSelection);
 }
 
 QPushButton* TimelinePanel::addButton(const char* name, const QString& text, const QString& tip) {
@@ -72,12 +72,15 @@ void TimelinePanel::showSequence(const QString& title,
     shown_ = title;
     title_->setText(title);
     title_->setToolTip(title);
-    note_->setText(note);
+    setNote(note);
     view_->setPicture(picture, isSameSequence, showsAfter);
     showSelection();
 }
 
-void TimelinePanel::setNote(const QString& note) { note_->setText(note); }
+void TimelinePanel::setNote(const QString& note) {
+    note_->setText(note);
+    note_->setToolTip(note);
+}
 
 void TimelinePanel::showSelection() {
     const ClipPlace place = view_->selected();

@@ -179,6 +179,7 @@ void TimelineView::select(ClipPlace place) {
         QAccessible::updateAccessibility(&changed);
     }
     viewport()->update();
+    emit selectionChanged();
 }
 
 void TimelineView::choose(ClipPlace place) {

@@ -41,11 +41,15 @@ public:
     void fit();
 
     const PictureView& view() const { return state_.view; }
+    /// The frame at a distance from the left edge of the viewport.
+    Frames frameAt(int x) const { return state_.view.frameAt(x - geometry_.gutter()); }
     /// The clip at a point of the viewport.
     ClipPlace clipAt(QPoint point) const;
     QRect rectangleOf(ClipPlace place) const;
 
 signals:
+    /// Another clip is selected, whoever did that.
+    void selectionChanged();
     /// Somebody selected another clip here.
     void clipSelected();
     /// The part in view has changed.

@@ -52,7 +52,7 @@ TEST_F(AppTest, ShowsWhatARunWillDoBeforeItIsStarted) {
     EXPECT_EQ(option(window, "collapseTracks")->text(), "Collapse tracks (1)");
     disabled->click();
     EXPECT_EQ(disabled->text(), "Remove disabled video clips");
-    ASSERT_TRUE(waitForNote(window, "Preview: nothing changes")) << note(window);
+    ASSERT_TRUE(waitForNote(window, "Preview: 1 moved")) << note(window);
     EXPECT_EQ(shownAlert(), nullptr);
     EXPECT_FALSE(window->isWindowModified());
 
@@ -141,9 +141,9 @@ TEST_F(AppTest, LooksAroundInTheTimelineByKeysAndWheel) {
         {Qt::Key_Right, {}, "S2 before"},
         {Qt::Key_Down, {}, "Scene before"},
         {Qt::Key_Down, {}, "D before"},
-        {Qt::Key_Right, {}, "x before"},
+        {Qt::Key_Right, {}, "Transition before"},
         {Qt::Key_Up, {}, "Scene before"},
-        {Qt::Key_Right, Qt::ControlModifier, "S1 before"},
+        {Qt::Key_Right, Qt::ControlModifier, "S2 before"},
         {Qt::Key_Left, Qt::ControlModifier, "Scene before"},
     };
     for (const Step& step : steps) {
@@ -154,10 +154,7 @@ TEST_F(AppTest, LooksAroundInTheTimelineByKeysAndWheel) {
 
     const double whole = view->view().pixelsPerFrame;
     const QPointF point(400, 40);
-    const auto frameThere = [&] {
-        return view->view().frameAt(point.x() - view->rectangleOf({PictureSide::before, 0}).left() +
-                                    view->view().x(view->picture()->before().clips[0].range.start));
-    };
+    const auto frameThere = [&] { return view->frameAt(static_cast<int>(point.x())); };
     const Frames before = frameThere();
     QWheelEvent wheel(point, view->viewport()->mapToGlobal(point), {}, {0, 480}, Qt::NoButton,
                       Qt::ControlModifier, Qt::NoScrollPhase, false);
