@@ -196,6 +196,8 @@ Outcome TidyFile::checkStrictly() const {
 
 void TidyFile::noteWhatNeedsAttention() {
     Terminal& terminal = application_.terminal();
+    for (const std::string& note : (*work_->tidied)->notes())
+        terminal.note(singleLine(reported_.input + ": " + note));
     for (const SequenceLedger& sequence : (*work_->tidied)->ledger().sequences) {
         if (std::string changed = pictureChangeText(sequence); !changed.empty()) {
             if (!plan_.keepPicture) changed += "; --keep-picture keeps them";

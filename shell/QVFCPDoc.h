@@ -223,6 +223,7 @@ private:
     std::optional<Failure> listFailure_;
     mutable std::mutex stopMutex_;
     std::stop_source stop_;
+    std::stop_source listStop_;  ///< requested when the document goes
     std::vector<std::string> extraIgnoredEffects_;
     bool keepsPicture_ = false;
     bool provesPicture_ = false;
