@@ -153,8 +153,8 @@ ExitCode TidyFile::conclude() {
     const Result<Tidied>& tidied = *work_->tidied;
     const bool wasStopped = !tidied && tidied.failure().code == FailureCode::cancelled;
     if (wasStopped || (!saved_ && saved_.failure().code == FailureCode::cancelled)) {
-        // What standard output has taken is out of our hands.
-        const bool mayHaveWritten = planned_.output == standardStreamPath;
+        // What standard output or the host has taken is out of our hands.
+        const bool mayHaveWritten = planned_.output == standardStreamPath || planned_.native;
         return application_.fail(
             {FailureCode::cancelled,
              mayHaveWritten ? "interrupted" : "interrupted; nothing was written", reported_.input});

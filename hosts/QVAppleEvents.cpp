@@ -393,9 +393,4 @@ void QVAppleEvents::closeProject(const std::string& projectPath, bool saveChange
     });
 }
 
-Data QVAppleEvents::formatData(Data data) {
-    if (data.ends_with('\0')) data.pop_back();
-    return data;
-}
-
 }  // namespace reelsweep
