@@ -59,6 +59,9 @@ struct DocumentRequest {
     bool provesPicture = true;
     /// The copies are made ones that other applications import: see tidy/ImportStep.h.
     bool importSafe = true;
+    /// Clips that no pass may touch, nor what transitions join to them: ids, or patterns for names
+    /// with `*`, `?` and `[...]`, in any letter case. XMEML only.
+    std::vector<std::string> keep = {};
 };
 
 /// What of it concerns each sequence.

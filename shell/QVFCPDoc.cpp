@@ -266,7 +266,7 @@ bool QVFCPDoc::processSequence(SequenceDocument& document, std::size_t row, QVSe
     record.fetchedDocument = source->owner;
     record.isPlaceholder = source->isShortForm;
     auto copy = CopyInWork::begin(
-        *source, {options, ignoredEffects(), keepsPicture_, provesPicture_}, controls);
+        *source, {options, ignoredEffects(), keepsPicture_, provesPicture_, keptClips_}, controls);
     record.processedXMLRepresentation = copy ? (*copy)->sequence() : XMLNode();
     if (copy) {
         record.newUUID = QVXMLParser::uuidForNode((*copy)->sequence());
