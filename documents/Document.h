@@ -59,6 +59,9 @@ struct DocumentRequest {
     bool provesPicture = true;
     /// The copies are made ones that other applications import: see tidy/ImportStep.h.
     bool importSafe = true;
+    /// Clips that no pass may touch, nor what transitions join to them: ids, or patterns for names
+    /// with `*`, `?` and `[...]`, in any letter case. XMEML only.
+    std::vector<std::string> keep = {};
 };
 
 /// What of it concerns each sequence.
@@ -80,6 +83,8 @@ public:
     const std::optional<HFSCodes>& fileCodes() const { return fileCodes_; }
     /// Sequences that could not be had, and so stayed as they were; the others are tidied.
     const std::vector<Failure>& failures() const { return failures_; }
+    /// What a person should hear of a tidy that went well, such as what of the file was left alone.
+    const std::vector<std::string>& notes() const { return notes_; }
 
     /// Writes the document to a file, pretty-printed, atomically. Fails with outputFailed; the file
     /// is then as it was.
@@ -94,6 +99,7 @@ private:
     std::shared_ptr<const XMLDocument> document_;
     std::optional<HFSCodes> fileCodes_;
     std::vector<Failure> failures_;
+    std::vector<std::string> notes_;
 };
 
 class Document {

@@ -32,6 +32,7 @@ Result<Tidied> SequenceDocument::tidy(const DocumentRequest& request,
     for (const std::size_t row : rows) {
         if (controls.stop.stop_requested()) return Failure{FailureCode::cancelled, "cancelled"};
         const Result<SourceSequence> source = wholeSequence(row, controls);
+        if (!source && source.failure().code == FailureCode::cancelled) return source.failure();
         if (!source) {
             // Its short form goes into the bin: there the editor sees which sequence is missing.
             tidied.failures_.push_back(source.failure());
@@ -62,7 +63,7 @@ Result<Tidied> SequenceDocument::tidy(const DocumentRequest& request,
     }
     auto delivered = deliver(results, settled, controls);
     if (!delivered) return delivered.failure();
-    if (settled.delivery != Delivery::none) showDelivered(uuids);
+    if (settled.delivery != Delivery::none) showDelivered(uuids, controls.stop);
     tidied.document_ = std::move(*delivered);
     tidied.fileCodes_ = finalCutProXMLCodes;
     return tidied;

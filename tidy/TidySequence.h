@@ -27,6 +27,8 @@ struct TidyRequest {
     bool keepPicture = false;
     /// The picture before and after is compared: the ledger's `picture`. Always with keepPicture.
     bool provesPicture = false;
+    /// Clips that no pass may touch: ids, or patterns for names as a ClipVeto takes them.
+    std::vector<std::string> keep = {};
 };
 
 /// Looks on while a sequence is tidied, and changes nothing. Proofs and traces are observers.
