@@ -145,7 +145,7 @@ void TidyFile::save() {
     if (plan_.force || planned_.inPlace) place.overwrite = Overwrite::always;
     if (planned_.inPlace) place.mustStillBe = result->loadedFile();
     place.codes = (*work_->tidied)->fileCodes();
-    saved_ = saveResult(place, [&](ByteSink& sink) { result->serialise(XMLFormat::pretty, sink); });
+    saved_ = saveResult(place, **work_->tidied);
     if (saved_) reported_.output = planned_.output;
 }
 

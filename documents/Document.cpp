@@ -33,10 +33,31 @@ Result<FileIdentity> saveDocument(const XMLDocument& document, const std::string
     return identity;
 }
 
+// A later run on the same document adds its own bin behind this one.
+std::optional<SplicedSave> Tidied::splice() const {
+    if (!addition_ || addition_.nextSibling()) return {};
+    const XMLOutline* const outline = document_->outline();
+    if (!outline || outline->projectChildren.empty()) return {};
+    return SplicedSave::ofFile(source_, *outline, outline->projectChildren.front());
+}
+
+void Tidied::write(AtomicFile& file, ByteSink& sink) const {
+    const std::optional<SplicedSave> spliced = splice();
+    if (!spliced) return write(sink);
+    spliced->writeHead(file);
+    spliced->writeChild(addition_, sink);
+    spliced->writeTail(file);
+}
+
+void Tidied::write(ByteSink& sink) const { document_->serialise(XMLFormat::pretty, sink); }
+
 Outcome Tidied::save(const std::string& path, Overwrite overwrite) const {
     if (!document_) return Failure{FailureCode::outputFailed, "there is no result to save", path};
-    const auto saved = saveDocument(*document_, path, {overwrite, {}, fileCodes_});
-    return saved ? Outcome(Done{}) : Outcome(saved.failure());
+    AtomicFile file(path, overwrite);
+    if (Outcome opened = file.open(); !opened) return opened;
+    write(file, file);
+    if (fileCodes_) writeHFSCodes(file.descriptor(), *fileCodes_);
+    return file.commit();
 }
 
 namespace {

@@ -20,6 +20,7 @@
 #include "documents/TidiedCopy.h"
 #include "tidy/TidySequence.h"
 #include "timeline/ChangeLedger.h"
+#include "xml/SplicedSave.h"
 #include "xml/XMLDocument.h"
 
 #include <cstddef>
@@ -81,14 +82,30 @@ public:
     /// Sequences that could not be had, and so stayed as they were; the others are tidied.
     const std::vector<Failure>& failures() const { return failures_; }
 
-    /// Writes the document to a file, pretty-printed, atomically. Fails with outputFailed; the file
-    /// is then as it was.
+    /// Writes the document to a file, atomically. Where the new bin is all that was added to the
+    /// file that was read, that file's bytes stay as they are around it:
+    ///
+    ///     input     [ head ............... ][ tail ]
+    ///     output    [ head ............... ][ bin ][ tail ]
+    ///
+    /// and the input must still be the file that was read when the output is put in place. Any
+    /// other document is pretty-printed. Fails with outputFailed; the file is then as it was.
     Outcome save(const std::string& path, Overwrite overwrite = Overwrite::always) const;
+    /// The same in parts, for a file that is open already, through a sink that leads to it. What
+    /// goes wrong, the file's commit() says.
+    void write(AtomicFile& file, ByteSink& sink) const;
+    /// Writes the document pretty-printed, for what is no file.
+    void write(ByteSink& sink) const;
 
 private:
     friend class SequenceDocument;
     friend class FCPXMLDocument;
 
+    std::optional<SplicedSave> splice() const;
+
+    /// What the document has beyond the file at `source_`; null when that is not a bin alone.
+    XMLNode addition_;
+    std::string source_;
     ChangeLedger ledger_;
     Delivery delivery_ = Delivery::none;
     std::shared_ptr<const XMLDocument> document_;

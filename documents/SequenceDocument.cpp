@@ -64,6 +64,10 @@ Result<Tidied> SequenceDocument::tidy(const DocumentRequest& request,
     if (!delivered) return delivered.failure();
     if (settled.delivery != Delivery::none) showDelivered(uuids);
     tidied.document_ = std::move(*delivered);
+    if (tidied.delivery_ == Delivery::project) {
+        tidied.addition_ = onlyAddition();
+        tidied.source_ = path_;
+    }
     tidied.fileCodes_ = finalCutProXMLCodes;
     return tidied;
 }

@@ -27,6 +27,8 @@ public:
     virtual Result<std::shared_ptr<const XMLDocument>> deliver(std::span<const XMLNode> sequences,
                                                                const DocumentRequest& request,
                                                                const TidyControls& controls) = 0;
+    /// The bin, when it is all that deliver() and its callers have added to the file.
+    virtual XMLNode onlyAddition() const { return {}; }
     /// Shows copies that were delivered, by their uuids, where there is somebody to show them.
     virtual void showDelivered(std::span<const std::string>) {}
 
@@ -51,9 +53,11 @@ public:
     Result<std::shared_ptr<const XMLDocument>> deliver(std::span<const XMLNode> sequences,
                                                        const DocumentRequest& request,
                                                        const TidyControls& controls) override;
+    XMLNode onlyAddition() const override { return bins_.size() == 1 ? bins_.front() : XMLNode(); }
 
 private:
     std::shared_ptr<XMLDocument> tree_;
+    std::vector<XMLNode> bins_;  ///< that were added to the tree
 };
 
 /// A native project: its sequences are asked of the editing application, and go back to it.

@@ -58,6 +58,7 @@ Result<std::shared_ptr<const XMLDocument>> XMEMLDocument::deliver(
         return failure;
     }
     children.appendChild(*bin);
+    bins_.push_back(*bin);
     return Delivered(tree_);
 }
 

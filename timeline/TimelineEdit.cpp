@@ -131,10 +131,13 @@ void TimelineEdit::expectElements(std::span<const std::string_view> names) {
 }
 
 void TimelineEdit::listElements() {
-    for (auto& [name, list] : listed_) list = {{}, true};
-    sequence_.forEachDescendant({}, [&](XMLNode element) {
-        if (const auto found = listed_.find(element.name()); found != listed_.end())
-            found->second.elements.push_back(element);
+    std::vector<std::string_view> names;
+    for (auto& [name, list] : listed_) {
+        list = {{}, true};
+        names.push_back(name);
+    }
+    sequence_.forEachDescendant(names, [&](XMLNode element) {
+        listed_.find(element.name())->second.elements.push_back(element);
     });
 }
 
