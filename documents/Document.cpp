@@ -1,6 +1,7 @@
 #include "documents/Document.h"
 
 #include "documents/FCPXMLDocument.h"
+#include "documents/OutputBin.h"
 #include "documents/SequenceDocument.h"
 
 namespace reelsweep {
@@ -18,7 +19,7 @@ const char* description(Delivery delivery) {
 }
 
 TidyRequest tidyRequest(const DocumentRequest& request) {
-    return {request.passes, request.ignoredEffects, request.keepPicture, request.provesPicture};
+    return {request.passes, request.ignoredEffects, request.keepPicture, request.provesPicture, {}};
 }
 
 Result<FileIdentity> saveDocument(const XMLDocument& document, const std::string& path,
@@ -34,15 +35,14 @@ Result<FileIdentity> saveDocument(const XMLDocument& document, const std::string
 }
 
 // A later run on the same document adds its own bin behind this one.
-std::optional<SplicedSave> Tidied::splice() const {
+std::shared_ptr<const SplicedSave> Tidied::splice() const {
+    if (splice_) return splice_;
     if (!addition_ || addition_.nextSibling()) return {};
-    const XMLOutline* const outline = document_->outline();
-    if (!outline || outline->projectChildren.empty()) return {};
-    return SplicedSave::ofFile(source_, *outline, outline->projectChildren.front());
+    return spliceForBin(*document_, source_);
 }
 
 void Tidied::write(AtomicFile& file, ByteSink& sink) const {
-    const std::optional<SplicedSave> spliced = splice();
+    const std::shared_ptr<const SplicedSave> spliced = splice();
     if (!spliced) return write(sink);
     spliced->writeHead(file);
     spliced->writeChild(addition_, sink);

@@ -60,6 +60,11 @@ struct DocumentRequest {
     bool provesPicture = true;
     /// The copies are made ones that other applications import: see tidy/ImportStep.h.
     bool importSafe = true;
+    /// Whoever asks has no more use for the document. Where the new bin is added to the bytes of
+    /// the file anyway, a run may then edit a sequence itself in place of a copy. That saves a
+    /// third of the memory. The document cannot be tidied again, and what is tidied of it cannot be
+    /// looked at as a document: it can be saved to files.
+    bool usesUpDocument = false;
 };
 
 /// What of it concerns each sequence.
@@ -74,9 +79,13 @@ public:
     const ChangeLedger& ledger() const { return ledger_; }
     /// Where the sequences went, or go when saved; never automatic.
     Delivery delivery() const { return delivery_; }
-    /// What there is to save; null when it went to a host or nowhere.
-    const XMLDocument* document() const { return document_.get(); }
-    const std::shared_ptr<const XMLDocument>& sharedDocument() const { return document_; }
+    /// What there is to save; null when it went to a host or nowhere, or used the document up.
+    const XMLDocument* document() const { return splice_ ? nullptr : document_.get(); }
+    std::shared_ptr<const XMLDocument> sharedDocument() const {
+        return splice_ ? nullptr : document_;
+    }
+    /// Whether there is something to save, to a file at least.
+    bool hasResult() const { return document_ != nullptr; }
     /// The codes that a saved file of this kind carries, if any.
     const std::optional<HFSCodes>& fileCodes() const { return fileCodes_; }
     /// Sequences that could not be had, and so stayed as they were; the others are tidied.
@@ -94,18 +103,20 @@ public:
     /// The same in parts, for a file that is open already, through a sink that leads to it. What
     /// goes wrong, the file's commit() says.
     void write(AtomicFile& file, ByteSink& sink) const;
-    /// Writes the document pretty-printed, for what is no file.
+    /// Writes document() pretty-printed, for what is no file.
     void write(ByteSink& sink) const;
 
 private:
     friend class SequenceDocument;
     friend class FCPXMLDocument;
 
-    std::optional<SplicedSave> splice() const;
+    std::shared_ptr<const SplicedSave> splice() const;
 
     /// What the document has beyond the file at `source_`; null when that is not a bin alone.
     XMLNode addition_;
     std::string source_;
+    /// Of a document that was used up, whose tree is no more what was read.
+    std::shared_ptr<const SplicedSave> splice_;
     ChangeLedger ledger_;
     Delivery delivery_ = Delivery::none;
     std::shared_ptr<const XMLDocument> document_;

@@ -7,10 +7,12 @@
 #include "base/Failure.h"
 #include "tidy/PassTable.h"
 #include "timeline/ChangeLedger.h"
+#include "timeline/MediaCatalogue.h"
 #include "timeline/TimelineEdit.h"
 #include "xml/XMLNode.h"
 
 #include <functional>
+#include <memory>
 #include <stop_token>
 #include <string>
 #include <vector>
@@ -27,6 +29,9 @@ struct TidyRequest {
     bool keepPicture = false;
     /// The picture before and after is compared: the ledger's `picture`. Always with keepPicture.
     bool provesPicture = false;
+    /// Of the source's document, for when several of its sequences are tidied. Without one a
+    /// sequence has its own.
+    std::shared_ptr<MediaCatalogue> catalogue = {};
 };
 
 /// Looks on while a sequence is tidied, and changes nothing. Proofs and traces are observers.

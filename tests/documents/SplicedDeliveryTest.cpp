@@ -3,9 +3,11 @@
 #include "tests/platform/TemporaryFolder.h"
 #include "tests/timeline/Timeline.h"
 #include "tests/xml/InsertedBytes.h"
+#include "timeline/PictureDifference.h"
 
 #include <gtest/gtest.h>
 #include <filesystem>
+#include <regex>
 
 namespace reelsweep::test {
 namespace {
@@ -132,6 +134,65 @@ TEST_F(SplicedDelivery, ReplacesItsInputAndThenAddsToWhatItWrote) {
     EXPECT_TRUE(insertedBytes(once, twice));
     EXPECT_EQ(twice.substr(0, twice.find("\t\t\t<bin>")),
               project.substr(0, project.find("\t\t</c")));
+}
+
+// Uuids are fresh in each run.
+std::string withoutUUIDs(const std::string& text) {
+    static const std::regex uuid("[0-9A-F]{8}(-[0-9A-F]{4}){3}-[0-9A-F]{12}");
+    return std::regex_replace(text, uuid, "UUID");
+}
+
+std::string reportOf(const Tidied& tidied) {
+    std::string text;
+    for (const SequenceLedger& sequence : tidied.ledger().sequences) {
+        text += sequence.title + ' ' + sequence.uuid + ' ' +
+                std::to_string(sequence.changes.size()) + " changes, " +
+                std::to_string(sequence.looseClips.size()) + " loose";
+        for (const MediaType type : {MediaType::video, MediaType::audio})
+            text += ' ' + sequence.picture->same(type).text() + '/' +
+                    sequence.picture->changed(type).text();
+        text += '\n';
+    }
+    return text;
+}
+
+TEST_F(SplicedDelivery, IsTheSameWhenTheDocumentIsUsedUp) {
+    const std::string inputs[] = {
+        contentsOf(REELSWEEP_SOURCE_FOLDER "/resources/sample/harbour.xml"),
+        project,
+        projectXML({sequenceXML("V2: B[20,60)\nV1: !A[0,-1) x[10,20) C[-1,90) D[-1,120)"),
+                    sequenceXML("V2: A[0,50) !G[60,70)\nV1: E[5,40) F[40,90)")}),
+    };
+    for (const std::string& xml : inputs) {
+        for (const bool keepPicture : {false, true}) {
+            DocumentRequest request{
+                .passes = allPasses(), .keepPicture = keepPicture, .importSafe = false};
+            written(xml);
+            const Tidied copied = tidied(request);
+            const std::string expected = saved(copied);
+            request.usesUpDocument = true;
+            const Tidied result = tidied(request);
+            EXPECT_EQ(result.document(), nullptr);
+            EXPECT_TRUE(withoutUUIDs(saved(result)) == withoutUUIDs(expected));
+            EXPECT_EQ(reportOf(result), reportOf(copied));
+            const auto third = tidy(*document_, request);
+            ASSERT_FALSE(third);
+            EXPECT_EQ(third.failure().message, "was used up by an earlier run");
+        }
+    }
+}
+
+TEST_F(SplicedDelivery, WritesNothingWhenAUsedUpFileHasChanged) {
+    written(project);
+    const Tidied result = tidied({.passes = {"removeDisabledVideoClips"},
+                                  .keepPicture = false,
+                                  .importSafe = false,
+                                  .usesUpDocument = true});
+    written(project + "\n");
+    const Outcome outcome = result.save(output_);
+    ASSERT_FALSE(outcome);
+    EXPECT_NE(outcome.failure().message.find("was changed by another program"), std::string::npos);
+    EXPECT_FALSE(fs::exists(output_));
 }
 
 }  // namespace
