@@ -61,6 +61,8 @@ AppController::AppController()
     QVLog::createNewLog(logName, true);
     registerDefaults();
     connect(&documents_, &DocumentController::windowMade, this, &AppController::windowMade);
+    connect(qApp, &QGuiApplication::lastWindowClosed, this,
+            [this] { projectLoader_.stopAsking(); });
 }
 
 AppController::~AppController() { delete preferences_; }
@@ -99,6 +101,7 @@ void AppController::performStartupAction() {
 }
 
 void AppController::terminate() {
+    projectLoader_.stopAsking();
     // The sheet of a run is a window too, and to close that one cancels the run unasked.
     bool anyStays = false;
     for (DocumentWindow* const window : documents_.windows())

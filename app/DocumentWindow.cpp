@@ -454,7 +454,9 @@ void DocumentWindow::reload() {
 void DocumentWindow::closeEvent(QCloseEvent* event) {
     event->ignore();
     if (busy_) {
+        // Nobody waits on Final Cut Pro to be rid of a window.
         closeWhenEnded_ = true;
+        cancelRun();
     } else if (question_.isOpen()) {
         QApplication::beep();
     } else if (running_) {

@@ -37,7 +37,14 @@ void ProjectLoaderDialog::showOpenDialog() {
     (void)loaded.release();  // it is dialog_ now
     dialog_->setAttribute(Qt::WA_DeleteOnClose);
     dialog_->setWindowModality(Qt::ApplicationModal);
-    loader_.emplace();
+    stop_ = std::stop_source();
+    // Events are handled until the answer is there; the dialog that is not shown yet keeps a second
+    // question away.
+    loader_.emplace(stop_.get_token());
+    if (stop_.stop_requested()) {
+        delete dialog_;
+        return;
+    }
     fill();
     dialog_->show();
 }

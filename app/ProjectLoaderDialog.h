@@ -11,6 +11,7 @@
 
 #include <functional>
 #include <optional>
+#include <stop_token>
 
 namespace reelsweep {
 
@@ -24,6 +25,8 @@ public:
     /// Asks Final Cut Pro for its projects and shows them; the rest of the program waits until the
     /// dialog is closed. When its description cannot be loaded an alert says so.
     void showOpenDialog();
+    /// Ends the wait for Final Cut Pro's answer, if it goes on; no dialog is shown then.
+    void stopAsking() { stop_.request_stop(); }
 
 private:
     void fill();
@@ -31,6 +34,7 @@ private:
 
     const std::function<void(const QString&)> open_;
     std::optional<QVFCPProjectLoader> loader_;
+    std::stop_source stop_;
     QPointer<QDialog> dialog_;
 };
 

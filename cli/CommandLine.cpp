@@ -9,6 +9,7 @@
 #include <CLI/Formatter.hpp>
 #include <algorithm>
 #include <array>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -136,13 +137,28 @@ std::vector<std::string> optionNames(const CLI::App& parser) {
     return names;
 }
 
+// The parser's own marks the negation of a flag with its value.
+class HelpFormatter : public CLI::Formatter {
+public:
+    HelpFormatter() {
+        column_width(26);
+        label("Positionals", "Files");
+        label("REQUIRED", "");
+    }
+    std::string make_option_name(const CLI::Option* option, bool isPositional) const override {
+        constexpr std::string_view mark = "{false}";
+        std::string name = Formatter::make_option_name(option, isPositional);
+        if (const std::size_t at = name.find(mark); at != std::string::npos)
+            name.replace(at, mark.size(), "");
+        return name;
+    }
+};
+
 ExitCode runCommand(Application& application, const CommandRow& row,
                     std::span<const char* const> arguments) {
     const std::string name = fmt::format("reelsweep-cli {}", row.name);
     CLI::App parser{fmt::format("{}: {}\n", name, row.summary), name};
-    parser.get_formatter()->column_width(26);
-    parser.get_formatter()->label("Positionals", "Files");
-    parser.get_formatter()->label("REQUIRED", "");
+    parser.formatter(std::make_shared<HelpFormatter>());
     parser.set_help_flag("-h,--help", "This text");
     parser.footer(fmt::format("{}\n\n{}", row.footer, exitCodeHelp));
     const CommandRun run = row.define(parser);

@@ -106,43 +106,40 @@ void noteUselessPasses(Application& application, const TidyPlan& plan) {
             "collapseUncompositedClips does nothing without collapseTracks");
 }
 
-}  // namespace
+// Such an option takes exactly one value, so that it does not swallow the files that follow it.
+CLI::Option* oneValue(CLI::Option* option, const char* value) {
+    return option->type_name(value)->allow_extra_args(false);
+}
 
-CommandRun defineTidy(CLI::App& parser) {
-    const auto options = std::make_shared<TidyOptions>();
-    TidyOptions& o = *options;
-    // Each of these takes exactly one value, so that none swallows the files that follow it.
-    const auto one = [](CLI::Option* option, const char* value) {
-        return option->type_name(value)->allow_extra_args(false);
-    };
-    // A script's variable that is not set is no wish for the default place.
-    const auto place = [&](CLI::Option* option, const char* value) {
-        return one(option, value)
-            ->check(CLI::Validator(
-                [](const std::string& text) { return text.empty() ? "must not be empty" : ""; },
-                std::string()));
-    };
-    parser
-        .add_option("FILE", o.files,
-                    "XMEML or FCPXML files or native projects;\n- reads standard input")
-        ->required()
-        ->type_name("");
+// A script's variable that is not set is no wish for the default place.
+CLI::Option* placeValue(CLI::Option* option, const char* value) {
+    return oneValue(option, value)
+        ->check(CLI::Validator(
+            [](const std::string& text) { return text.empty() ? "must not be empty" : ""; },
+            std::string()));
+}
 
+void defineWhatToDo(CLI::App& parser, TidyOptions& o) {
     const char* const what = "What to do";
-    one(parser.add_option("--passes", o.passes,
-                          "Pass names with commas between, or default, or all;\n"
-                          "\"reelsweep-cli passes\" lists them (default: default)"),
-        "LIST")
+    oneValue(parser.add_option("--passes", o.passes,
+                               "Pass names with commas between, or default, or all;\n"
+                               "\"reelsweep-cli passes\" lists them (default: default)"),
+             "LIST")
         ->group(what);
-    one(parser.add_option("--sequence", o.sequences,
-                          "Only this sequence: its index as list prints it, its\n"
-                          "title or its uuid; may be repeated (default: all)"),
-        "NAME")
+    oneValue(parser.add_option("--sequence", o.sequences,
+                               "Only this sequence: its index as list prints it, its\n"
+                               "title or its uuid; may be repeated (default: all)"),
+             "NAME")
         ->group(what);
-    one(parser.add_option("--ignored-effect", o.ignoredEffects,
-                          "An effect that makes a clip see-through, by its name;\n"
-                          "may be repeated"),
-        "NAME")
+    oneValue(parser.add_option("--ignored-effect", o.ignoredEffects,
+                               "An effect that makes a clip see-through, by its name;\n"
+                               "may be repeated"),
+             "NAME")
+        ->group(what);
+    oneValue(parser.add_option("--keep", o.keep,
+                               "Leave this clip alone, and what transitions join to it:\n"
+                               "its id, or its name with * and ?; may be repeated"),
+             "CLIP")
         ->group(what);
     parser
         .add_flag("--keep-picture,!--no-keep-picture", o.keepPicture,
@@ -161,40 +158,56 @@ CommandRun defineTidy(CLI::App& parser) {
                   "Write nothing, and end with code 6, when the picture\n"
                   "or the sound has changed unasked")
         ->group(what);
-    one(parser.add_option("--deliver", o.delivery,
-                          "project: a bin in the file's project;\n"
-                          "standalone: a new document that holds only the bin;\n"
-                          "auto: project when there is one (default: auto)"),
-        "HOW")
+    oneValue(parser.add_option("--deliver", o.delivery,
+                               "project: a bin in the file's project;\n"
+                               "standalone: a new document that holds only the bin;\n"
+                               "auto: project when there is one (default: auto)"),
+             "HOW")
         ->check(CLI::IsMember({"auto", "project", "standalone"}).description(""))
         ->group(what);
 
+    parser
+        .add_flag("--launch", o.launch,
+                  "Final Cut Pro may be started, and a native project\nbe opened in it")
+        ->group(what);
+}
+
+void defineWhereToWrite(CLI::App& parser, TidyOptions& o) {
     const char* const where = "Where to write";
-    place(parser.add_option("-o,--output", o.output,
-                            "Write the result to this file; - is standard output\n"
-                            "(default: NAME-Tidied.EXT beside the input)"),
-          "OUT")
+    placeValue(parser.add_option("-o,--output", o.output,
+                                 "Write the result to this file; - is standard output\n"
+                                 "(default: NAME-Tidied.EXT beside the input)"),
+               "OUT")
         ->group(where);
-    place(parser.add_option("--output-dir", o.outputFolder,
-                            "Write each result into this folder, as NAME-Tidied.EXT"),
-          "DIR")
+    placeValue(parser.add_option("--output-dir", o.outputFolder,
+                                 "Write each result into this folder, as NAME-Tidied.EXT"),
+               "DIR")
         ->group(where);
     parser
         .add_flag("--in-place", o.inPlace,
                   "Replace each input with its result, unless another\n"
                   "program changed the file meanwhile")
         ->group(where);
-    place(parser.add_option("--report", o.report,
-                            "Write every change to this file as JSON;\n- is standard output"),
-          "FILE")
+    placeValue(parser.add_option("--report", o.report,
+                                 "Write every change to this file as JSON;\n- is standard output"),
+               "FILE")
         ->group(where);
     parser.add_flag("--force", o.force, "Replace outputs that exist already")->group(where);
-    parser
-        .add_flag("--launch", o.launch,
-                  "Final Cut Pro may be started, and a native project\nbe opened in it")
-        ->group(what);
     parser.add_flag("--dry-run", o.dryRun, "Do everything but write the results")->group(where);
     parser.add_flag("--quiet", o.quiet, "Print errors only")->group(where);
+}
+
+}  // namespace
+
+CommandRun defineTidy(CLI::App& parser) {
+    const auto options = std::make_shared<TidyOptions>();
+    parser
+        .add_option("FILE", options->files,
+                    "XMEML or FCPXML files or native projects;\n- reads standard input")
+        ->required()
+        ->type_name("");
+    defineWhatToDo(parser, *options);
+    defineWhereToWrite(parser, *options);
 
     return [options](Application& application) {
         Result<TidyPlan> plan = planTidy(*options);

@@ -11,6 +11,8 @@
 #include "report/PictureProof.h"
 
 #include <fmt/format.h>
+#include <algorithm>
+#include <set>
 #include <string>
 #include <utility>
 #include <vector>
@@ -96,6 +98,7 @@ Outcome TidyFile::settleRequest() {
         if (!plan_.sequences.empty()) return usage("--sequence does not apply to FCPXML");
         if (plan_.delivery != Delivery::automatic)
             return usage("--deliver does not apply to FCPXML, which is tidied as a whole");
+        if (!plan_.keep.empty()) return usage("--keep does not apply to FCPXML");
         return Done{};
     }
     if (document.sequences().empty())
@@ -110,6 +113,7 @@ Outcome TidyFile::settleRequest() {
     request.keepPicture = plan_.keepPicture;
     request.importSafe = plan_.importSafe;
     request.usesUpDocument = planned_.output != standardStreamPath;
+    request.keep = plan_.keep;
     request.ignoredEffects = plan_.ignoredEffects;
     for (std::string& name : Platform::current().userDefaults->stringArrayForKey("ignoredEffects"))
         request.ignoredEffects.push_back(std::move(name));
@@ -130,7 +134,8 @@ void TidyFile::process() {
         };
         work_->tidied.emplace(tidy(*work_->document, work_->request, {std::move(stop), show}));
         if (!*work_->tidied) return;
-        saved_ = checkStrictly();
+        saved_ = checkKeeps();
+        if (saved_) saved_ = checkStrictly();
         if (saved_) save();
     });
     terminal.endProgress();
@@ -155,8 +160,8 @@ ExitCode TidyFile::conclude() {
     const Result<Tidied>& tidied = *work_->tidied;
     const bool wasStopped = !tidied && tidied.failure().code == FailureCode::cancelled;
     if (wasStopped || (!saved_ && saved_.failure().code == FailureCode::cancelled)) {
-        // What standard output has taken is out of our hands.
-        const bool mayHaveWritten = planned_.output == standardStreamPath;
+        // What standard output or the host has taken is out of our hands.
+        const bool mayHaveWritten = planned_.output == standardStreamPath || planned_.native;
         return application_.fail(
             {FailureCode::cancelled,
              mayHaveWritten ? "interrupted" : "interrupted; nothing was written", reported_.input});
@@ -186,6 +191,23 @@ ExitCode TidyFile::showResult() {
     return printed;
 }
 
+// On the background thread. A clip that is misspelt would be tidied in spite of it all.
+Outcome TidyFile::checkKeeps() const {
+    const auto& sequences = (*work_->tidied)->ledger().sequences;
+    for (const std::string& keep : plan_.keep) {
+        const bool isUnused =
+            std::all_of(sequences.begin(), sequences.end(), [&](const SequenceLedger& sequence) {
+                const std::vector<std::string>& unused = sequence.unusedKeeps;
+                return std::find(unused.begin(), unused.end(), keep) != unused.end();
+            });
+        if (isUnused)
+            return Failure{FailureCode::usage,
+                           "--keep " + singleLine(keep) + ": no clip has this id or name",
+                           reported_.input};
+    }
+    return Done{};
+}
+
 // On the background thread.
 Outcome TidyFile::checkStrictly() const {
     if (!plan_.strict) return Done{};
@@ -196,8 +218,21 @@ Outcome TidyFile::checkStrictly() const {
     return Done{};
 }
 
+void TidyFile::noteKept(const SequenceLedger& sequence, bool wasAsked, const char* why) {
+    std::set<const void*> clips;
+    for (const KeptItem& item : sequence.kept)
+        if (item.wasAsked == wasAsked) clips.insert(item.node.identity());
+    if (clips.empty()) return;
+    const std::string many =
+        clips.size() == 1 ? "1 clip was" : fmt::format("{} clips were", clips.size());
+    application_.terminal().note(
+        singleLine(fmt::format("{}: {} left alone {}", sequence.title, many, why)));
+}
+
 void TidyFile::noteWhatNeedsAttention() {
     Terminal& terminal = application_.terminal();
+    for (const std::string& note : (*work_->tidied)->notes())
+        terminal.note(singleLine(reported_.input + ": " + note));
     for (const SequenceLedger& sequence : (*work_->tidied)->ledger().sequences) {
         if (std::string changed = pictureChangeText(sequence); !changed.empty()) {
             if (!plan_.keepPicture) changed += "; --keep-picture keeps them";
@@ -205,10 +240,8 @@ void TidyFile::noteWhatNeedsAttention() {
         }
         if (const std::string loose = looseClipsText(sequence); !loose.empty())
             terminal.note(singleLine(sequence.title + ": " + loose));
-        if (const std::size_t kept = sequence.kept.size(); kept > 0)
-            terminal.note(singleLine(fmt::format(
-                "{}: {} left alone to keep the picture; --report tells which and why",
-                sequence.title, kept == 1 ? "1 clip was" : fmt::format("{} clips were", kept))));
+        noteKept(sequence, false, "to keep the picture; --report tells which and why");
+        noteKept(sequence, true, "as you asked");
     }
 }
 

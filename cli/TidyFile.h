@@ -49,7 +49,9 @@ private:
     void save();
     ExitCode conclude();
     ExitCode showResult();
+    Outcome checkKeeps() const;
     Outcome checkStrictly() const;
+    void noteKept(const SequenceLedger& sequence, bool wasAsked, const char* why);
     void noteWhatNeedsAttention();
 
     Application& application_;

@@ -150,6 +150,7 @@ Result<TidyPlan> planTidy(const TidyOptions& options) {
     plan.passes = std::move(*passes);
     plan.sequences = options.sequences;
     plan.ignoredEffects = options.ignoredEffects;
+    plan.keep = options.keep;
     plan.delivery = options.delivery == "project"      ? Delivery::project
                     : options.delivery == "standalone" ? Delivery::standalone
                                                        : Delivery::automatic;

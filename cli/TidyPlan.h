@@ -19,6 +19,7 @@ struct TidyOptions {
     std::string passes = "default";
     std::vector<std::string> sequences;
     std::vector<std::string> ignoredEffects;
+    std::vector<std::string> keep;
     std::string output;
     std::string outputFolder;
     bool inPlace = false;
@@ -52,6 +53,7 @@ struct TidyPlan {
     PassSelection passes;
     std::vector<std::string> sequences;  ///< empty: all
     std::vector<std::string> ignoredEffects;
+    std::vector<std::string> keep;  ///< clips to leave alone
     Delivery delivery = Delivery::automatic;
     std::string report;  ///< empty for none; "-" for standard output
     bool keepPicture = true;

@@ -19,7 +19,8 @@ const char* description(Delivery delivery) {
 }
 
 TidyRequest tidyRequest(const DocumentRequest& request) {
-    return {request.passes, request.ignoredEffects, request.keepPicture, request.provesPicture, {}};
+    return {request.passes,        request.ignoredEffects, request.keepPicture,
+            request.provesPicture, request.keep,           {}};
 }
 
 Result<FileIdentity> saveDocument(const XMLDocument& document, const std::string& path,

@@ -60,6 +60,9 @@ struct DocumentRequest {
     bool provesPicture = true;
     /// The copies are made ones that other applications import: see tidy/ImportStep.h.
     bool importSafe = true;
+    /// Clips that no pass may touch, nor what transitions join to them: ids, or patterns for names
+    /// with `*`, `?` and `[...]`, in any letter case. XMEML only.
+    std::vector<std::string> keep = {};
     /// Whoever asks has no more use for the document. Where the new bin is added to the bytes of
     /// the file anyway, a run may then edit a sequence itself in place of a copy. That saves a
     /// third of the memory. The document cannot be tidied again, and what is tidied of it cannot be
@@ -90,6 +93,8 @@ public:
     const std::optional<HFSCodes>& fileCodes() const { return fileCodes_; }
     /// Sequences that could not be had, and so stayed as they were; the others are tidied.
     const std::vector<Failure>& failures() const { return failures_; }
+    /// What a person should hear of a tidy that went well, such as what of the file was left alone.
+    const std::vector<std::string>& notes() const { return notes_; }
 
     /// Writes the document to a file, atomically. Where the new bin is all that was added to the
     /// file that was read, that file's bytes stay as they are around it:
@@ -122,6 +127,7 @@ private:
     std::shared_ptr<const XMLDocument> document_;
     std::optional<HFSCodes> fileCodes_;
     std::vector<Failure> failures_;
+    std::vector<std::string> notes_;
 };
 
 class Document {

@@ -1,11 +1,14 @@
 #include "documents/FCPXMLDocument.h"
 
 #include "base/Log.h"
+#include "report/SequenceSummary.h"
 #include "timeline/QVXMLParser.h"
 #include "timeline/TimelineEdit.h"
 
 #include <algorithm>
+#include <string>
 #include <unordered_map>
+#include <utility>
 
 namespace reelsweep {
 
@@ -66,6 +69,15 @@ void showProgress(const TidyControls& controls, const char* text) {
     if (controls.progress) controls.progress(text);
 }
 
+// What is said of a file with several projects; empty for others.
+std::string othersLeft(const std::string& title, const XMLDocument& document) {
+    const std::size_t others = fcpxProjects(document.node()).size() - 1;
+    if (others == 0) return {};
+    return "Only the project \"" + title + "\" is tidied; " +
+           (others == 1 ? "another one in the file stays as it is"
+                        : std::to_string(others) + " others in the file stay as they are");
+}
+
 Failure stopped() { return {FailureCode::cancelled, "cancelled"}; }
 
 }  // namespace
@@ -94,6 +106,10 @@ Result<Tidied> FCPXMLDocument::tidy(const DocumentRequest& request, const TidyCo
     ledger.title =
         QVXMLParser::stringValueForQuery("./@name[1]", projectOf(*document)).value_or("");
     ledger.document = document;
+    if (std::string note = othersLeft(ledger.title, *document); !note.empty()) {
+        Log::append("%@", note);
+        tidied.notes_.push_back(std::move(note));
+    }
     if (hasOption(request.passes, "removeFilters"))
         if (Outcome done = removeFCPXFilters(*document, ledger, controls); !done)
             return done.failure();

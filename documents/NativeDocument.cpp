@@ -10,6 +10,8 @@ void showProgress(const TidyControls& controls, const char* text) {
     if (controls.progress) controls.progress(text);
 }
 
+Failure stopped() { return {FailureCode::cancelled, "cancelled"}; }
+
 // The log knows each by its own line.
 Failure cannotFetch(const char* message, const std::string& detail, const std::string& logged) {
     Log::append("%@", logged);
@@ -27,8 +29,9 @@ Result<std::unique_ptr<NativeDocument>> NativeDocument::open(const std::string& 
     return document;
 }
 
-Outcome NativeDocument::list() {
-    const auto listing = host_.list(path_);
+Outcome NativeDocument::list(const std::stop_token& stop) {
+    const auto listing = host_.list(path_, stop);
+    if (stop.stop_requested()) return stopped();
     if (!listing)
         return Failure{FailureCode::inputUnreadable, "Final Cut Pro did not list the sequences",
                        path_};
@@ -47,7 +50,8 @@ Result<SourceSequence> NativeDocument::wholeSequence(std::size_t row,
     showProgress(controls, "Fetching XML from Final Cut Pro...");
     // Without a uuid there is nothing to ask by, and a host could answer with another sequence.
     const std::string uuid = sequence.uuid().value_or("");
-    const auto data = uuid.empty() ? std::nullopt : host_.fetch(uuid, path_);
+    const auto data = uuid.empty() ? std::nullopt : host_.fetch(uuid, path_, controls.stop);
+    if (controls.stop.stop_requested()) return stopped();
     if (!data) {
         const std::string text =
             "Reelsweep could not get XML data for the sequence \"" + sequence.title + "\"";
@@ -78,7 +82,9 @@ Result<std::shared_ptr<const XMLDocument>> NativeDocument::deliver(
     showProgress(controls, "Sending to Final Cut Pro...");
     const Result<std::string> output = binText(sequences, host_.xmemlVersion(), controls.stop);
     if (!output) return output.failure();
-    if (!host_.send(*output, path_)) {
+    if (!host_.send(*output, path_, controls.stop)) {
+        // It may have come to Final Cut Pro all the same; nobody waited to hear.
+        if (controls.stop.stop_requested()) return stopped();
         Log::append("Could not send data to FCP");
         Failure failure{FailureCode::processing, "Processing failed"};
         failure.detail = "Could not send data to Final Cut Pro.";
@@ -87,9 +93,10 @@ Result<std::shared_ptr<const XMLDocument>> NativeDocument::deliver(
     return std::shared_ptr<const XMLDocument>();
 }
 
-void NativeDocument::showDelivered(std::span<const std::string> uuids) {
+void NativeDocument::showDelivered(std::span<const std::string> uuids,
+                                   const std::stop_token& stop) {
     Log::append("Data sent to FCP successfully. Opening new sequences in FCP...");
-    for (const std::string& uuid : uuids) host_.open(uuid, path_);
+    for (const std::string& uuid : uuids) host_.open(uuid, path_, stop);
 }
 
 }  // namespace reelsweep

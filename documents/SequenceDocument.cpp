@@ -87,6 +87,7 @@ private:
         if (controls_.stop.stop_requested()) return Failure{FailureCode::cancelled, "cancelled"};
         const std::size_t row = rows_[place];
         const Result<SourceSequence> source = document_.wholeSequence(row, controls_);
+        if (!source && source.failure().code == FailureCode::cancelled) return source.failure();
         if (!source) {
             // Its short form goes into the bin: there the editor sees which sequence is missing.
             tidied_.failures_.push_back(source.failure());
@@ -153,7 +154,7 @@ Result<Tidied> SequenceDocument::tidy(const DocumentRequest& request,
     }
     auto delivered = deliver(results, settled, controls);
     if (!delivered) return delivered.failure();
-    if (settled.delivery != Delivery::none) showDelivered(copies.uuids());
+    if (settled.delivery != Delivery::none) showDelivered(copies.uuids(), controls.stop);
     tidied.document_ = std::move(*delivered);
     if (tidied.delivery_ == Delivery::project) {
         tidied.addition_ = onlyAddition();

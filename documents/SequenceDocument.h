@@ -33,8 +33,9 @@ public:
     virtual std::shared_ptr<const SplicedSave> splice() const { return {}; }
     /// The place in `rows` of the sequence that takes most of the file; only with a splice().
     virtual std::size_t largest(std::span<const std::size_t>) const { return 0; }
-    /// Shows copies that were delivered, by their uuids, where there is somebody to show them.
-    virtual void showDelivered(std::span<const std::string>) {}
+    /// Shows copies that were delivered, by their uuids, where there is somebody to show them. A
+    /// stop keeps back those that are not shown yet.
+    virtual void showDelivered(std::span<const std::string>, const std::stop_token&) {}
 
 protected:
     using Document::Document;
@@ -81,8 +82,9 @@ public:
     /// Without its sequences, for list() to get.
     NativeDocument(std::string path, EditingHost& host)
         : SequenceDocument(std::move(path)), host_(host) {}
-    /// Asks the host for the sequences, once. Fails with inputUnreadable.
-    Outcome list();
+    /// Asks the host for the sequences, once. Fails with inputUnreadable, or with cancelled after a
+    /// stop.
+    Outcome list(const std::stop_token& stop = {});
 
     DocumentFormat format() const override { return DocumentFormat::nativeProject; }
     Delivery ownDelivery() const override { return Delivery::host; }
@@ -90,7 +92,7 @@ public:
     Result<std::shared_ptr<const XMLDocument>> deliver(std::span<const XMLNode> sequences,
                                                        const DocumentRequest& request,
                                                        const TidyControls& controls) override;
-    void showDelivered(std::span<const std::string> uuids) override;
+    void showDelivered(std::span<const std::string> uuids, const std::stop_token& stop) override;
 
 private:
     EditingHost& host_;

@@ -1,8 +1,11 @@
 #include "documents/OutputBin.h"
 #include "timeline/Vocabulary.h"
 
+#include <algorithm>
 #include <unordered_map>
 #include <unordered_set>
+#include <utility>
+#include <vector>
 
 namespace reelsweep {
 
@@ -53,41 +56,94 @@ private:
     Map masterClips_;
 };
 
+// Levels from the element up to `top`.
+int depthBelow(XMLNode element, XMLNode top) {
+    int depth = 0;
+    for (; element && element != top; element = element.parent()) ++depth;
+    return depth;
+}
+
 class Completion {
 public:
     Completion(XMLNode sourceDocument, XMLNode binChildren)
-        : source_(sourceDocument), children_(binChildren) {}
+        : source_(sourceDocument), children_(binChildren) {
+        for (XMLNode child = children_.firstChild(); child; child = child.nextSibling())
+            delivered_.insert(keyOf(child));
+    }
 
     void run() {
-        addMasterClips();
+        addWhatIsUsed();
         collectDefinitions();
         defineAtFirstUse();
     }
 
 private:
-    // Puts the master clips that a sequence uses before it; a master clip may use others in turn.
-    void addMasterClips() {
+    // A sequence that would nest deeper than this, with all that is defined inside it, stands in
+    // the bin before its first use. Every use of it is then a reference.
+    static constexpr int deepestNesting = XMLDocument::maximumDepth / 2;
+
+    // Something that is looked through for what it uses. The path of these takes the place of a
+    // recursion: how far master clips and sequences refer to each other is up to the source.
+    struct Visit {
+        XMLNode top;        ///< a child of the bin, a definition or a master clip of the source
+        XMLNode at;         ///< how far the look has come
+        std::string key;    ///< of a definition; empty for others
+        bool isMasterClip;  ///< it goes into the bin
+        int nesting = 0;    ///< levels, with those of what is defined inside
+    };
+
+    // Puts the master clips that a sequence uses before it, and those that they use before them;
+    // also sequences that must not be defined where they are used.
+    void addWhatIsUsed() {
         for (XMLNode child = children_.firstChild(); child; child = child.nextSibling())
-            addMasterClipsUsedIn(child, child);
+            addWhatIsUsedIn(child);
     }
 
-    void addMasterClipsUsedIn(XMLNode node, XMLNode before) {
-        node.forEachDescendant({}, [&](XMLNode element) {
-            if (isReference(element)) {
+    void addWhatIsUsedIn(XMLNode child) {
+        std::vector<Visit> path{{child, child, {}, false}};
+        while (!path.empty()) {
+            XMLNode& at = path.back().at;
+            at = at.nextElement(path.back().top, {});
+            if (!at) {
+                leave(path, child);
+            } else if (isReference(at)) {
                 // What is defined here later may use master clips as well.
-                const std::string key = keyOf(element);
-                const XMLNode definition = source_.shared(key);
-                if (definition && followed_.insert(key).second)
-                    addMasterClipsUsedIn(definition, before);
-                return;
+                enterDefinition(path, at);
+            } else if (at.isElement("masterclipid")) {
+                std::string id = at.stringValue();
+                if (const XMLNode masterClip = source_.masterClip(id))
+                    if (masterClips_.insert(std::move(id)).second)
+                        path.push_back({masterClip, masterClip, {}, true});
             }
-            if (!element.isElement("masterclipid")) return;
-            const std::string id = element.stringValue();
-            const XMLNode masterClip = source_.masterClip(id);
-            if (!masterClip || !masterClips_.insert(id).second) return;
-            addMasterClipsUsedIn(masterClip, before);
-            children_.insertBefore(children_.appendCopy(masterClip), before);
-        });
+        }
+    }
+
+    void enterDefinition(std::vector<Visit>& path, XMLNode reference) {
+        std::string key = keyOf(reference);
+        const XMLNode definition = source_.shared(key);
+        if (!definition) return;
+        const auto [known, isFirst] = nesting_.emplace(key, 0);
+        if (isFirst)
+            path.push_back({definition, definition, std::move(key), false});
+        else
+            noteNesting(path.back(), known->second);
+    }
+
+    static void noteNesting(Visit& visit, int nestingAtPlace) {
+        visit.nesting = std::max(visit.nesting, depthBelow(visit.at, visit.top) + nestingAtPlace);
+    }
+
+    void leave(std::vector<Visit>& path, XMLNode child) {
+        const Visit visit = std::move(path.back());
+        path.pop_back();
+        const bool isTooDeep = visit.nesting > deepestNesting && visit.top.isElement("sequence") &&
+                               !delivered_.contains(visit.key);
+        if (visit.isMasterClip || (!visit.key.empty() && isTooDeep))
+            children_.insertBefore(children_.appendCopy(visit.top), child);
+        if (visit.key.empty()) return;
+        const int nesting = isTooDeep ? 0 : visit.nesting;
+        nesting_[visit.key] = nesting;
+        noteNesting(path.back(), nesting);
     }
 
     void collectDefinitions() {
@@ -136,9 +192,26 @@ private:
     XMLNode children_;
     std::unordered_map<std::string, XMLNode> own_;          // the first in the output, by key
     std::unordered_map<std::string, std::string> defined_;  // met on the walk so far: key, text
-    std::unordered_set<std::string> followed_;
+    std::unordered_map<std::string, int> nesting_;          // of definitions that were met
+    std::unordered_set<std::string> delivered_;
     std::unordered_set<std::string> masterClips_;
 };
+
+// Beyond what can be loaded again.
+bool nestsTooDeeply(XMLNode root) {
+    int depth = 1;
+    for (XMLNode node = root; node;) {
+        if (node.isElement() && depth > XMLDocument::maximumDepth) return true;
+        if (const XMLNode child = node.firstChild()) {
+            node = child;
+            ++depth;
+            continue;
+        }
+        for (; node != root && !node.nextSibling(); --depth) node = node.parent();
+        node = node == root ? XMLNode() : node.nextSibling();
+    }
+    return false;
+}
 
 }  // namespace
 
@@ -154,6 +227,10 @@ Result<XMLDocument> standaloneDocument(const XMLDocument& source,
         children.appendCopy(sequence);
     }
     Completion(source.node(), children).run();
+    if (nestsTooDeeply(output->rootElement()))
+        return Failure{FailureCode::processing, "the result would nest deeper than " +
+                                                    std::to_string(XMLDocument::maximumDepth) +
+                                                    " levels"};
     return output;
 }
 

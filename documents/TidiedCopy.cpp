@@ -4,6 +4,9 @@
 #include "base/UUID.h"
 #include "timeline/QVXMLParser.h"
 
+#include <string_view>
+#include <vector>
+
 namespace reelsweep {
 
 SourceSequence SourceSequence::of(XMLNode node) {
@@ -32,6 +35,19 @@ Failure named(const Failure& why, const std::string& title) {
     return failure;
 }
 
+// A blank that is all that a track holds is layout. An item that is put beside it must not find it
+// for a neighbour.
+void dropLayoutOfTracks(XMLNode sequence) {
+    std::vector<XMLNode> blanks;
+    sequence.forEachDescendant({"track"}, [&](XMLNode track) {
+        const XMLNode only = track.firstChild();
+        if (only && !only.nextSibling() && only.kind() == XMLKind::text &&
+            only.value().find_first_not_of(" \t\r\n") == std::string_view::npos)
+            blanks.push_back(only);
+    });
+    for (XMLNode& blank : blanks) blank.detach();
+}
+
 }  // namespace
 
 Result<std::unique_ptr<CopyInWork>> CopyInWork::begin(const SourceSequence& source,
@@ -51,6 +67,7 @@ Result<std::unique_ptr<CopyInWork>> CopyInWork::beginOn(XMLNode copy, const Sour
                                                         const TidyControls& controls) {
     std::unique_ptr<CopyInWork> work(new CopyInWork(source, copy, request));
     renameCopy(copy);
+    dropLayoutOfTracks(copy);
     if (Outcome done = work->tidy_.applyPasses(controls); !done)
         return named(done.failure(), source.title);
     return work;

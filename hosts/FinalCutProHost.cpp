@@ -7,7 +7,9 @@
 
 namespace reelsweep {
 
-std::optional<EditingHost::Listing> FinalCutProHost::list(const std::string& project) {
+std::optional<EditingHost::Listing> FinalCutProHost::list(const std::string& project,
+                                                          const std::stop_token& stop) {
+    const QVAppleEvents::Stoppable stoppable(stop);
     const auto listing = QVAppleEvents::sequencesInProject(project, mayLaunch_);
     if (!listing) return {};
     // Before version 7 it lists whole sequences.
@@ -16,15 +18,21 @@ std::optional<EditingHost::Listing> FinalCutProHost::list(const std::string& pro
 }
 
 std::optional<std::string> FinalCutProHost::fetch(const std::string& uuid,
-                                                  const std::string& project) {
+                                                  const std::string& project,
+                                                  const std::stop_token& stop) {
+    const QVAppleEvents::Stoppable stoppable(stop);
     return QVAppleEvents::getItemXMLData(uuid, project, mayLaunch_);
 }
 
-bool FinalCutProHost::send(std::string_view xml, const std::string& project) {
+bool FinalCutProHost::send(std::string_view xml, const std::string& project,
+                           const std::stop_token& stop) {
+    const QVAppleEvents::Stoppable stoppable(stop);
     return QVAppleEvents::sendXMLToFCP(xml, project);
 }
 
-void FinalCutProHost::open(const std::string& uuid, const std::string& project) {
+void FinalCutProHost::open(const std::string& uuid, const std::string& project,
+                           const std::stop_token& stop) {
+    const QVAppleEvents::Stoppable stoppable(stop);
     QVAppleEvents::openItem(uuid, project, mayLaunch_);
 }
 

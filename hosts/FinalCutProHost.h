@@ -14,10 +14,13 @@ public:
     explicit FinalCutProHost(bool mayLaunch = true) : mayLaunch_(mayLaunch) {}
     void setMayLaunch(bool mayLaunch) { mayLaunch_ = mayLaunch; }
 
-    std::optional<Listing> list(const std::string& project) override;
-    std::optional<std::string> fetch(const std::string& uuid, const std::string& project) override;
-    bool send(std::string_view xml, const std::string& project) override;
-    void open(const std::string& uuid, const std::string& project) override;
+    std::optional<Listing> list(const std::string& project, const std::stop_token& stop) override;
+    std::optional<std::string> fetch(const std::string& uuid, const std::string& project,
+                                     const std::stop_token& stop) override;
+    bool send(std::string_view xml, const std::string& project,
+              const std::stop_token& stop) override;
+    void open(const std::string& uuid, const std::string& project,
+              const std::stop_token& stop) override;
     int xmemlVersion() override;
 
 private:

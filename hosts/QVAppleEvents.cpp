@@ -55,8 +55,13 @@ bool isUTF8(std::string_view bytes) {
     return decodedText(bytes, TextEncoding::utf8) == bytes;
 }
 
+// Of the innermost Stoppable.
+thread_local std::stop_token currentStop;
+
 AppleEvent eventTo(const char* eventID) {
-    return {QVAppleEvents::finalCutProIdentifier, "KeyG", eventID};
+    AppleEvent event{QVAppleEvents::finalCutProIdentifier, "KeyG", eventID};
+    event.stop = currentStop;
+    return event;
 }
 
 // False when the transport could not carry so much.
@@ -82,7 +87,11 @@ AppleEventReply sendBesideMainThread(const AppleEvent& event) {
         }
         mainThread.post([&done] { done = true; });
     });
-    while (!done) mainThread.pumpOne(std::chrono::milliseconds(100));
+    {
+        // What is handled meanwhile has stops of its own.
+        const QVAppleEvents::Stoppable others{std::stop_token()};
+        while (!done) mainThread.pumpOne(std::chrono::milliseconds(100));
+    }
     sender.join();
     if (error) std::rethrow_exception(error);
     return reply;
@@ -99,6 +108,7 @@ AppleEventReply send(const AppleEvent& event) {
 }
 
 bool open(const std::string& projectPath, LaunchOption option) {
+    if (currentStop.stop_requested()) return false;
     return Platform::current().workspace->openFileWithIdentifier(
         projectPath, QVAppleEvents::finalCutProIdentifier, option);
 }
@@ -214,6 +224,11 @@ std::string longData(std::uint32_t value) {
 }
 
 }  // namespace
+
+QVAppleEvents::Stoppable::Stoppable(std::stop_token stop)
+    : outer_(std::exchange(currentStop, std::move(stop))) {}
+
+QVAppleEvents::Stoppable::~Stoppable() { currentStop = std::move(outer_); }
 
 bool QVAppleEvents::isFCPRunning() {
     const auto running = Platform::current().workspace->runningApplicationIdentifiers();
@@ -376,11 +391,6 @@ void QVAppleEvents::closeProject(const std::string& projectPath, bool saveChange
     guarded("+[QVAppleEvents closeProject:saveChanges:]", false, [&] {
         return sendAboutFile("cfcP", projectPath, {"fcCF", "long", longData(saveChanges ? 0 : 1)});
     });
-}
-
-Data QVAppleEvents::formatData(Data data) {
-    if (data.ends_with('\0')) data.pop_back();
-    return data;
 }
 
 }  // namespace reelsweep

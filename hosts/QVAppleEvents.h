@@ -15,6 +15,7 @@
 
 #include <memory>
 #include <optional>
+#include <stop_token>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -32,6 +33,20 @@ public:
     using Data = std::string;
 
     static constexpr const char* finalCutProIdentifier = "com.apple.FinalCutPro";
+
+    /// While it lives, a stop that is requested ends the waits of the events that this thread
+    /// sends; each operation then fails as if there had been no answer. The innermost one counts.
+    /// Owner: the stack of its thread.
+    class Stoppable {
+    public:
+        explicit Stoppable(std::stop_token stop);
+        ~Stoppable();
+        Stoppable(const Stoppable&) = delete;
+        Stoppable& operator=(const Stoppable&) = delete;
+
+    private:
+        std::stop_token outer_;
+    };
 
     static bool isFCPRunning();
 

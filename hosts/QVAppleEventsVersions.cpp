@@ -98,4 +98,9 @@ std::string QVAppleEvents::escapeCharactersInXMLString(std::string_view text) {
     return escaped;
 }
 
+QVAppleEvents::Data QVAppleEvents::formatData(Data data) {
+    if (data.ends_with('\0')) data.pop_back();
+    return data;
+}
+
 }  // namespace reelsweep

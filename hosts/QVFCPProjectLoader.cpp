@@ -3,11 +3,14 @@
 #include "hosts/QVAppleEvents.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace reelsweep {
 
-QVFCPProjectLoader::QVFCPProjectLoader()
-    : projects_(QVAppleEvents::listOfOpenFCPProjects().value_or(std::vector<std::string>())) {}
+QVFCPProjectLoader::QVFCPProjectLoader(const std::stop_token& stop) {
+    const QVAppleEvents::Stoppable stoppable(stop);
+    if (auto projects = QVAppleEvents::listOfOpenFCPProjects()) projects_ = std::move(*projects);
+}
 
 std::vector<Failure> QVFCPProjectLoader::openProjects(
     std::vector<std::size_t> rows,

@@ -7,6 +7,7 @@
 
 #include <cstddef>
 #include <functional>
+#include <stop_token>
 #include <string>
 #include <vector>
 
@@ -14,8 +15,8 @@ namespace reelsweep {
 
 class QVFCPProjectLoader {
 public:
-    /// Asks Final Cut Pro for its open projects, once.
-    QVFCPProjectLoader();
+    /// Asks Final Cut Pro for its open projects, once. A stop ends the wait for the answer.
+    explicit QVFCPProjectLoader(const std::stop_token& stop = {});
 
     /// Their paths, a row each. None when Final Cut Pro does not run.
     const std::vector<std::string>& projects() const { return projects_; }

@@ -2,13 +2,14 @@
 //
 // An event has a class, an identifier and parameters in order. Classes, identifiers, keywords and
 // types are codes of four characters, such as "KeyG".
-// Owner: Platform. Thread rule: any thread; the calling thread blocks until the reply is there or
-// the time-out has passed.
+// Owner: Platform. Thread rule: any thread; the calling thread blocks until the reply is there, the
+// time-out has passed, or the wait is given up.
 #pragma once
 
 #include <chrono>
 #include <cstdint>
 #include <optional>
+#include <stop_token>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -38,12 +39,15 @@ struct AppleEvent {
     /// An application that does not run yet may be started for the event. Without it, an event to
     /// such an application fails.
     bool launchTarget = false;
+    /// Ends the wait for the reply. What the target does with the event then is its affair.
+    std::stop_token stop = {};
 };
 
 /// Error numbers of a reply, as the editing platform counts them. A host may answer others.
 namespace appleEventError {
 inline constexpr std::int32_t none = 0;
 inline constexpr std::int32_t paramError = -50;          ///< a parameter that no event can hold
+inline constexpr std::int32_t userCancelled = -128;      ///< the wait was given up
 inline constexpr std::int32_t notRunning = -600;         ///< nobody runs under the target's name
 inline constexpr std::int32_t connectionInvalid = -609;  ///< no way to the target, or it went away
 inline constexpr std::int32_t notHandled = -1708;        ///< the target does not know the event

@@ -56,6 +56,44 @@ void forEachInDictionary(plist_t dictionary, Visit visit) {
     std::free(iterator);
 }
 
+PropertyList fromNode(plist_t node);
+
+PropertyList::Date dateFrom(plist_t node) {
+    std::int32_t seconds = 0;
+    std::int32_t microseconds = 0;
+    plist_get_date_val(node, &seconds, &microseconds);
+    return PropertyList::Date(dateEpoch + std::chrono::seconds(seconds) +
+                              std::chrono::microseconds(microseconds));
+}
+
+PropertyList::Data dataFrom(plist_t node) {
+    std::uint64_t size = 0;
+    const char* const bytes = plist_get_data_ptr(node, &size);
+    return {bytes, bytes + size};
+}
+
+std::string textFrom(plist_t node) {
+    std::uint64_t size = 0;
+    const char* const text = plist_get_string_ptr(node, &size);
+    return text ? std::string(text, size) : std::string();
+}
+
+PropertyList::Array arrayFrom(plist_t node) {
+    PropertyList::Array items;
+    const std::uint32_t count = plist_array_get_size(node);
+    items.reserve(count);
+    for (std::uint32_t i = 0; i < count; ++i)
+        items.push_back(fromNode(plist_array_get_item(node, i)));
+    return items;
+}
+
+PropertyList::Dictionary dictionaryFrom(plist_t node) {
+    PropertyList::Dictionary items;
+    forEachInDictionary(
+        node, [&](const char* key, plist_t item) { items.insert_or_assign(key, fromNode(item)); });
+    return items;
+}
+
 PropertyList fromNode(plist_t node) {
     switch (plist_get_node_type(node)) {
         case PLIST_BOOLEAN: {
@@ -73,38 +111,11 @@ PropertyList fromNode(plist_t node) {
             plist_get_real_val(node, &value);
             return value;
         }
-        case PLIST_DATE: {
-            std::int32_t seconds = 0;
-            std::int32_t microseconds = 0;
-            plist_get_date_val(node, &seconds, &microseconds);
-            return PropertyList::Date(dateEpoch + std::chrono::seconds(seconds) +
-                                      std::chrono::microseconds(microseconds));
-        }
-        case PLIST_DATA: {
-            std::uint64_t size = 0;
-            const char* const bytes = plist_get_data_ptr(node, &size);
-            return PropertyList::Data(bytes, bytes + size);
-        }
-        case PLIST_ARRAY: {
-            PropertyList::Array items;
-            const std::uint32_t count = plist_array_get_size(node);
-            items.reserve(count);
-            for (std::uint32_t i = 0; i < count; ++i)
-                items.push_back(fromNode(plist_array_get_item(node, i)));
-            return items;
-        }
-        case PLIST_DICT: {
-            PropertyList::Dictionary items;
-            forEachInDictionary(node, [&](const char* key, plist_t item) {
-                items.insert_or_assign(key, fromNode(item));
-            });
-            return items;
-        }
-        case PLIST_STRING: {
-            std::uint64_t size = 0;
-            const char* const text = plist_get_string_ptr(node, &size);
-            return text ? std::string(text, size) : std::string();
-        }
+        case PLIST_DATE: return dateFrom(node);
+        case PLIST_DATA: return dataFrom(node);
+        case PLIST_ARRAY: return arrayFrom(node);
+        case PLIST_DICT: return dictionaryFrom(node);
+        case PLIST_STRING: return textFrom(node);
         default: return std::string();  // keyed-archive references; no preference file has them
     }
 }

@@ -19,6 +19,7 @@
 
 #include <array>
 #include <atomic>
+#include <chrono>
 #include <condition_variable>
 #include <cstdint>
 #include <mutex>
@@ -107,6 +108,11 @@ public:
     void setNoPrinting(bool noPrinting) { noPrinting_ = noPrinting; }
 
 private:
+    /// The background thread lets entries gather for this time, or up to this size: a program that
+    /// logs in a tight loop then wakes it a hundred times a second, not a hundred thousand times.
+    static constexpr std::chrono::milliseconds gatheringTime{10};
+    static constexpr std::size_t gatheringBytes = 256UL * 1024;
+
     /// Entries in order: their texts one after the other, and where each ends.
     struct Batch {
         std::string texts;

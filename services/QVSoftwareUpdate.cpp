@@ -13,7 +13,7 @@
 #include <ctime>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
+#include <sstream>
 #include <string_view>
 #include <system_error>
 
@@ -52,9 +52,10 @@ bool isInUse(const std::string& folder) {
         std::error_code none;
         const std::string program = fs::read_symlink(entry->path() / "exe", none).string();
         if (program.starts_with(folder + "/")) return true;
-        std::ifstream arguments(entry->path() / "cmdline", std::ios::binary);
-        const std::string line{std::istreambuf_iterator<char>(arguments), {}};
-        if (line.find(folder + "/") != std::string::npos) return true;
+        // A process that ends meanwhile makes the read fail, which a stream keeps to itself.
+        std::ostringstream line;
+        line << std::ifstream(entry->path() / "cmdline", std::ios::binary).rdbuf();
+        if (line.str().find(folder + "/") != std::string::npos) return true;
     }
     return false;
 }

@@ -19,6 +19,7 @@ QVFCPDoc::QVFCPDoc(DocumentView& view)
 
 QVFCPDoc::~QVFCPDoc() {
     cancelProgress();
+    listStop_.request_stop();
     waitUntilProcessed();
     waitUntilPopulated();
 }
@@ -105,7 +106,7 @@ std::optional<Failure> QVFCPDoc::listFailure() const {
 std::shared_ptr<SequenceDocument> QVFCPDoc::listedDocument(const std::string& path) {
     if (!isFCPProject_) return std::make_shared<XMEMLDocument>(path, projectController_->xmlDoc());
     auto document = std::make_shared<NativeDocument>(path, host_);
-    const Outcome listed = document->list();
+    const Outcome listed = document->list(listStop_.get_token());
     const std::lock_guard lock(sequencesMutex_);
     listFailure_ = listed ? std::nullopt : std::optional(listed.failure());
     return document;
@@ -127,7 +128,8 @@ void QVFCPDoc::populateSequencesForProject(const std::string& path) {
         sequences_ = std::move(records);
         document_ = document;
     }
-    onMainThread([this] { view_.reloadTable(); });
+    // Nobody looks any more at the list of a document that goes.
+    if (!listStop_.stop_requested()) onMainThread([this] { view_.reloadTable(); });
 }
 
 void QVFCPDoc::setSelected(const std::vector<std::size_t>& rows, bool selected) {
@@ -253,6 +255,7 @@ void QVFCPDoc::run(const OptionList& options, Delivery delivery, const std::stop
 bool QVFCPDoc::processSequence(SequenceDocument& document, std::size_t row, QVSequence& record,
                                const OptionList& options, const TidyControls& controls) {
     const Result<SourceSequence> source = document.wholeSequence(row, controls);
+    if (!source && source.failure().code == FailureCode::cancelled) return false;
     if (!source) {
         // The record stays ticked, and its short form goes into the bin. There the editor sees
         // which sequence is missing.
@@ -263,7 +266,7 @@ bool QVFCPDoc::processSequence(SequenceDocument& document, std::size_t row, QVSe
     record.fetchedDocument = source->owner;
     record.isPlaceholder = source->isShortForm;
     auto copy = CopyInWork::begin(
-        *source, {options, ignoredEffects(), keepsPicture_, provesPicture_}, controls);
+        *source, {options, ignoredEffects(), keepsPicture_, provesPicture_, keptClips_}, controls);
     record.processedXMLRepresentation = copy ? (*copy)->sequence() : XMLNode();
     if (copy) {
         record.newUUID = QVXMLParser::uuidForNode((*copy)->sequence());
@@ -381,14 +384,14 @@ void QVFCPDoc::deliverToFCP(SequenceDocument& document, const TidyControls& cont
         const auto records = sequenceArray();
         for (const auto& record : *records)
             if (record->selected && record->newUUID) copies.push_back(*record->newUUID);
-        document.showDelivered(copies);
+        document.showDelivered(copies, controls.stop);
     } else {
         // The alert comes before the progress ends, so it stands free of the sheet.
         fail(sent.failure());
         endProgress();
     }
     Log::append("Processing complete");
-    populateSequencesForProject(path_);
+    if (!controls.stop.stop_requested()) populateSequencesForProject(path_);
 }
 
 XMLNode QVFCPDoc::nodeFromXPath(std::string_view query, XMLNode parent) {

@@ -116,6 +116,9 @@ public:
     /// Whether runs keep edits back that would change the picture, and compare it before and after.
     /// Literal runs, which do neither, are what a document does by itself.
     void setKeepsPicture(bool keeps) { keepsPicture_ = keeps; }
+    /// Clips that the next run leaves alone, and what transitions join to them: ids, or patterns
+    /// for names.
+    void setKeptClips(std::vector<std::string> clips) { keptClips_ = std::move(clips); }
     void setProvesPicture(bool proves) { provesPicture_ = proves; }
     /// Whether the copies are made ones that other applications import.
     void setImportsSafely(bool safely) { importsSafely_ = safely; }
@@ -223,7 +226,9 @@ private:
     std::optional<Failure> listFailure_;
     mutable std::mutex stopMutex_;
     std::stop_source stop_;
+    std::stop_source listStop_;  ///< requested when the document goes
     std::vector<std::string> extraIgnoredEffects_;
+    std::vector<std::string> keptClips_;
     bool keepsPicture_ = false;
     bool provesPicture_ = false;
     bool importsSafely_ = false;

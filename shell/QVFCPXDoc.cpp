@@ -96,6 +96,7 @@ void QVFCPXDoc::startProcessing(const OptionList& options) { run(options, beginR
 
 void QVFCPXDoc::run(const OptionList& options, std::stop_token stop) {
     runResult_ = RunResult();
+    notes_.clear();
     ledger_ = ChangeLedger();
     onMainThread([this] { view_.startProgress(); });
     setProgressLabelText("Initializing...");
@@ -121,6 +122,7 @@ void QVFCPXDoc::processFile(const OptionList& options, std::stop_token stop) {
     runResult_.cancelled = !tidied;
     runResult_.delivered = tidied.ok();
     if (tidied) ledger_ = tidied->ledger();
+    if (tidied) notes_ = tidied->notes();
     // A window shows the result when the progress ends.
     onMainThread([this] { view_.endProgress(); });
     xmlDoc_ = tidied ? tidied->sharedDocument() : nullptr;
@@ -154,7 +156,9 @@ XMLNode QVFCPXDoc::nodeFromXPath(std::string_view query, XMLNode parent) {
 
 void QVFCPXDoc::processXML() {
     onMainThread([this] { view_.endProgress(); });
-    showAlert("Processing complete", "Please save the XML file.", AlertStyle::informational);
+    std::string text = "Please save the XML file.";
+    for (const std::string& note : notes_) text += " " + note + ".";
+    showAlert("Processing complete", text, AlertStyle::informational);
 }
 
 }  // namespace reelsweep

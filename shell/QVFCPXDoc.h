@@ -103,6 +103,7 @@ private:
     std::mutex stopMutex_;
     std::stop_source stop_;
     RunResult runResult_;
+    std::vector<std::string> notes_;  ///< of the run, for its alert
     ChangeLedger ledger_;
     /// What there was before a run.
     struct ResultAside {

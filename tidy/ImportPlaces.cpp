@@ -28,6 +28,11 @@ bool isReversed(const PlacedItem& item) {
     return item.item->hasPlace() && place.end <= place.start;
 }
 
+// Whether the clip before a transition runs on into it. Malformed times may leave a gap.
+bool reachesInto(const Item* outgoing, const Item& transition) {
+    return outgoing && outgoing->range.end > transition.range.start;
+}
+
 bool lieOver(const PlacedItem& a, const PlacedItem& b) {
     const FrameRange first = a.body(), second = b.body();
     return first.start < second.end && second.start < first.end;
@@ -42,7 +47,8 @@ public:
     }
 
     void run() {
-        // What is mended may show more. It ends, since each item is edited in one way only once.
+        // What is mended may show more. It ends, since each item is edited in one way only once,
+        // and moved a few times at most.
         while (mendOnce()) continue;
     }
 
@@ -50,9 +56,10 @@ private:
     // The first kind of thing that is wrong anywhere; the places are read anew after each.
     bool mendOnce() {
         // Order first: what was put between a transition and its clip would part them.
-        static constexpr std::array steps = {&Mender::sort,       &Mender::removeLoneTransitions,
-                                             &Mender::placeEdges, &Mender::removeReversed,
-                                             &Mender::separate,   &Mender::fitSources};
+        static constexpr std::array steps = {
+            &Mender::sort,           &Mender::removeLoneTransitions, &Mender::placeEdges,
+            &Mender::removeReversed, &Mender::separateTransitions,   &Mender::separate,
+            &Mender::fitSources,     &Mender::removeUnsortable};
         const std::size_t changes = edit_.ledger().changes.size();
         const SequencePlaces places = SequencePlaces::of(edit_.sequence());
         rate_ = places.rate();
@@ -125,6 +132,8 @@ private:
             start = it.cut.start;
         else if (previous && previous->item->hasPlace())
             start = std::max(start, previous->sourcePlace().end);
+        // A sequence begins at 0, and -1 would be read as no place again.
+        start = std::max(start, Frames{});
         times.start = start;
         if (item.times.in && start != it.range.start)
             times.in = *item.times.in + (it.line.at(start) - it.line.at(it.range.start));
@@ -140,6 +149,7 @@ private:
             end = it.cut.end;
         else if (next && next->item->hasPlace())
             end = std::min(end, next->sourcePlace().start);
+        end = std::max(end, Frames{});
         times.end = end;
         if (item.times.out && end != it.range.end)
             times.out = *item.times.out + (it.line.at(end) - it.line.at(it.range.end));
@@ -166,39 +176,83 @@ private:
                first->item->node.parent() == second->item->node.parent() && wrong(*first, *second);
     }
 
-    // Only items that stand free: a transition holds its clips where they are.
-    void sort(const PlacedTrack& track) {
+    // The clips that stand after one that starts later, as the source did not have them.
+    std::vector<const PlacedItem*> outOfOrder(const PlacedTrack& track) const {
+        const auto later = [](const PlacedItem& a, const PlacedItem& b) {
+            return a.index < b.index && b.sourcePlace().start < a.sourcePlace().start;
+        };
         const PlacedItem* latest = nullptr;
+        std::vector<const PlacedItem*> late;
         for (const PlacedItem& item : track.items) {
-            if (!item.item->hasPlace()) continue;
-            const Frames start = item.sourcePlace().start;
-            if (!latest || start >= latest->sourcePlace().start) {
+            if (!item.item->hasPlace() || isReversed(item)) continue;
+            if (!latest || item.sourcePlace().start >= latest->sourcePlace().start)
                 latest = &item;
-                continue;
-            }
-            const bool isFree = !isTransition(item) && !item.item->fadesIn && !item.item->fadesOut;
-            const auto later = [](const PlacedItem& a, const PlacedItem& b) {
-                return a.index < b.index && b.sourcePlace().start < a.sourcePlace().start;
-            };
-            if (isFree && !wasSo(*latest, item, later) && isFirst(order_, item))
-                moveBack(track, item);
+            else if (!isTransition(item) && !wasSo(*latest, item, later))
+                late.push_back(&item);
         }
+        return late;
     }
 
-    void moveBack(const PlacedTrack& track, const PlacedItem& item) {
+    // A moved item moves again when a neighbour has found its place only then.
+    static constexpr int mostMoves = 4;
+
+    // Only items that stand free: a transition holds its clips where they are.
+    void sort(const PlacedTrack& track) {
+        std::vector<const PlacedItem*> late = outOfOrder(track);
+        std::erase_if(late, [&](const PlacedItem* item) {
+            return item->item->fadesIn || item->item->fadesOut ||
+                   moves_[item->item->node] == mostMoves;
+        });
+        // Several may go to the same place: the first of them goes there first.
+        std::stable_sort(late.begin(), late.end(), [](const auto* a, const auto* b) {
+            return a->sourcePlace().start < b->sourcePlace().start;
+        });
+        for (const PlacedItem* const item : late)
+            if (moveBack(track, *item)) ++moves_[item->item->node];
+    }
+
+    // When nothing else is left to mend, no place in the order is.
+    void removeUnsortable(const PlacedTrack& track) {
+        for (const PlacedItem* const item : outOfOrder(track))
+            edit_.detach(item->item->node, "transitions stand where it should be");
+    }
+
+    // False where it would part a transition from its clip; what stands there may go yet.
+    bool moveBack(const PlacedTrack& track, const PlacedItem& item) {
         const auto next =
             std::find_if(track.items.begin(), track.items.end(), [&](const PlacedItem& other) {
-                return other.item->hasPlace() &&
+                return other.item->hasPlace() && !isReversed(other) &&
                        other.sourcePlace().start > item.sourcePlace().start;
             });
         // Not between a clip and the transition that it ends in.
-        if (isTransition(*next) && next->item->transition->outgoing) return;
+        if (isTransition(*next) && reachesInto(next->item->transition->outgoing, *next->item))
+            return false;
         XMLNode before = next->item->node;
         // Not between a transition and the clip that starts in it.
         const bool startsInOne = next->item->startPlace == EdgePlace::inTransition;
         if (startsInOne) before = std::prev(next)->item->node;
         const TrackIndex& index = edit_.index(track.node);
         edit_.move(item.item->node, index, before.index());
+        return true;
+    }
+
+    // Where there is room for one, the one that the source had stays; else the first.
+    void separateTransitions(const PlacedTrack& track) {
+        std::vector<const PlacedItem*> transitions;
+        for (const PlacedItem& item : track.items)
+            if (isTransition(item) && item.item->hasPlace()) transitions.push_back(&item);
+        std::stable_sort(transitions.begin(), transitions.end(), [](const auto* a, const auto* b) {
+            return a->sourcePlace().start < b->sourcePlace().start;
+        });
+        const PlacedItem* last = nullptr;
+        for (const PlacedItem* const item : transitions) {
+            const bool isNew = last && lieOver(*last, *item) && !wasSo(*last, *item, lieOver);
+            const bool lastGoes = isNew && inSource(*item) && !inSource(*last);
+            if (isNew)
+                edit_.detach((lastGoes ? last : item)->item->node,
+                             "another transition is there already");
+            if (!isNew || lastGoes) last = item;
+        }
     }
 
     // The later of two wins, as in an editing system that overwrites.
@@ -260,7 +314,8 @@ private:
     FrameRate sourceRate_;
     const Sources& sources_;
     std::unordered_map<XMLNode, const PlacedItem*> inSource_;
-    Items edges_, order_, ends_, lengths_;  // edited already
+    Items edges_, ends_, lengths_;  // edited already
+    std::unordered_map<XMLNode, int> moves_;
 };
 
 }  // namespace

@@ -4,6 +4,7 @@
 #pragma once
 
 #include "base/Failure.h"
+#include "tidy/ClipVeto.h"
 #include "tidy/PassTable.h"
 #include "tidy/PictureGuard.h"
 #include "timeline/TimelineEdit.h"
@@ -26,12 +27,23 @@ public:
     const std::function<void(const std::string&)>& progress;
     /// What keeps the picture as it is; null for a literal run.
     PictureGuard* guard = nullptr;
+    /// The clips that were asked to be left alone; null without any.
+    const ClipVeto* veto = nullptr;
 
     bool isCareful() const { return guard != nullptr; }
-    /// Whether the step is to leave one of these alone, and so the whole group.
+    /// Whether anything may have to be left alone.
+    bool mayKeep() const { return guard || veto; }
+    /// Whether the step is to leave one of these alone, and so the whole group. Notes it when
+    /// somebody asked for that.
     bool keepsAny(std::span<const XMLNode> nodes) const {
+        if (const XMLNode asked = veto ? veto->firstOf(nodes) : XMLNode()) {
+            edit.noteKeptAsAsked(asked);
+            return true;
+        }
         return guard && guard->keepsAny(edit.step(), nodes);
     }
+    /// Whether a clip that an element is part of is to be left alone.
+    bool keepsWhatHolds(XMLNode element) const;
     XMLNode sequence() const { return edit.sequence(); }
     bool cancelled() const { return stop.stop_requested(); }
     void showProgress(const std::string& text) const {
@@ -40,5 +52,12 @@ public:
     /// What a pass answers that has found the run stopped.
     static Failure stopped() { return {FailureCode::cancelled, "cancelled"}; }
 };
+
+inline bool PassRun::keepsWhatHolds(XMLNode element) const {
+    if (!veto) return false;
+    for (XMLNode at = element.parent(); at && at != sequence(); at = at.parent())
+        if (keepsAny(std::span(&at, 1))) return true;
+    return false;
+}
 
 }  // namespace reelsweep

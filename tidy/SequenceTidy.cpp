@@ -58,7 +58,8 @@ Timeline SequenceTidy::read() const {
 }
 
 Outcome SequenceTidy::runSteps(const TidyControls& controls, PictureGuard* guard) {
-    PassRun run{edit_, request_.ignoredEffects, controls.stop, controls.progress, guard};
+    PassRun run{edit_, request_.ignoredEffects,  controls.stop, controls.progress,
+                guard, veto_ ? &*veto_ : nullptr};
     for (const PassStep& step : passSteps()) {
         if (!isOn(step, request_.passes)) continue;
         if (run.cancelled()) return PassRun::stopped();
@@ -77,7 +78,13 @@ Outcome SequenceTidy::applyPasses(const TidyControls& controls) {
                          request_.catalogue ? request_.catalogue : MediaCatalogue::of(document()),
                          TimelineDetail::picture);
     }
-    return request_.keepPicture ? applyCarefully(controls) : runSteps(controls, nullptr);
+    if (!request_.keep.empty()) {
+        veto_.emplace(edit_.sequence(), request_.keep);
+        ledger_.unusedKeeps = veto_->takeUnused();
+    }
+    Outcome done = request_.keepPicture ? applyCarefully(controls) : runSteps(controls, nullptr);
+    dropOutdated(ledger_);
+    return done;
 }
 
 void SequenceTidy::compare() {
@@ -98,7 +105,6 @@ Outcome SequenceTidy::applyCarefully(const TidyControls& controls) {
         edit_.rollback(start);
     }
     for (KeptItem& item : guard.kept()) ledger_.kept.push_back(std::move(item));
-    dropOutdated(ledger_);
     return Done{};
 }
 

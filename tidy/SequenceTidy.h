@@ -6,6 +6,7 @@
 // Owner: the run. Thread rule: the thread that owns the tree.
 #pragma once
 
+#include "tidy/ClipVeto.h"
 #include "tidy/ImportStep.h"
 #include "tidy/PictureGuard.h"
 #include "tidy/TidySequence.h"
@@ -43,6 +44,7 @@ private:
     TidyRequest request_;
     SequenceLedger ledger_;
     TimelineEdit edit_;
+    std::optional<ClipVeto> veto_;
     std::optional<Timeline> before_;
     std::size_t comparedChanges_ = 0;  ///< of the ledger, when the picture was compared last
 };

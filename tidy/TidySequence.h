@@ -29,6 +29,8 @@ struct TidyRequest {
     bool keepPicture = false;
     /// The picture before and after is compared: the ledger's `picture`. Always with keepPicture.
     bool provesPicture = false;
+    /// Clips that no pass may touch: ids, or patterns for names as a ClipVeto takes them.
+    std::vector<std::string> keep = {};
     /// Of the source's document, for when several of its sequences are tidied. Without one a
     /// sequence has its own.
     std::shared_ptr<MediaCatalogue> catalogue = {};

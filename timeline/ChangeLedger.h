@@ -73,7 +73,8 @@ struct KeptItem {
     XMLNode node;
     TrackLabel track;
     ItemTimes times;
-    std::string reason;  ///< "moving it to V1 would ..."
+    std::string reason;     ///< "moving it to V1 would ..."
+    bool wasAsked = false;  ///< somebody asked for it; else it keeps the picture
 
     std::string name() const;
     std::string id() const;
@@ -98,6 +99,8 @@ public:
     /// clip relies on. Nothing says any more where such a clip starts or ends.
     std::vector<LooseClip> looseClips;
     std::vector<KeptItem> kept;
+    /// What clips were to be left alone by, and no clip answered to.
+    std::vector<std::string> unusedKeeps;
     /// The source against the copy, frame by frame; null when that was not looked at.
     std::shared_ptr<const PictureDifference> picture;
 

@@ -2,10 +2,10 @@
 
 #include "time/Ticks.h"
 #include "timeline/ElementText.h"
+#include "timeline/ImportFaultParts.h"
 #include "timeline/MediaReader.h"
 #include "timeline/SequencePlaces.h"
 #include "timeline/Vocabulary.h"
-#include "xml/XMLDocument.h"
 
 #include <algorithm>
 #include <array>
@@ -13,9 +13,10 @@
 #include <map>
 #include <set>
 #include <unordered_map>
-#include <unordered_set>
 
 namespace reelsweep {
+
+using namespace importfaults;
 
 std::string_view name(ImportFaultKind kind) {
     constexpr std::array<std::string_view, importFaultKindCount> names = {"linkToNothing",
@@ -63,22 +64,6 @@ std::vector<int> withoutHoles(std::span<const int> groups) {
 namespace {
 
 using Kind = ImportFaultKind;
-
-std::string idOf(XMLNode element) { return std::string(element.attribute("id").value_or("")); }
-
-std::string quoted(std::string_view text) { return '"' + std::string(text) + '"'; }
-
-// A transition is called after its effect.
-std::string nameOf(XMLNode item) {
-    const std::string name = item.child("name").stringValue();
-    return name.empty() ? item.child("effect").child("name").stringValue() : name;
-}
-
-std::string place(TrackLabel track, const ItemTimes& times, const SequenceTimecode& timecode) {
-    std::string text = description(track);
-    if (!times.start && !times.end) return text;
-    return text + ", " + timecode.text(times.start) + " to " + timecode.text(times.end);
-}
 
 bool isIn(FrameRange place, Frames frame) { return place.start <= frame && frame < place.end; }
 
@@ -239,22 +224,40 @@ private:
         }
     }
 
+    // Clips over clips, and transitions over transitions: a transition lies over its clips.
     void overlaps() {
-        std::vector<const PlacedItem*> clips;
+        std::vector<const PlacedItem*> clips, transitions;
         for (const PlacedItem& item : track_->items)
-            if (item.item->kind != ItemKind::transition && item.item->hasPlace() &&
-                item.body().start < item.body().end)
-                clips.push_back(&item);
-        std::stable_sort(clips.begin(), clips.end(), [](const auto* a, const auto* b) {
+            if (item.item->hasPlace() && item.body().start < item.body().end)
+                (item.item->kind == ItemKind::transition ? transitions : clips).push_back(&item);
+        overlapsOf(std::move(clips));
+        overlapsOf(std::move(transitions));
+        for (std::size_t i = 1; i < track_->items.size(); ++i)
+            runsPast(track_->items[i - 1], track_->items[i]);
+    }
+
+    // A clip that goes on behind the transition that it should end in.
+    void runsPast(const PlacedItem& clip, const PlacedItem& transition) {
+        const bool isPair = clip.item->kind != ItemKind::transition &&
+                            transition.item->kind == ItemKind::transition &&
+                            clip.item->hasPlace() && transition.item->hasPlace();
+        if (isPair && isIn(clip.body(), transition.sourcePlace().end))
+            add(Kind::overlap, clip,
+                "It goes on behind the transition after it, which ends at " +
+                    at(transition.sourcePlace().end) + ".");
+    }
+
+    void overlapsOf(std::vector<const PlacedItem*> items) {
+        std::stable_sort(items.begin(), items.end(), [](const auto* a, const auto* b) {
             return a->body().start < b->body().start;
         });
         const PlacedItem* last = nullptr;
-        for (const PlacedItem* const clip : clips) {
-            if (last && isIn(last->body(), clip->body().start))
-                add(Kind::overlap, *clip,
+        for (const PlacedItem* const item : items) {
+            if (last && isIn(last->body(), item->body().start))
+                add(Kind::overlap, *item,
                     "It lies over " + quoted(nameOf(last->item->node)) +
                         " of the same track, which ends at " + at(last->body().end) + ".");
-            if (!last || clip->body().end > last->body().end) last = clip;
+            if (!last || item->body().end > last->body().end) last = item;
         }
     }
 
@@ -263,118 +266,6 @@ private:
     std::vector<ImportFault>& faults_;
     std::unordered_multimap<std::string, Where> byId_;
     const PlacedTrack* track_ = nullptr;
-};
-
-// The faults of ids, which hold for all that is imported together.
-class IdFaults {
-public:
-    IdFaults(XMLNode root, std::vector<ImportFault>& faults) : root_(root), faults_(faults) {}
-
-    void find() {
-        if (root_.isElement("sequence")) visit(root_);
-        root_.forEachDescendant({"clipitem", "generatoritem", "transitionitem", "file", "sequence",
-                                 "clip", "masterclipid"},
-                                [&](XMLNode element) { visit(element); });
-        for (const XMLNode& reference : references_) undefined(reference);
-        if (masterClips_.empty()) return;
-        // A document that brings no master clips along leaves them to where it came from.
-        std::unordered_set<std::string> told;
-        for (const XMLNode& reference : masterClipReferences_) {
-            const std::string id = reference.stringValue();
-            if (!masterClips_.contains(id) && told.insert(id).second)
-                add(Kind::undefinedReference, reference.parent(), id,
-                    "It names the master clip " + quoted(id) + ", which is defined nowhere.");
-        }
-    }
-
-private:
-    void visit(XMLNode element) {
-        const std::string id = element.isElement("masterclipid") ? "" : idOf(element);
-        if (element.isElement("masterclipid")) {
-            masterClipReferences_.push_back(element);
-        } else if (id.empty()) {
-            return;
-        } else if (isTimelineItem(element)) {
-            if (!items_.insert(id).second)
-                add(Kind::idTwice, element, id, "Another item has the id " + quoted(id) + " too.");
-        } else if (element.isElement("clip")) {
-            if (isDefinition(element)) masterClips_.insert(id);
-        } else if (isDefinition(element)) {
-            define(element, id);
-        } else {
-            const std::string key = keyOf(element, id);
-            if (!definitions_.contains(key)) references_.push_back(element);
-        }
-    }
-
-    static std::string keyOf(XMLNode element, const std::string& id) {
-        return std::string(element.name()) + '\n' + id;
-    }
-
-    void define(XMLNode element, const std::string& id) {
-        const auto [first, isFirst] = definitions_.emplace(keyOf(element, id), element);
-        if (isFirst) return;
-        if (element.isElement("sequence"))
-            add(Kind::sequenceTwice, element, id,
-                "The sequence " + quoted(id) + " is defined a second time.");
-        else if (serialise(first->second) == serialise(element))
-            add(Kind::fileTwice, element, id,
-                "The file " + quoted(id) + " is defined a second time.");
-        else
-            add(Kind::fileTwiceUnlike, element, id,
-                "Another file has the id " + quoted(id) + " too.");
-    }
-
-    // Of many references to one thing the first is told.
-    void undefined(XMLNode reference) {
-        const std::string id = idOf(reference);
-        const std::string key = keyOf(reference, id);
-        if (!told_.insert(key).second) return;
-        const std::string what = "the " + std::string(reference.name()) + " " + quoted(id);
-        if (definitions_.contains(key))
-            add(Kind::usedBeforeDefinition, reference, id,
-                "It uses " + what + " before that is defined.");
-        else
-            add(Kind::undefinedReference, reference, id,
-                "It uses " + what + ", which is defined nowhere.");
-    }
-
-    void add(Kind kind, XMLNode element, const std::string& id, std::string text) {
-        ImportFault fault;
-        fault.kind = kind;
-        fault.id = id;
-        fault.node = element;
-        fault.text = std::move(text);
-        XMLNode sequence = element.isElement("sequence") ? element : XMLNode();
-        for (XMLNode at = element; at && !sequence; at = at.parent()) {
-            if (isTimelineItem(at) && fault.item.empty()) {
-                fault.item = nameOf(at);
-                fault.times = ItemTimes::of(at);
-            }
-            if (at.isElement("track") && fault.track.number == 0) fault.track = labelOf(at);
-            if (at.isElement("sequence") && at != element) sequence = at;
-        }
-        fault.sequence = sequence.child("name").stringValue();
-        if (sequence && fault.track.number != 0)
-            fault.place = place(fault.track, fault.times, SequenceTimecode::of(sequence));
-        faults_.push_back(std::move(fault));
-    }
-
-    static TrackLabel labelOf(XMLNode track) {
-        TrackLabel label{track.parent().isElement("video"), 0};
-        for (XMLNode at = track; at; at = at.previousSibling())
-            if (at.isElement("track")) ++label.number;
-        return label;
-    }
-
-    XMLNode root_;
-    std::vector<ImportFault>& faults_;
-    std::unordered_set<std::string> items_;
-    std::unordered_set<std::string> masterClips_;
-    std::unordered_map<std::string, XMLNode> definitions_;
-    std::vector<XMLNode> references_;  // to what was not defined before
-    std::vector<XMLNode> masterClipReferences_;
-    std::unordered_set<std::string> told_;
 };
 
 }  // namespace
@@ -391,7 +282,7 @@ std::vector<ImportFault> importFaults(XMLNode root) {
     root.forEachDescendant({"sequence"}, [&](XMLNode sequence) {
         if (isDefinition(sequence)) TrackFaults(sequence, faults).find();
     });
-    IdFaults(root, faults).find();
+    findIdFaults(root, faults);
     return faults;
 }
 

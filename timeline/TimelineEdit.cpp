@@ -368,6 +368,11 @@ void TimelineEdit::noteKept(XMLNode clip, const std::string& reason) {
     ledger_.kept.push_back({step_, clip, label(clip), ItemTimes::of(clip), reason});
 }
 
+void TimelineEdit::noteKeptAsAsked(XMLNode clip) {
+    noteKept(clip, "you asked to leave it alone");
+    ledger_.kept.back().wasAsked = true;
+}
+
 void TimelineEdit::rewrite(XMLNode about, std::span<const Rewrite> rewrites,
                            const std::string& reason) {
     if (rewrites.empty()) return;

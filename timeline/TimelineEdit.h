@@ -108,6 +108,8 @@ public:
 
     /// Notes that the step leaves a clip alone that it would have changed, and why.
     void noteKept(XMLNode clip, const std::string& reason);
+    /// The same, because somebody asked for it.
+    void noteKeptAsAsked(XMLNode clip);
 
     // Taking back
 

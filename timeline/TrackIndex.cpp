@@ -142,6 +142,12 @@ std::vector<TrackIndex::Id> TrackIndex::entries(Id first, Id last) const {
     return ids;
 }
 
+std::vector<XMLNode> TrackIndex::nodes(const Group& group) const {
+    std::vector<XMLNode> nodes;
+    for (const Id id : entries(group.first, group.last)) nodes.push_back(entry(id).node);
+    return nodes;
+}
+
 bool TrackIndex::holds(Id id) const {
     bringUpToDate();
     return at(id).home == this;

@@ -118,6 +118,8 @@ public:
         FrameRange range;
     };
     Group group(Id id) const;
+    /// The items of a group, in order.
+    std::vector<XMLNode> nodes(const Group& group) const;
 
     /// Neighbouring entries. The group of each lies within them.
     struct Stretch {

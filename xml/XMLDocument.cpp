@@ -1,6 +1,7 @@
 #include "xml/XMLDocument.h"
 
 #include "base/UniqueDescriptor.h"
+#include "xml/BlanksBesideCData.h"
 #include "xml/QuickCheck.h"
 #include "xml/StrictCheck.h"
 #include "xml/XMLAccess.h"
@@ -13,6 +14,7 @@
 #include <cstring>
 #include <future>
 #include <optional>
+#include <vector>
 
 namespace reelsweep {
 
@@ -34,6 +36,15 @@ public:
         node.set_value(text.c_str());
         return true;
     }
+};
+
+// What is known of the bytes when the parser has used them up.
+struct ByteNotes {
+    explicit ByteNotes(std::string_view bytes)
+        : hasCarriageReturn(bytes.find('\r') != bytes.npos), blanks(blanksBesideCData(bytes)) {}
+
+    bool hasCarriageReturn;
+    std::vector<BlanksAround> blanks;
 };
 
 }  // namespace
@@ -69,11 +80,12 @@ struct XMLDocument::Tree {
     }
 
     Outcome takeParsed(const pugi::xml_parse_result& parsed, const std::string& name,
-                       bool hasCarriageReturns) {
+                       const ByteNotes& notes) {
         if (!parsed)
             return Failure{FailureCode::inputInvalid, parsed.description(), name, 0, 0, ""};
         LineEndNormaliser normaliser;
-        if (hasCarriageReturns) pugi.traverse(normaliser);
+        if (notes.hasCarriageReturn) pugi.traverse(normaliser);
+        restoreBlanks(pugi, notes.blanks);
         arrange();
         return Done{};
     }
@@ -116,8 +128,6 @@ ssize_t readFully(int descriptor, char* bytes, std::size_t limit) {
     }
     return static_cast<ssize_t>(done);
 }
-
-bool hasCarriageReturn(std::string_view bytes) { return bytes.find('\r') != bytes.npos; }
 
 // Pipes and devices have no size and are read once only.
 Result<std::string> readStream(int descriptor, const std::string& path) {
@@ -170,7 +180,7 @@ Result<XMLDocument> XMLDocument::parse(std::string_view bytes, const std::string
     document.tree_ = std::make_unique<Tree>();
     const auto parsed =
         document.tree_->pugi.load_buffer(bytes.data(), bytes.size(), XMLAccess::parseOptions);
-    if (Outcome taken = document.tree_->takeParsed(parsed, name, hasCarriageReturn(bytes)); !taken)
+    if (Outcome taken = document.tree_->takeParsed(parsed, name, ByteNotes(bytes)); !taken)
         return taken.failure();
     return document;
 }
@@ -202,14 +212,14 @@ Result<XMLDocument> XMLDocument::load(const std::string& path, Verification veri
     const ssize_t got = readFully(file->get(), bytes.get(), size);
     if (got < 0) return unreadable(path, std::strerror(errno));
     const std::size_t gotBytes = static_cast<std::size_t>(got);
-    const bool carriageReturns = hasCarriageReturn({bytes.get(), gotBytes});
+    const ByteNotes notes({bytes.get(), gotBytes});
     document.tree_ = std::make_unique<Tree>();
     const auto parsed = document.tree_->pugi.load_buffer_inplace_own(bytes.release(), gotBytes,
                                                                      XMLAccess::parseOptions);
     // The check knows line and column, so it speaks first where both have something to say.
     if (verification == Verification::beforeUse || !parsed)
         if (Outcome checked = document.verify(); !checked) return checked.failure();
-    if (Outcome taken = document.tree_->takeParsed(parsed, path, carriageReturns); !taken)
+    if (Outcome taken = document.tree_->takeParsed(parsed, path, notes); !taken)
         return taken.failure();
     document.loadedFile_ = identity;
     return document;

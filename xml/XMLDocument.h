@@ -3,10 +3,10 @@
 // Loading is strict. The bytes are checked for well-formedness (on a second thread for large input)
 // and refused, with line and column, when they are not well-formed, declare entities, refer to
 // undeclared or external ones, or nest deeper than maximumDepth.
-// White-space-only text between elements is dropped; a text that is an element's only content is
-// kept even when blank. Comments, CDATA sections, processing instructions and the DOCTYPE survive a
-// load and save. Thread rule: one document is used from one thread at a time; different documents
-// are independent.
+// White-space-only text between elements is dropped, but not beside CDATA; a text that is all that
+// an element holds is kept even when blank. Comments, CDATA sections, processing instructions and
+// the DOCTYPE survive a load and save. Thread rule: one document is used from one thread at a time;
+// different documents are independent.
 #pragma once
 
 #include "base/AtomicFile.h"

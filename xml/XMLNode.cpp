@@ -1,5 +1,6 @@
 #include "xml/XMLNode.h"
 
+#include "xml/BlanksBesideCData.h"
 #include "xml/QuickCheck.h"
 #include "xml/StrictCheck.h"
 #include "xml/XMLAccess.h"
@@ -32,6 +33,14 @@ void appendDescendantText(const pugi::xml_node& node, std::string& text) {
         if (!d || d == node) break;
         d = d.next_sibling();
     }
+}
+
+bool isBlank(const char* text) { return text[std::strspn(text, " \t\r\n")] == '\0'; }
+
+// White space before a CDATA section is content, but the section says what a reader looks for.
+bool isBlankBeforeSection(const pugi::xml_node& node) {
+    return node.type() == pugi::node_pcdata && node.next_sibling().type() == pugi::node_cdata &&
+           isBlank(node.value());
 }
 
 // The first of this sibling and those after it that is an element: processing instructions have
@@ -181,7 +190,7 @@ XMLNode XMLNode::firstText() const {
     if (attribute_) return {};
     for (pugi::xml_node node = XMLAccess::pugi(*this).first_child(); !XMLAccess::isNull(node);
          node = node.next_sibling())
-        if (isTextType(node.type())) return XMLAccess::handle(node);
+        if (isTextType(node.type()) && !isBlankBeforeSection(node)) return XMLAccess::handle(node);
     return {};
 }
 
@@ -192,7 +201,12 @@ const char* XMLNode::rawName() const {
 }
 
 const char* XMLNode::rawText() const {
-    return attribute_ ? "" : XMLAccess::pugi(*this).child_value();
+    if (attribute_) return "";
+    const pugi::xml_node node = XMLAccess::pugi(*this);
+    const char* const first = node.child_value();
+    if (*first == '\0' || static_cast<unsigned char>(*first) > ' ') return first;
+    const XMLNode text = firstText();
+    return text ? XMLAccess::pugi(text).value() : first;
 }
 
 XMLNode XMLNode::nextElement(const XMLNode& topNode, std::string_view name) const {
@@ -348,6 +362,7 @@ Result<XMLNode> XMLNode::parseDetached(std::string_view text) const {
         slot.append_buffer(text.data(), text.size(), XMLAccess::parseOptions, pugi::encoding_utf8);
     pugi::xml_node element = slot.first_child();
     while (element && element.type() != pugi::node_element) element = element.next_sibling();
+    restoreBlanks(slot, blanksBesideCData(text));
     if (!parsed || !element)
         return Failure{FailureCode::inputInvalid, parsed.description(), "", 0, 0, ""};
     return XMLAccess::handle(element);

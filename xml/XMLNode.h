@@ -87,9 +87,10 @@ public:
 
     /// The text of the attribute, or nothing when the element lacks it.
     std::optional<std::string_view> attribute(const char* name) const;
-    /// First text (or CDATA) child; null when there is none.
+    /// First text (or CDATA) child; null when there is none. Not a blank before a CDATA section.
     XMLNode firstText() const;
-    /// The first text among the children that is not empty; empty when there is none.
+    /// The first text among the children that is not empty; empty when there is none. Not a blank
+    /// before a CDATA section.
     std::string_view text() const { return rawText(); }
     /// name() and text() as NUL-terminated characters, for readers of very many nodes: what they
     /// look for they find without measuring each text first. Never null.

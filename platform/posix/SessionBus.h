@@ -6,6 +6,7 @@
 
 #include <chrono>
 #include <cstdint>
+#include <stop_token>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -53,6 +54,8 @@ private:
 
 class SessionBus {
 public:
+    static constexpr const char* givenUp = "com.quorvane.Error.GivenUp";
+
     /// Connects. Where there is no session bus, or it belongs to somebody else, the object is not
     /// connected.
     SessionBus();
@@ -69,9 +72,10 @@ public:
     /// A new call; null when it cannot be made.
     BusMessage methodCall(std::string_view destination, std::string_view path,
                           const char* interface, const char* method) const;
-    /// Sends a call and waits for its reply. Answers null and fills the error when there is none.
-    BusMessage call(const BusMessage& message, std::chrono::microseconds timeout,
-                    BusError& error) const;
+    /// Sends a call and waits for its reply. Answers null and fills the error when there is none. A
+    /// stop ends the wait; the error is then named givenUp.
+    BusMessage call(const BusMessage& message, std::chrono::microseconds timeout, BusError& error,
+                    const std::stop_token& stop = {}) const;
 
     /// The well-known names that are owned now.
     std::vector<std::string> ownedNames() const { return names("ListNames"); }

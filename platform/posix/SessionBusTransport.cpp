@@ -36,6 +36,7 @@ AppleEventReply failureFrom(const BusError& error, std::chrono::milliseconds tim
          "it does not speak this version of the protocol"},
         {SD_BUS_ERROR_NO_REPLY, appleEventError::connectionInvalid,
          "it went away without an answer"},
+        {SessionBus::givenUp, appleEventError::userCancelled, "the wait was given up"},
     };
     const std::string_view name = error.name();
     for (const Row& row : rows)
@@ -72,7 +73,7 @@ AppleEventReply SessionBusTransport::send(const AppleEvent& event) {
 
     const std::chrono::milliseconds timeout = timeoutOf(event);
     BusError error;
-    const BusMessage answer = bus.call(message, timeout, error);
+    const BusMessage answer = bus.call(message, timeout, error, event.stop);
     if (!answer.get()) return failureFrom(error, timeout);
 
     AppleEventReply reply;

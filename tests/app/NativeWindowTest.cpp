@@ -1,11 +1,16 @@
 // Projects that are open in Final Cut Pro, tidied in a window: a real bus, the demo host on it, and
 // the command line beside it.
+#include "app/TerminationSignals.h"
 #include "tests/app/AppTest.h"
 #include "tests/cli/Program.h"
 #include "tests/hosts/BusTest.h"
 
+#include <QElapsedTimer>
 #include <QListWidget>
 #include <QMenuBar>
+#include <QTimer>
+
+#include <csignal>
 
 namespace reelsweep::test {
 namespace {
@@ -117,6 +122,102 @@ TEST_F(NativeWindowTest, StaysWhileItSendsByItself) {
     EXPECT_TRUE(controller.documents().windows().isEmpty());
     ASSERT_TRUE(QVAppleEvents::saveProject(path));
     EXPECT_NE(contentsOf(path).find("<bin>"), std::string::npos);
+}
+
+// The time-out of the host's answers is a minute: whoever waited for one would take that long.
+class Promptly {
+public:
+    Promptly() { clock_.start(); }
+    ~Promptly() { EXPECT_LT(clock_.elapsed(), 30'000); }
+    Promptly(const Promptly&) = delete;
+    Promptly& operator=(const Promptly&) = delete;
+
+private:
+    QElapsedTimer clock_;
+};
+
+TEST_F(NativeWindowTest, GoesWhileTheHostIsSilent) {
+    const std::string path = host.openProject("a.fcp", film);
+    for (const char* const silent : {"eTCX drop", "fcLP drop"}) {
+        SCOPED_TRACE(silent);
+        const Promptly promptly;
+        host.setFaults(silent);
+        const QPointer<DocumentWindow> window = controller.documents().open(toQString(path));
+        ASSERT_TRUE(window);
+        EXPECT_TRUE(comesTrue([&] { return window->isVisible(); }));
+        window->close();
+        EXPECT_TRUE(comesTrue([&] { return !window; }));
+        EXPECT_EQ(shownAlert(), nullptr);
+    }
+}
+
+TEST_F(NativeWindowTest, AsksForProjectsOnceAndGivesThatUpWhenItIsToEnd) {
+    host.openProject("a.fcp", film);
+    ASSERT_TRUE(offersProjects());
+    host.setFaults("fcLP drop");
+    const Promptly promptly;
+    {
+        bool asked = false;
+        const TerminationSignals requests([&] {
+            asked = true;
+            controller.terminate();
+        });
+        // While the answer is waited for.
+        QTimer::singleShot(0, [&] {
+            chooseProjects();
+            ::raise(SIGTERM);
+        });
+        chooseProjects();
+        EXPECT_TRUE(asked);
+        EXPECT_EQ(projectList(), nullptr);
+    }
+    host.setFaults("");
+    chooseProjects();
+    ASSERT_TRUE(projectList());
+    EXPECT_EQ(projectList()->count(), 1);
+}
+
+TEST_F(NativeWindowTest, SendsOnceAndClosesWhileTheHostIsSilent) {
+    host.openProject("a.fcp", film);
+    ASSERT_TRUE(offersProjects());
+    chooseProjects();
+    const QPointer<DocumentWindow> window = openFromList(0);
+    tick(window, 0);
+    host.setFaults("iXML drop");
+    const Promptly promptly;
+    QTimer::singleShot(0, [&] {
+        EXPECT_TRUE(window->isRunning());
+        menuItem(window, "sendToFCP:")->trigger();
+        EXPECT_TRUE(window->isRunning());
+        EXPECT_FALSE(window->close());
+    });
+    menuItem(window, "sendToFCP:")->trigger();
+    EXPECT_TRUE(comesTrue([&] { return !window; }));
+    EXPECT_EQ(shownAlert(), nullptr);
+}
+
+TEST_F(NativeWindowTest, CancelsARunThatTheHostKeepsWaiting) {
+    host.openProject("a.fcp", film);
+    ASSERT_TRUE(offersProjects());
+    chooseProjects();
+    DocumentWindow* const window = openFromList(0);
+    tick(window, 0);
+    setOptions(window, {"removeDisabledVideoClips"});
+    const std::pair<const char*, const char*> rows[] = {{"gXML drop", "Fetching XML"},
+                                                        {"iXML drop", "Sending to"}};
+    for (const auto& [silent, label] : rows) {
+        SCOPED_TRACE(silent);
+        host.setFaults(silent);
+        const Promptly promptly;
+        QTest::mouseClick(processButton(window), Qt::LeftButton);
+        EXPECT_TRUE(comesTrue([&, label = QString(label)] {
+            return child<QLabel>(window, "progressLabel")->text().startsWith(label);
+        }));
+        window->cancelProgress();
+        EXPECT_TRUE(ends(window));
+        EXPECT_EQ(shownAlert(), nullptr);
+        EXPECT_TRUE(window->isVisible());
+    }
 }
 
 TEST_F(NativeWindowTest, OutlivesAHostThatComesAndGoesWhileAMenuOrItsListIsOpen) {

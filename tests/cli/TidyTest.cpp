@@ -109,6 +109,22 @@ TEST(Tidy, TakesTheUsersWordForSeeThroughEffects) {
     EXPECT_EQ(sequencesOf(workplace.read("b.xml")), sequencesOf(stacked) + kept);
 }
 
+TEST(Tidy, LeavesAClipAloneAndKnowsWhenThereIsNone) {
+    const std::string stacked = project({"V1: A[0,100) V2: B[120,150) C[200,250)"});
+    const Workplace workplace(stacked);
+    const Ended kept = run(workplace, {"tidy", "in.xml", "-o", "a.xml", "--keep", "b"});
+    EXPECT_EQ(kept.status, 0);
+    EXPECT_EQ(sequencesOf(workplace.read("a.xml")),
+              sequencesOf(stacked) + "Reel 1-Tidied: V1: A[0,100) C[200,250) V2: B[120,150)\n");
+    EXPECT_EQ(kept.error, "reelsweep-cli: note: Reel 1: 1 clip was left alone as you asked\n");
+    const Ended misspelt =
+        run(workplace, {"tidy", "in.xml", "-o", "b.xml", "--keep", "A", "--keep", "Bee"});
+    EXPECT_EQ(misspelt.status, 2);
+    EXPECT_EQ(misspelt.error,
+              "reelsweep-cli: in.xml: --keep Bee: no clip has this id or name\n");
+    EXPECT_FALSE(workplace.has("b.xml"));
+}
+
 TEST(Tidy, WritesWhereItIsTold) {
     const std::string tidied = "Reel 2-Tidied: V1: D[0,50)\n";
     struct Row {

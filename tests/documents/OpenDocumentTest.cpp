@@ -14,7 +14,7 @@ using Strings = std::vector<std::string>;
 // An editing application that has a project of two sequences open.
 class TwoSequenceHost final : public EditingHost {
 public:
-    std::optional<Listing> list(const std::string&) override {
+    std::optional<Listing> list(const std::string&, const std::stop_token&) override {
         if (!answers) return {};
         auto tree = std::make_shared<XMLDocument>(std::move(
             *XMLDocument::parse("<x><sequence><uuid>1</uuid><name>One</name></sequence>"
@@ -24,18 +24,29 @@ public:
             listing.sequences.push_back(s);
         return listing;
     }
-    std::optional<std::string> fetch(const std::string& uuid, const std::string&) override {
-        if (uuid == "2") return {};
+    std::optional<std::string> fetch(const std::string& uuid, const std::string&,
+                                     const std::stop_token&) override {
+        if (giveUp("fetch") || uuid == "2") return {};
         return "<xmeml>" + sequenceXML("V1: !A[0,9) B[9,20)") + "</xmeml>";
     }
-    bool send(std::string_view xml, const std::string&) override {
+    bool send(std::string_view xml, const std::string&, const std::stop_token&) override {
+        if (giveUp("send")) return false;
         sent += xml;
         return true;
     }
-    void open(const std::string& uuid, const std::string&) override { opened.push_back(uuid); }
+    void open(const std::string& uuid, const std::string&, const std::stop_token&) override {
+        opened.push_back(uuid);
+    }
     int xmemlVersion() override { return 4; }
 
+    // Somebody loses patience while this call goes on.
+    bool giveUp(const std::string& call) {
+        if (stopDuring.first == call) stopDuring.second->request_stop();
+        return stopDuring.first == call;
+    }
+
     bool answers = true;
+    std::pair<std::string, std::stop_source*> stopDuring;
     std::string sent;
     Strings opened;
 };
@@ -113,6 +124,25 @@ TEST_F(OpenDocument, TidiesSomeSequencesIntoADocumentOfTheirOwn) {
     EXPECT_EQ(notation(root.child("bin").child("children").child("sequence")), "V1: C[9,20)");
 }
 
+TEST_F(OpenDocument, TakesABlankAloneInATrackForLayout) {
+    const std::string blank = "<track>\n\t</track>";
+    std::string xml = projectXML({sequenceXML("V1: A[0,9)")});
+    xml.insert(xml.find("<track>"), blank);
+    const auto document = openDocument(file("cut.xml", xml));
+    ASSERT_TRUE(document);
+    const auto tidied =
+        tidy(**document, {.passes = {"collapseTracks", "removeUnusedTracks"}, .importSafe = false});
+    ASSERT_TRUE(tidied);
+    const std::string result = tidied->document()->serialise(XMLFormat::compact);
+    EXPECT_NE(result.find(blank), std::string::npos);
+    XMLNode copy;
+    tidied->document()->node().forEachDescendant({"sequence"},
+                                                 [&](XMLNode sequence) { copy = sequence; });
+    const XMLNode track = copy.child("media").child("video").child("track");
+    EXPECT_TRUE(track.firstChild().isElement("clipitem")) << serialise(copy);
+    EXPECT_EQ(notation(copy), "V1: A[0,9)");
+}
+
 TEST_F(OpenDocument, TidiesAnFCPXMLFileAsAWhole) {
     const std::string path = file(
         "in.fcpxml", "<fcpxml><project name='P'><sequence><marker/></sequence></project></fcpxml>");
@@ -151,6 +181,21 @@ TEST_F(OpenDocument, TidiesANativeProjectThroughItsHost) {
     const XMLNode copy = bin.child("children").child("sequence");
     EXPECT_EQ(notation(copy), "V1: B[9,20)");
     EXPECT_EQ(host.opened, Strings{copy.child("uuid").stringValue()});
+}
+
+TEST_F(OpenDocument, GivesAHostUpWhenItIsToldTo) {
+    TwoSequenceHost host;
+    for (const char* const waiting : {"fetch", "send"}) {
+        SCOPED_TRACE(waiting);
+        const auto document = openDocument(file("film.fcp", ""), {.host = &host});
+        ASSERT_TRUE(document);
+        std::stop_source stop;
+        host.stopDuring = {waiting, &stop};
+        const auto tidied = tidy(**document, {}, {.stop = stop.get_token()});
+        ASSERT_FALSE(tidied);
+        EXPECT_EQ(tidied.failure().code, FailureCode::cancelled);
+        EXPECT_TRUE(host.opened.empty());
+    }
 }
 
 TEST_F(OpenDocument, SaysWhyAFileCannotBeOpened) {

@@ -2,6 +2,8 @@
 #include "tests/timeline/Interchange.h"
 
 #include <gtest/gtest.h>
+#include <algorithm>
+#include <map>
 
 namespace reelsweep::test {
 namespace {
@@ -131,6 +133,70 @@ TEST(StandaloneDelivery, DefinesFilesAtTheirFirstUse) {
         SCOPED_TRACE(row.what);
         EXPECT_EQ(delivered(row.content, row.rows), row.delivered);
     }
+}
+
+// The deepest element of a document, the root being 1.
+int depthOf(XMLNode root) {
+    int deepest = 0;
+    root.forEachDescendant({}, [&](XMLNode element) {
+        int depth = 0;
+        for (; element.isElement(); element = element.parent()) ++depth;
+        deepest = std::max(deepest, depth);
+    });
+    return deepest;
+}
+
+TEST(StandaloneDelivery, FollowsReferencesHoweverLongTheirChain) {
+    const auto number = [](int i) { return std::to_string(i); };
+    std::string masterClips = "<bin><children>";
+    for (int i = 0; i < 30'000; ++i)
+        masterClips +=
+            masterClip("m" + number(i), "<masterclipid>m" + number(i + 1) + "</masterclipid>");
+    masterClips += "</children></bin>";
+    const std::string all =
+        delivered(masterClips + sequence("s", clip("a", "<masterclipid>m0</masterclipid>")), {0});
+    EXPECT_TRUE(all.starts_with("<clip id=\"m29999\">")) << all.substr(0, 100);
+    EXPECT_TRUE(all.ends_with(masterClip("m0", "<masterclipid>m1</masterclipid>") +
+                              sequence("s", clip("a", "<masterclipid>m0</masterclipid>"))));
+}
+
+TEST(StandaloneDelivery, NestsNoDeeperThanCanBeLoaded) {
+    constexpr int count = 600;
+    const auto name = [](int i) { return "n" + std::to_string(i); };
+    std::string content;
+    for (int i = 0; i < count; ++i)
+        content += sequence(name(i), clip("c" + name(i), "<sequence id=\"" + name(i + 1) + "\"/>"));
+    const Interchange file = Interchange::ofXML("<xmeml version=\"5\">" + content + "</xmeml>");
+    const std::vector<XMLNode> first{file.tree->rootElement().firstChild()};
+    const auto output = standaloneDocument(*file.tree, first, newestXMEMLVersion, {});
+    ASSERT_TRUE(output);
+    EXPECT_LE(depthOf(output->rootElement()), XMLDocument::maximumDepth);
+    const auto again = XMLDocument::parse(output->serialise(XMLFormat::pretty));
+    ASSERT_TRUE(again) << again.failure().description();
+    // Each is defined once, before it is used outside its definition.
+    std::map<std::string, int> defined;
+    again->node().forEachDescendant({"sequence"}, [&](XMLNode element) {
+        const std::string id(*element.attribute("id"));
+        if (element.firstChild()) {
+            ++defined[id];
+        } else if (id != name(count)) {
+            EXPECT_EQ(defined[id], 1) << id;
+        }
+    });
+    EXPECT_EQ(defined.size(), std::size_t{count});
+    for (const auto& [id, times] : defined) EXPECT_EQ(times, 1) << id;
+
+    // A sequence that is too deep by itself.
+    std::string deep;
+    for (int i = 0; i < 996; ++i) deep = "<a>" + deep + "</a>";
+    const Interchange deepest = Interchange::ofXML("<sequence>" + deep + "<media/></sequence>");
+    const auto refused = standaloneDocument(
+        *deepest.tree, std::vector<XMLNode>{deepest.tree->rootElement()}, newestXMEMLVersion, {});
+    EXPECT_TRUE(refused);
+    const Interchange beyond =
+        Interchange::ofXML("<sequence><a>" + deep + "</a><media/></sequence>");
+    EXPECT_FALSE(standaloneDocument(*beyond.tree, std::vector<XMLNode>{beyond.tree->rootElement()},
+                                    newestXMEMLVersion, {}));
 }
 
 TEST(StandaloneDelivery, AnswersNothingAfterAStop) {

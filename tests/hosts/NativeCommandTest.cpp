@@ -3,6 +3,7 @@
 #include "tests/hosts/BusTest.h"
 #include "tests/timeline/Timeline.h"
 
+#include <csignal>
 #include <nlohmann/json.hpp>
 
 namespace reelsweep::test {
@@ -150,6 +151,25 @@ TEST_F(NativeCommand, TellsWhatFailedByItsExitCode) {
         EXPECT_EQ(ended.error.empty(), row.said.empty()) << ended.error;
         EXPECT_EQ(ended.output.find("Sent to Final Cut Pro") != std::string::npos, row.delivered);
         EXPECT_EQ(contentsOf(path), reels);
+    }
+}
+
+TEST_F(NativeCommand, EndsAtOnceWhenItIsInterruptedWhileTheHostIsSilent) {
+    const std::string path = openProject("film.fcp", reels);
+    const std::pair<const char*, const char*> rows[] = {{"gXML drop", "Fetching XML"},
+                                                        {"iXML drop", "Sending to"}};
+    for (const auto& [silent, label] : rows) {
+        SCOPED_TRACE(silent);
+        setFaults(silent);
+        Program program(workplace, {"tidy", path}, {.errorIsTerminal = true});
+        ASSERT_TRUE(program.waitForText(label));
+        program.send(SIGINT);
+        const Ended ended = program.wait();
+        EXPECT_EQ(ended.status, 130);
+        // The host may have taken what it did not answer.
+        EXPECT_TRUE(ended.error.ends_with("film.fcp: interrupted\r\n") ||
+                    ended.error.ends_with("film.fcp: interrupted\n"))
+            << ended.error;
     }
 }
 

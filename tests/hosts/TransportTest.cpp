@@ -9,6 +9,7 @@
 #include <fcntl.h>
 #include <sys/mman.h>
 #include <unistd.h>
+#include <future>
 
 namespace reelsweep::test {
 namespace {
@@ -59,6 +60,24 @@ TEST_F(Transport, CarriesMuchDataUpToItsLimit) {
     EXPECT_EQ(reply.error, appleEventError::corruptData);
     EXPECT_EQ(reply.reason, "the answer is larger than the limit");
     EXPECT_TRUE(reply.parameters.empty() || reply.parameters[0].data.empty());
+}
+
+TEST_F(Transport, WaitsNoLongerThanSomebodyWants) {
+    openProject("film.fcp", projectXML({sequenceXML("V1: A[0,9)")}));
+    setFaults("fcLP drop");
+    SessionBusTransport::Settings settings;
+    settings.everyTimeout = [] { return std::chrono::milliseconds(50); };
+    EXPECT_EQ(SessionBusTransport(settings).send(listEvent).error, appleEventError::timeout);
+
+    std::stop_source stop;
+    AppleEvent event = listEvent;
+    event.stop = stop.get_token();
+    const auto asked = std::chrono::steady_clock::now();
+    auto reply = std::async(std::launch::async, [&] { return SessionBusTransport().send(event); });
+    stop.request_stop();
+    EXPECT_EQ(reply.get().error, appleEventError::userCancelled);
+    EXPECT_EQ(SessionBusTransport().send(event).error, appleEventError::userCancelled);
+    EXPECT_LT(std::chrono::steady_clock::now() - asked, std::chrono::seconds(30));
 }
 
 TEST_F(Transport, TakesOnlyWhatKeepsTheRules) {

@@ -49,6 +49,8 @@ TEST(ImportFaults, AreFoundAndNothingElseIs) {
         {"V1: A[0,20) B[10,30) C[30,40)", "1 overlap"},
         {"V1: A[0,90) B[10,20) C[30,40)", "2 overlap"},
         {"V1: A[0,20) V2: B[10,30)", ""},
+        {"V1: A[0,-1)@0:15 x[5,15) x2[10,20) B[-1,40)@0:30", "1 overlap"},
+        {"V1: A[0,40) x[5,15) B[-1,40)@0:35", "2 overlap"},
         // Source ranges, and clips of another rate or with a time remap
         {"V1: A[0,9)@5:14 B[9,20)@5:14", "1 sourceLength"},
         {std::string(rate) + "V1: A[0,9)@0:18{<rate><timebase>50</timebase></rate>}", ""},

@@ -109,6 +109,8 @@ TEST(ImportStep, PlacesEdgesThatLostTheirTransition) {
          {"A", "x1", "B"},
          "V1: x2[140,150) C[-1,200)@0:60"},
         {"V1: A[0,9) x[5,9){<alignment>end-black</alignment>} B[9,20)", {"A"}, "V1: B[9,20)"},
+        // Never before 0: -1 would stand for an edge inside a transition again.
+        {"V1: x[-3,9) A[-1,20)@0:23", {"x"}, "V1: A[0,20)@3:23"},
     };
     for (const Lost& row : rows) {
         const Timeline timeline(row.before);

@@ -80,6 +80,27 @@ TEST_F(FCPXDocumentTest, RemovesFiltersAndMarkersOfTheFirstSequence) {
     }
 }
 
+TEST_F(FCPXDocumentTest, SaysWhichOfSeveralProjectsItTidies) {
+    const std::string project = "<project name=\"%\"><sequence><marker/></sequence></project>";
+    const auto named = [&](const std::string& name) {
+        return std::string(project).replace(project.find('%'), 1, name);
+    };
+    const std::pair<std::string, std::string> rows[] = {
+        {named("B"), "another one in the file stays as it is."},
+        {named("B") + "</event><event>" + named("C"), "2 others in the file stay as they are."}};
+    for (const auto& [others, said] : rows) {
+        SCOPED_TRACE(others);
+        const std::string before = "<fcpxml><library><event>" + named("A") + others;
+        open(before + "</event></library></fcpxml>");
+        document_.startProcessing({"removeMarkers"});
+        EXPECT_EQ(shownAlerts(), Strings{"Processing complete: Please save the XML file. Only the "
+                                         "project \"A\" is tidied; " +
+                                         said});
+        EXPECT_EQ(result(), "<fcpxml><library><event><project name=\"A\"><sequence/></project>" +
+                                others + "</event></library></fcpxml>");
+    }
+}
+
 TEST_F(FCPXDocumentTest, ReportsARunToItsWindowAndLedger) {
     open(libraryForm(sequence));
     // A window shows what was done when the progress ends.

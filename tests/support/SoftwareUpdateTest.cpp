@@ -86,11 +86,15 @@ TEST_F(SoftwareUpdate, RunsAnInstalledUpdaterInPlaceAndItsOwnFromACopyThatIsNobo
     LaunchRequest user;
     user.path = "/usr/bin/tail";
     user.arguments = {"-f", program};
+    user.output = ChildStream::pipe;
     const auto running = PosixProcessLauncher().launch(user).child;
     ASSERT_TRUE(running);
+    // Once it writes, its arguments can be seen.
+    ASSERT_TRUE(running->readAvailable());
     age();
     (void)QVSoftwareUpdate::updaterPath();
     EXPECT_TRUE(fs::exists(program));
+    running->stopReading();
     running->terminate();
     running->waitUntilExit();
     age();

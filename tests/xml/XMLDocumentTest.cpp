@@ -25,6 +25,15 @@ TEST(XMLDocument, KeepsWhatWasReadThroughSavingAndLoading) {
         {"line ends of other systems", "<a>x\r\ny\rz</a>", "<a>x\ny\nz</a>"},
         {"CDATA", "<a><![CDATA[a < b && c]]></a>", ""},
         {"blank CDATA", "<a><![CDATA[ ]]></a>", ""},
+        {"white space beside CDATA", "<a>\n  <![CDATA[x]]>\t<![CDATA[y]]>\n</a>", ""},
+        {"white space beside CDATA, with line ends of other systems", "<a>\r\n<![CDATA[x]]>\r</a>",
+         "<a>\n<![CDATA[x]]>\n</a>"},
+        {"white space beside CDATA and nowhere else",
+         "<a> <b>\n<![CDATA[x]]> <c/> </b><d> x <![CDATA[y]]>> <![CDATA[z]]></d></a>",
+         "<a><b>\n<![CDATA[x]]> <c/></b><d> x <![CDATA[y]]>&gt; <![CDATA[z]]></d></a>"},
+        {"white space beside what only looks like CDATA",
+         "<a><!-- <![CDATA[ --><b/> <?p <![CDATA[ ]]> ?><![CDATA[x]]>\n</a>",
+         "<a><!-- <![CDATA[ --><b/><?p <![CDATA[ ]]> ?><![CDATA[x]]>\n</a>"},
         {"comments around and inside", "<!--1--><a><!-- 2 --><b/></a><!--3-->", ""},
         {"DOCTYPE",
          "<?xml version=\"1.0\" encoding=\"UTF-8\"?><!DOCTYPE xmeml><xmeml version=\"5\"/>", ""},
@@ -124,6 +133,28 @@ TEST(XMLDocument, ReadsTheEncodingsOfEditingSystems) {
         EXPECT_EQ(saved.find("ISO"), std::string::npos);
         EXPECT_EQ(saved.find("UTF-16"), std::string::npos);
     }
+}
+
+TEST(XMLDocument, KeepsWhiteSpaceBesideCDataWhereverTheDocumentComesFrom) {
+    const std::string text = "<value>\r\n  <![CDATA[data]]>\n</value>";
+    const std::string kept = "<value>\n  <![CDATA[data]]>\n</value>";
+    const TemporaryFolder folder;
+    for (const std::string& bytes :
+         {text, "\xFF\xFE" + utf16(text, false), "\xFE\xFF" + utf16(text, true)}) {
+        writeFile(folder / "in.xml", bytes);
+        const Result<XMLDocument> loaded = XMLDocument::load(folder / "in.xml");
+        ASSERT_TRUE(loaded) << loaded.failure().description();
+        const XMLNode value = loaded->rootElement();
+        EXPECT_EQ(serialise(value), kept);
+        EXPECT_EQ(serialise(value.copy()), kept);
+        // A reader looks for the data.
+        EXPECT_EQ(value.text(), "data");
+        EXPECT_EQ(value.firstText().value(), "data");
+    }
+    const XMLDocument other = parsed("<a/>");
+    const Result<XMLNode> detached = other.node().parseDetached(text);
+    ASSERT_TRUE(detached);
+    EXPECT_EQ(serialise(*detached), kept);
 }
 
 TEST(XMLDocument, RefusesWhatIsNotAWellFormedDocumentWithLineAndColumn) {

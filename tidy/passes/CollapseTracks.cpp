@@ -3,6 +3,7 @@
 #include "timeline/Vocabulary.h"
 
 #include <algorithm>
+#include <span>
 #include <unordered_map>
 
 namespace reelsweep::passes {
@@ -25,19 +26,22 @@ bool moveGroup(PassRun& run, const TrackIndex& from, const TrackIndex::Group& gr
 
 // In a careful run nothing moves between a track that is on and one that is off: it would show, or
 // be gone.
-bool staysForThePicture(PassRun& run, const TrackIndex& own, const TrackIndex::Group& group,
-                        const TrackIndex& lower) {
-    if (!run.isCareful()) return false;
+bool wouldBeSwitched(PassRun& run, const TrackIndex& own, const TrackIndex& lower,
+                     std::span<const XMLNode> nodes) {
     const bool lowerIsOn = run.guard->isOn(lower.track());
-    const bool changesState = run.guard->isOn(own.track()) != lowerIsOn;
-    std::vector<XMLNode> nodes;
-    for (const Id id : own.entries(group.first, group.last)) nodes.push_back(own.entry(id).node);
-    if (changesState)
-        for (const XMLNode& node : nodes)
-            if (isClip(node))
-                run.edit.noteKept(node, description(run.edit.label(lower.track())) +
-                                            (lowerIsOn ? " is on" : " is switched off"));
-    return changesState || run.keepsAny(nodes);
+    if (run.guard->isOn(own.track()) == lowerIsOn) return false;
+    for (const XMLNode& node : nodes)
+        if (isClip(node))
+            run.edit.noteKept(node, description(run.edit.label(lower.track())) +
+                                        (lowerIsOn ? " is on" : " is switched off"));
+    return true;
+}
+
+bool stays(PassRun& run, const TrackIndex& own, const TrackIndex::Group& group,
+           const TrackIndex& lower) {
+    if (!run.mayKeep()) return false;
+    const std::vector<XMLNode> nodes = own.nodes(group);
+    return run.keepsAny(nodes) || (run.isCareful() && wouldBeSwitched(run, own, lower, nodes));
 }
 
 // Moves down whatever of the upper track finds room on the lower one. False when cancelled.
@@ -52,7 +56,7 @@ bool collapseOnto(PassRun& run, const TrackIndex& upper, const TrackIndex& lower
         const TrackIndex& own = upper.holds(upperClips[j]) ? upper : lower;
         const TrackIndex::Group group = own.group(upperClips[j]);
         if (lower.firstInTheWay(group.range) != TrackIndex::none) continue;
-        if (staysForThePicture(run, own, group, lower)) continue;
+        if (stays(run, own, group, lower)) continue;
 
         Log::fastAppend("Lower track %i is empty at: %@ to %@", lowerNumber, group.range.start,
                         group.range.end);

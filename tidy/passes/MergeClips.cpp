@@ -110,25 +110,23 @@ bool cut(PassRun& run, const TrackIndex& lower, Id id, FrameRange range,
     return false;
 }
 
-// What is cut in a careful run: what lies below a range that is hidden for certain, unless it is to
-// be left alone.
+// Drops the cuts in groups that are to be left alone.
+void keepWhatIsToStay(PassRun& run, const TrackIndex& lower, std::vector<Id>& cuts) {
+    if (!run.mayKeep()) return;
+    std::erase_if(cuts, [&](Id id) { return run.keepsAny(lower.nodes(lower.group(id))); });
+}
+
+// What is cut in a careful run: what lies below a range that is hidden for certain.
 Found carefullyOverlapped(PassRun& run, const OpaqueClip& clip, FrameRange range,
                           const std::vector<Id>& literalCuts) {
     Found found;
     if (range.start != range.end) found = findOverlapped(run, clip.lower, range);
-    const auto node = [&](Id id) { return clip.lower.entry(id).node; };
-    std::erase_if(found.cuts, [&](Id id) {
-        const TrackIndex::Group group = clip.lower.group(id);
-        std::vector<XMLNode> nodes;
-        for (const Id member : clip.lower.entries(group.first, group.last))
-            nodes.push_back(node(member));
-        return run.keepsAny(nodes);
-    });
+    keepWhatIsToStay(run, clip.lower, found.cuts);
     found.any = !found.cuts.empty();
     std::vector<XMLNode> uncut;
     for (const Id id : literalCuts)
         if (std::find(found.cuts.begin(), found.cuts.end(), id) == found.cuts.end())
-            uncut.push_back(node(id));
+            uncut.push_back(clip.lower.entry(id).node);
     noteNotHidden(run, clip, uncut);
     return found;
 }
@@ -175,6 +173,8 @@ Outcome mergeClips(PassRun& run) {
         if (run.isCareful() && found.any) {
             range = clip.certainPart(*run.guard, range);
             found = carefullyOverlapped(run, clip, range, found.cuts);
+        } else {
+            keepWhatIsToStay(run, clip.lower, found.cuts);
         }
         if (run.cancelled()) return PassRun::stopped();
         if (!found.any) return Done{};

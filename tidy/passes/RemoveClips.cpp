@@ -118,7 +118,8 @@ Outcome collapseMultiClips(PassRun& run) {
         const XMLNode clip = multiclip.parent();
         const XMLNode track = clip.parent();
         if (multiclip.isElement("multiclip") && clip.isElement("clipitem") &&
-            track.isElement("track") && track.parent().isElement("video"))
+            track.isElement("track") && track.parent().isElement("video") &&
+            !run.keepsWhatHolds(collapsed))
             flags.push_back(collapsed);
     }
     for (const XMLNode& flag : flags) {

@@ -13,6 +13,7 @@ Outcome removeAllNamed(PassRun& run, std::string_view element) {
     const std::string reason = "all " + std::string(element) + "s are removed";
     for (const XMLNode& node : run.edit.elementsNamed(element)) {
         if (run.cancelled()) return PassRun::stopped();
+        if (run.keepsWhatHolds(node)) continue;
         run.edit.detach(node, reason);
     }
     return Done{};

@@ -1,6 +1,4 @@
 #include "base/Log.h"
-
-#include <utility>
 #include "tidy/passes/ObscuredClips.h"
 
 namespace reelsweep::passes {
@@ -21,12 +19,6 @@ void noteNotHidden(PassRun& run, const OpaqueClip& clip, std::span<const XMLNode
 
 namespace {
 
-std::vector<XMLNode> nodesOf(const TrackIndex& track, std::span<const TrackIndex::Id> ids) {
-    std::vector<XMLNode> nodes;
-    for (const TrackIndex::Id id : ids) nodes.push_back(track.entry(id).node);
-    return nodes;
-}
-
 // Everything on the lower track whose whole group lies inside the range.
 std::vector<TrackIndex::Id> hiddenBelow(const PassRun& run, const TrackIndex& lower,
                                         FrameRange range) {
@@ -44,15 +36,28 @@ std::vector<TrackIndex::Id> hiddenBelow(const PassRun& run, const TrackIndex& lo
     return all;
 }
 
-// What goes in a careful run: whole groups, none of them to be left alone.
-std::vector<XMLNode> carefullyHidden(PassRun& run, const TrackIndex& lower, FrameRange range) {
+// The same without the groups that are to be left alone.
+std::vector<XMLNode> goesBelow(PassRun& run, const TrackIndex& lower, FrameRange range) {
     std::vector<XMLNode> hidden;
-    if (range.start == range.end) return hidden;
-    for (const TrackIndex::Id id : hiddenBelow(run, lower, range)) {
-        const TrackIndex::Group group = lower.group(id);
-        if (!run.keepsAny(nodesOf(lower, lower.entries(group.first, group.last))))
+    for (const TrackIndex::Id id : hiddenBelow(run, lower, range))
+        if (!run.mayKeep() || !run.keepsAny(lower.nodes(lower.group(id))))
             hidden.push_back(lower.entry(id).node);
+    return hidden;
+}
+
+// In a careful run only what lies below a range that is hidden for certain goes.
+std::vector<XMLNode> goesCarefully(PassRun& run, const OpaqueClip& clip, FrameRange& range) {
+    const std::vector<TrackIndex::Id> literal = hiddenBelow(run, clip.lower, range);
+    if (literal.empty()) return {};
+    range = clip.certainPart(*run.guard, range);
+    std::vector<XMLNode> hidden;
+    if (range.start != range.end) hidden = goesBelow(run, clip.lower, range);
+    std::vector<XMLNode> staying;
+    for (const TrackIndex::Id id : literal) {
+        const XMLNode node = clip.lower.entry(id).node;
+        if (std::find(hidden.begin(), hidden.end(), node) == hidden.end()) staying.push_back(node);
     }
+    noteNotHidden(run, clip, staying);
     return hidden;
 }
 
@@ -64,16 +69,8 @@ Outcome removeObscuredClips(PassRun& run) {
     Log::append("Removing obscured clips...");
     return visitOpaqueClips(run, [&](const OpaqueClip& clip) -> Outcome {
         FrameRange range = clip.group.range;
-        std::vector<XMLNode> hidden = nodesOf(clip.lower, hiddenBelow(run, clip.lower, range));
-        if (run.isCareful() && !hidden.empty()) {
-            range = clip.certainPart(*run.guard, range);
-            std::vector<XMLNode> literal =
-                std::exchange(hidden, carefullyHidden(run, clip.lower, range));
-            std::erase_if(literal, [&](XMLNode node) {
-                return std::find(hidden.begin(), hidden.end(), node) != hidden.end();
-            });
-            noteNotHidden(run, clip, literal);
-        }
+        const std::vector<XMLNode> hidden =
+            run.isCareful() ? goesCarefully(run, clip, range) : goesBelow(run, clip.lower, range);
         if (run.cancelled()) return PassRun::stopped();
         if (hidden.empty()) return Done{};
         Log::fastAppend("Lower track %i has fully obscured clip(s) %@-%@", clip.lowerNumber,

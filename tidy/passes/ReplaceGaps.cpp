@@ -131,7 +131,7 @@ Outcome fillHoles(PassRun& run, XMLNode track, SlugMaker& slugs) {
         const XMLNode first = index.entry(group.first).node;
         const bool isHole = hole.start < hole.end &&
                             index.firstInTheWay(hole) == TrackIndex::none &&
-                            !run.keepsAny(std::array{first});
+                            !run.guard->keepsAny(run.edit.step(), std::array{first});
         if (isHole) insertSlug(run, index, index.position(group.first), slugs.makeXML(hole));
         filledUpTo = std::max(filledUpTo, group.range.end);
     }
