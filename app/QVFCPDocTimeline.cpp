@@ -52,7 +52,8 @@ void QVFCPDocWindow::buildTimeline() {
             &QVFCPDocWindow::schedulePreview);
     connect(outlet<QTabWidget>(*content(), "tabs"), &QTabWidget::currentChanged, this, [this] {
         moveTimeline();
-        showTimeline();
+        // The list of changes has just been made: events get their turn before the timeline is.
+        QMetaObject::invokeMethod(this, &QVFCPDocWindow::showTimeline, Qt::QueuedConnection);
     });
     connect(&report(), &ChangeReportView::subjectChanged, this, &QVFCPDocWindow::showSubject);
     connect(&timeline_->view(), &TimelineView::clipSelected, this,
