@@ -24,7 +24,8 @@ int main(int argc, char** argv) {
         ->capture_default_str();
     app.add_option("--shape", shape, "what the timeline looks like")
         ->check(CLI::IsMember({"mixed", "top-over-empty", "all-hidden", "chain", "hidden-chain",
-                               "nested", "many-tracks"}))
+                               "nested", "many-tracks", "200-tracks", "kept", "odd-chain",
+                               "many-sequences", "deep-nesting"}))
         ->capture_default_str();
     app.add_option("OUT", path, "the file to write")->required();
     CLI11_PARSE(app, argc, argv);

@@ -13,17 +13,22 @@
 namespace reelsweep {
 
 enum class TimelineShape {
-    mixed,         ///< everything an export holds, spread over all tracks
-    topOverEmpty,  ///< all clips on the top track, all tracks below it empty
-    allHidden,     ///< opaque clips of the top track over everything below
-    chain,         ///< the lowest track is one chain of clips joined by transitions
-    hiddenChain,   ///< such a chain, and one opaque clip above all of it
-    nested,        ///< one clip that holds all others in a nested sequence
-    manyTracks,    ///< as mixed, on 60 video tracks whatever the options say
+    mixed,             ///< everything an export holds, spread over all tracks
+    topOverEmpty,      ///< all clips on the top track, all tracks below it empty
+    allHidden,         ///< opaque clips of the top track over everything below
+    chain,             ///< the lowest track is one chain of clips joined by transitions
+    hiddenChain,       ///< such a chain, and one opaque clip above all of it
+    nested,            ///< one clip that holds all others in a nested sequence
+    manyTracks,        ///< as mixed, on 60 video tracks whatever the options say
+    twoHundredTracks,  ///< as mixed, on 200
+    kept,              ///< every clip has a motion filter and shows what is below: nearly all stays
+    oddChain,          ///< as chain, with one edge in the middle that is no whole number
+    manySequences,     ///< sequences of 50 items, which share their files
+    deepNesting,       ///< sequences of 25 items, each within the first clip of the one before
 };
 
 /// The shape of that name: "mixed", "top-over-empty", "all-hidden", "chain", "hidden-chain",
-/// "nested" or "many-tracks".
+/// "nested", "many-tracks", "200-tracks", "kept", "odd-chain", "many-sequences" or "deep-nesting".
 std::optional<TimelineShape> shapeNamed(std::string_view name);
 
 struct GeneratorOptions {

@@ -19,14 +19,15 @@ private:
     ByteSink& sink_;
 };
 
-}  // namespace
+// Standard output is no file.
+using Produce = std::function<void(ByteSink&, AtomicFile* file)>;
 
-Outcome saveResult(const SavePlace& place, const std::function<void(ByteSink&)>& produce) {
+Outcome save(const SavePlace& place, const Produce& produce) {
     const Failure interrupted{FailureCode::cancelled, "interrupted", place.path, 0, 0, ""};
     if (place.path == standardStreamPath) {
         StandardOutput output;
         InterruptibleSink sink(output);
-        produce(sink);
+        produce(sink, nullptr);
         if (Interruption::requested()) return interrupted;
         return output.finish();
     }
@@ -34,10 +35,22 @@ Outcome saveResult(const SavePlace& place, const std::function<void(ByteSink&)>&
     if (place.mustStillBe.known()) file.expectUnchanged(place.mustStillBe);
     if (const Outcome opened = file.open(); !opened) return opened;
     InterruptibleSink sink(file);
-    produce(sink);
+    produce(sink, &file);
     if (Interruption::requested()) return interrupted;
     if (place.codes) writeHFSCodes(file.descriptor(), *place.codes);
     return file.commit();
+}
+
+}  // namespace
+
+Outcome saveResult(const SavePlace& place, const std::function<void(ByteSink&)>& produce) {
+    return save(place, [&](ByteSink& sink, AtomicFile*) { produce(sink); });
+}
+
+Outcome saveResult(const SavePlace& place, const Tidied& tidied) {
+    return save(place, [&](ByteSink& sink, AtomicFile* file) {
+        file ? tidied.write(*file, sink) : tidied.write(sink);
+    });
 }
 
 }  // namespace reelsweep

@@ -4,6 +4,7 @@
 #include "base/AtomicFile.h"
 #include "base/Failure.h"
 #include "base/FinderInfo.h"
+#include "documents/Document.h"
 
 #include <functional>
 #include <optional>
@@ -24,5 +25,8 @@ struct SavePlace {
 /// outputFailed, or with cancelled when the user interrupted before the file was in place.
 /// Thread rule: any thread.
 Outcome saveResult(const SavePlace& place, const std::function<void(ByteSink&)>& produce);
+/// The same for what a tidy has made. In a file, what the input held stays byte for byte as it was
+/// where that is possible.
+Outcome saveResult(const SavePlace& place, const Tidied& tidied);
 
 }  // namespace reelsweep

@@ -112,6 +112,7 @@ Outcome TidyFile::settleRequest() {
     request.sequences = *rows;
     request.keepPicture = plan_.keepPicture;
     request.importSafe = plan_.importSafe;
+    request.usesUpDocument = planned_.output != standardStreamPath;
     request.keep = plan_.keep;
     request.ignoredEffects = plan_.ignoredEffects;
     for (std::string& name : Platform::current().userDefaults->stringArrayForKey("ignoredEffects"))
@@ -142,15 +143,16 @@ void TidyFile::process() {
 
 // On the background thread.
 void TidyFile::save() {
-    const XMLDocument* const result = (*work_->tidied)->document();
-    if (!result || plan_.dryRun) return;
+    const Tidied& result = **work_->tidied;
+    if (!result.hasResult() || plan_.dryRun) return;
     Platform::current().mainThread->runAndWait(
         [this] { application_.terminal().setProgressLabelText("Saving..."); });
     SavePlace place{planned_.output};
     if (plan_.force || planned_.inPlace) place.overwrite = Overwrite::always;
-    if (planned_.inPlace) place.mustStillBe = result->loadedFile();
-    place.codes = (*work_->tidied)->fileCodes();
-    saved_ = saveResult(place, [&](ByteSink& sink) { result->serialise(XMLFormat::pretty, sink); });
+    // One that used the document up looks at its input by itself.
+    if (planned_.inPlace && result.document()) place.mustStillBe = result.document()->loadedFile();
+    place.codes = result.fileCodes();
+    saved_ = saveResult(place, result);
     if (saved_) reported_.output = planned_.output;
 }
 

@@ -1,6 +1,7 @@
 #include "documents/Document.h"
 
 #include "documents/FCPXMLDocument.h"
+#include "documents/OutputBin.h"
 #include "documents/SequenceDocument.h"
 
 namespace reelsweep {
@@ -18,8 +19,8 @@ const char* description(Delivery delivery) {
 }
 
 TidyRequest tidyRequest(const DocumentRequest& request) {
-    return {request.passes, request.ignoredEffects, request.keepPicture, request.provesPicture,
-            request.keep};
+    return {request.passes,        request.ignoredEffects, request.keepPicture,
+            request.provesPicture, request.keep,           {}};
 }
 
 Result<FileIdentity> saveDocument(const XMLDocument& document, const std::string& path,
@@ -34,10 +35,30 @@ Result<FileIdentity> saveDocument(const XMLDocument& document, const std::string
     return identity;
 }
 
+// A later run on the same document adds its own bin behind this one.
+std::shared_ptr<const SplicedSave> Tidied::splice() const {
+    if (splice_) return splice_;
+    if (!addition_ || addition_.nextSibling()) return {};
+    return spliceForBin(*document_, source_);
+}
+
+void Tidied::write(AtomicFile& file, ByteSink& sink) const {
+    const std::shared_ptr<const SplicedSave> spliced = splice();
+    if (!spliced) return write(sink);
+    spliced->writeHead(file);
+    spliced->writeChild(addition_, sink);
+    spliced->writeTail(file);
+}
+
+void Tidied::write(ByteSink& sink) const { document_->serialise(XMLFormat::pretty, sink); }
+
 Outcome Tidied::save(const std::string& path, Overwrite overwrite) const {
     if (!document_) return Failure{FailureCode::outputFailed, "there is no result to save", path};
-    const auto saved = saveDocument(*document_, path, {overwrite, {}, fileCodes_});
-    return saved ? Outcome(Done{}) : Outcome(saved.failure());
+    AtomicFile file(path, overwrite);
+    if (Outcome opened = file.open(); !opened) return opened;
+    write(file, file);
+    if (fileCodes_) writeHFSCodes(file.descriptor(), *fileCodes_);
+    return file.commit();
 }
 
 namespace {

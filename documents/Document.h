@@ -20,6 +20,7 @@
 #include "documents/TidiedCopy.h"
 #include "tidy/TidySequence.h"
 #include "timeline/ChangeLedger.h"
+#include "xml/SplicedSave.h"
 #include "xml/XMLDocument.h"
 
 #include <cstddef>
@@ -62,6 +63,11 @@ struct DocumentRequest {
     /// Clips that no pass may touch, nor what transitions join to them: ids, or patterns for names
     /// with `*`, `?` and `[...]`, in any letter case. XMEML only.
     std::vector<std::string> keep = {};
+    /// Whoever asks has no more use for the document. Where the new bin is added to the bytes of
+    /// the file anyway, a run may then edit a sequence itself in place of a copy. That saves a
+    /// third of the memory. The document cannot be tidied again, and what is tidied of it cannot be
+    /// looked at as a document: it can be saved to files.
+    bool usesUpDocument = false;
 };
 
 /// What of it concerns each sequence.
@@ -76,9 +82,13 @@ public:
     const ChangeLedger& ledger() const { return ledger_; }
     /// Where the sequences went, or go when saved; never automatic.
     Delivery delivery() const { return delivery_; }
-    /// What there is to save; null when it went to a host or nowhere.
-    const XMLDocument* document() const { return document_.get(); }
-    const std::shared_ptr<const XMLDocument>& sharedDocument() const { return document_; }
+    /// What there is to save; null when it went to a host or nowhere, or used the document up.
+    const XMLDocument* document() const { return splice_ ? nullptr : document_.get(); }
+    std::shared_ptr<const XMLDocument> sharedDocument() const {
+        return splice_ ? nullptr : document_;
+    }
+    /// Whether there is something to save, to a file at least.
+    bool hasResult() const { return document_ != nullptr; }
     /// The codes that a saved file of this kind carries, if any.
     const std::optional<HFSCodes>& fileCodes() const { return fileCodes_; }
     /// Sequences that could not be had, and so stayed as they were; the others are tidied.
@@ -86,14 +96,32 @@ public:
     /// What a person should hear of a tidy that went well, such as what of the file was left alone.
     const std::vector<std::string>& notes() const { return notes_; }
 
-    /// Writes the document to a file, pretty-printed, atomically. Fails with outputFailed; the file
-    /// is then as it was.
+    /// Writes the document to a file, atomically. Where the new bin is all that was added to the
+    /// file that was read, that file's bytes stay as they are around it:
+    ///
+    ///     input     [ head ............... ][ tail ]
+    ///     output    [ head ............... ][ bin ][ tail ]
+    ///
+    /// and the input must still be the file that was read when the output is put in place. Any
+    /// other document is pretty-printed. Fails with outputFailed; the file is then as it was.
     Outcome save(const std::string& path, Overwrite overwrite = Overwrite::always) const;
+    /// The same in parts, for a file that is open already, through a sink that leads to it. What
+    /// goes wrong, the file's commit() says.
+    void write(AtomicFile& file, ByteSink& sink) const;
+    /// Writes document() pretty-printed, for what is no file.
+    void write(ByteSink& sink) const;
 
 private:
     friend class SequenceDocument;
     friend class FCPXMLDocument;
 
+    std::shared_ptr<const SplicedSave> splice() const;
+
+    /// What the document has beyond the file at `source_`; null when that is not a bin alone.
+    XMLNode addition_;
+    std::string source_;
+    /// Of a document that was used up, whose tree is no more what was read.
+    std::shared_ptr<const SplicedSave> splice_;
     ChangeLedger ledger_;
     Delivery delivery_ = Delivery::none;
     std::shared_ptr<const XMLDocument> document_;

@@ -2,6 +2,8 @@
 
 #include "base/UUID.h"
 
+#include <utility>
+
 namespace reelsweep {
 
 namespace {
@@ -49,6 +51,15 @@ Result<XMLNode> makeBin(XMLNode anyNode, std::span<const XMLNode> sequences,
         children.appendChild(sequence.parent() ? sequence.copy() : sequence);
     }
     return bin;
+}
+
+std::shared_ptr<const SplicedSave> spliceForBin(const XMLDocument& document,
+                                                const std::string& path) {
+    const XMLOutline* const outline = document.outline();
+    if (!outline || outline->projectChildren.empty()) return {};
+    std::optional<SplicedSave> splice =
+        SplicedSave::ofFile(path, *outline, outline->projectChildren.front());
+    return splice ? std::make_shared<const SplicedSave>(std::move(*splice)) : nullptr;
 }
 
 XMLNode projectChildren(const XMLDocument& document) {

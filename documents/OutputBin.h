@@ -4,10 +4,12 @@
 #pragma once
 
 #include "base/Failure.h"
+#include "xml/SplicedSave.h"
 #include "xml/XMLDocument.h"
 #include "xml/XMLNode.h"
 
 #include <functional>
+#include <memory>
 #include <optional>
 #include <span>
 #include <stop_token>
@@ -37,6 +39,11 @@ Result<XMLNode> makeBin(XMLNode anyNode, std::span<const XMLNode> sequences,
 
 /// Where a document takes new bins: the children of its project. Null when it holds none.
 XMLNode projectChildren(const XMLDocument& document);
+
+/// How a new bin is added to the bytes of the file at `path`, from which the document was loaded.
+/// Waits for a deferred check of the file. Null when it must be saved as a whole.
+std::shared_ptr<const SplicedSave> spliceForBin(const XMLDocument& document,
+                                                const std::string& path);
 
 /// A new document with nothing but the bin. It stands alone: what a sequence refers to by id, a
 /// `file`, a nested `sequence` or a master clip (`masterclipid`), is defined in full once, at its

@@ -27,12 +27,23 @@ public:
     virtual Result<std::shared_ptr<const XMLDocument>> deliver(std::span<const XMLNode> sequences,
                                                                const DocumentRequest& request,
                                                                const TidyControls& controls) = 0;
+    /// The bin, when it is all that deliver() has added to the file.
+    virtual XMLNode onlyAddition() const { return {}; }
+    /// How the first bin is added to the bytes of the file; null when it is not.
+    virtual std::shared_ptr<const SplicedSave> splice() const { return {}; }
+    /// The place in `rows` of the sequence that takes most of the file; only with a splice().
+    virtual std::size_t largest(std::span<const std::size_t>) const { return 0; }
     /// Shows copies that were delivered, by their uuids, where there is somebody to show them. A
     /// stop keeps back those that are not shown yet.
     virtual void showDelivered(std::span<const std::string>, const std::stop_token&) {}
 
 protected:
     using Document::Document;
+
+private:
+    class Copies;
+
+    bool isUsedUp_ = false;
 };
 
 /// An XMEML document.
@@ -52,9 +63,14 @@ public:
     Result<std::shared_ptr<const XMLDocument>> deliver(std::span<const XMLNode> sequences,
                                                        const DocumentRequest& request,
                                                        const TidyControls& controls) override;
+    XMLNode onlyAddition() const override { return bins_.size() == 1 ? bins_.front() : XMLNode(); }
+    std::shared_ptr<const SplicedSave> splice() const override;
+    std::size_t largest(std::span<const std::size_t> rows) const override;
 
 private:
     std::shared_ptr<XMLDocument> tree_;
+    std::vector<std::size_t> numbers_;  ///< of the rows among all `sequence` elements of the tree
+    std::vector<XMLNode> bins_;         ///< that were added to the tree
 };
 
 /// A native project: its sequences are asked of the editing application, and go back to it.

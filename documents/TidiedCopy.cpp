@@ -53,10 +53,21 @@ void dropLayoutOfTracks(XMLNode sequence) {
 Result<std::unique_ptr<CopyInWork>> CopyInWork::begin(const SourceSequence& source,
                                                       const TidyRequest& request,
                                                       const TidyControls& controls) {
-    const XMLNode copy = source.node.copy();
+    return beginOn(source.node.copy(), source, request, controls);
+}
+
+Result<std::unique_ptr<CopyInWork>> CopyInWork::beginWithoutCopy(const SourceSequence& source,
+                                                                 const TidyRequest& request,
+                                                                 const TidyControls& controls) {
+    return beginOn(source.node, source, request, controls);
+}
+
+Result<std::unique_ptr<CopyInWork>> CopyInWork::beginOn(XMLNode copy, const SourceSequence& source,
+                                                        const TidyRequest& request,
+                                                        const TidyControls& controls) {
+    std::unique_ptr<CopyInWork> work(new CopyInWork(source, copy, request));
     renameCopy(copy);
     dropLayoutOfTracks(copy);
-    std::unique_ptr<CopyInWork> work(new CopyInWork(source, copy, request));
     if (Outcome done = work->tidy_.applyPasses(controls); !done)
         return named(done.failure(), source.title);
     return work;
@@ -66,7 +77,7 @@ TidiedCopy CopyInWork::finish() {
     TidiedCopy copy{copy_, QVXMLParser::uuidForNode(copy_), tidy_.finish()};
     copy.ledger.document = source_.owner;
     copy.ledger.title = source_.title;
-    copy.ledger.uuid = source_.uuid().value_or(std::string());
+    copy.ledger.uuid = sourceUUID_;
     return copy;
 }
 

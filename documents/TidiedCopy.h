@@ -50,6 +50,11 @@ public:
     static Result<std::unique_ptr<CopyInWork>> begin(const SourceSequence& source,
                                                      const TidyRequest& request,
                                                      const TidyControls& controls);
+    /// The same with the source itself in place of a copy, which saves its time and memory. It
+    /// stays where it stands; after a failure it is of no use. It cannot be made to import.
+    static Result<std::unique_ptr<CopyInWork>> beginWithoutCopy(const SourceSequence& source,
+                                                                const TidyRequest& request,
+                                                                const TidyControls& controls);
 
     XMLNode sequence() const { return copy_; }
     /// After the passes of all copies of a delivery, in its order. Fails with cancelled.
@@ -61,9 +66,17 @@ public:
 
 private:
     CopyInWork(const SourceSequence& source, XMLNode copy, const TidyRequest& request)
-        : source_(source), copy_(copy), tidy_(copy, source.node, request) {}
+        : source_(source),
+          sourceUUID_(source.uuid().value_or(std::string())),
+          copy_(copy),
+          tidy_(copy, source.node, request) {}
+
+    static Result<std::unique_ptr<CopyInWork>> beginOn(XMLNode copy, const SourceSequence& source,
+                                                       const TidyRequest& request,
+                                                       const TidyControls& controls);
 
     SourceSequence source_;
+    std::string sourceUUID_;
     XMLNode copy_;
     SequenceTidy tidy_;
 };

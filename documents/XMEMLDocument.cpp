@@ -1,6 +1,8 @@
 #include "base/Log.h"
 #include "documents/SequenceDocument.h"
 
+#include <algorithm>
+
 namespace reelsweep {
 
 Result<std::unique_ptr<XMEMLDocument>> XMEMLDocument::open(const std::string& path,
@@ -14,8 +16,13 @@ XMEMLDocument::XMEMLDocument(std::string path, std::shared_ptr<XMLDocument> tree
     : SequenceDocument(std::move(path)), tree_(std::move(tree)) {
     if (!tree_) return;
     // Every sequence with a name, nested ones too: what the query ".//sequence/name/.." finds.
+    std::size_t number = 0;
     tree_->node().forEachDescendant({"sequence"}, [&](XMLNode sequence) {
-        if (sequence.child("name")) sequences_.push_back(SourceSequence::of(sequence));
+        if (sequence.child("name")) {
+            sequences_.push_back(SourceSequence::of(sequence));
+            numbers_.push_back(number);
+        }
+        ++number;
     });
 }
 
@@ -24,6 +31,22 @@ Delivery XMEMLDocument::ownDelivery() const {
 }
 
 Outcome XMEMLDocument::verify() const { return tree_ ? tree_->verify() : Outcome(Done{}); }
+
+std::shared_ptr<const SplicedSave> XMEMLDocument::splice() const {
+    return tree_ && bins_.empty() ? spliceForBin(*tree_, path_) : nullptr;
+}
+
+std::size_t XMEMLDocument::largest(std::span<const std::size_t> rows) const {
+    const XMLOutline* const outline = tree_->outline();
+    const auto bytes = [&](std::size_t row) {
+        const ElementBytes& element = outline->sequences[numbers_[row]];
+        return element.end - element.begin;
+    };
+    const auto found =
+        std::max_element(rows.begin(), rows.end(),
+                         [&](std::size_t a, std::size_t b) { return bytes(a) < bytes(b); });
+    return static_cast<std::size_t>(found - rows.begin());
+}
 
 Result<SourceSequence> XMEMLDocument::wholeSequence(std::size_t row, const TidyControls&) {
     return sequences_[row];
@@ -58,6 +81,7 @@ Result<std::shared_ptr<const XMLDocument>> XMEMLDocument::deliver(
         return failure;
     }
     children.appendChild(*bin);
+    bins_.push_back(*bin);
     return Delivered(tree_);
 }
 

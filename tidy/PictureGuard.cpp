@@ -18,8 +18,6 @@ bool isStructural(std::string_view option) {
     return std::find(std::begin(asked), std::end(asked), option) == std::end(asked);
 }
 
-bool overlap(FrameRange a, FrameRange b) { return a.start < b.end && b.start < a.end; }
-
 FrameRange rangeOf(const ItemTimes& times) {
     return {times.start.value_or(Frames()), times.end.value_or(Frames())};
 }
@@ -86,6 +84,8 @@ bool PictureGuard::keepsAny(std::string_view option, std::span<const XMLNode> no
 
 bool PictureGuard::keep(const SequenceLedger& ledger, const Change& change,
                         const Difference& difference) {
+    // The reason is a text of some length.
+    if (kept_.contains({change.pass, change.node.identity()})) return false;
     KeptItem item;
     item.pass = change.pass;
     item.node = change.node;
@@ -99,35 +99,46 @@ bool PictureGuard::keep(const SequenceLedger& ledger, const Change& change,
     return kept_.try_emplace({change.pass, change.node.identity()}, std::move(item)).second;
 }
 
-bool PictureGuard::isBehind(const Change& change, const Difference& difference) const {
-    if (!isStructural(change.pass)) return false;
-    const auto known = ranges_.find(change.node);
-    if (known != ranges_.end() && overlap(known->second, difference.range)) return true;
-    return overlap(rangeOf(change.before), difference.range) ||
-           overlap(rangeOf(change.after), difference.range);
+ChangesByTime PictureGuard::structuralChanges(const SequenceLedger& ledger) const {
+    std::vector<ChangesByTime::Touched> touched;
+    for (std::size_t i = 0; i < ledger.changes.size(); ++i) {
+        const Change& change = ledger.changes[i];
+        if (!isStructural(change.pass)) continue;
+        const auto known = ranges_.find(change.node);
+        if (known != ranges_.end()) touched.push_back({known->second, i});
+        touched.push_back({rangeOf(change.before), i});
+        touched.push_back({rangeOf(change.after), i});
+    }
+    return ChangesByTime(std::move(touched));
+}
+
+bool PictureGuard::keepBehind(const Difference& difference, const ChangesByTime& changes,
+                              const SequenceLedger& ledger) {
+    const auto concerns = [&](const Change& change) {
+        return (difference.was && difference.was->item->node == change.node) ||
+               (difference.is && difference.is->item->node == change.node);
+    };
+    // First the clips that the difference is about, then all that was edited there.
+    const std::vector<std::size_t> behind = changes.in(difference.range);
+    for (const bool onlyConcerned : {true, false}) {
+        bool found = false;
+        for (const std::size_t number : behind) {
+            const Change& change = ledger.changes[number];
+            if (!onlyConcerned || concerns(change))
+                found = keep(ledger, change, difference) || found;
+        }
+        if (found) return true;
+    }
+    return false;
 }
 
 bool PictureGuard::learnFrom(const PictureDifference& difference, const SequenceLedger& ledger) {
     if (++attempts_ > mostAttempts) return false;
     bool learned = attempts_ == mostAttempts;
-    for (const MediaType type : {MediaType::video, MediaType::audio}) {
-        for (const Difference& changed : difference.differences(type)) {
-            if (changed.asked) continue;
-            const auto concerns = [&](const Change& change) {
-                return (changed.was && changed.was->item->node == change.node) ||
-                       (changed.is && changed.is->item->node == change.node);
-            };
-            // First the clips that the difference is about, then all that was edited there.
-            bool found = false;
-            for (const bool onlyConcerned : {true, false}) {
-                if (found) break;
-                for (const Change& change : ledger.changes)
-                    if (isBehind(change, changed) && (!onlyConcerned || concerns(change)))
-                        found = keep(ledger, change, changed) || found;
-            }
-            learned = learned || found;
-        }
-    }
+    const ChangesByTime changes = structuralChanges(ledger);
+    for (const MediaType type : {MediaType::video, MediaType::audio})
+        for (const Difference& changed : difference.differences(type))
+            if (!changed.asked && keepBehind(changed, changes, ledger)) learned = true;
     // Nothing was edited where the difference is: then everything stays.
     if (!learned) attempts_ = mostAttempts;
     return true;

@@ -10,6 +10,7 @@
 // Owner: the tidy of one sequence. Thread rule: the run's thread.
 #pragma once
 
+#include "tidy/ChangesByTime.h"
 #include "timeline/ChangeLedger.h"
 #include "timeline/PictureDifference.h"
 #include "timeline/Timeline.h"
@@ -51,7 +52,11 @@ public:
     std::vector<KeptItem> kept() const;
 
 private:
-    bool isBehind(const Change& change, const Difference& difference) const;
+    /// By the frames at which their items stood and stand.
+    ChangesByTime structuralChanges(const SequenceLedger& ledger) const;
+    /// Keeps back what is behind one difference; false when there is nothing new.
+    bool keepBehind(const Difference& difference, const ChangesByTime& changes,
+                    const SequenceLedger& ledger);
     /// False when it is kept back already.
     bool keep(const SequenceLedger& ledger, const Change& change, const Difference& difference);
 

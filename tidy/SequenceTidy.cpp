@@ -41,6 +41,7 @@ void dropOutdated(SequenceLedger& ledger) {
 SequenceTidy::SequenceTidy(XMLNode copy, XMLNode source, TidyRequest request)
     : source_(source), request_(std::move(request)), edit_(copy, ledger_) {
     ledger_.timecode = SequenceTimecode::of(copy);
+    if (copy == source) edit_.noteLooseClips();
     for (const PassRow& row : passTable())
         if (!row.element.empty() && hasOption(request_.passes, row.option))
             edit_.expectElements({&row.element, 1});
@@ -53,7 +54,7 @@ XMLNode SequenceTidy::document() const {
 }
 
 Timeline SequenceTidy::read() const {
-    return Timeline::of(edit_.sequence(), media_, TimelineDetail::picture);
+    return Timeline::ofEdited(edit_.sequence(), *before_, TimelineDetail::picture);
 }
 
 Outcome SequenceTidy::runSteps(const TidyControls& controls, PictureGuard* guard) {
@@ -72,8 +73,10 @@ Outcome SequenceTidy::runSteps(const TidyControls& controls, PictureGuard* guard
 
 Outcome SequenceTidy::applyPasses(const TidyControls& controls) {
     if (looksAtPicture()) {
-        media_ = MediaCatalogue::of(document());
-        before_ = read();
+        before_ =
+            Timeline::of(edit_.sequence(),
+                         request_.catalogue ? request_.catalogue : MediaCatalogue::of(document()),
+                         TimelineDetail::picture);
     }
     if (!request_.keep.empty()) {
         veto_.emplace(edit_.sequence(), request_.keep);

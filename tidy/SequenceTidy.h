@@ -10,7 +10,6 @@
 #include "tidy/ImportStep.h"
 #include "tidy/PictureGuard.h"
 #include "tidy/TidySequence.h"
-#include "timeline/MediaCatalogue.h"
 #include "timeline/Timeline.h"
 
 #include <memory>
@@ -20,7 +19,8 @@ namespace reelsweep {
 
 class SequenceTidy {
 public:
-    /// Over a sequence that is edited in place; `source` as in tidySequence.
+    /// Over a sequence that is edited in place; `source` as in tidySequence, or the same sequence
+    /// when there is no copy. Then it cannot be made to import.
     SequenceTidy(XMLNode copy, XMLNode source, TidyRequest request);
     SequenceTidy(const SequenceTidy&) = delete;
     SequenceTidy& operator=(const SequenceTidy&) = delete;
@@ -44,7 +44,6 @@ private:
     TidyRequest request_;
     SequenceLedger ledger_;
     TimelineEdit edit_;
-    std::shared_ptr<MediaCatalogue> media_;
     std::optional<ClipVeto> veto_;
     std::optional<Timeline> before_;
     std::size_t comparedChanges_ = 0;  ///< of the ledger, when the picture was compared last

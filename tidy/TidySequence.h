@@ -7,10 +7,12 @@
 #include "base/Failure.h"
 #include "tidy/PassTable.h"
 #include "timeline/ChangeLedger.h"
+#include "timeline/MediaCatalogue.h"
 #include "timeline/TimelineEdit.h"
 #include "xml/XMLNode.h"
 
 #include <functional>
+#include <memory>
 #include <stop_token>
 #include <string>
 #include <vector>
@@ -29,6 +31,9 @@ struct TidyRequest {
     bool provesPicture = false;
     /// Clips that no pass may touch: ids, or patterns for names as a ClipVeto takes them.
     std::vector<std::string> keep = {};
+    /// Of the source's document, for when several of its sequences are tidied. Without one a
+    /// sequence has its own.
+    std::shared_ptr<MediaCatalogue> catalogue = {};
 };
 
 /// Looks on while a sequence is tidied, and changes nothing. Proofs and traces are observers.

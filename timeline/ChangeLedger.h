@@ -73,7 +73,7 @@ struct KeptItem {
     XMLNode node;
     TrackLabel track;
     ItemTimes times;
-    std::string reason;  ///< "moving it to V1 would ..."
+    std::string reason;     ///< "moving it to V1 would ..."
     bool wasAsked = false;  ///< somebody asked for it; else it keeps the picture
 
     std::string name() const;

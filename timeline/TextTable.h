@@ -23,6 +23,8 @@ public:
         return slot.isUsed ? &slot.value : nullptr;
     }
 
+    std::size_t size() const { return size_; }
+
     /// Adds a value; one that is there already stays.
     void add(std::string_view text, Value value) {
         if ((size_ + 1) * 2 > slots_.size()) grow();

@@ -17,6 +17,16 @@ Timeline Timeline::of(XMLNode sequence, const std::shared_ptr<MediaCatalogue>& c
     return Timeline(std::move(contents));
 }
 
+Timeline Timeline::ofEdited(XMLNode sequence, const Timeline& source, TimelineDetail detail) {
+    auto contents = std::make_shared<Contents>();
+    contents->catalogue = source.contents_->catalogue;
+    contents->source = source.contents_;
+    contents->store = std::make_unique<TimelineStore>();
+    TimelineReader(contents->catalogue->contents(), *contents->store, detail)
+        .read(sequence, *contents);
+    return Timeline(std::move(contents));
+}
+
 std::string_view Timeline::name() const { return contents_->name; }
 std::string_view Timeline::id() const { return contents_->id; }
 const SequenceTimecode& Timeline::timecode() const { return contents_->timecode; }

@@ -165,6 +165,10 @@ public:
     /// read it: its leading integer. O(nodes of the sequence).
     static Timeline of(XMLNode sequence, const std::shared_ptr<MediaCatalogue>& catalogue,
                        TimelineDetail detail = TimelineDetail::everything);
+    /// The same of a sequence that was `source` before it was edited. What it refers to and defines
+    /// no more is taken from `source`; only what that does not know is searched in the document.
+    static Timeline ofEdited(XMLNode sequence, const Timeline& source,
+                             TimelineDetail detail = TimelineDetail::everything);
 
     std::string_view name() const;
     std::string_view id() const;

@@ -5,6 +5,7 @@
 #include "timeline/MediaCatalogue.h"
 #include "timeline/NestedSequence.h"
 #include "timeline/TextArena.h"
+#include "timeline/TextTable.h"
 #include "timeline/Timeline.h"
 
 #include <deque>
@@ -25,6 +26,10 @@ struct TimelineStore {
 struct Timeline::Contents {
     std::shared_ptr<MediaCatalogue> catalogue;  ///< null for what the catalogue or a store owns
     std::unique_ptr<TimelineStore> store;       ///< of the outermost sequence; null for nested ones
+    std::shared_ptr<const Contents> source;     ///< what the sequence was before it was edited
+    /// Of the outermost sequence: what is known by id in it, nested sequences included.
+    TextTable<const Media*> files;
+    TextTable<const NestedSequence*> sequences;
     std::string_view name;
     std::string_view id;
     SequenceTimecode timecode;

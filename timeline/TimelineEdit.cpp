@@ -3,6 +3,7 @@
 #include "timeline/Vocabulary.h"
 
 #include <algorithm>
+#include <iterator>
 
 namespace reelsweep {
 
@@ -36,6 +37,12 @@ bool isLoose(XMLNode item) {
             !item.nextSibling().isElement("transitionitem"));
 }
 
+// Filters, markers and transitions are what goes one by one in large numbers.
+bool mayHoldClips(XMLNode node) {
+    return node.isElement() && !node.isElement("filter") && !node.isElement("marker") &&
+           !node.isElement("transitionitem");
+}
+
 }  // namespace
 
 TimelineEdit::TimelineEdit(XMLNode sequence, SequenceLedger& ledger)
@@ -56,13 +63,23 @@ void TimelineEdit::finish(XMLNode source) {
     ledger_.itemsAfter = left.size();
     ledger_.looseClips.clear();
     std::unordered_map<XMLNode, XMLNode> sources;  // of the items that came; made when needed
-    for (const XMLNode& item : left) {
-        if (!isLoose(item)) continue;
+    const auto wasLoose = [&](XMLNode item) {
+        if (source == sequence_) {
+            const auto piece = pieces_.find(item);
+            return looseBefore_.contains(piece == pieces_.end() ? item : piece->second);
+        }
         if (sources.empty() && source) sources = sourceItems(source);
         const auto found = sources.find(item);
-        if (found == sources.end() || !isLoose(found->second))
+        return found != sources.end() && isLoose(found->second);
+    };
+    for (const XMLNode& item : left)
+        if (isLoose(item) && !wasLoose(item))
             ledger_.looseClips.push_back({item, label(item), ItemTimes::of(item)});
-    }
+}
+
+void TimelineEdit::noteLooseClips() {
+    std::copy_if(items_.begin(), items_.end(), std::inserter(looseBefore_, looseBefore_.end()),
+                 isLoose);
 }
 
 std::unordered_map<XMLNode, XMLNode> TimelineEdit::sourceItems(XMLNode source) const {
@@ -87,9 +104,27 @@ TimelineEdit::Place TimelineEdit::placeOf(XMLNode node) const {
             place.isTrackItem = at == node.parent() && isTimelineItem(node);
             break;
         }
-        if (!place.holder && at != node && isTimelineItem(at)) place.holder = at;
+        if (at == node || !isTimelineItem(at)) continue;
+        place.holder = at;
+        place.track = labelAbove(at);
+        break;
     }
     return place;
+}
+
+// In sequences within sequences the way up is long, and many clips of one track have it in common.
+TrackLabel TimelineEdit::labelAbove(XMLNode node) const {
+    const XMLNode parent = node.parent();
+    if (parent && parent == lastLabel_.parent) return lastLabel_.label;
+    TrackLabel label;
+    for (XMLNode at = parent; at && at != sequence_; at = at.parent()) {
+        const auto found = labels_.find(at);
+        if (found == labels_.end()) continue;
+        label = found->second;
+        break;
+    }
+    lastLabel_ = {parent, label};
+    return label;
 }
 
 Change& TimelineEdit::record(ChangeKind kind, XMLNode node) {
@@ -131,10 +166,13 @@ void TimelineEdit::expectElements(std::span<const std::string_view> names) {
 }
 
 void TimelineEdit::listElements() {
-    for (auto& [name, list] : listed_) list = {{}, true};
-    sequence_.forEachDescendant({}, [&](XMLNode element) {
-        if (const auto found = listed_.find(element.name()); found != listed_.end())
-            found->second.elements.push_back(element);
+    std::vector<std::string_view> names;
+    for (auto& [name, list] : listed_) {
+        list = {{}, true};
+        names.push_back(name);
+    }
+    sequence_.forEachDescendant(names, [&](XMLNode element) {
+        listed_.find(element.name())->second.elements.push_back(element);
     });
 }
 
@@ -142,18 +180,37 @@ void TimelineEdit::listsAreOld() {
     for (auto& [name, list] : listed_) list.isCurrent = false;
 }
 
-bool TimelineEdit::isInSequence(XMLNode node) const {
-    while (node && node != sequence_) node = node.parent();
-    return bool(node);
-}
+// Neighbours in document order mostly have a grandparent in common: the track of their clips. It
+// is as far from there to the sequence as sequences stand within one another.
+class TimelineEdit::Standing {
+public:
+    explicit Standing(XMLNode sequence) : sequence_(sequence) {}
+
+    bool in(XMLNode node) {
+        for (int level = 0; level < 2; ++level) {
+            if (!node || node == sequence_) return bool(node);
+            node = node.parent();
+        }
+        if (node == last_) return answer_;
+        last_ = node;
+        while (node && node != sequence_) node = node.parent();
+        return answer_ = bool(node);
+    }
+
+private:
+    XMLNode sequence_;
+    XMLNode last_;
+    bool answer_ = false;
+};
 
 std::vector<XMLNode> TimelineEdit::elementsNamed(std::string_view name) {
     auto list = listed_.find(name);
     if (list == listed_.end()) list = listed_.try_emplace(std::string(name)).first;
     if (!list->second.isCurrent) listElements();
     std::vector<XMLNode> found;
+    Standing standing(sequence_);
     for (const XMLNode& element : list->second.elements)
-        if (isInSequence(element)) found.push_back(element);
+        if (standing.in(element)) found.push_back(element);
     return found;
 }
 
@@ -161,6 +218,7 @@ std::vector<XMLNode> TimelineEdit::elementsNamed(std::string_view name) {
 
 void TimelineEdit::place(XMLNode node, EditJournal::Place to) {
     journal_.noteMove(node);
+    if (mayHoldClips(node)) lastLabel_ = {};
     const XMLNode from = node.parent();
     if (!to.parent)
         node.detach();
@@ -180,10 +238,13 @@ void TimelineEdit::place(XMLNode node, EditJournal::Place to) {
 
 void TimelineEdit::changedBelow(XMLNode parent, XMLNode node) {
     // An index reads of an item what its edges say, and nothing else.
-    for (; parent; node = parent, parent = parent.parent())
+    for (; parent; node = parent, parent = parent.parent()) {
         if (node.isElement("start") || node.isElement("end"))
             if (TrackIndex* const index = indexOf(parent.parent()))
                 return index->retimed(sequenceIndex_.find(parent));
+        // Nor does an edge hold items.
+        if (isTimelineItem(parent)) return;
+    }
 }
 
 void TimelineEdit::writeText(XMLNode element, std::string_view text) {

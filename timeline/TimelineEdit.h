@@ -16,6 +16,7 @@
 #include <string>
 #include <string_view>
 #include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
 namespace reelsweep {
@@ -39,9 +40,13 @@ public:
     std::unordered_map<XMLNode, XMLNode> sourceItems(XMLNode source) const;
     /// How many items the sequence came with.
     std::size_t itemsBefore() const { return ledger_.itemsBefore; }
-    /// Counts the items that are left, and lists the clips that are loose. The sequence is a copy
-    /// of `source`: clips that were loose there are not listed. Comes after the last step.
+    /// Counts the items that are left, and lists the clips that are loose. Clips that were loose in
+    /// `source` are not listed: the sequence that this one is a copy of, or this one itself when it
+    /// is edited where it stands. Comes after the last step.
     void finish(XMLNode source = {});
+    /// Notes which clips are loose, for finish(), of a sequence that is edited where it stands.
+    /// Comes before the first edit.
+    void noteLooseClips();
 
     // Looking
 
@@ -137,6 +142,7 @@ private:
         bool isTrackItem = false;  ///< a clip, generator or transition that stands in a track
     };
     Place placeOf(XMLNode node) const;
+    TrackLabel labelAbove(XMLNode node) const;
     void recordRemoval(XMLNode node, std::size_t reason);
     TrackIndex* indexOf(XMLNode track) const;
     /// Puts a node where it is to stand, or nowhere.
@@ -145,7 +151,8 @@ private:
     void writeTimes(XMLNode item, const ItemTimes& times);
     /// Something below `parent` has changed: `node`, or the text of it.
     void changedBelow(XMLNode parent, XMLNode node);
-    bool isInSequence(XMLNode node) const;
+    /// Answers whether a node stands in the sequence; for many nodes in document order.
+    class Standing;
 
     XMLNode sequence_;
     SequenceLedger& ledger_;
@@ -154,6 +161,12 @@ private:
     std::unordered_map<XMLNode, TrackLabel> labels_;
     std::vector<XMLNode> items_;                   ///< on tracks, as they came
     std::unordered_map<XMLNode, XMLNode> pieces_;  ///< new pieces of splits, and what they were
+    std::unordered_set<XMLNode> looseBefore_;
+    /// The label of what stands in `parent`, as it was asked for last; until clips move.
+    struct {
+        XMLNode parent;
+        TrackLabel label;
+    } mutable lastLabel_;
     SequenceIndex sequenceIndex_;
     std::unordered_map<XMLNode, std::unique_ptr<TrackIndex>> indexes_;
     EditJournal journal_;

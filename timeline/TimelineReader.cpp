@@ -42,6 +42,7 @@ void set(XMLNode& part, XMLNode element) {
 }  // namespace
 
 void TimelineReader::read(XMLNode sequence, Timeline::Contents& contents) {
+    source_ = contents.source.get();
     Draft& outermost = drafts_.emplace_back();
     outermost.node = sequence;
     outermost.contents = &contents;
@@ -50,6 +51,16 @@ void TimelineReader::read(XMLNode sequence, Timeline::Contents& contents) {
     for (std::size_t i = 0; i < drafts_.size(); ++i) readSequence(drafts_[i]);
     finishFiles();
     finish(outermost, 0);
+    rememberDefinitions(contents);
+}
+
+// For when the sequence is read again after an edit has taken definitions out.
+void TimelineReader::rememberDefinitions(Timeline::Contents& contents) {
+    contents.files = std::move(files_);
+    for (const Draft& draft : drafts_)
+        if (draft.nested) contents.sequences.add(draft.contents->id, draft.nested);
+    // What is left of multiclips is looked up in the document, as it is now.
+    if (!source_ && multiclips_.size() > 0) catalogue_.definitions();
 }
 
 void TimelineReader::readSequence(Draft& draft) {

@@ -69,6 +69,7 @@ private:
 
     void finishFiles();
     const Media* fileDefinedElsewhere(std::string_view id);
+    void rememberDefinitions(Timeline::Contents& contents);
     const Media* angleOf(const Media& file, std::string_view syncOffset);
     const NestedSequence* finish(Draft& draft, int depth);
     const NestedSequence* nestedDefinedElsewhere(std::string_view id);
@@ -77,7 +78,8 @@ private:
     MediaCatalogue::Contents& catalogue_;
     TimelineStore& store_;
     const TimelineDetail detail_;
-    std::deque<Draft> drafts_;  // the first is the outermost
+    const Timeline::Contents* source_ = nullptr;  // before it was edited; null when not known
+    std::deque<Draft> drafts_;                    // the first is the outermost
     TextTable<Draft*> sequences_;
     TextTable<const Media*> files_;
     TextTable<XMLNode> multiclips_;

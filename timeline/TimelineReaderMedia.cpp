@@ -74,6 +74,8 @@ void TimelineReader::finishFiles() {
 }
 
 const Media* TimelineReader::fileDefinedElsewhere(std::string_view id) {
+    if (const Media* const* const known = source_ ? source_->files.find(id) : nullptr)
+        return *known;
     const auto& definitions = catalogue_.definitions().files;
     const auto definition = definitions.find(id);
     const Media* media = nullptr;
@@ -115,6 +117,7 @@ const NestedSequence* TimelineReader::finish(Draft& draft, int depth) {
 }
 
 const NestedSequence* TimelineReader::nestedDefinedElsewhere(std::string_view id) {
+    if (const auto* const known = source_ ? source_->sequences.find(id) : nullptr) return *known;
     const auto& definitions = catalogue_.definitions().sequences;
     const auto definition = definitions.find(id);
     if (definition == definitions.end() || catalogue_.depth > deepestNesting) return nullptr;

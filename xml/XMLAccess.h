@@ -41,6 +41,9 @@ struct XMLAccess {
     static pugi::xml_node pugi(const XMLNode& node) {
         return std::bit_cast<pugi::xml_node>(node.node_);
     }
+    static bool isNull(const pugi::xml_node& node) {
+        return std::bit_cast<pugi::xml_node_struct*>(node) == nullptr;
+    }
     static pugi::xml_attribute pugiAttribute(const XMLNode& node) {
         return pugi::xml_attribute(node.attribute_);
     }

@@ -5,6 +5,7 @@
 #include "xml/StrictCheck.h"
 #include "xml/XMLAccess.h"
 
+#include <algorithm>
 #include <cstring>
 
 namespace reelsweep {
@@ -142,8 +143,8 @@ void XMLNode::findFirstChildren(const std::string_view* names, XMLNode* found,
                                 std::size_t count) const {
     if (attribute_) return;
     std::size_t missing = count;
-    for (pugi::xml_node child = XMLAccess::pugi(*this).first_child(); child && missing > 0;
-         child = child.next_sibling()) {
+    for (pugi::xml_node child = XMLAccess::pugi(*this).first_child();
+         !XMLAccess::isNull(child) && missing > 0; child = child.next_sibling()) {
         const char* const own = child.name();  // empty for everything but elements and instructions
         for (std::size_t i = 0; i < count; ++i) {
             if (*own != names[i].front() || found[i] || names[i] != own) continue;
@@ -187,7 +188,7 @@ std::optional<std::string_view> XMLNode::attribute(const char* name) const {
 
 XMLNode XMLNode::firstText() const {
     if (attribute_) return {};
-    for (pugi::xml_node node = XMLAccess::pugi(*this).first_child(); node;
+    for (pugi::xml_node node = XMLAccess::pugi(*this).first_child(); !XMLAccess::isNull(node);
          node = node.next_sibling())
         if (isTextType(node.type()) && !isBlankBeforeSection(node)) return XMLAccess::handle(node);
     return {};
@@ -209,16 +210,15 @@ const char* XMLNode::rawText() const {
 }
 
 XMLNode XMLNode::nextElement(const XMLNode& topNode, std::string_view name) const {
-    const pugi::xml_node top = XMLAccess::pugi(topNode);
     pugi::xml_node node = XMLAccess::pugi(*this);
     for (;;) {
-        if (node.first_child()) {
-            node = node.first_child();
-        } else {
-            while (node && node != top && !node.next_sibling()) node = node.parent();
-            if (!node || node == top) return {};
-            node = node.next_sibling();
+        pugi::xml_node next = node.first_child();
+        while (XMLAccess::isNull(next)) {
+            if (XMLAccess::isNull(node) || XMLAccess::handle(node) == topNode) return {};
+            next = node.next_sibling();
+            if (XMLAccess::isNull(next)) node = node.parent();
         }
+        node = next;
         if (name.empty() ? node.type() == pugi::node_element : isElementNamed(node, name))
             return XMLAccess::handle(node);
     }
@@ -226,30 +226,28 @@ XMLNode XMLNode::nextElement(const XMLNode& topNode, std::string_view name) cons
 
 namespace {
 
-class DescendantWalker final : public pugi::xml_tree_walker {
+// Names to look for. Most nodes differ from all of them in the first letter.
+class WantedNames {
 public:
-    DescendantWalker(std::initializer_list<std::string_view> names,
-                     const std::function<void(XMLNode)>& visit)
-        : names_(names), visit_(visit) {
-        firstLetters_.fill(names.size() == 0);
+    explicit WantedNames(std::span<const std::string_view> names) : names_(names) {
+        firstLetters_.fill(names.empty());
         for (const std::string_view name : names) firstLetters_[letter(name[0])] = true;
     }
 
-    bool for_each(pugi::xml_node& node) override {
+    bool hold(const pugi::xml_node& node) const {
         const char* const own = node.name();
-        if (!firstLetters_[letter(*own)]) return true;
-        bool wanted = names_.size() == 0;
-        for (const std::string_view name : names_) wanted = wanted || name == own;
-        if (wanted && node.type() == pugi::node_element) visit_(XMLAccess::handle(node));
-        return true;
+        if (!firstLetters_[letter(*own)]) return false;
+        const bool isNamed =
+            names_.empty() || std::any_of(names_.begin(), names_.end(),
+                                          [&](std::string_view name) { return name == own; });
+        return isNamed && node.type() == pugi::node_element;
     }
 
 private:
     static std::size_t letter(char c) { return static_cast<unsigned char>(c); }
 
-    std::initializer_list<std::string_view> names_;
+    std::span<const std::string_view> names_;
     std::array<bool, 256> firstLetters_{};
-    const std::function<void(XMLNode)>& visit_;
 };
 
 // Moves a node with `move`, and frees the slot that it leaves empty.
@@ -263,11 +261,22 @@ void moveOutOfSlot(pugi::xml_node node, Move move) {
 
 }  // namespace
 
-void XMLNode::forEachDescendant(std::initializer_list<std::string_view> names,
+void XMLNode::forEachDescendant(std::span<const std::string_view> names,
                                 const std::function<void(XMLNode)>& visit) const {
     if (attribute_) return;
-    DescendantWalker walker(names, visit);
-    XMLAccess::pugi(*this).traverse(walker);
+    const WantedNames wanted(names);
+    pugi::xml_node node = XMLAccess::pugi(*this).first_child();
+    while (!XMLAccess::isNull(node)) {
+        if (wanted.hold(node)) visit(XMLAccess::handle(node));
+        pugi::xml_node next = node.first_child();
+        if (XMLAccess::isNull(next)) next = node.next_sibling();
+        while (XMLAccess::isNull(next)) {
+            node = node.parent();
+            if (XMLAccess::handle(node) == *this) return;
+            next = node.next_sibling();
+        }
+        node = next;
+    }
 }
 
 void XMLNode::detach() {

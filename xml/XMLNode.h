@@ -13,6 +13,7 @@
 #include <functional>
 #include <initializer_list>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -102,8 +103,12 @@ public:
     /// Calls visit(element) for every element below this node whose name is one of `names` (any
     /// name when there are none), in document order. One walk over all nodes. The tree must not be
     /// edited meanwhile.
-    void forEachDescendant(std::initializer_list<std::string_view> names,
+    void forEachDescendant(std::span<const std::string_view> names,
                            const std::function<void(XMLNode)>& visit) const;
+    void forEachDescendant(std::initializer_list<std::string_view> names,
+                           const std::function<void(XMLNode)>& visit) const {
+        forEachDescendant(std::span(names.begin(), names.size()), visit);
+    }
     bool hasDescendant(std::string_view name) const { return bool(nextElement(*this, name)); }
 
     // Edits. All nodes must belong to one document.
