@@ -12,6 +12,9 @@
 #include <QAbstractItemModel>
 
 #include <cstdint>
+#include <optional>
+#include <span>
+#include <tuple>
 #include <vector>
 
 namespace reelsweep {
@@ -34,6 +37,16 @@ public:
     std::size_t attention() const { return attention_; }
     /// True for lines that are folded away until somebody opens them.
     bool startsFolded(const QModelIndex& index) const;
+    /// What a row is about, for those who show it elsewhere.
+    struct Subject {
+        std::size_t sequence = 0;             ///< of the ledger
+        std::optional<std::uint32_t> change;  ///< of that sequence
+        std::optional<FrameRange> range;
+    };
+    Subject subjectOf(const QModelIndex& index) const;
+    /// The first row that is about one of these changes of a sequence; none when the filter hides
+    /// it.
+    QModelIndex rowOf(std::size_t sequence, std::span<const std::uint32_t> changes) const;
     /// A row's texts with tabs between.
     QString rowText(const QModelIndex& index) const;
 
@@ -68,14 +81,26 @@ private:
         std::vector<std::uint32_t> children;
     };
 
+    struct SortKey {
+        Frames start;
+        Frames end;
+        QString text;
+
+        bool operator<(const SortKey& other) const {
+            return std::tie(start, end, text) < std::tie(other.start, other.end, other.text);
+        }
+    };
+
     void build();
     void addAttention();
     void addSequence(std::uint32_t sequence);
+    std::vector<std::uint32_t> shownChanges(std::uint32_t sequence) const;
     void addClips(std::uint32_t parent, std::uint32_t sequence);
     void addPasses(std::uint32_t parent, std::uint32_t sequence);
     void addUnchanged();
     std::uint32_t add(Node node);
     void sortRows();
+    SortKey sortKey(const Node& node, int column) const;
 
     const Node& nodeOf(const QModelIndex& index) const { return nodes_[index.internalId()]; }
     QString text(const Node& node, int column) const;

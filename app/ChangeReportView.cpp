@@ -96,6 +96,8 @@ ChangeReportView::ChangeReportView(QWidget* parent)
     connect(export_, &QPushButton::clicked, this, &ChangeReportView::exportReport);
     connect(tree_->selectionModel(), &QItemSelectionModel::selectionChanged, this,
             &ChangeReportView::selectionChanged);
+    connect(tree_->selectionModel(), &QItemSelectionModel::currentRowChanged, this,
+            &ChangeReportView::subjectChanged);
     showTotals();
 }
 
@@ -167,6 +169,18 @@ void ChangeReportView::showTotals() {
             ? changeCount(listing.total())
             : tr("%L1 of %2").arg(listing.shown()).arg(changeCount(listing.total()));
     totals_->setText(parts.isEmpty() ? counted : counted + ": " + parts.join(", "));
+}
+
+ChangeReportModel::Subject ChangeReportView::subject() const {
+    return model_.subjectOf(tree_->currentIndex());
+}
+
+void ChangeReportView::selectChanges(std::size_t sequence, std::span<const std::uint32_t> changes) {
+    const QModelIndex row = model_.rowOf(sequence, changes);
+    if (!row.isValid()) return;
+    const QSignalBlocker quiet(this);
+    tree_->setCurrentIndex(row);
+    tree_->scrollTo(row);
 }
 
 bool ChangeReportView::hasSelection() const { return tree_->selectionModel()->hasSelection(); }

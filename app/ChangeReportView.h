@@ -30,6 +30,10 @@ public:
     /// Copies the selected rows, tabs between their columns.
     void copySelection();
     bool hasSelection() const;
+    /// What the current row is about.
+    ChangeReportModel::Subject subject() const;
+    /// Makes the row of one of these changes the current one; says nothing when there is none.
+    void selectChanges(std::size_t sequence, std::span<const std::uint32_t> changes);
     /// Asks for a file and writes what there is to it, whatever the filter shows: as JSON when its
     /// name ends so, else as CSV.
     void exportReport();
@@ -37,6 +41,8 @@ public:
 
 signals:
     void selectionChanged();
+    /// Somebody went to another row.
+    void subjectChanged();
 
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;

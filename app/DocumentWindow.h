@@ -74,6 +74,8 @@ signals:
     void pathChanged(const QString& path);
 
 protected:
+    enum Page { sequencesPage, changesPage };
+
     DocumentWindow(const QString& interfaceName, OptionBoxes::For format);
 
     // What a kind of document does
@@ -119,9 +121,10 @@ protected:
 
     void closeEvent(QCloseEvent* event) override;
 
-    QWidget* content() { return content_; }
+    QWidget* content() const { return content_; }
     const OptionList& options() const { return options_; }
     const OptionBoxes& boxes() const { return *boxes_; }
+    OptionBoxes& boxes() { return *boxes_; }
     /// Enables the process button, or says why it is grey.
     void updateProcessButton();
     void showStatus(const QString& text);
@@ -147,6 +150,7 @@ private:
     void run(Earlier earlier);
     void askAboutEarlierResult();
     void runEnded();
+    void runKeepingPicture();
     void settleResults();
     QString outcome() const;
     void setUnsaved(bool unsaved);
@@ -172,7 +176,9 @@ private:
     bool discardChanges_ = false;
     bool documentChanged_ = false;  ///< the file would be another one if it were saved
     bool mayOverwrite_ = false;     ///< nobody need be asked before the file is saved over
-    bool copyWhenEnded_ = false;    ///< the alert of the run was answered so
+    // The alert of the run was answered so.
+    bool copyWhenEnded_ = false;
+    bool runAgainWhenEnded_ = false;  ///< keeping the picture
     // Of the run before.
     Earlier earlier_ = Earlier::letGo;
     bool hadResult_ = false;

@@ -83,7 +83,10 @@ std::vector<OptionPreset> builtInPresets() {
 OptionBoxes::OptionBoxes(For format, QWidget* parent) : QWidget(parent), format_(format) {
     auto* const layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
-    if (format == For::xmeml) addPresets(*layout);
+    if (format == For::xmeml) {
+        addPresets(*layout);
+        addCare(*layout);
+    }
     addGroup(*layout, tr("Take out"),
              {"removeDisabledVideoClips", "removeDisabledAudioClips", "removeSilentAudio"});
     addGroup(*layout, tr("Collapse"),
@@ -94,7 +97,6 @@ OptionBoxes::OptionBoxes(For format, QWidget* parent) : QWidget(parent), format_
         *layout, tr("Strip effects"),
         {"removeFilters", "removeMarkers", "removeVideoTransitions", "removeAudioTransitions"});
     addTheOthers(*layout);
-    if (format == For::xmeml) addCare(*layout);
     // The order of the groups is for the eye, that of the table for the run.
     const auto place = [](const Box& box) { return passNamed(box.option); };
     std::sort(boxes_.begin(), boxes_.end(),
@@ -154,6 +156,7 @@ OptionBoxes::Box OptionBoxes::addBox(QVBoxLayout& rows, std::string_view option,
         Platform::current().userDefaults->setObject(key, PropertyList(on ? 1 : 0));
         boxToggled();
     });
+    connect(box, &QCheckBox::toggled, box, [box, title] { box->setText(title); });
     auto* const label = new QLabel(sentence);
     QFont font = label->font();
     font.setPointSizeF(font.pointSizeF() * 0.9);
@@ -162,7 +165,7 @@ OptionBoxes::Box OptionBoxes::addBox(QVBoxLayout& rows, std::string_view option,
     label->setContentsMargins(fontMetrics().height() * 3 / 2, 0, 0, gap);
     rows.addWidget(box);
     rows.addWidget(label);
-    return {option, box, label};
+    return {option, title, box, label};
 }
 
 void OptionBoxes::addGroup(QVBoxLayout& layout, const QString& title,
@@ -201,6 +204,10 @@ void OptionBoxes::addCare(QVBoxLayout& layout) {
                       .box;
 }
 
+void OptionBoxes::keepPicture() {
+    if (keepPicture_) keepPicture_->setChecked(true);
+}
+
 bool OptionBoxes::keepsPicture() const { return keepPicture_ && keepPicture_->isChecked(); }
 bool OptionBoxes::importsSafely() const { return importSafe_ && importSafe_->isChecked(); }
 
@@ -209,6 +216,17 @@ OptionList OptionBoxes::checkedOptions() const {
     for (const Box& box : boxes_)
         if (box.box->checkState() == Qt::Checked) options.emplace_back(box.option);
     return options;
+}
+
+void OptionBoxes::showCounts(const std::map<std::string_view, std::size_t>* counts) {
+    for (const Box& box : boxes_) {
+        QString text = box.title;
+        if (counts && box.box->isChecked() && box.box->isEnabled()) {
+            const auto found = counts->find(box.option);
+            text = tr("%1 (%L2)").arg(box.title).arg(found == counts->end() ? 0 : found->second);
+        }
+        box.box->setText(text);
+    }
 }
 
 void OptionBoxes::setCheckedOptions(const OptionList& options) {

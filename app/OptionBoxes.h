@@ -9,6 +9,7 @@
 
 #include <QWidget>
 
+#include <map>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -37,9 +38,13 @@ public:
 
     /// The options whose boxes are on, in the order of a run.
     OptionList checkedOptions() const;
+    /// Ticks "Keep the picture".
+    void keepPicture();
     /// Whether a run keeps back what would change the picture, and makes its copies import.
     bool keepsPicture() const;
     bool importsSafely() const;
+    /// Shows beside each ticked option how many changes it makes; nothing for null.
+    void showCounts(const std::map<std::string_view, std::size_t>* counts);
     void setCheckedOptions(const OptionList& options);
 
     /// Keeps the choice of the moment under a name; one of that name that the user made is
@@ -60,6 +65,7 @@ signals:
 private:
     struct Box {
         std::string_view option;
+        QString title;
         QCheckBox* box;
         QWidget* sentence;
     };

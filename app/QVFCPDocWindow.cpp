@@ -19,7 +19,9 @@ QVFCPDocWindow::QVFCPDocWindow()
           [this](std::size_t row, bool selected) { document_->setSelected(row, selected); }, this)),
       document_(std::make_unique<QVFCPDoc>(*this)) {
     model_->setRecords(document_->sequenceArray());
-    if (content()) buildTable();
+    if (!content()) return;
+    buildTable();
+    buildTimeline();
 }
 
 void QVFCPDocWindow::buildTable() {
@@ -48,10 +50,11 @@ void QVFCPDocWindow::buildTable() {
     rows->setDefaultSectionSize(table_->fontMetrics().height() * 8 / 5);
     columns->setResizeContentsPrecision(0);
 
-    // Wide enough for the options beside a scroll bar.
+    // Wide enough for the options with their counts, beside a scroll bar.
     auto* const options = outlet<QScrollArea>(*content(), "optionsArea");
     options->setMinimumWidth(options->widget()->sizeHint().width() +
-                             options->verticalScrollBar()->sizeHint().width());
+                             options->verticalScrollBar()->sizeHint().width() +
+                             fontMetrics().horizontalAdvance(QStringLiteral(" (9,999)")));
     banner_ = outlet<QFrame>(*content(), "banner");
     banner_->hide();
     resize(sizeHint().expandedTo(
@@ -64,8 +67,11 @@ Outcome QVFCPDocWindow::read(const std::string& path) {
     const Outcome opened = document->readFromURL(path);
     if (!opened) return opened;
     populated_ = false;
+    forgetPreview();
     model_->setRecords(noRecords);
     document_ = std::move(document);
+    document_->setDrawsTimelines(true);
+    timeline_->setVisible(!isFCPProject());
     banner_->setVisible(!isFCPProject() && !document_->hasProjectNode());
     return opened;
 }
@@ -88,6 +94,7 @@ void QVFCPDocWindow::reloadTable() {
 void QVFCPDocWindow::enableProcessButton(bool enabled) {
     showStatus(idleStatus());
     DocumentWindow::enableProcessButton(enabled);
+    schedulePreview();
 }
 
 void QVFCPDocWindow::selectAllSequences(bool selected) {
@@ -120,7 +127,24 @@ void QVFCPDocWindow::startRun(const OptionList& options, std::function<void()> e
     document_->setKeepsPicture(boxes().keepsPicture());
     document_->setImportsSafely(boxes().importsSafely());
     document_->setProvesPicture(true);
-    document_->process(options, std::move(ended));
+    cancelsRun_ = false;
+    previewDelay_.stop();
+    // A run edits the tree that the preview reads.
+    preview_.whenIdle([this, options, ended = std::move(ended)] {
+        document_->process(options, ended);
+        if (cancelsRun_) document_->cancelProgress();
+    });
+}
+
+void QVFCPDocWindow::cancelRun() {
+    cancelsRun_ = true;
+    document_->cancelProgress();
+}
+
+void QVFCPDocWindow::showOutcomes() {
+    model_->setOutcomes(ledger());
+    showTimeline();
+    schedulePreview();
 }
 
 void QVFCPDocWindow::sendToFCP() {

@@ -5,9 +5,16 @@
 
 #include "app/DocumentWindow.h"
 #include "app/SequenceModel.h"
+#include "app/TidyPreview.h"
+#include "app/TimelinePanel.h"
 #include "shell/QVFCPDoc.h"
 
+#include <QTimer>
+
+#include <array>
+
 class QFrame;
+class QSplitter;
 class QTableView;
 
 namespace reelsweep {
@@ -38,31 +45,67 @@ protected:
     void replaceResults() override { document_->replaceResults(); }
     void joinResults() override { document_->joinResults(); }
     void startRun(const OptionList& options, std::function<void()> ended) override;
-    void cancelRun() override { document_->cancelProgress(); }
+    void cancelRun() override;
     const ChangeLedger& ledger() const override { return document_->changeLedger(); }
     const RunResult& runResult() const override { return document_->runResult(); }
     ReportedDocument reported() const override;
     QString idleStatus() const override;
     QString whyNotProcess() const override;
-    void showOutcomes() override { model_->setOutcomes(ledger()); }
+    void showOutcomes() override;
 
     void reloadTable() override;
     void enableProcessButton(bool enabled) override;
     bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
+    /// What a preview depends on.
+    struct Asked {
+        OptionList options;
+        bool keepsPicture = false;
+        bool importsSafely = false;
+        std::vector<std::size_t> rows;     ///< of the list, one for each picture
+        std::optional<std::size_t> aside;  ///< the row that is shown as it is
+
+        bool operator==(const Asked&) const = default;
+    };
+
     void buildTable();
+    void buildTimeline();
+    void moveTimeline();
+    /// Whether the timeline shows what a run did, not what the next one would do.
+    bool showsRun() const;
+    Asked whatToPreview() const;
+    void schedulePreview();
+    void askPreview();
+    void previewAnswered(const TidyPreview::Answer& answer);
+    void forgetPreview();
+    void showTimeline();
+    void showPreview();
+    void showRunTimeline(std::size_t sequence);
+    /// Selects the clip of the selected row of the report.
+    void showSubject();
+    /// Selects the row of the selected clip.
+    void selectReportRow();
     void toggleSelectedRows();
 
     QTableView* table_ = nullptr;
     QFrame* banner_ = nullptr;  ///< says that the file has no project
     SequenceModel* model_ = nullptr;
-    bool populated_ = false;  ///< the list is there
+    TimelinePanel* timeline_ = nullptr;
+    std::array<QSplitter*, 2> splitters_{};  ///< of the pages
+    QTimer previewDelay_;
+    Asked asked_;
+    std::optional<TidyPreview::Answer> previewed_;  ///< the answer to it
+    TidyPreview::Picture shownRun_;                 ///< of the report
+    bool populated_ = false;                        ///< the list is there
+    bool cancelsRun_ = false;  ///< a run that waits for the preview is not wanted any more
     /// The records of the last run: sequences that were fetched live with them, and the report
     /// speaks of those, also when the list was built anew.
     std::shared_ptr<const SequenceArray> processedRecords_;
-    /// The last member: when it goes it may still have something to say to the others.
+    /// When it goes it may still have something to say to the others.
     std::unique_ptr<QVFCPDoc> document_;
+    /// After the document: it reads the document's tree until it goes.
+    TidyPreview preview_;
 };
 
 }  // namespace reelsweep

@@ -32,6 +32,15 @@ public:
     /// True while somebody takes the lines.
     static bool hasSink();
 
+    /// While one lives, lines of its thread go nowhere: for work that only tries something out.
+    class Quiet {
+    public:
+        Quiet();
+        ~Quiet();
+        Quiet(const Quiet&) = delete;
+        Quiet& operator=(const Quiet&) = delete;
+    };
+
     /// One line.
     template <class... Args>
     static void append(std::string_view format, const Args&... args) {

@@ -60,6 +60,14 @@ Examples:
   reelsweep-cli check film-Tidied.xml
   reelsweep-cli check --json film.xml | jq -r '.faults[].kind' | sort | uniq -c)";
 
+constexpr std::string_view pictureFooter =
+    R"(The picture is one SVG file: each sequence before a tidy and after it, with what
+was removed, moved, trimmed, added and kept. The file that is read stays as it is.
+
+Examples:
+  reelsweep-cli picture film.xml -o film.svg
+  reelsweep-cli picture film.xml --sequence "Reel 1" --passes all -o reel-1.svg)";
+
 constexpr std::string_view projectsFooter = R"(Examples:
   reelsweep-cli projects
   reelsweep-cli projects --json | jq -r '.[]'
@@ -91,6 +99,7 @@ constexpr auto table = std::to_array<CommandRow>({
     {"tidy", "tidy the sequences of files", tidyFooter, defineTidy},
     {"passes", "list the clean-up passes", passesFooter, definePasses},
     {"check", "list what an importer would stumble over in a file", checkFooter, defineCheck},
+    {"picture", "draw what a tidy would do, before above after", pictureFooter, definePicture},
     {"projects", "list the projects that are open in Final Cut Pro", projectsFooter,
      defineProjects},
     {"diff", "list what changed between two cuts, clip by clip", diffFooter, defineDiff},

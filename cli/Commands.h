@@ -23,6 +23,7 @@ CommandRun defineCheck(CLI::App& parser);
 CommandRun defineDiff(CLI::App& parser);
 CommandRun defineList(CLI::App& parser);
 CommandRun definePasses(CLI::App& parser);
+CommandRun definePicture(CLI::App& parser);
 CommandRun defineProjects(CLI::App& parser);
 CommandRun defineTidy(CLI::App& parser);
 CommandRun defineVerify(CLI::App& parser);

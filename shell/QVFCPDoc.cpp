@@ -214,6 +214,7 @@ TidyControls QVFCPDoc::controls(std::stop_token stop) {
 void QVFCPDoc::run(const OptionList& options, Delivery delivery, const std::stop_token& stop) {
     runResult_ = RunResult();
     ledger_ = ChangeLedger();
+    pictures_.clear();
     tidied_.clear();
     onMainThread([this] { view_.startProgress(); });
     setProgressLabelText("Initializing...");
@@ -245,6 +246,7 @@ void QVFCPDoc::run(const OptionList& options, Delivery delivery, const std::stop
         runResult_.failures.push_back({FailureCode::internal, text, path_});
         copies_.clear();
         copiedRecords_.clear();
+        copyPictures_.clear();
     }
     // What was delivered before the cancel came is not taken back.
     runResult_.cancelled = stop.stop_requested() && !runResult_.delivered;
@@ -265,14 +267,18 @@ bool QVFCPDoc::processSequence(SequenceDocument& document, std::size_t row, QVSe
     record.xmlRepresentation = source->node;
     record.fetchedDocument = source->owner;
     record.isPlaceholder = source->isShortForm;
+    auto picture = drawsTimelines_ ? std::make_unique<CopyPicture>(source->node) : nullptr;
+    TidyControls watched = controls;
+    watched.observer = picture.get();
     auto copy = CopyInWork::begin(
-        *source, {options, ignoredEffects(), keepsPicture_, provesPicture_, keptClips_}, controls);
+        *source, {options, ignoredEffects(), keepsPicture_, provesPicture_, keptClips_}, watched);
     record.processedXMLRepresentation = copy ? (*copy)->sequence() : XMLNode();
     if (copy) {
         record.newUUID = QVXMLParser::uuidForNode((*copy)->sequence());
         tidied_.push_back((*copy)->sequence());
         copies_.push_back(std::move(*copy));
         copiedRecords_.push_back(&record);
+        if (picture) copyPictures_.push_back(std::move(picture));
     } else if (copy.failure().code != FailureCode::cancelled) {
         // The source would take the result's place in the bin and pass for tidied.
         endProgress();
@@ -283,11 +289,23 @@ bool QVFCPDoc::processSequence(SequenceDocument& document, std::size_t row, QVSe
 
 void QVFCPDoc::finishCopies() {
     for (std::size_t i = 0; i < copies_.size(); ++i) {
+        const XMLNode sequence = copies_[i]->sequence();
         ledger_.sequences.push_back(copies_[i]->finish().ledger);
         ledger_.sequences.back().title = copiedRecords_[i]->title;
+        if (drawsTimelines_)
+            pictures_.push_back(copyPictures_[i]->finish(sequence, ledger_.sequences.back()));
     }
     copies_.clear();
     copiedRecords_.clear();
+    copyPictures_.clear();
+}
+
+TidyRequest QVFCPDoc::tidyRequest(const OptionList& options, bool keepsPicture) const {
+    return {options, ignoredEffects(), keepsPicture, false, keptClips_};
+}
+
+std::shared_ptr<const XMLDocument> QVFCPDoc::tree() const {
+    return projectController_ && !isFCPProject_ ? projectController_->xmlDoc() : nullptr;
 }
 
 std::vector<std::string> QVFCPDoc::ignoredEffects() const {

@@ -12,6 +12,8 @@
 #include "documents/SequenceDocument.h"
 #include "hosts/FinalCutProHost.h"
 #include "hosts/QVFCPProjectController.h"
+#include "report/TimelinePicture.h"
+#include "shell/CopyPicture.h"
 #include "shell/DocumentThread.h"
 #include "shell/DocumentView.h"
 #include "shell/QVSequence.h"
@@ -123,6 +125,18 @@ public:
     /// Whether the copies are made ones that other applications import.
     void setImportsSafely(bool safely) { importsSafely_ = safely; }
 
+    /// What a run with these options would do to each sequence.
+    TidyRequest tidyRequest(const OptionList& options, bool keepsPicture) const;
+    /// The file's tree, for those who only read it; null for a native project.
+    std::shared_ptr<const XMLDocument> tree() const;
+
+    /// Whether runs keep a picture of each sequence, before and after.
+    void setDrawsTimelines(bool draws) { drawsTimelines_ = draws; }
+    /// One for each sequence of changeLedger(); none when they were not to be kept.
+    const std::vector<std::shared_ptr<const TimelinePicture>>& pictures() const {
+        return pictures_;
+    }
+
     /// Renames a copy in place and answers it: id and name get "-Tidied", the uuid a fresh one, and
     /// id stays as the only attribute.
     XMLNode renameSequence(XMLNode sequence);
@@ -205,10 +219,13 @@ private:
     XMLNode runAlone(PassFunction pass, XMLNode sequence);
     std::vector<std::string> ignoredEffects() const;
 
+    using Pictures = std::vector<std::shared_ptr<const TimelinePicture>>;
+
     /// What there was before a run.
     struct ResultsAside {
         RunResult run;
         ChangeLedger ledger;
+        Pictures pictures;
         std::vector<XMLNode> tidied;
         /// Of each record of sequenceArray().
         std::vector<std::pair<XMLNode, std::optional<std::string>>> records;
@@ -232,11 +249,14 @@ private:
     bool keepsPicture_ = false;
     bool provesPicture_ = false;
     bool importsSafely_ = false;
+    bool drawsTimelines_ = false;
     /// Of the run that is going, with the records that they were made for.
     std::vector<std::unique_ptr<CopyInWork>> copies_;
     std::vector<QVSequence*> copiedRecords_;
+    std::vector<std::unique_ptr<CopyPicture>> copyPictures_;  ///< empty without pictures
     RunResult runResult_;
     ChangeLedger ledger_;
+    Pictures pictures_;
     std::vector<XMLNode> tidied_;
     ResultsAside aside_;
     DocumentThread populateThread_;

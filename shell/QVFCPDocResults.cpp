@@ -20,8 +20,9 @@ Outcome QVFCPDoc::exportResults(const std::string& path, Overwrite overwrite) co
 }
 
 void QVFCPDoc::setResultsAside() {
-    aside_ = {runResult_, std::move(ledger_), std::move(tidied_), {}};
+    aside_ = {runResult_, std::move(ledger_), std::move(pictures_), std::move(tidied_), {}};
     ledger_ = ChangeLedger();
+    pictures_.clear();
     tidied_.clear();
     for (const auto& record : *sequenceArray())
         aside_.records.emplace_back(record->processedXMLRepresentation, record->newUUID);
@@ -30,6 +31,7 @@ void QVFCPDoc::setResultsAside() {
 void QVFCPDoc::restoreResults() {
     runResult_ = std::move(aside_.run);
     ledger_ = std::move(aside_.ledger);
+    pictures_ = std::move(aside_.pictures);
     tidied_ = std::move(aside_.tidied);
     const auto records = sequenceArray();
     // A list that was built anew meanwhile has other records.
@@ -71,6 +73,8 @@ void QVFCPDoc::joinResults() {
     for (SequenceLedger& sequence : ledger_.sequences)
         aside_.ledger.sequences.push_back(std::move(sequence));
     ledger_ = std::move(aside_.ledger);
+    aside_.pictures.insert(aside_.pictures.end(), pictures_.begin(), pictures_.end());
+    pictures_ = std::move(aside_.pictures);
     aside_ = {};
 }
 

@@ -176,7 +176,7 @@ private:
                first->item->node.parent() == second->item->node.parent() && wrong(*first, *second);
     }
 
-    // The clips that stand after one that starts later, as the source did not have them.
+    // The items that stand after one that starts later, as the source did not have them.
     std::vector<const PlacedItem*> outOfOrder(const PlacedTrack& track) const {
         const auto later = [](const PlacedItem& a, const PlacedItem& b) {
             return a.index < b.index && b.sourcePlace().start < a.sourcePlace().start;
@@ -187,7 +187,7 @@ private:
             if (!item.item->hasPlace() || isReversed(item)) continue;
             if (!latest || item.sourcePlace().start >= latest->sourcePlace().start)
                 latest = &item;
-            else if (!isTransition(item) && !wasSo(*latest, item, later))
+            else if (!wasSo(*latest, item, later))
                 late.push_back(&item);
         }
         return late;
@@ -200,7 +200,7 @@ private:
     void sort(const PlacedTrack& track) {
         std::vector<const PlacedItem*> late = outOfOrder(track);
         std::erase_if(late, [&](const PlacedItem* item) {
-            return item->item->fadesIn || item->item->fadesOut ||
+            return isTransition(*item) || item->item->fadesIn || item->item->fadesOut ||
                    moves_[item->item->node] == mostMoves;
         });
         // Several may go to the same place: the first of them goes there first.
@@ -214,7 +214,7 @@ private:
     // When nothing else is left to mend, no place in the order is.
     void removeUnsortable(const PlacedTrack& track) {
         for (const PlacedItem* const item : outOfOrder(track))
-            edit_.detach(item->item->node, "transitions stand where it should be");
+            edit_.detach(item->item->node, "no place in the order of its track is left for it");
     }
 
     // False where it would part a transition from its clip; what stands there may go yet.

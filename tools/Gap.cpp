@@ -1,7 +1,9 @@
 // reelsweep-gap: how long a window keeps the user waiting during a run, at most.
 //
 // Processes a sequence of 50,000 items with all options in a real window, and prints the largest
-// time between two handled events, and when it was.
+// time between two handled events, and when it was. Then it zooms and pans the drawn timeline, and
+// prints how long the slowest frames took.
+#include "app/TimelineView.h"
 #include "platform/posix/CommandLinePlatform.h"
 #include "platform/qt/QtAlertPresenter.h"
 #include "platform/qt/QtMainThread.h"
@@ -10,9 +12,12 @@
 #include "xml/TreeMemory.h"
 
 #include <QElapsedTimer>
+#include <QScrollBar>
 
 #include <algorithm>
 #include <cstdio>
+#include <ctime>
+#include <vector>
 
 namespace reelsweep::test {
 namespace {
@@ -33,6 +38,47 @@ std::string film() {
         }
     }
     return projectXML({sequenceXML(timeline)});
+}
+
+/// What this thread has worked so far, in milliseconds: other programs do not count.
+double workedSoFar() {
+    timespec now{};
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
+    return static_cast<double>(now.tv_sec) * 1e3 + static_cast<double>(now.tv_nsec) / 1e6;
+}
+
+void printFrames(const char* what, std::vector<double> frames) {
+    std::sort(frames.begin(), frames.end());
+    std::printf("  %s: median %.1f ms, 99 of 100 below %.1f ms, slowest %.1f ms\n", what,
+                frames[frames.size() / 2], frames[frames.size() * 99 / 100], frames.back());
+}
+
+// Paints the timeline at every zoom, at places all along it.
+void timeFrames(DocumentWindow* window) {
+    auto* const view = child<TimelineView>(window, "timelineView");
+    if (!view || !view->picture()) return;
+    constexpr double step = 1.25;
+    constexpr int places = 12;
+    std::vector<double> worked;
+    std::vector<double> taken;
+    view->fit();
+    for (double scale = 0; scale != view->view().pixelsPerFrame; view->zoom(step)) {
+        scale = view->view().pixelsPerFrame;
+        for (int place = 0; place <= places; ++place) {
+            QScrollBar& bar = *view->horizontalScrollBar();
+            QElapsedTimer clock;
+            clock.start();
+            const double before = workedSoFar();
+            bar.setValue(bar.maximum() / places * place);
+            view->viewport()->repaint();
+            worked.push_back(workedSoFar() - before);
+            taken.push_back(static_cast<double>(clock.nsecsElapsed()) / 1e6);
+        }
+    }
+    std::printf("timeline of %d by %d pixels, %zu frames at every zoom:\n",
+                view->viewport()->width(), view->viewport()->height(), worked.size());
+    printFrames("by the clock", std::move(taken));
+    printFrames("work of the thread", std::move(worked));
 }
 
 int run() {
@@ -62,6 +108,8 @@ int run() {
     pulse.start(1);
     clock.start();
     window->process();
+    // A busy machine takes its time.
+    for (int i = 0; i < 12 && !shownAlert(); ++i) comesTrue([] { return shownAlert() != nullptr; });
     const std::string alert = alertText();
     const bool ended = alert.starts_with("Processing complete");
     if (!ended) std::fprintf(stderr, "reelsweep-gap: the run failed: %s\n", alert.c_str());
@@ -77,6 +125,7 @@ int run() {
                 changes, static_cast<long long>(total), events);
     std::printf("largest gap between two events: %.1f ms, %.0f ms after the start\n",
                 static_cast<double>(largest) / 1e6, static_cast<double>(when) / 1e6);
+    timeFrames(window);
     window->setWindowModified(false);
     window->close();
     return ended ? 0 : 1;

@@ -63,12 +63,28 @@ void closeDown(DocumentWindow* window) {
     window->close();
 }
 
+void waitForTimeline(const DocumentWindow* window, const char* note) {
+    comesTrue([&] { return child<QLabel>(window, "timelineNote")->text().startsWith(note); });
+}
+
+// Selects a clip that has moved, in the timeline and in the list.
+void showMovedClip(const DocumentWindow* window) {
+    auto* const tree = child<QTreeView>(window, "changesTree");
+    const QModelIndexList moved =
+        tree->model()->match(tree->model()->index(0, 0), Qt::DisplayRole, "moved", 5,
+                             Qt::MatchStartsWith | Qt::MatchRecursive);
+    if (!moved.isEmpty()) tree->setCurrentIndex(moved.constLast());
+}
+
 void shootDocument(AppController& controller, Photographer& photographer) {
     DocumentWindow* const window =
         controller.documents().open(REELSWEEP_SOURCE_FOLDER "/resources/sample/harbour.xml");
     comesTrue([&] { return window->hasSequences(); });
+    waitForTimeline(window, "Not ticked");
     photographer.take(window, "document-opened");
     window->selectAllSequences(true);
+    child<QTableView>(window, "sequenceTableView")->selectRow(2);
+    waitForTimeline(window, "Preview");
     photographer.take(window, "document-ticked");
     window->process();
     auto* const sheet = child<QDialog>(window, "windowProgress");
@@ -77,6 +93,7 @@ void shootDocument(AppController& controller, Photographer& photographer) {
     photographer.take(shownAlert(), "alert-complete");
     answerAlert("Not Now");
     comesTrue([&] { return !window->isRunning(); });
+    showMovedClip(window);
     photographer.take(window, "document-changes");
     child<QTabWidget>(window, "tabs")->setCurrentIndex(0);
     photographer.take(window, "document-results");
@@ -137,6 +154,7 @@ void shootOthers(AppController& controller, Photographer& photographer,
                   "</xmeml>");
     DocumentWindow* const cut = controller.documents().open(toQString(folder / "cut.xml"));
     comesTrue([&] { return cut->hasSequences(); });
+    waitForTimeline(cut, "Preview");
     photographer.take(cut, "document-without-project-opened");
     child<QCheckBox>(cut, "removeVideoTransitionsCheckBox")->setChecked(true);
     cut->selectAllSequences(true);
