@@ -75,6 +75,10 @@ void TimelineEdit::finish(XMLNode source) {
     for (const XMLNode& item : left)
         if (isLoose(item) && !wasLoose(item))
             ledger_.looseClips.push_back({item, label(item), ItemTimes::of(item)});
+    // What follows reads the result, which takes as much memory as these.
+    indexes_.clear();
+    sequenceIndex_ = {};
+    listed_.clear();
 }
 
 void TimelineEdit::noteLooseClips() {
