@@ -98,6 +98,11 @@ ChangeReportView::ChangeReportView(QWidget* parent)
             &ChangeReportView::selectionChanged);
     connect(tree_->selectionModel(), &QItemSelectionModel::currentRowChanged, this,
             &ChangeReportView::subjectChanged);
+    tree_->setContextMenuPolicy(Qt::CustomContextMenu);
+    connect(tree_, &QTreeView::customContextMenuRequested, this, [this](QPoint point) {
+        if (tree_->currentIndex().isValid())
+            emit menuRequested(tree_->viewport()->mapToGlobal(point));
+    });
     showTotals();
 }
 

@@ -41,6 +41,8 @@ public:
 
 signals:
     void selectionChanged();
+    /// Somebody asked what can be done with the current row; the point is of the screen.
+    void menuRequested(QPoint point);
     /// Somebody went to another row.
     void subjectChanged();
 

@@ -6,6 +6,7 @@
 #include "report/PictureLabel.h"
 
 #include <QHBoxLayout>
+#include <QMenu>
 #include <QSplitter>
 #include <QTabWidget>
 #include <QTableView>
@@ -51,11 +52,14 @@ void QVFCPDocWindow::buildTimeline() {
             &QVFCPDocWindow::schedulePreview);
     connect(outlet<QTabWidget>(*content(), "tabs"), &QTabWidget::currentChanged, this, [this] {
         moveTimeline();
-        showTimeline();
+        // The list of changes has just been made: events get their turn before the timeline is.
+        QMetaObject::invokeMethod(this, &QVFCPDocWindow::showTimeline, Qt::QueuedConnection);
     });
     connect(&report(), &ChangeReportView::subjectChanged, this, &QVFCPDocWindow::showSubject);
     connect(&timeline_->view(), &TimelineView::clipSelected, this,
             &QVFCPDocWindow::selectReportRow);
+    connect(&timeline_->view(), &TimelineView::menuRequested, this, &QVFCPDocWindow::showClipMenu);
+    connect(&report(), &ChangeReportView::menuRequested, this, &QVFCPDocWindow::showClipMenu);
 }
 
 // There is one timeline, below the list of sequences or below the changes.
@@ -84,7 +88,12 @@ void QVFCPDocWindow::schedulePreview() {
 }
 
 QVFCPDocWindow::Asked QVFCPDocWindow::whatToPreview() const {
-    Asked asked{boxes().checkedOptions(), boxes().keepsPicture(), boxes().importsSafely(), {}, {}};
+    Asked asked{boxes().checkedOptions(),
+                boxes().keepsPicture(),
+                boxes().importsSafely(),
+                keptClips_.wanted(),
+                {},
+                {}};
     const SequenceArray& records = *model_->records();
     for (std::size_t row = 0; row < records.size(); ++row)
         if (records[row]->selected) asked.rows.push_back(row);
@@ -205,6 +214,49 @@ void QVFCPDocWindow::selectReportRow() {
             (after != noEntry && changes[i].after == after))
             numbers.push_back(i);
     report().selectChanges(report().subject().sequence, numbers);
+}
+
+// Clips that are left alone
+
+std::string QVFCPDocWindow::clipToKeep() {
+    const TimelinePicture* const picture = timeline_->view().picture();
+    ClipPlace place = timeline_->view().selected();
+    if (!picture || !place.isSomewhere()) return {};
+    // A run may give a clip another id.
+    if (place.side == PictureSide::after) place = picture->partnerOf(place);
+    return place.isSomewhere() ? KeptClips::nameOf(picture->at(place)) : std::string();
+}
+
+void QVFCPDocWindow::showClipMenu(QPoint point) {
+    if (isRunning() || isFCPProject()) return;
+    auto* const menu = new QMenu(this);
+    menu->setObjectName(QStringLiteral("clipMenu"));
+    menu->setAttribute(Qt::WA_DeleteOnClose);
+    const std::string clip = clipToKeep();
+    QAction* const keep = menu->addAction(tr("&Leave This Clip Alone"));
+    keep->setCheckable(true);
+    keep->setEnabled(!clip.empty());
+    keep->setChecked(keptClips_.has(clip));
+    connect(keep, &QAction::triggered, this, [this, clip] {
+        keptClips_.toggle(clip);
+        keptClipsChanged();
+    });
+    const auto count = keptClips_.wanted().size();
+    QAction* const none = menu->addAction(tr("Leave &No Clip Alone (%L1)").arg(count));
+    none->setEnabled(count > 0);
+    connect(none, &QAction::triggered, this, [this] {
+        keptClips_.clear();
+        keptClipsChanged();
+    });
+    menu->popup(point);
+}
+
+void QVFCPDocWindow::keptClipsChanged() {
+    document_->setKeptClips(keptClips_.wanted());
+    showStatus(keptClips_.wanted().empty()
+                   ? tr("No clip is left alone.")
+                   : tr("Clips that runs leave alone: %L1").arg(keptClips_.wanted().size()));
+    schedulePreview();
 }
 
 }  // namespace reelsweep

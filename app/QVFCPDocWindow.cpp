@@ -71,6 +71,8 @@ Outcome QVFCPDocWindow::read(const std::string& path) {
     model_->setRecords(noRecords);
     document_ = std::move(document);
     document_->setDrawsTimelines(true);
+    keptClips_ = KeptClips::of(path);
+    document_->setKeptClips(keptClips_.wanted());
     timeline_->setVisible(!isFCPProject());
     banner_->setVisible(!isFCPProject() && !document_->hasProjectNode());
     return opened;

@@ -4,6 +4,7 @@
 #pragma once
 
 #include "app/DocumentWindow.h"
+#include "app/KeptClips.h"
 #include "app/SequenceModel.h"
 #include "app/TidyPreview.h"
 #include "app/TimelinePanel.h"
@@ -63,6 +64,7 @@ private:
         OptionList options;
         bool keepsPicture = false;
         bool importsSafely = false;
+        std::vector<std::string> kept;
         std::vector<std::size_t> rows;     ///< of the list, one for each picture
         std::optional<std::size_t> aside;  ///< the row that is shown as it is
 
@@ -86,6 +88,10 @@ private:
     void showSubject();
     /// Selects the row of the selected clip.
     void selectReportRow();
+    /// What the selected clip is known by, for a run to leave it alone; empty when there is none.
+    std::string clipToKeep();
+    void showClipMenu(QPoint point);
+    void keptClipsChanged();
     void toggleSelectedRows();
 
     QTableView* table_ = nullptr;
@@ -94,6 +100,7 @@ private:
     TimelinePanel* timeline_ = nullptr;
     std::array<QSplitter*, 2> splitters_{};  ///< of the pages
     QTimer previewDelay_;
+    KeptClips keptClips_;
     Asked asked_;
     std::optional<TidyPreview::Answer> previewed_;  ///< the answer to it
     TidyPreview::Picture shownRun_;                 ///< of the report

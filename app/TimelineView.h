@@ -52,6 +52,8 @@ signals:
     void selectionChanged();
     /// Somebody selected another clip here.
     void clipSelected();
+    /// Somebody asked what can be done with the selected clip; the point is of the screen.
+    void menuRequested(QPoint point);
     /// The part in view has changed.
     void viewChanged();
 
@@ -62,6 +64,7 @@ protected:
     void keyPressEvent(QKeyEvent* event) override;
     void mousePressEvent(QMouseEvent* event) override;
     void mouseMoveEvent(QMouseEvent* event) override;
+    void contextMenuEvent(QContextMenuEvent* event) override;
     void focusInEvent(QFocusEvent* event) override;
     void focusOutEvent(QFocusEvent* event) override;
     void changeEvent(QEvent* event) override;

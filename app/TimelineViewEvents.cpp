@@ -2,6 +2,7 @@
 #include "app/Text.h"
 #include "app/TimelineView.h"
 
+#include <QContextMenuEvent>
 #include <QHelpEvent>
 #include <QNativeGestureEvent>
 #include <QPainter>
@@ -110,6 +111,15 @@ void TimelineView::mouseMoveEvent(QMouseEvent* event) {
         scrollOverview(event->pos().x());
     else
         hover(event->pos());
+}
+
+void TimelineView::contextMenuEvent(QContextMenuEvent* event) {
+    if (!picture_) return;
+    if (event->reason() == QContextMenuEvent::Mouse) choose(clipAt(event->pos()));
+    if (!state_.selected.isSomewhere()) return;
+    const bool isByKey = event->reason() == QContextMenuEvent::Keyboard;
+    const QPoint middle = rectangleOf(state_.selected).center();
+    emit menuRequested(isByKey ? viewport()->mapToGlobal(middle) : event->globalPos());
 }
 
 void TimelineView::hover(QPoint point) {

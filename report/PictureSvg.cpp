@@ -5,11 +5,12 @@
 #include "report/PictureLabel.h"
 #include "report/PictureLayout.h"
 #include "report/ReasonText.h"
+#include "report/SvgText.h"
 
 #include <algorithm>
-#include <cmath>
 #include <string>
 #include <utility>
+#include <vector>
 
 namespace reelsweep {
 
@@ -20,65 +21,8 @@ constexpr double gutter = 40;  // for the names of tracks
 constexpr double rowHeight = 30;
 constexpr double rowGap = 4;
 constexpr double rulerHeight = 24;
-constexpr double letterWidth = 6.4;  // of the labels, about
 constexpr double markSpacing = 110;
-constexpr double distance = 6;  // of the lines of a hatching
 constexpr std::size_t mostKept = 12;
-
-// Attribute values and texts; what XML cannot hold is left out.
-std::string escaped(std::string_view text) {
-    std::string result;
-    for (const char letter : text) {
-        switch (letter) {
-            case '&': result += "&amp;"; break;
-            case '<': result += "&lt;"; break;
-            case '>': result += "&gt;"; break;
-            case '"': result += "&quot;"; break;
-            default:
-                if (static_cast<unsigned char>(letter) >= ' ' || letter == '\n') result += letter;
-        }
-    }
-    return result;
-}
-
-std::string number(double value) {
-    const auto tenths = static_cast<long long>(value * 10 + (value < 0 ? -0.5 : 0.5));
-    std::string text = std::to_string(tenths / 10);
-    if (tenths < 0 && tenths > -10) text = "-" + text;
-    if (tenths % 10 != 0) text += "." + std::to_string(std::abs(tenths % 10));
-    return text;
-}
-
-std::string hex(Colour colour) { return formatText("#%06x", colour); }
-
-// As much of a text as fits, in whole characters.
-std::string fitting(const std::string& text, double width) {
-    const auto room = static_cast<long>(width / letterWidth);
-    long letters = 0;
-    std::size_t cut = 0;
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        if ((static_cast<unsigned char>(text[i]) & 0xC0U) == 0x80U) continue;
-        if (letters == std::max(room - 1, 0L)) cut = i;
-        ++letters;
-    }
-    if (letters <= room) return text;
-    return room < 3 ? std::string() : text.substr(0, cut) + "…";
-}
-
-// Diagonals through a rectangle, a few pixels apart, as the data of a path. Not every viewer knows
-// patterns.
-std::string diagonals(double x, double y, double w, double h, bool rises) {
-    std::string path;
-    for (double c = distance - std::fmod(x, distance); c < w + h; c += distance) {
-        const double x1 = std::max(0.0, c - h);
-        const double x2 = std::min(c, w);
-        const double y1 = rises ? c - x1 : h - (c - x1);
-        const double y2 = rises ? c - x2 : h - (c - x2);
-        path += formatText("M%@ %@L%@ %@", number(x + x1), number(y + y1), number(x + x2),
-                           number(y + y2));
-    }
-    return path;
-}
 
 // A class of the style sheet, with what it stands for in light surroundings. Dark ones replace it.
 struct Style {
@@ -87,7 +31,8 @@ struct Style {
     Colour PictureColours::*colour;
 
     std::string attributes() const {
-        return formatText("class=\"%@\" %@=\"%@\"", name, property, hex(lightColours.*colour));
+        return formatText("class=\"%@\" %@=\"%@\"", name, property,
+                          svgColour(lightColours.*colour));
     }
 };
 
@@ -104,11 +49,11 @@ std::string darkRules() {
     std::string rules;
     for (const Style* const style :
          {&background, &lane, &words, &ink, &quiet, &ticks, &badge, &onBadge})
-        rules +=
-            formatText(".%@{%@:%@}", style->name, style->property, hex(darkColours.*style->colour));
+        rules += formatText(".%@{%@:%@}", style->name, style->property,
+                            svgColour(darkColours.*style->colour));
     const auto add = [&](const char* name, const ClipColours& colours) {
-        rules +=
-            formatText(".%@{fill:%@;stroke:%@}", name, hex(colours.fill), hex(colours.outline));
+        rules += formatText(".%@{fill:%@;stroke:%@}", name, svgColour(colours.fill),
+                            svgColour(colours.outline));
     };
     add("c0", darkColours.same);
     add("c1", darkColours.changed);
@@ -125,8 +70,52 @@ std::string clipAttributes(const DrawnClip& clip) {
     const bool isGrey = &colours == &lightColours.slug;
     const std::string name =
         isGrey ? std::string("cs") : "c" + std::to_string(static_cast<int>(clip.fate));
-    return formatText("class=\"%@\" fill=\"%@\" stroke=\"%@\"", name, hex(colours.fill),
-                      hex(colours.outline));
+    return formatText("class=\"%@\" fill=\"%@\" stroke=\"%@\"", name, svgColour(colours.fill),
+                      svgColour(colours.outline));
+}
+
+enum class Hatching { none, plain, crossed };
+
+struct LegendEntry {
+    std::string name;
+    DrawnClip clip;
+    Hatching hatching = Hatching::none;
+};
+
+// What occurs in the pictures, and nothing else.
+std::vector<LegendEntry> legendOf(std::span<const DrawnSequence> sequences) {
+    const auto any = [&](auto matches) {
+        return std::any_of(sequences.begin(), sequences.end(), [&](const DrawnSequence& drawn) {
+            const auto isOn = [&](const DrawnSide& side) {
+                return std::any_of(side.clips.begin(), side.clips.end(), matches);
+            };
+            return isOn(drawn.picture->before()) || isOn(drawn.picture->after());
+        });
+    };
+    std::vector<LegendEntry> entries;
+    const std::pair<ClipFate, const char*> fates[] = {
+        {ClipFate::removed, "removed: struck through"},
+        {ClipFate::moved, "moved: bar below"},
+        {ClipFate::trimmed, "trimmed: bar at the cut"},
+        {ClipFate::added, "added: dashed"},
+        {ClipFate::changed, "changed inside: dot"}};
+    for (const auto& [fate, name] : fates) {
+        DrawnClip clip;
+        clip.fate = fate;
+        const ClipFate wanted = fate;
+        if (any([wanted](const DrawnClip& c) { return c.fate == wanted && !c.isSlug; }))
+            entries.push_back({name, clip});
+    }
+    DrawnClip slug;
+    slug.isSlug = true;
+    if (any([](const DrawnClip& c) { return c.isSlug; })) entries.push_back({"slug: grey", slug});
+    if (any([](const DrawnClip& c) { return c.isOff; }))
+        entries.push_back({"disabled: hatched", {}, Hatching::plain});
+    if (any([](const DrawnClip& c) { return c.hiddenCount > 0; }))
+        entries.push_back({"hidden: cross-hatched", {}, Hatching::crossed});
+    if (any([](const DrawnClip& c) { return c.kept != noEntry; }))
+        entries.push_back({"numbered: kept, see its reason", {}});
+    return entries;
 }
 
 // One file, from the top down.
@@ -164,17 +153,17 @@ private:
 };
 
 void Writer::rectangle(double x, double y, double w, double h, const std::string& attributes) {
-    put(formatText("<rect x=\"%@\" y=\"%@\" width=\"%@\" height=\"%@\" %@/>\n", number(x),
-                   number(y), number(w), number(h), attributes));
+    put(formatText("<rect x=\"%@\" y=\"%@\" width=\"%@\" height=\"%@\" %@/>\n", svgNumber(x),
+                   svgNumber(y), svgNumber(w), svgNumber(h), attributes));
 }
 
 void Writer::line(double x1, double y1, double x2, double y2, const std::string& attributes) {
-    put(formatText("<line x1=\"%@\" y1=\"%@\" x2=\"%@\" y2=\"%@\" %@/>\n", number(x1), number(y1),
-                   number(x2), number(y2), attributes));
+    put(formatText("<line x1=\"%@\" y1=\"%@\" x2=\"%@\" y2=\"%@\" %@/>\n", svgNumber(x1),
+                   svgNumber(y1), svgNumber(x2), svgNumber(y2), attributes));
 }
 
 void Writer::text(double x, double y, const std::string& attributes, const std::string& label) {
-    put(formatText("<text x=\"%@\" y=\"%@\" %@>%@</text>\n", number(x), number(y), attributes,
+    put(formatText("<text x=\"%@\" y=\"%@\" %@>%@</text>\n", svgNumber(x), svgNumber(y), attributes,
                    escaped(label)));
 }
 
@@ -188,9 +177,9 @@ void Writer::write(std::span<const DrawnSequence> sequences) {
         "<svg xmlns=\"http://www.w3.org/2000/svg\" viewBox=\"0 0 %i %@\" width=\"%i\" "
         "height=\"%@\" font-family=\"Helvetica, Arial, sans-serif\" font-size=\"11\" role=\"img\" "
         "aria-label=\"%@ before and after tidying\">\n",
-        width_, number(y_), width_, number(y_), escaped(title)));
+        width_, svgNumber(y_), width_, svgNumber(y_), escaped(title)));
     sink_.write("<style>@media (prefers-color-scheme: dark) {" + darkRules() + "}</style>\n");
-    sink_.write(formatText("<rect width=\"%i\" height=\"%@\" %@/>\n", width_, number(y_),
+    sink_.write(formatText("<rect width=\"%i\" height=\"%@\" %@/>\n", width_, svgNumber(y_),
                            background.attributes()));
     sink_.write(body_);
     sink_.write("</svg>\n");
@@ -327,15 +316,15 @@ void Writer::addMarks(const TimelinePicture& picture, ClipPlace place, double x,
                      ink.attributes() + " stroke-width=\"3\"");
             break;
         case ClipFate::changed:
-            put(formatText("<circle cx=\"%@\" cy=\"%@\" r=\"2.5\" %@/>\n", number(x + w - 6),
-                           number(y_ + 7), words.attributes()));
+            put(formatText("<circle cx=\"%@\" cy=\"%@\" r=\"2.5\" %@/>\n", svgNumber(x + w - 6),
+                           svgNumber(y_ + 7), words.attributes()));
             break;
         case ClipFate::same:
         case ClipFate::added: break;
     }
     if (clip.kept == noEntry || w < 20) return;
-    put(formatText("<circle cx=\"%@\" cy=\"%@\" r=\"8\" %@/>\n", number(x + w - 12),
-                   number(y_ + rowHeight / 2), badge.attributes()));
+    put(formatText("<circle cx=\"%@\" cy=\"%@\" r=\"8\" %@/>\n", svgNumber(x + w - 12),
+                   svgNumber(y_ + rowHeight / 2), badge.attributes()));
     text(x + w - 12, y_ + rowHeight / 2 + 3.5,
          onBadge.attributes() + " text-anchor=\"middle\" font-size=\"10\" font-weight=\"bold\"",
          std::to_string(clip.kept + 1));
@@ -353,46 +342,8 @@ void Writer::addCrowd(const ClipCrowd& crowd) {
 }
 
 void Writer::addLegend(std::span<const DrawnSequence> sequences) {
-    enum class Hatching { none, plain, crossed };
-    struct Entry {
-        std::string name;
-        DrawnClip clip;
-        Hatching hatching;
-    };
-    std::vector<Entry> entries;
-    const auto any = [&](auto matches) {
-        return std::any_of(sequences.begin(), sequences.end(), [&](const DrawnSequence& drawn) {
-            const auto isOn = [&](const DrawnSide& side) {
-                return std::any_of(side.clips.begin(), side.clips.end(), matches);
-            };
-            return isOn(drawn.picture->before()) || isOn(drawn.picture->after());
-        });
-    };
-    const auto add = [&](const char* name, DrawnClip clip, Hatching hatching = Hatching::none) {
-        entries.push_back({name, clip, hatching});
-    };
-    const std::pair<ClipFate, const char*> fates[] = {
-        {ClipFate::removed, "removed: struck through"},
-        {ClipFate::moved, "moved: bar below"},
-        {ClipFate::trimmed, "trimmed: bar at the cut"},
-        {ClipFate::added, "added: dashed"},
-        {ClipFate::changed, "changed inside: dot"}};
-    for (const auto& [fate, name] : fates) {
-        DrawnClip clip;
-        clip.fate = fate;
-        if (any([&](const DrawnClip& c) { return c.fate == fate && !c.isSlug; })) add(name, clip);
-    }
-    DrawnClip slug;
-    slug.isSlug = true;
-    if (any([](const DrawnClip& c) { return c.isSlug; })) add("slug: grey", slug);
-    if (any([](const DrawnClip& c) { return c.isOff; }))
-        add("disabled: hatched", {}, Hatching::plain);
-    if (any([](const DrawnClip& c) { return c.hiddenCount > 0; }))
-        add("hidden: cross-hatched", {}, Hatching::crossed);
-    if (any([](const DrawnClip& c) { return c.kept != noEntry; }))
-        add("numbered: kept, see its reason", {});
     double x = margin;
-    for (const Entry& entry : entries) {
+    for (const LegendEntry& entry : legendOf(sequences)) {
         const double w = 28 + static_cast<double>(entry.name.size()) * letterWidth;
         if (x + w > width_ - margin) {
             x = margin;

@@ -172,6 +172,7 @@ void TimelinePicture::Builder::addRow(const Track& track, const Shown& shown, Dr
         clip.clearFrom = item->fadesIn ? item->fadesIn->range.end : clip.range.start;
         clip.name = nameOf(*item);
         clip.media = item->media ? item->media->name : std::string_view();
+        clip.id = item->id;
         clip.kind = item->kind;
         clip.isOff = !item->enabled || !track.enabled;
         clip.isSlug = item->media && item->media->isBlack;

@@ -53,6 +53,7 @@ struct DrawnClip {
     Frames clearFrom;   ///< where the transition at its start ends
     std::string_view name;
     std::string_view media;
+    std::string_view id;
     ItemKind kind = ItemKind::clip;
     ClipFate fate = ClipFate::same;
     bool isOff = false;   ///< disabled, or on a disabled track

@@ -1,7 +1,6 @@
 #include "shell/QVFCPDoc.h"
 
 #include "base/Log.h"
-#include "documents/OutputBin.h"
 #include "platform/Platform.h"
 #include "services/QVException.h"
 #include "shell/ViewAlert.h"
@@ -323,35 +322,6 @@ XMLNode QVFCPDoc::renameSequence(XMLNode sequence) {
 }
 
 // Delivery
-
-std::vector<XMLNode> QVFCPDoc::deliverables() const {
-    std::vector<XMLNode> sequences;
-    const auto records = sequenceArray();
-    for (const auto& record : *records) {
-        if (!record->selected) continue;
-        const XMLNode processed = record->processedXMLRepresentation;
-        sequences.push_back(processed ? processed : record->xmlRepresentation);
-    }
-    return sequences;
-}
-
-std::optional<std::string> QVFCPDoc::generateXMLOutput(bool includeHeader) {
-    const auto version = includeHeader ? std::optional(host_.xmemlVersion()) : std::nullopt;
-    Result<std::string> text = binText(deliverables(), version, currentStop());
-    return text ? std::optional(std::move(*text)) : std::nullopt;
-}
-
-Result<XMLDocument> QVFCPDoc::standaloneXML() const {
-    return standaloneDocument(*projectController_->xmlDoc(), deliverables(),
-                              installedXMEMLVersion(), {});
-}
-
-Outcome QVFCPDoc::exportTidied(const std::string& path) const {
-    const Result<XMLDocument> document = standaloneXML();
-    if (!document) return document.failure();
-    const auto saved = saveDocument(*document, path, {.codes = finalCutProXMLCodes});
-    return saved ? Outcome(Done{}) : Outcome(saved.failure());
-}
 
 void QVFCPDoc::deliver(SequenceDocument& document, Delivery delivery,
                        const TidyControls& controls) {

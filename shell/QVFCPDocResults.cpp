@@ -19,6 +19,35 @@ Outcome QVFCPDoc::exportResults(const std::string& path, Overwrite overwrite) co
     return saved ? Outcome(Done{}) : Outcome(saved.failure());
 }
 
+std::vector<XMLNode> QVFCPDoc::deliverables() const {
+    std::vector<XMLNode> sequences;
+    const auto records = sequenceArray();
+    for (const auto& record : *records) {
+        if (!record->selected) continue;
+        const XMLNode processed = record->processedXMLRepresentation;
+        sequences.push_back(processed ? processed : record->xmlRepresentation);
+    }
+    return sequences;
+}
+
+std::optional<std::string> QVFCPDoc::generateXMLOutput(bool includeHeader) {
+    const auto version = includeHeader ? std::optional(host_.xmemlVersion()) : std::nullopt;
+    Result<std::string> text = binText(deliverables(), version, currentStop());
+    return text ? std::optional(std::move(*text)) : std::nullopt;
+}
+
+Result<XMLDocument> QVFCPDoc::standaloneXML() const {
+    return standaloneDocument(*projectController_->xmlDoc(), deliverables(),
+                              installedXMEMLVersion(), {});
+}
+
+Outcome QVFCPDoc::exportTidied(const std::string& path) const {
+    const Result<XMLDocument> document = standaloneXML();
+    if (!document) return document.failure();
+    const auto saved = saveDocument(*document, path, {.codes = finalCutProXMLCodes});
+    return saved ? Outcome(Done{}) : Outcome(saved.failure());
+}
+
 void QVFCPDoc::setResultsAside() {
     aside_ = {runResult_, std::move(ledger_), std::move(pictures_), std::move(tidied_), {}};
     ledger_ = ChangeLedger();

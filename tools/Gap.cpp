@@ -81,6 +81,49 @@ void timeFrames(DocumentWindow* window) {
     printFrames("work of the thread", std::move(worked));
 }
 
+/// An event every millisecond, and how long each had to wait.
+class Pulse {
+public:
+    Pulse() {
+        QObject::connect(&timer_, &QTimer::timeout, [this] { beat(); });
+    }
+    void start() {
+        timer_.start(1);
+        worked_ = workedSoFar();
+        clock_.start();
+    }
+    void stop() { timer_.stop(); }
+    qint64 elapsed() const { return clock_.elapsed(); }
+    int events() const { return events_; }
+    void print() const {
+        std::printf("largest gap between two events: %.1f ms, %.0f ms after the start\n",
+                    static_cast<double>(largest_) / 1e6, static_cast<double>(when_) / 1e6);
+        std::printf("most work of the main thread between two events: %.1f ms\n", mostWork_);
+    }
+
+private:
+    void beat() {
+        const qint64 now = clock_.nsecsElapsed();
+        if (now - last_ > largest_) {
+            largest_ = now - last_;
+            when_ = last_;
+        }
+        mostWork_ = std::max(mostWork_, workedSoFar() - worked_);
+        worked_ = workedSoFar();
+        last_ = now;
+        ++events_;
+    }
+
+    QElapsedTimer clock_;
+    QTimer timer_;
+    qint64 last_ = 0;
+    qint64 largest_ = 0;
+    qint64 when_ = 0;
+    double worked_ = 0;
+    double mostWork_ = 0;
+    int events_ = 0;
+};
+
 int run() {
     const TemporaryFolder folder;
     writeFile(folder / "film.xml", film());
@@ -90,30 +133,15 @@ int run() {
     for (QCheckBox* const box : window->findChildren<QCheckBox*>()) box->setChecked(true);
     window->selectAllSequences(true);
 
-    QElapsedTimer clock;
-    qint64 last = 0;
-    qint64 largest = 0;
-    qint64 when = 0;
-    int events = 0;
-    QTimer pulse;
-    QObject::connect(&pulse, &QTimer::timeout, [&] {
-        const qint64 now = clock.nsecsElapsed();
-        if (now - last > largest) {
-            largest = now - last;
-            when = last;
-        }
-        last = now;
-        ++events;
-    });
-    pulse.start(1);
-    clock.start();
+    Pulse pulse;
+    pulse.start();
     window->process();
     // A busy machine takes its time.
     for (int i = 0; i < 12 && !shownAlert(); ++i) comesTrue([] { return shownAlert() != nullptr; });
     const std::string alert = alertText();
     const bool ended = alert.starts_with("Processing complete");
     if (!ended) std::fprintf(stderr, "reelsweep-gap: the run failed: %s\n", alert.c_str());
-    const qint64 total = clock.elapsed();
+    const qint64 total = pulse.elapsed();
     QTest::qWait(200);
     pulse.stop();
     answerAlert("Not Now");
@@ -122,9 +150,8 @@ int run() {
     if (auto* const tree = child<QTreeView>(window, "changesTree"))
         changes = static_cast<ChangeReportModel*>(tree->model())->listing().total();
     std::printf("items: %d, changes: %zu, run: %lld ms, events: %d\n", tracks * itemsOnTrack,
-                changes, static_cast<long long>(total), events);
-    std::printf("largest gap between two events: %.1f ms, %.0f ms after the start\n",
-                static_cast<double>(largest) / 1e6, static_cast<double>(when) / 1e6);
+                changes, static_cast<long long>(total), pulse.events());
+    pulse.print();
     timeFrames(window);
     window->setWindowModified(false);
     window->close();

@@ -76,6 +76,29 @@ void showMovedClip(const DocumentWindow* window) {
     if (!moved.isEmpty()) tree->setCurrentIndex(moved.constLast());
 }
 
+// What is asked before a result would be lost.
+void shootQuestions(DocumentWindow* window, AppController& controller, Photographer& photographer) {
+    window->process();
+    alertText();
+    photographer.take(shownAlert(), "alert-second-run");
+    answerAlert("Cancel");
+    window->save();
+    alertText();
+    photographer.take(shownAlert(), "alert-save-over");
+    answerAlert("Cancel");
+    child<QLineEdit>(window, "changesFilter")->setText("disabled");
+    comesTrue([&] { return child<QLabel>(window, "changesTotals")->text().contains(" of "); });
+    photographer.take(window, "document-changes-filtered");
+    window->close();
+    alertText();
+    photographer.take(shownAlert(), "alert-close");
+    answerAlert("Cancel");
+    controller.terminate();
+    photographer.take(shown<QDialog>("unsavedDialog"), "quit");
+    shown<QDialog>("unsavedDialog")->reject();
+    window->closeDiscarding();
+}
+
 void shootDocument(AppController& controller, Photographer& photographer) {
     DocumentWindow* const window =
         controller.documents().open(REELSWEEP_SOURCE_FOLDER "/resources/sample/harbour.xml");
@@ -101,25 +124,10 @@ void shootDocument(AppController& controller, Photographer& photographer) {
     child<QComboBox>(window, "changesOrder")->setCurrentIndex(1);
     photographer.take(window, "document-changes-by-pass");
     child<QComboBox>(window, "changesOrder")->setCurrentIndex(0);
-    window->process();
-    alertText();
-    photographer.take(shownAlert(), "alert-second-run");
-    answerAlert("Cancel");
-    window->save();
-    alertText();
-    photographer.take(shownAlert(), "alert-save-over");
-    answerAlert("Cancel");
-    child<QLineEdit>(window, "changesFilter")->setText("disabled");
-    comesTrue([&] { return child<QLabel>(window, "changesTotals")->text().contains(" of "); });
-    photographer.take(window, "document-changes-filtered");
-    window->close();
-    alertText();
-    photographer.take(shownAlert(), "alert-close");
-    answerAlert("Cancel");
-    controller.terminate();
-    photographer.take(shown<QDialog>("unsavedDialog"), "quit");
-    shown<QDialog>("unsavedDialog")->reject();
-    window->closeDiscarding();
+    shootQuestions(window, controller, photographer);
+}
+
+void shootProgress(AppController& controller, Photographer& photographer) {
     // The sheet, as it is while a run is going.
     auto* const busy =
         controller.documents().open(REELSWEEP_SOURCE_FOLDER "/resources/sample/harbour.xml");
@@ -193,6 +201,7 @@ int run(const QStringList& arguments) {
     controller.documents().clearRecentFiles();
     photographer.take(shown<StartWindow>(), "start");
     shootDocument(controller, photographer);
+    shootProgress(controller, photographer);
     shootOthers(controller, photographer, folder);
     return photographer.failed() ? 1 : 0;
 }

@@ -3,6 +3,9 @@
 #include "app/TimelineView.h"
 #include "tests/app/DocumentWindowTest.h"
 
+#include <QContextMenuEvent>
+#include <QMenu>
+#include <QTabWidget>
 #include <QWheelEvent>
 
 namespace reelsweep::test {
@@ -198,6 +201,48 @@ TEST_F(AppTest, SeesItFirstSavesTheCopyAndLosesNothing) {
     ASSERT_TRUE(comesTrue([&] { return table(again)->model()->rowCount() == 1; }));
     EXPECT_EQ(table(again)->model()->index(0, 1).data().toString(), "Harbour-Tidied");
     EXPECT_EQ(contentsOf(copy).find("<enabled>FALSE"), std::string::npos);
+}
+
+/// Chooses from the menu of the selected clip, by its keys.
+void chooseFromClipMenu(const DocumentWindow* window, const QString& text) {
+    TimelineView* const view = timelineView(window);
+    QContextMenuEvent event(QContextMenuEvent::Keyboard, {}, {});
+    QApplication::sendEvent(view->viewport(), &event);
+    auto* const menu = window->findChild<QMenu*>("clipMenu");
+    ASSERT_TRUE(menu);
+    for (QAction* const action : menu->actions())
+        if (action->text().remove('&').startsWith(text)) action->trigger();
+    delete menu;
+}
+
+TEST_F(AppTest, LeavesAClipAloneAndRemembersIt) {
+    DocumentWindow* window = open("cut.xml", cut());
+    const QStringList options = {"removeDisabledVideoClips", "collapseTracks"};
+    setOptions(window, options);
+    ASSERT_TRUE(waitForNote(window, "Preview: 1 removed, 1 moved")) << note(window);
+    TimelineView* view = timelineView(window);
+    view->selectChange(1);
+    ASSERT_EQ(selectedName(view), "B before");
+    ASSERT_NO_FATAL_FAILURE(chooseFromClipMenu(window, "Leave This Clip Alone"));
+    ASSERT_TRUE(waitForNote(window, "Preview: 1 moved; 1 kept")) << note(window);
+
+    EXPECT_TRUE(window->close());
+    window = controller.documents().open(toQString(folder / "cut.xml"));
+    setOptions(window, options);
+    ASSERT_TRUE(waitForNote(window, "Preview: 1 moved; 1 kept")) << note(window);
+    process(window);
+    answerAlert("Not Now");
+    ASSERT_TRUE(ends(window));
+    EXPECT_EQ(note(window), "1 moved; 1 kept");
+    ASSERT_TRUE(window->saveCopyTo(folder / "copy.xml"));
+    EXPECT_NE(contentsOf(folder / "copy.xml").find("<enabled>FALSE"), std::string::npos);
+
+    view = timelineView(window);
+    view->selectChange(1);
+    ASSERT_NO_FATAL_FAILURE(chooseFromClipMenu(window, "Leave No Clip Alone (1)"));
+    child<QTabWidget>(window, "tabs")->setCurrentIndex(0);
+    EXPECT_TRUE(waitForNote(window, "Preview: 1 removed, 1 moved")) << note(window);
+    window->closeDiscarding();
 }
 
 TEST_F(AppTest, OffersToRunAgainKeepingThePicture) {
