@@ -49,9 +49,9 @@ std::shared_ptr<const SplicedSave> spliceForBin(const XMLDocument& document,
 /// `file`, a nested `sequence` or a master clip (`masterclipid`), is defined in full once, at its
 /// first use in the output, wherever `source` defines it, also inside an item that a pass removed.
 /// Master clips stand in the bin before the first sequence that uses them, and so do nested
-/// sequences that would nest too deeply where they are used. What the source does not define stays a
-/// reference. Fails with cancelled after a stop, and with processing when the document would nest
-/// deeper than one may that is loaded. The source is not changed.
+/// sequences that would nest too deeply where they are used. What the source does not define stays
+/// a reference. Fails with cancelled after a stop, and with processing when the document would
+/// nest deeper than one may that is loaded. The source is not changed.
 Result<XMLDocument> standaloneDocument(const XMLDocument& source,
                                        std::span<const XMLNode> sequences, int xmemlVersion,
                                        const std::stop_token& stop);

@@ -3,9 +3,9 @@
 #include "base/Log.h"
 #include "base/UUID.h"
 #include "timeline/QVXMLParser.h"
+#include "timeline/Vocabulary.h"
 
 #include <string_view>
-#include <vector>
 
 namespace reelsweep {
 
@@ -38,14 +38,15 @@ Failure named(const Failure& why, const std::string& title) {
 // A blank that is all that a track holds is layout. An item that is put beside it must not find it
 // for a neighbour.
 void dropLayoutOfTracks(XMLNode sequence) {
-    std::vector<XMLNode> blanks;
-    sequence.forEachDescendant({"track"}, [&](XMLNode track) {
-        const XMLNode only = track.firstChild();
-        if (only && !only.nextSibling() && only.kind() == XMLKind::text &&
-            only.value().find_first_not_of(" \t\r\n") == std::string_view::npos)
-            blanks.push_back(only);
-    });
-    for (XMLNode& blank : blanks) blank.detach();
+    for (const char* const type : {"video", "audio"})
+        for (const XMLNode media : childrenNamed(sequence, "media"))
+            for (const XMLNode kind : childrenNamed(media, type))
+                for (const XMLNode track : childrenNamed(kind, "track")) {
+                    XMLNode only = track.firstChild();
+                    if (only && !only.nextSibling() && only.kind() == XMLKind::text &&
+                        only.value().find_first_not_of(" \t\r\n") == std::string_view::npos)
+                        only.detach();
+                }
 }
 
 }  // namespace

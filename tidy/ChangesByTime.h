@@ -23,8 +23,8 @@ public:
     /// O(n log n).
     explicit ChangesByTime(std::vector<Touched> touched);
 
-    /// The numbers of the changes with a range that starts before the end of this one and ends after
-    /// its start, each once, ascending.
+    /// The numbers of the changes with a range that starts before the end of this one and ends
+    /// after its start, each once, ascending.
     std::vector<std::size_t> in(FrameRange range) const;
 
 private:

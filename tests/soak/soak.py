@@ -145,11 +145,21 @@ class Run:
                 resource.setrlimit(which, (value, value))
 
         self.arguments = arguments
+        self.most = 0  # KiB
         self.error_file = tempfile.TemporaryFile()
         self.process = subprocess.Popen(
             arguments, cwd=soak.folder, env=soak.environment, stdin=subprocess.DEVNULL,
             stdout=subprocess.DEVNULL, stderr=self.error_file, start_new_session=True,
             restore_signals=False, preexec_fn=prepare, **soak.user)
+
+    def note_memory(self):
+        """The most that it has held so far. What wait4 tells counts this program before the exec."""
+        try:
+            with open(f"/proc/{self.process.pid}/status", encoding="utf-8") as file:
+                found = re.search(r"VmHWM:\s*(\d+)", file.read())
+                self.most = int(found[1]) if found else self.most
+        except (FileNotFoundError, ProcessLookupError):
+            pass
 
     def send(self, number):
         try:
@@ -161,13 +171,13 @@ class Run:
         """Waits, and answers the exit status; what the run used is in `most` then."""
         limit = time.monotonic() + LONGEST_RUN
         while True:
-            pid, status, used = os.wait4(self.process.pid, os.WNOHANG)
+            self.note_memory()
+            pid, status = os.waitpid(self.process.pid, os.WNOHANG)
             if pid:
                 break
             check(time.monotonic() < limit, f"still runs after {LONGEST_RUN} seconds")
             time.sleep(0.002)
         self.process.returncode = os.waitstatus_to_exitcode(status)
-        self.most = used.ru_maxrss  # KiB
         self.error_file.seek(0)
         self.error = self.error_file.read().decode(errors="replace")
         self.error_file.close()

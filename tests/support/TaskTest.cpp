@@ -189,7 +189,7 @@ public:
     std::any object;
     bool onMainThread = true;
     bool stopAtOnce = false;
-    int ends = 0;
+    std::atomic<int> ends = 0;
     std::atomic<int> calls = 0;
 };
 
