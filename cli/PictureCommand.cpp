@@ -8,8 +8,8 @@
 #include "cli/TidyPlan.h"
 #include "documents/SequenceDocument.h"
 #include "platform/Platform.h"
-#include "shell/DryRun.h"
 #include "report/PictureSvg.h"
+#include "shell/DryRun.h"
 
 #include <fmt/format.h>
 #include <CLI/App.hpp>
