@@ -2,6 +2,7 @@
 //
 // All figures of a run come from the same generated file; medians of several runs.
 
+#include "bench/Care.h"
 #include "bench/ChildProcess.h"
 #include "bench/ProjectGenerator.h"
 #include "bench/Steps.h"
@@ -219,6 +220,19 @@ struct Bench {
         fmt::print("\n");
     }
 
+    void care(const GrownShape& file) const {
+        const std::string in = folder.file("in.xml");
+        generate({.items = items, .shape = file.shape}, in);
+        fmt::print(
+            "What care costs, {}: opening, tidying with all passes, saving, in one process\n\n",
+            file.title);
+        fmt::print("| what | ms | passes alone = 1 | at most |\n|---|--:|--:|--:|\n");
+        for (const CareCost& cost : timeCare(in, folder.file("out.xml"), runs))
+            fmt::print("| {} | {:.0f} | {:.2f} x | {} |\n", cost.what, cost.milliseconds,
+                       cost.ofLiteral, cost.atMost);
+        fmt::print("\n");
+    }
+
     void steps() const {
         const std::string in = folder.file("in.xml");
         generate({.items = items}, in);
@@ -273,6 +287,8 @@ void runBenchmarks(const fs::path& parent, std::size_t items, int runs) {
     const Bench bench{folder, items, runs};
     bench.whole(grownShapes[0]);
     bench.whole(grownShapes[1]);
+    bench.care(grownShapes[0]);
+    bench.care(grownShapes[1]);
     bench.steps();
     bench.manySequences();
     for (const GrownShape& shape : grownShapes) bench.growth(shape);

@@ -221,6 +221,8 @@ void QVFCPDoc::run(const OptionList& options, Delivery delivery, const std::stop
     const auto document = this->document();
     try {
         bool goesOn = document != nullptr;
+        catalogue_ =
+            goesOn && document->tree() ? MediaCatalogue::of(document->tree()->node()) : nullptr;
         const auto count = static_cast<std::size_t>(
             std::count_if(records->begin(), records->end(),
                           [](const auto& record) { return record->selected.load(); }));
@@ -269,8 +271,11 @@ bool QVFCPDoc::processSequence(SequenceDocument& document, std::size_t row, QVSe
     auto picture = drawsTimelines_ ? std::make_unique<CopyPicture>(source->node) : nullptr;
     TidyControls watched = controls;
     watched.observer = picture.get();
+    // A sequence that was fetched has a document of its own.
+    const auto catalogue = source->owner ? nullptr : catalogue_;
     auto copy = CopyInWork::begin(
-        *source, {options, ignoredEffects(), keepsPicture_, provesPicture_, keptClips_}, watched);
+        *source, {options, ignoredEffects(), keepsPicture_, provesPicture_, keptClips_, catalogue},
+        watched);
     record.processedXMLRepresentation = copy ? (*copy)->sequence() : XMLNode();
     if (copy) {
         record.newUUID = QVXMLParser::uuidForNode((*copy)->sequence());

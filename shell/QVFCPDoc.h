@@ -19,6 +19,7 @@
 #include "shell/QVSequence.h"
 #include "shell/RunResult.h"
 #include "tidy/PassTable.h"
+#include "timeline/MediaCatalogue.h"
 
 #include <functional>
 #include <memory>
@@ -246,6 +247,7 @@ private:
     std::stop_source listStop_;  ///< requested when the document goes
     std::vector<std::string> extraIgnoredEffects_;
     std::vector<std::string> keptClips_;
+    std::shared_ptr<MediaCatalogue> catalogue_;  ///< of the run's document
     bool keepsPicture_ = false;
     bool provesPicture_ = false;
     bool importsSafely_ = false;
