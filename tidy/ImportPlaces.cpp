@@ -109,8 +109,9 @@ private:
     void placeEdges(const PlacedTrack& track) {
         const std::vector<PlacedItem>& items = track.items;
         for (std::size_t i = 0; i < items.size(); ++i) {
-            const bool start = lostStart(items[i]), end = lostEnd(items[i]);
-            if ((!start && !end) || !isFirst(edges_, items[i])) continue;
+            const bool start = lostStart(items[i]) && isFirst(starts_, items[i]);
+            const bool end = lostEnd(items[i]) && isFirst(ends_, items[i]);
+            if (!start && !end) continue;
             ItemTimes times;
             if (start) placeStart(items[i], i > 0 ? &items[i - 1] : nullptr, times);
             if (end) placeEnd(items[i], i + 1 < items.size() ? &items[i + 1] : nullptr, times);
@@ -284,7 +285,7 @@ private:
             edit_.detach(later.item->node, displayName(node) + " is there already");
             return false;
         }
-        if (!inSource(earlier) || end <= earlier.body().start || !isFirst(ends_, earlier) ||
+        if (!inSource(earlier) || end <= earlier.body().start || !isFirst(cuts_, earlier) ||
             earlier.item->endPlace != EdgePlace::own)
             edit_.detach(node, laterName + " is there already");
         else
@@ -314,7 +315,7 @@ private:
     FrameRate sourceRate_;
     const Sources& sources_;
     std::unordered_map<XMLNode, const PlacedItem*> inSource_;
-    Items edges_, ends_, lengths_;  // edited already
+    Items starts_, ends_, cuts_, lengths_;  // edited already
     std::unordered_map<XMLNode, int> moves_;
 };
 
