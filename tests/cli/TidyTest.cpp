@@ -120,8 +120,7 @@ TEST(Tidy, LeavesAClipAloneAndKnowsWhenThereIsNone) {
     const Ended misspelt =
         run(workplace, {"tidy", "in.xml", "-o", "b.xml", "--keep", "A", "--keep", "Bee"});
     EXPECT_EQ(misspelt.status, 2);
-    EXPECT_EQ(misspelt.error,
-              "reelsweep-cli: in.xml: --keep Bee: no clip has this id or name\n");
+    EXPECT_EQ(misspelt.error, "reelsweep-cli: in.xml: --keep Bee: no clip has this id or name\n");
     EXPECT_FALSE(workplace.has("b.xml"));
 }
 
