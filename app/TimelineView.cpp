@@ -52,6 +52,12 @@ QSize TimelineView::sizeHint() const {
     return {letter * 60, letter * 20};
 }
 
+// Below that there is no room for the tracks of one of the two.
+QSize TimelineView::minimumSizeHint() const {
+    const int letter = fontMetrics().height();
+    return {letter * 20, letter * 13};
+}
+
 const PictureColours& TimelineView::colours() const {
     return palette().color(QPalette::Base).lightness() < 128 ? darkColours : lightColours;
 }

@@ -71,6 +71,7 @@ protected:
     bool viewportEvent(QEvent* event) override;
     void scrollContentsBy(int dx, int dy) override;
     QSize sizeHint() const override;
+    QSize minimumSizeHint() const override;
 
 private:
     void zoomAround(double factor, double pixel);
