@@ -19,8 +19,13 @@ const char* description(Delivery delivery) {
 }
 
 TidyRequest tidyRequest(const DocumentRequest& request) {
-    return {request.passes,        request.ignoredEffects, request.keepPicture,
-            request.provesPicture, request.keep,           {}};
+    return {request.passes,
+            request.ignoredEffects,
+            request.keepPicture,
+            request.provesPicture,
+            request.keep,
+            request.importSafe,
+            {}};
 }
 
 Result<FileIdentity> saveDocument(const XMLDocument& document, const std::string& path,

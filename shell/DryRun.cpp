@@ -63,7 +63,9 @@ Result<std::vector<DryRun>> dryRun(std::span<const XMLNode> sources, const DryRu
     std::vector<std::unique_ptr<Trial>> trials;
     for (const XMLNode source : sources) {
         if (stop.stop_requested()) return cancelled;
-        trials.push_back(std::make_unique<Trial>(source, request.tidy));
+        TidyRequest tidy = request.tidy;
+        tidy.importSafe = request.importSafe;
+        trials.push_back(std::make_unique<Trial>(source, std::move(tidy)));
         if (Outcome done = trials.back()->tidy().applyPasses({.stop = stop}); !done)
             return done.failure();
     }

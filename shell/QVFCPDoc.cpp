@@ -273,9 +273,10 @@ bool QVFCPDoc::processSequence(SequenceDocument& document, std::size_t row, QVSe
     watched.observer = picture.get();
     // A sequence that was fetched has a document of its own.
     const auto catalogue = source->owner ? nullptr : catalogue_;
-    auto copy = CopyInWork::begin(
-        *source, {options, ignoredEffects(), keepsPicture_, provesPicture_, keptClips_, catalogue},
-        watched);
+    auto copy = CopyInWork::begin(*source,
+                                  {options, ignoredEffects(), keepsPicture_, provesPicture_,
+                                   keptClips_, importsSafely_, catalogue},
+                                  watched);
     record.processedXMLRepresentation = copy ? (*copy)->sequence() : XMLNode();
     if (copy) {
         record.newUUID = QVXMLParser::uuidForNode((*copy)->sequence());

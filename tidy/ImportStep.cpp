@@ -56,6 +56,11 @@ std::string importing::keyOf(XMLNode element) {
     return std::string(element.name()) + '\n' + std::string(element.attribute("id").value_or(""));
 }
 
+void mendImportPlaces(TimelineEdit& edit, XMLNode source) {
+    edit.beginStep(importSafeOption);
+    importing::mendPlaces(edit, SequencePlaces::of(source), edit.sourceItems(source));
+}
+
 Outcome makeImportSafe(TimelineEdit& edit, const ImportContext& context) {
     const Failure stopped{FailureCode::cancelled, "cancelled"};
     if (context.stop.stop_requested()) return stopped;

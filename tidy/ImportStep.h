@@ -75,4 +75,9 @@ struct ImportContext {
 /// O(n log n) for the n nodes of copy, source and, once for each delivery, document.
 Outcome makeImportSafe(TimelineEdit& edit, const ImportContext& context);
 
+/// The part of it that may change what is seen: edges, source ranges, order and overlaps, as the
+/// source does not have them. makeImportSafe finds nothing more of that afterwards.
+/// O(n log n) for the n nodes of copy and source.
+void mendImportPlaces(TimelineEdit& edit, XMLNode source);
+
 }  // namespace reelsweep

@@ -1,5 +1,6 @@
 #include "tidy/PictureGuard.h"
 
+#include "tidy/ImportStep.h"
 #include "timeline/DifferenceText.h"
 #include "timeline/Picture.h"
 
@@ -10,11 +11,22 @@ namespace reelsweep {
 namespace {
 
 // After so many attempts everything is kept back; a malformed timeline must not go on for ever.
-constexpr int mostAttempts = 8;
+constexpr int mostAttempts = 16;
+
+// So many attempts keep back what a difference is about and nothing else.
+constexpr int preciseAttempts = 3;
+
+// How far around a difference edits are kept back at an attempt: 4 frames, 16, 64 and so on.
+Frames marginAt(int attempt) {
+    return {attempt <= preciseAttempts ? 0 : std::int64_t{1} << (2 * (attempt - preciseAttempts))};
+}
+constexpr Frames widestMargin{std::int64_t{1} << 32};
 
 // What a pass takes out because it was asked to is not kept back.
 bool isStructural(std::string_view option) {
-    constexpr std::string_view asked[] = {"removeFilters", "removeMarkers", "collapseMultiClips"};
+    // The import step follows from what the passes did.
+    constexpr std::string_view asked[] = {"removeFilters", "removeMarkers", "collapseMultiClips",
+                                          importSafeOption};
     return std::find(std::begin(asked), std::end(asked), option) == std::end(asked);
 }
 
@@ -112,15 +124,17 @@ ChangesByTime PictureGuard::structuralChanges(const SequenceLedger& ledger) cons
     return ChangesByTime(std::move(touched));
 }
 
-bool PictureGuard::keepBehind(const Difference& difference, const ChangesByTime& changes,
-                              const SequenceLedger& ledger) {
+bool PictureGuard::keepBehind(const Difference& difference, Frames margin,
+                              const ChangesByTime& changes, const SequenceLedger& ledger) {
     const auto concerns = [&](const Change& change) {
         return (difference.was && difference.was->item->node == change.node) ||
                (difference.is && difference.is->item->node == change.node);
     };
     // First the clips that the difference is about, then all that was edited there.
-    const std::vector<std::size_t> behind = changes.in(difference.range);
+    const std::vector<std::size_t> behind =
+        changes.in({difference.range.start - margin, difference.range.end + margin});
     for (const bool onlyConcerned : {true, false}) {
+        if (onlyConcerned && margin > Frames{}) continue;
         bool found = false;
         for (const std::size_t number : behind) {
             const Change& change = ledger.changes[number];
@@ -136,10 +150,13 @@ bool PictureGuard::learnFrom(const PictureDifference& difference, const Sequence
     if (++attempts_ > mostAttempts) return false;
     bool learned = attempts_ == mostAttempts;
     const ChangesByTime changes = structuralChanges(ledger);
-    for (const MediaType type : {MediaType::video, MediaType::audio})
-        for (const Difference& changed : difference.differences(type))
-            if (!changed.asked && keepBehind(changed, changes, ledger)) learned = true;
-    // Nothing was edited where the difference is: then everything stays.
+    // When all that was edited there is kept back already, it was an edit beside it.
+    for (Frames margin = marginAt(attempts_); !learned && margin < widestMargin;
+         margin = Frames{margin.count * 4 + 1})
+        for (const MediaType type : {MediaType::video, MediaType::audio})
+            for (const Difference& changed : difference.differences(type))
+                if (!changed.asked && keepBehind(changed, margin, changes, ledger)) learned = true;
+    // Nothing was edited anywhere near: then everything stays.
     if (!learned) attempts_ = mostAttempts;
     return true;
 }

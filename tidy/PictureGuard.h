@@ -55,7 +55,7 @@ private:
     /// By the frames at which their items stood and stand.
     ChangesByTime structuralChanges(const SequenceLedger& ledger) const;
     /// Keeps back what is behind one difference; false when there is nothing new.
-    bool keepBehind(const Difference& difference, const ChangesByTime& changes,
+    bool keepBehind(const Difference& difference, Frames margin, const ChangesByTime& changes,
                     const SequenceLedger& ledger);
     /// False when it is kept back already.
     bool keep(const SequenceLedger& ledger, const Change& change, const Difference& difference);

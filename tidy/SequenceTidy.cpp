@@ -100,6 +100,7 @@ Outcome SequenceTidy::applyCarefully(const TidyControls& controls) {
     const TimelineEdit::Checkpoint start = edit_.checkpoint();
     for (;;) {
         if (Outcome done = runSteps(controls, &guard); !done) return done;
+        if (request_.importSafe) mendImportPlaces(edit_, source_);
         compare();
         if (ledger_.picture->isAsAsked() || !guard.learnFrom(*ledger_.picture, ledger_)) break;
         edit_.rollback(start);

@@ -31,6 +31,9 @@ struct TidyRequest {
     bool provesPicture = false;
     /// Clips that no pass may touch: ids, or patterns for names as a ClipVeto takes them.
     std::vector<std::string> keep = {};
+    /// The copy is to import, see tidy/ImportStep.h: a careful run then looks at what the places of
+    /// its items are mended to.
+    bool importSafe = false;
     /// Of the source's document, for when several of its sequences are tidied. Without one a
     /// sequence has its own.
     std::shared_ptr<MediaCatalogue> catalogue = {};
