@@ -24,6 +24,7 @@ TidyRequest tidyRequest(const DocumentRequest& request) {
             request.keepPicture,
             request.provesPicture,
             request.keep,
+            request.rules,
             request.importSafe,
             {}};
 }

@@ -63,6 +63,8 @@ struct DocumentRequest {
     /// Clips that no pass may touch, nor what transitions join to them: ids, or patterns for names
     /// with `*`, `?` and `[...]`, in any letter case. XMEML only.
     std::vector<std::string> keep = {};
+    /// What else is left alone. XMEML only.
+    TidyRules rules = {};
     /// Whoever asks has no more use for the document. Where the new bin is added to the bytes of
     /// the file anyway, a run may then edit a sequence itself in place of a copy. That saves a
     /// third of the memory. The document cannot be tidied again, and what is tidied of it cannot be

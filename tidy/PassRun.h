@@ -27,8 +27,10 @@ public:
     const std::function<void(const std::string&)>& progress;
     /// What keeps the picture as it is; null for a literal run.
     PictureGuard* guard = nullptr;
-    /// The clips that were asked to be left alone; null without any.
+    /// The clips and tracks that were asked to be left alone; null without any.
     const ClipVeto* veto = nullptr;
+    /// Which filters, markers and transitions stay; null when none does.
+    const TidyRules* rules = nullptr;
 
     bool isCareful() const { return guard != nullptr; }
     /// Whether anything may have to be left alone.
@@ -37,13 +39,16 @@ public:
     /// somebody asked for that.
     bool keepsAny(std::span<const XMLNode> nodes) const {
         if (const XMLNode asked = veto ? veto->firstOf(nodes) : XMLNode()) {
-            edit.noteKeptAsAsked(asked);
+            edit.noteKeptAsAsked(asked, veto->reason(asked));
             return true;
         }
         return guard && guard->keepsAny(edit.step(), nodes);
     }
-    /// Whether a clip that an element is part of is to be left alone.
+    /// Whether what an element is part of is to be left alone.
     bool keepsWhatHolds(XMLNode element) const;
+    /// Whether nothing goes from a track and nothing comes to it.
+    bool excludesTrack(XMLNode track) const { return veto && veto->excludesTrack(track); }
+    bool excludesEverything() const { return veto && veto->excludesEverything(); }
     XMLNode sequence() const { return edit.sequence(); }
     bool cancelled() const { return stop.stop_requested(); }
     void showProgress(const std::string& text) const {
@@ -56,8 +61,8 @@ public:
 inline bool PassRun::keepsWhatHolds(XMLNode element) const {
     if (!veto) return false;
     for (XMLNode at = element.parent(); at && at != sequence(); at = at.parent())
-        if (keepsAny(std::span(&at, 1))) return true;
-    return false;
+        if (keepsAny(std::span(&at, 1)) || veto->excludesTrack(at)) return true;
+    return veto->excludesEverything();
 }
 
 }  // namespace reelsweep

@@ -36,6 +36,16 @@ void dropOutdated(SequenceLedger& ledger) {
     });
 }
 
+// What the rules exclude was kept, also when no pass had anything to do there.
+void noteExcluded(SequenceLedger& ledger, const ClipVeto& veto, const TimelineEdit& edit) {
+    std::unordered_set<XMLNode> noted;
+    for (const KeptItem& item : ledger.kept) noted.insert(item.node);
+    for (const XMLNode& clip : veto.excluded())
+        if (!noted.contains(clip))
+            ledger.kept.push_back({rulesName, clip, edit.label(clip), ItemTimes::of(clip),
+                                   veto.reason(clip), true});
+}
+
 }  // namespace
 
 SequenceTidy::SequenceTidy(XMLNode copy, XMLNode source, TidyRequest request)
@@ -59,7 +69,7 @@ Timeline SequenceTidy::read() const {
 
 Outcome SequenceTidy::runSteps(const TidyControls& controls, PictureGuard* guard) {
     PassRun run{edit_, request_.ignoredEffects,  controls.stop, controls.progress,
-                guard, veto_ ? &*veto_ : nullptr};
+                guard, veto_ ? &*veto_ : nullptr, &request_.rules};
     for (const PassStep& step : passSteps()) {
         if (!isOn(step, request_.passes)) continue;
         if (run.cancelled()) return PassRun::stopped();
@@ -78,12 +88,14 @@ Outcome SequenceTidy::applyPasses(const TidyControls& controls) {
                          request_.catalogue ? request_.catalogue : MediaCatalogue::of(document()),
                          TimelineDetail::picture);
     }
-    if (!request_.keep.empty()) {
-        veto_.emplace(edit_.sequence(), request_.keep);
+    if (!request_.keep.empty() || request_.rules.excludesAnything()) {
+        veto_.emplace(edit_.sequence(), request_.keep, request_.rules);
         ledger_.unusedKeeps = veto_->takeUnused();
+        ledger_.unusedRules = veto_->takeUnusedRules();
     }
     Outcome done = request_.keepPicture ? applyCarefully(controls) : runSteps(controls, nullptr);
     dropOutdated(ledger_);
+    if (veto_) noteExcluded(ledger_, *veto_, edit_);
     return done;
 }
 
@@ -100,7 +112,7 @@ Outcome SequenceTidy::applyCarefully(const TidyControls& controls) {
     const TimelineEdit::Checkpoint start = edit_.checkpoint();
     for (;;) {
         if (Outcome done = runSteps(controls, &guard); !done) return done;
-        if (request_.importSafe) mendImportPlaces(edit_, source_);
+        if (request_.importSafe && !excludesEverything()) mendImportPlaces(edit_, source_);
         compare();
         if (ledger_.picture->isAsAsked() || !guard.learnFrom(*ledger_.picture, ledger_)) break;
         edit_.rollback(start);
@@ -110,6 +122,7 @@ Outcome SequenceTidy::applyCarefully(const TidyControls& controls) {
 }
 
 Outcome SequenceTidy::makeImportSafe(ImportDelivery& delivery, std::stop_token stop) {
+    if (excludesEverything()) return Done{};
     edit_.beginStep(importSafeOption);
     return reelsweep::makeImportSafe(edit_, {source_, document(), delivery, std::move(stop)});
 }

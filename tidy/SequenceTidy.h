@@ -27,7 +27,8 @@ public:
 
     /// Applies the passes. Fails as tidySequence does.
     Outcome applyPasses(const TidyControls& controls);
-    /// Mends what an importer would stumble over. Fails with cancelled.
+    /// Mends what an importer would stumble over, unless the rules exclude all that the sequence
+    /// holds. Fails with cancelled.
     Outcome makeImportSafe(ImportDelivery& delivery, std::stop_token stop);
     /// Compares the result with what it was, where that was asked for, and gives the ledger away.
     SequenceLedger finish();
@@ -35,6 +36,7 @@ public:
 private:
     Outcome applyCarefully(const TidyControls& controls);
     Outcome runSteps(const TidyControls& controls, PictureGuard* guard);
+    bool excludesEverything() const { return veto_ && veto_->excludesEverything(); }
     bool looksAtPicture() const { return request_.keepPicture || request_.provesPicture; }
     Timeline read() const;
     void compare();

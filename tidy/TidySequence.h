@@ -6,6 +6,7 @@
 
 #include "base/Failure.h"
 #include "tidy/PassTable.h"
+#include "tidy/TidyRules.h"
 #include "timeline/ChangeLedger.h"
 #include "timeline/MediaCatalogue.h"
 #include "timeline/TimelineEdit.h"
@@ -31,6 +32,8 @@ struct TidyRequest {
     bool provesPicture = false;
     /// Clips that no pass may touch: ids, or patterns for names as a ClipVeto takes them.
     std::vector<std::string> keep = {};
+    /// What else is left alone.
+    TidyRules rules = {};
     /// The copy is to import, see tidy/ImportStep.h: a careful run then looks at what the places of
     /// its items are mended to.
     bool importSafe = false;

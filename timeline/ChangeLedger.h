@@ -101,6 +101,8 @@ public:
     std::vector<KeptItem> kept;
     /// What clips were to be left alone by, and no clip answered to.
     std::vector<std::string> unusedKeeps;
+    /// What of the rules excluded nothing here: "track V9", "clip Slate*", "colour Rose".
+    std::vector<std::string> unusedRules;
     /// The source against the copy, frame by frame; null when that was not looked at.
     std::shared_ptr<const PictureDifference> picture;
 

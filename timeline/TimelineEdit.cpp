@@ -319,8 +319,8 @@ void TimelineEdit::noteKept(XMLNode clip, const std::string& reason) {
     ledger_.kept.push_back({step_, clip, label(clip), ItemTimes::of(clip), reason});
 }
 
-void TimelineEdit::noteKeptAsAsked(XMLNode clip) {
-    noteKept(clip, "you asked to leave it alone");
+void TimelineEdit::noteKeptAsAsked(XMLNode clip, const std::string& reason) {
+    noteKept(clip, reason);
     ledger_.kept.back().wasAsked = true;
 }
 

@@ -109,7 +109,7 @@ public:
     /// Notes that the step leaves a clip alone that it would have changed, and why.
     void noteKept(XMLNode clip, const std::string& reason);
     /// The same, because somebody asked for it.
-    void noteKeptAsAsked(XMLNode clip);
+    void noteKeptAsAsked(XMLNode clip, const std::string& reason);
 
     // Taking back
 

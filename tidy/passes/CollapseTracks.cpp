@@ -86,6 +86,7 @@ Outcome collapseTracks(PassRun& run, bool reverse) {
     for (std::size_t step = 1; step < tracks.size(); ++step) {
         const std::size_t upper = reverse ? tracks.size() - step : step;
         if (run.cancelled()) return PassRun::stopped();
+        if (run.excludesTrack(tracks[upper - 1])) continue;
         if (!collapseOnto(run, run.edit.index(tracks[upper]), run.edit.index(tracks[upper - 1]),
                           static_cast<int>(upper - 1)))
             return PassRun::stopped();

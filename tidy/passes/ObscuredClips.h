@@ -32,8 +32,8 @@ struct OpaqueClip {
     }
 };
 
-/// Visits every opaque clip above another video track, top track first, until the run is stopped
-/// or a visit fails.
+/// Visits every opaque clip above another video track that is not excluded, top track first, until
+/// the run is stopped or a visit fails.
 template <class Visit>
 Outcome visitOpaqueClips(PassRun& run, Visit visit) {
     const std::vector<XMLNode> tracks = mainTracks(run.sequence(), MediaType::video);
@@ -47,6 +47,9 @@ Outcome visitOpaqueClips(PassRun& run, Visit visit) {
             if (run.cancelled()) return PassRun::stopped();
             if (isClipTransparent(upper.entry(id).node, run.ignoredEffects)) continue;
             const OpaqueClip clip{upper, lower, static_cast<int>(u) - 1, id, upper.group(id)};
+            if (run.veto && !run.veto->excluded().empty() &&
+                run.veto->excludesAny(upper.nodes(clip.group)))
+                continue;
             if (Outcome visited = visit(clip); !visited) return visited;
         }
     }

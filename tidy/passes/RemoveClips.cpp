@@ -140,6 +140,7 @@ Outcome removeUnusedTracks(PassRun& run) {
     for (const XMLNode& track : upperTracks) {
         if (run.cancelled()) return PassRun::stopped();
         if (track.hasDescendant("clipitem") || track.hasDescendant("generatoritem")) continue;
+        if (run.excludesTrack(track) || run.excludesEverything()) continue;
         Log::fastAppend("Empty track at index: %i", track.index());
         run.edit.detachTrack(track, "no clips on it");
     }

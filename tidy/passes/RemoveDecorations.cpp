@@ -9,10 +9,19 @@ namespace reelsweep::passes {
 
 namespace {
 
-Outcome removeAllNamed(PassRun& run, std::string_view element) {
-    const std::string reason = "all " + std::string(element) + "s are removed";
+using NamesOf = std::vector<std::string> (*)(XMLNode);
+
+// "all markers are removed", or those that the rules leave over.
+std::string reasonFor(std::string_view element, const ElementRule& rule) {
+    return (rule.isEmpty() ? "all " : "these ") + std::string(element) + "s are removed";
+}
+
+Outcome removeAllNamed(PassRun& run, std::string_view element, const ElementRule& rule,
+                       NamesOf namesOf) {
+    const std::string reason = reasonFor(element, rule);
     for (const XMLNode& node : run.edit.elementsNamed(element)) {
         if (run.cancelled()) return PassRun::stopped();
+        if (!rule.isEmpty() && rule.keeps(namesOf(node))) continue;
         if (run.keepsWhatHolds(node)) continue;
         run.edit.detach(node, reason);
     }
@@ -75,9 +84,11 @@ void closeInSync(PassRun& run, XMLNode transition) {
     }
 }
 
-bool isToStay(const PassRun& run, XMLNode transition) {
-    return run.keepsAny(
-        std::array{transition.previousSibling(), transition, transition.nextSibling()});
+bool isToStay(const PassRun& run, const ElementRule& rule, XMLNode transition) {
+    if (!rule.isEmpty() && rule.keeps(effectNames(transition))) return true;
+    return run.keepsAny(std::array{transition.previousSibling(), transition,
+                                   transition.nextSibling()}) ||
+           run.excludesTrack(transition.parent()) || run.excludesEverything();
 }
 
 Outcome removeTransitions(PassRun& run, MediaType type) {
@@ -87,14 +98,15 @@ Outcome removeTransitions(PassRun& run, MediaType type) {
     for (const XMLNode track : mainTracks(run.sequence(), type))
         for (const XMLNode transition : childrenNamed(track, "transitionitem"))
             transitions.push_back(transition);
-    std::erase_if(transitions, [&](XMLNode transition) { return isToStay(run, transition); });
+    const ElementRule rule = run.rules ? run.rules->transitions : ElementRule();
+    std::erase_if(transitions, [&](XMLNode transition) { return isToStay(run, rule, transition); });
     for (const XMLNode& transition : transitions) {
         if (run.cancelled()) return PassRun::stopped();
         run.isCareful() ? closeInSync(run, transition) : closeOver(run, transition);
     }
     for (const XMLNode& transition : transitions) {
         if (run.cancelled()) return PassRun::stopped();
-        run.edit.detach(transition, "all transitions are removed");
+        run.edit.detach(transition, reasonFor("transition", rule));
     }
     return Done{};
 }
@@ -103,12 +115,14 @@ Outcome removeTransitions(PassRun& run, MediaType type) {
 
 Outcome removeFilters(PassRun& run) {
     run.showProgress("Removing filters...");
-    return removeAllNamed(run, "filter");
+    return removeAllNamed(run, "filter", run.rules ? run.rules->filters : ElementRule(),
+                          effectNames);
 }
 
 Outcome removeMarkers(PassRun& run) {
     run.showProgress("Removing markers...");
-    return removeAllNamed(run, "marker");
+    return removeAllNamed(run, "marker", run.rules ? run.rules->markers : ElementRule(),
+                          markerNames);
 }
 
 Outcome removeVideoTransitions(PassRun& run) { return removeTransitions(run, MediaType::video); }

@@ -147,6 +147,7 @@ Outcome replaceGaps(PassRun& run) {
         Log::append("No video tracks found");
         return Done{};
     }
+    if (run.excludesTrack(track) || run.excludesEverything()) return Done{};
     if (run.cancelled()) return PassRun::stopped();
     SlugMaker slugs(run.edit, run.isCareful());
     if (run.isCareful()) return fillHoles(run, track, slugs);
