@@ -64,6 +64,12 @@ std::string Application::version() {
 
 void Application::openLog() { QVLog::createNewLog("reelsweep-cli", true); }
 
+void Application::becomeWorker(int number) {
+    mainThread_->renewAfterFork();
+    terminal_.hideProgress();
+    QVLog::createNewLog("reelsweep-cli-job" + std::to_string(number), true);
+}
+
 void Application::runInterruptible(const std::function<void(std::stop_token)>& work) {
     constexpr std::chrono::milliseconds tickInterval{100};
     const Interruption::Deferred deferred;

@@ -33,6 +33,9 @@ public:
     /// Starts a fresh log, named after this program so that it never pushes the desktop
     /// application's logs out.
     void openLog();
+    /// In a process that was just forked, before anything else: it shows no progress and has a log
+    /// of its own.
+    void becomeWorker(int number);
 
     /// Runs `work` on a thread of its own and serves the main thread's queue until it is done. When
     /// the user interrupts, the token that the work was given is stopped. Throws what the work

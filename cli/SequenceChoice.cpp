@@ -1,17 +1,20 @@
 #include "cli/SequenceChoice.h"
 
 #include "cli/Nearest.h"
+#include "tidy/TidyRules.h"
 
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 #include <charconv>
-#include <numeric>
 #include <set>
+#include <string_view>
 #include <system_error>
 
 namespace reelsweep {
 
 namespace {
+
+constexpr std::string_view copySuffix = "-Tidied";
 
 template <class Matches>
 std::vector<std::size_t> rowsWhere(const std::vector<SourceSequence>& sequences, Matches matches) {
@@ -31,18 +34,33 @@ std::optional<std::size_t> indexOf(const std::string& text) {
 
 Failure usage(std::string message) { return {FailureCode::usage, std::move(message)}; }
 
-Result<std::size_t> chooseSequence(const std::vector<SourceSequence>& sequences,
-                                   const std::string& text) {
+bool isTidiedCopy(const SourceSequence& sequence) { return sequence.title.ends_with(copySuffix); }
+
+// What a pattern means: copies only when it names them itself.
+std::vector<std::size_t> rowsOfPattern(const std::vector<SourceSequence>& sequences,
+                                       const std::string& pattern) {
+    const bool namesCopies = pattern.ends_with(copySuffix);
+    return rowsWhere(sequences, [&](const SourceSequence& s) {
+        return answersTo(s.title, pattern) && (namesCopies || !isTidiedCopy(s));
+    });
+}
+
+Result<std::vector<std::size_t>> chooseSequence(const std::vector<SourceSequence>& sequences,
+                                                const std::string& text) {
     std::vector<std::size_t> rows =
         rowsWhere(sequences, [&](const SourceSequence& s) { return s.title == text; });
     if (rows.empty()) {
         if (const std::optional<std::size_t> index = indexOf(text)) {
-            if (*index >= 1 && *index <= sequences.size()) return *index - 1;
+            if (*index >= 1 && *index <= sequences.size()) return std::vector{*index - 1};
             return usage(fmt::format("no sequence {}; the file holds {}", text, sequences.size()));
         }
         rows = rowsWhere(sequences, [&](const SourceSequence& s) { return s.uuid() == text; });
     }
-    if (rows.size() == 1) return rows.front();
+    if (rows.empty() && isPattern(text)) {
+        rows = rowsOfPattern(sequences, text);
+        if (!rows.empty()) return rows;
+    }
+    if (rows.size() == 1) return rows;
 
     if (rows.empty()) {
         std::vector<std::string> known;
@@ -64,15 +82,18 @@ Result<std::size_t> chooseSequence(const std::vector<SourceSequence>& sequences,
 Result<std::vector<std::size_t>> chooseSequences(const std::vector<SourceSequence>& sequences,
                                                  const std::vector<std::string>& wanted) {
     if (wanted.empty()) {
-        std::vector<std::size_t> all(sequences.size());
-        std::iota(all.begin(), all.end(), std::size_t{0});
+        // A copy of a copy is nobody's wish.
+        std::vector<std::size_t> all = rowsWhere(
+            sequences, [](const SourceSequence& s) { return !isTidiedCopy(s); });
+        if (all.empty() && !sequences.empty())
+            return usage("every sequence is a tidied copy; --sequence names one all the same");
         return all;
     }
     std::set<std::size_t> rows;
     for (const std::string& text : wanted) {
-        const Result<std::size_t> row = chooseSequence(sequences, text);
-        if (!row) return row.failure();
-        rows.insert(*row);
+        const auto chosen = chooseSequence(sequences, text);
+        if (!chosen) return chosen.failure();
+        rows.insert(chosen->begin(), chosen->end());
     }
     return std::vector<std::size_t>(rows.begin(), rows.end());
 }

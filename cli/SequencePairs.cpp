@@ -20,6 +20,8 @@ Result<SequencePair> namedPair(const ComparedFile& a, const ComparedFile& b,
     if (!before) return before.failure();
     const auto after = chooseSequences(b.document->sequences(), {second});
     if (!after) return after.failure();
+    if (before->size() > 1 || after->size() > 1)
+        return Failure{FailureCode::usage, "\"" + text + "\" names more than one pair"};
     return SequencePair{before->front(), after->front()};
 }
 

@@ -33,6 +33,9 @@ public:
     /// Lets the bar run on by a step; call it a few times a second.
     void tick();
 
+    /// No progress line from now on, as on no terminal.
+    void hideProgress() { isTerminal_ = false; }
+
     // The progress line, in place of a window's sheet
 
     void startProgress();

@@ -1,4 +1,5 @@
 #include "cli/Application.h"
+#include "cli/Batch.h"
 #include "cli/Commands.h"
 #include "cli/Interruption.h"
 #include "cli/SaveResult.h"
@@ -65,7 +66,9 @@ Outcome TidyCommand::beginReport() {
 }
 
 ExitCode TidyCommand::tidyFiles() {
+    if (plan_.isBatch) return runBatch(application_, plan_, report_ ? &*report_ : nullptr);
     ExitCode first = ExitCode::done;
+    bool allPassedOver = true;
     for (std::size_t i = 0; i < plan_.files.size(); ++i) {
         if (plan_.files.size() > 1)
             application_.terminal().setProgressPrefix(
@@ -74,12 +77,13 @@ ExitCode TidyCommand::tidyFiles() {
         const ExitCode code = file.run();
         if (report_) report_->addDocument(file.reported(), file.ledger());
         if (first == ExitCode::done) first = code;
+        allPassedOver = allPassedOver && file.wasPassedOver();
         // An interruption that came too late for this file still stops what was to follow.
         const bool moreToDo = i + 1 < plan_.files.size() || report_;
         if (Interruption::requested() && (code != ExitCode::done || moreToDo))
             return ExitCode::interrupted;
     }
-    return first;
+    return first == ExitCode::done && allPassedOver ? ExitCode::usage : first;
 }
 
 ExitCode TidyCommand::saveReport() {
@@ -101,9 +105,20 @@ void noteUselessPasses(Application& application, const TidyPlan& plan) {
         return std::find(plan.passes.names.begin(), plan.passes.names.end(), name) !=
                plan.passes.names.end();
     };
+    const auto note = [&](std::string_view what, std::string_view without) {
+        application.terminal().note(fmt::format("{} does nothing without {}", what, without));
+    };
+    const auto isOff = [&](const char* name) {
+        return plan.passes.all ? hasOption(plan.passes.without, name) : !has(name);
+    };
     if (!plan.passes.all && has("collapseUncompositedClips") && !has("collapseTracks"))
-        application.terminal().note(
-            "collapseUncompositedClips does nothing without collapseTracks");
+        note("collapseUncompositedClips", "collapseTracks");
+    const TidyRules& rules = plan.typedRules;
+    if (!rules.filters.isEmpty() && isOff("removeFilters")) note("--filters", "removeFilters");
+    if (!rules.markers.isEmpty() && isOff("removeMarkers")) note("--markers", "removeMarkers");
+    if (!rules.transitions.isEmpty() && isOff("removeVideoTransitions") &&
+        isOff("removeAudioTransitions"))
+        note("--transitions", "removeVideoTransitions or removeAudioTransitions");
 }
 
 // Such an option takes exactly one value, so that it does not swallow the files that follow it.
@@ -123,12 +138,14 @@ void defineWhatToDo(CLI::App& parser, TidyOptions& o) {
     const char* const what = "What to do";
     oneValue(parser.add_option("--passes", o.passes,
                                "Pass names with commas between, or default, or all;\n"
-                               "\"reelsweep-cli passes\" lists them (default: default)"),
+                               "+NAME adds one and -NAME takes one out\n"
+                               "(default: default)"),
              "LIST")
         ->group(what);
     oneValue(parser.add_option("--sequence", o.sequences,
                                "Only this sequence: its index as list prints it, its\n"
-                               "title or its uuid; may be repeated (default: all)"),
+                               "title, with * and ?, or its uuid; may be repeated\n"
+                               "(default: all but tidied copies)"),
              "NAME")
         ->group(what);
     oneValue(parser.add_option("--ignored-effect", o.ignoredEffects,
@@ -172,6 +189,39 @@ void defineWhatToDo(CLI::App& parser, TidyOptions& o) {
         ->group(what);
 }
 
+void definePresets(CLI::App& parser, TidyOptions& o) {
+    const char* const what = "What to do";
+    oneValue(parser.add_option("--preset", o.preset,
+                               "The passes and rules of a preset of the application"),
+             "NAME")
+        ->group(what);
+    placeValue(parser.add_option("--preset-file", o.presetFile,
+                                 "The passes and rules of a preset file (JSON)"),
+               "FILE")
+        ->group(what);
+}
+
+void defineRules(CLI::App& parser, TidyOptions& o) {
+    for (const RuleRow& row : ruleTable()) {
+        oneValue(parser.add_option(std::string(row.option), row.list(o.rules), std::string(row.summary)),
+                 std::string(row.value).c_str())
+            ->group("Rules (names with * and ?, in any letter case)");
+    }
+    parser.add_option("--exclude-color", o.rules.colours)->allow_extra_args(false)->group("");
+}
+
+void defineFiles(CLI::App& parser, TidyOptions& o) {
+    const char* const many = "Many files";
+    parser.add_flag("-r,--recursive", o.recursive, "Take the folders in a folder, too")
+        ->group(many);
+    oneValue(parser.add_option("-j,--jobs", o.jobs,
+                               "How many files to work on at once (default: as many\n"
+                               "as the machine has processors and memory for)"),
+             "N")
+        ->check(CLI::Range(1, 256).description(""))
+        ->group(many);
+}
+
 void defineWhereToWrite(CLI::App& parser, TidyOptions& o) {
     const char* const where = "Where to write";
     placeValue(parser.add_option("-o,--output", o.output,
@@ -183,6 +233,7 @@ void defineWhereToWrite(CLI::App& parser, TidyOptions& o) {
                                  "Write each result into this folder, as NAME-Tidied.EXT"),
                "DIR")
         ->group(where);
+    parser.add_flag("--parents", o.makesFolders, "Make the folder of --output-dir")->group(where);
     parser
         .add_flag("--in-place", o.inPlace,
                   "Replace each input with its result, unless another\n"
@@ -203,16 +254,20 @@ CommandRun defineTidy(CLI::App& parser) {
     const auto options = std::make_shared<TidyOptions>();
     parser
         .add_option("FILE", options->files,
-                    "XMEML or FCPXML files or native projects;\n- reads standard input")
+                    "XMEML or FCPXML files, native projects, or folders\nof files; - reads standard input")
         ->required()
         ->type_name("");
     defineWhatToDo(parser, *options);
+    definePresets(parser, *options);
+    defineRules(parser, *options);
+    defineFiles(parser, *options);
     defineWhereToWrite(parser, *options);
 
     return [options](Application& application) {
         Result<TidyPlan> plan = planTidy(*options);
         if (!plan) return application.fail(plan.failure());
-        application.openLog();
+        // What works on several files at once starts processes, each with a log of its own.
+        if (!plan->isBatch || !plan->report.empty()) application.openLog();
         application.terminal().setQuiet(plan->quiet);
         noteUselessPasses(application, *plan);
         return TidyCommand(application, std::move(*plan)).run();

@@ -11,7 +11,9 @@
 #include "report/PictureProof.h"
 
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 #include <algorithm>
+#include <filesystem>
 #include <set>
 #include <string>
 #include <utility>
@@ -28,14 +30,28 @@ ExitCode TidyFile::run() {
     application_.setCurrentFile(reported_.input);
     ExitCode code = ExitCode::done;
     if (const Outcome opened = open(); !opened) {
-        const Failure& failure = opened.failure();
-        code = application_.fail(file_ ? file_->named(failure) : failure);
+        const Failure failure = file_ ? file_->named(opened.failure()) : opened.failure();
+        isPassedOver_ = passesOver(failure);
+        if (isPassedOver_)
+            application_.terminal().note(failure.description() + "; left out");
+        else
+            code = application_.fail(failure);
     } else {
         process();
         code = conclude();
     }
     reported_.errors = application_.messages();
     return code;
+}
+
+// Where several files are named, or found in a folder, each is tidied with what applies to it.
+bool TidyFile::passesOver(const Failure& failure) const {
+    if (!isOneOfMany()) return false;
+    if (!file_) {
+        // Without a line it is well-formed so far, and something else.
+        return planned_.found && failure.code == FailureCode::inputInvalid && failure.line == 0;
+    }
+    return failure.code == FailureCode::usage && file_->kind() == DocumentFormat::fcpxml;
 }
 
 const ChangeLedger* TidyFile::ledger() const {
@@ -47,6 +63,8 @@ Outcome TidyFile::open() {
     // Nobody should wait for a result that then cannot be written.
     const bool toFile = planned_.output != standardStreamPath && !planned_.inPlace &&
                         !planned_.native && !plan_.dryRun;
+    if (toFile && (plan_.makesFolders || planned_.found))
+        if (Outcome made = makeFolder(); !made) return made;
     if (toFile)
         if (Outcome writable = checkWritable(planned_.output, plan_.force); !writable)
             return writable;
@@ -64,9 +82,27 @@ Outcome TidyFile::open() {
     return opened;
 }
 
+Outcome TidyFile::makeFolder() const {
+    const std::filesystem::path folder = std::filesystem::path(planned_.output).parent_path();
+    std::error_code error;
+    if (!folder.empty()) std::filesystem::create_directories(folder, error);
+    if (!error) return Done{};
+    return Failure{FailureCode::outputFailed, "could not be made: " + error.message(),
+                   folder.string()};
+}
+
+Result<OptionList> TidyFile::passes() {
+    const bool isFCPX = file_->kind() == DocumentFormat::fcpxml;
+    if (!isOneOfMany()) return optionsFor(plan_.passes, isFCPX);
+    OptionList leftOut;
+    Result<OptionList> options = applicableOptions(plan_.passes, isFCPX, leftOut);
+    if (options && !leftOut.empty())
+        notes_.push_back(fmt::format("is FCPXML; only {} apply to it", fmt::join(*options, ", ")));
+    return options;
+}
+
 Outcome TidyFile::openDocument() {
-    const Result<OptionList> options =
-        optionsFor(plan_.passes, file_->kind() == DocumentFormat::fcpxml);
+    const Result<OptionList> options = passes();
     if (!options) return options.failure();
     work_ = std::make_shared<Work>(plan_.launch);
     application_.keep(work_);
@@ -94,17 +130,18 @@ Outcome TidyFile::settleRequest() {
                            : plan_.delivery;
     reported_.passes = request.passes;
     reported_.delivery = description(request.delivery);
-    if (document.format() == DocumentFormat::fcpxml) {
-        if (!plan_.sequences.empty()) return usage("--sequence does not apply to FCPXML");
-        if (plan_.delivery != Delivery::automatic)
-            return usage("--deliver does not apply to FCPXML, which is tidied as a whole");
-        if (!plan_.keep.empty()) return usage("--keep does not apply to FCPXML");
-        return Done{};
-    }
+    if (document.format() == DocumentFormat::fcpxml) return settleFCPXML();
     if (document.sequences().empty())
         return Failure{FailureCode::inputInvalid, "holds no sequence"};
     const auto rows = chooseSequences(document.sequences(), plan_.sequences);
     if (!rows) return rows.failure();
+    if (const std::size_t copies = document.sequences().size() - rows->size();
+        copies > 0 && plan_.sequences.empty())
+        notes_.push_back(copies == 1
+                             ? "1 tidied copy was left out; --sequence takes it all the same"
+                             : fmt::format("{} tidied copies were left out; --sequence takes them "
+                                           "all the same",
+                                           copies));
     if (planned_.inPlace && request.delivery == Delivery::standalone)
         return usage(
             "holds no project to deliver into, and --in-place would throw the rest of "
@@ -114,12 +151,28 @@ Outcome TidyFile::settleRequest() {
     request.importSafe = plan_.importSafe;
     request.usesUpDocument = planned_.output != standardStreamPath;
     request.keep = plan_.keep;
+    request.rules = plan_.rules;
     request.ignoredEffects = plan_.ignoredEffects;
     for (std::string& name : Platform::current().userDefaults->stringArrayForKey("ignoredEffects"))
         request.ignoredEffects.push_back(std::move(name));
     request.xmemlVersion = installedXMEMLVersion();
     // Final Cut Pro has no way back.
     if (planned_.native && plan_.dryRun) request.delivery = Delivery::none;
+    return Done{};
+}
+
+// What cannot be minded in FCPXML must not be lost either: then the file is not tidied.
+Outcome TidyFile::settleFCPXML() {
+    const auto usage = [](const std::string& what) {
+        return Failure{FailureCode::usage, what + " does not apply to FCPXML"};
+    };
+    if (!plan_.sequences.empty()) return usage("--sequence");
+    if (plan_.delivery != Delivery::automatic)
+        return Failure{FailureCode::usage,
+                       "--deliver does not apply to FCPXML, which is tidied as a whole"};
+    if (!plan_.keep.empty()) return usage("--keep");
+    for (const RuleRow& row : ruleTable())
+        if (!row.of(plan_.rules).empty()) return usage(std::string(row.option));
     return Done{};
 }
 
@@ -135,6 +188,7 @@ void TidyFile::process() {
         work_->tidied.emplace(tidy(*work_->document, work_->request, {std::move(stop), show}));
         if (!*work_->tidied) return;
         saved_ = checkKeeps();
+        if (saved_) saved_ = checkRules();
         if (saved_) saved_ = checkStrictly();
         if (saved_) save();
     });
@@ -175,9 +229,12 @@ ExitCode TidyFile::conclude() {
 }
 
 ExitCode TidyFile::showResult() {
-    const bool isOneOfMany = plan_.files.size() > 1;
+    if (plan_.isBatch) {
+        noteWhatNeedsAttention();
+        return ExitCode::done;
+    }
     std::string lines;
-    if (isOneOfMany) lines += singleLine(reported_.input) + ":\n";
+    if (isOneOfMany()) lines += singleLine(reported_.input) + ":\n";
     lines += resultTable((*work_->tidied)->ledger());
     if (plan_.dryRun)
         lines += "Dry run: nothing was written\n";
@@ -185,7 +242,7 @@ ExitCode TidyFile::showResult() {
         lines += "Sent to Final Cut Pro\n";
     else if (planned_.output != standardStreamPath)
         lines += fmt::format("Wrote {}\n", singleLine(planned_.output));
-    if (isOneOfMany) lines += "\n";
+    if (isOneOfMany()) lines += "\n";
     const ExitCode printed = application_.printForUser(lines);
     noteWhatNeedsAttention();
     return printed;
@@ -208,6 +265,34 @@ Outcome TidyFile::checkKeeps() const {
     return Done{};
 }
 
+// The same for the rules that were typed. A pattern may well fit nothing here, nor need every file
+// of many have what is to be left alone in some.
+Outcome TidyFile::checkRules() const {
+    if (isOneOfMany()) return Done{};
+    const auto& sequences = (*work_->tidied)->ledger().sequences;
+    const auto isUnused = [&](const std::string& rule) {
+        return std::all_of(sequences.begin(), sequences.end(), [&](const SequenceLedger& sequence) {
+            const std::vector<std::string>& unused = sequence.unusedRules;
+            return std::find(unused.begin(), unused.end(), rule) != unused.end();
+        });
+    };
+    for (const std::string kind : {"track", "clip", "colour"}) {
+        const TidyRules& rules = plan_.typedRules;
+        const auto& names = kind == "track"  ? rules.tracks
+                            : kind == "clip" ? rules.clips
+                                             : rules.colours;
+        for (const std::string& name : names)
+            if (!isPattern(name) && isUnused(kind + " " + name))
+                return Failure{FailureCode::usage,
+                               singleLine(fmt::format(
+                                   "--exclude-{} {}: {}", kind, name,
+                                   kind == "colour" ? "no clip has this label"
+                                                    : "no " + kind + " goes by this name")),
+                               reported_.input};
+    }
+    return Done{};
+}
+
 // On the background thread.
 Outcome TidyFile::checkStrictly() const {
     if (!plan_.strict) return Done{};
@@ -226,20 +311,25 @@ void TidyFile::noteKept(const SequenceLedger& sequence, bool wasAsked, const cha
     const std::string many =
         clips.size() == 1 ? "1 clip was" : fmt::format("{} clips were", clips.size());
     application_.terminal().note(
-        singleLine(fmt::format("{}: {} left alone {}", sequence.title, many, why)));
+        singleLine(fmt::format("{}: {} left alone {}", placeOf(sequence), many, why)));
+}
+
+std::string TidyFile::placeOf(const SequenceLedger& sequence) const {
+    return isOneOfMany() ? reported_.input + ": " + sequence.title : sequence.title;
 }
 
 void TidyFile::noteWhatNeedsAttention() {
     Terminal& terminal = application_.terminal();
+    for (const std::string& note : notes_) terminal.note(singleLine(reported_.input + ": " + note));
     for (const std::string& note : (*work_->tidied)->notes())
         terminal.note(singleLine(reported_.input + ": " + note));
     for (const SequenceLedger& sequence : (*work_->tidied)->ledger().sequences) {
         if (std::string changed = pictureChangeText(sequence); !changed.empty()) {
             if (!plan_.keepPicture) changed += "; --keep-picture keeps them";
-            terminal.note(singleLine(sequence.title + ": " + changed));
+            terminal.note(singleLine(placeOf(sequence) + ": " + changed));
         }
         if (const std::string loose = looseClipsText(sequence); !loose.empty())
-            terminal.note(singleLine(sequence.title + ": " + loose));
+            terminal.note(singleLine(placeOf(sequence) + ": " + loose));
         noteKept(sequence, false, "to keep the picture; --report tells which and why");
         noteKept(sequence, true, "as you asked");
     }

@@ -31,6 +31,8 @@ public:
     const ReportedDocument& reported() const { return reported_; }
     /// Null when nothing was tidied. Valid until the next file begins.
     const ChangeLedger* ledger() const;
+    /// Whether there was nothing to do for a file of its kind, beside others that are done.
+    bool wasPassedOver() const { return isPassedOver_; }
 
 private:
     /// The document and what is made of it, which the process leaves to the system to free.
@@ -44,12 +46,20 @@ private:
 
     Outcome open();
     Outcome openDocument();
+    bool passesOver(const Failure& failure) const;
+    Result<OptionList> passes();
     Outcome settleRequest();
+    Outcome settleFCPXML();
+    Outcome makeFolder() const;
     void process();
     void save();
     ExitCode conclude();
     ExitCode showResult();
     Outcome checkKeeps() const;
+    Outcome checkRules() const;
+    bool isOneOfMany() const { return plan_.files.size() > 1 || plan_.isBatch; }
+    /// In front of what is said about a sequence.
+    std::string placeOf(const SequenceLedger& sequence) const;
     Outcome checkStrictly() const;
     void noteKept(const SequenceLedger& sequence, bool wasAsked, const char* why);
     void noteWhatNeedsAttention();
@@ -61,6 +71,8 @@ private:
     std::optional<InputFile> file_;
     std::shared_ptr<Work> work_;
     Outcome saved_ = Done{};
+    std::vector<std::string> notes_;  ///< before anything was tidied
+    bool isPassedOver_ = false;
 };
 
 }  // namespace reelsweep

@@ -2,16 +2,19 @@
 
 #include "base/AtomicFile.h"
 #include "cli/InputFile.h"
+#include "cli/InputFolder.h"
 #include "cli/Nearest.h"
 #include "cli/StandardStreams.h"
 #include "documents/DocumentFormat.h"
 #include "shell/QVFCPDoc.h"
+#include "shell/TidyPresets.h"
 
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 #include <algorithm>
 #include <filesystem>
 #include <map>
+#include <set>
 #include <sstream>
 #include <system_error>
 #include <utility>
@@ -32,18 +35,39 @@ std::vector<std::string> passNames() {
     return names;
 }
 
-Result<PassSelection> selectPasses(const std::string& list) {
-    PassSelection selection;
-    std::vector<std::string> asked;
-    std::istringstream parts(list);
-    for (std::string name; std::getline(parts, name, ',');) {
-        if (name == "all") {
-            selection.all = true;
-        } else if (name == "default") {
-            for (const PassRow& pass : passTable())
-                if (pass.onByDefault) asked.emplace_back(pass.option);
+// Takes the parts of a list of passes one after the other: NAME or +NAME, -NAME, default, all.
+class PassChoice {
+public:
+    Outcome take(const std::string& list) {
+        std::istringstream parts(list);
+        for (std::string part; std::getline(parts, part, ',');)
+            if (Outcome taken = takePart(part); !taken) return taken;
+        return Done{};
+    }
+
+    Result<PassSelection> selection() const {
+        PassSelection selection;
+        selection.all = all_;
+        for (const PassRow& pass : passTable()) {
+            const std::string name(pass.option);
+            if (on_.contains(name)) selection.names.push_back(name);
+            if (off_.contains(name)) selection.without.push_back(name);
+        }
+        if (!all_ && selection.names.empty()) return usage("--passes names no pass");
+        return selection;
+    }
+
+private:
+    Outcome takePart(const std::string& part) {
+        const bool isOff = part.starts_with('-');
+        const std::string name = part.substr(isOff || part.starts_with('+') ? 1 : 0);
+        if (part == "all") {
+            all_ = true;
+            off_.clear();
+        } else if (part == "default") {
+            for (const std::string& each : defaultPasses()) turn(each, true);
         } else if (passNamed(name)) {
-            asked.push_back(name);
+            turn(name, !isOff);
         } else {
             std::vector<std::string> known = passNames();
             known.insert(known.end(), {"default", "all"});
@@ -51,12 +75,47 @@ Result<PassSelection> selectPasses(const std::string& list) {
                 fmt::format("unknown pass \"{}\"{}", name,
                             didYouMean(name, known, "; \"reelsweep-cli passes\" lists them")));
         }
+        return Done{};
     }
-    for (const PassRow& pass : passTable())
-        if (std::find(asked.begin(), asked.end(), pass.option) != asked.end())
-            selection.names.emplace_back(pass.option);
-    if (!selection.all && selection.names.empty()) return usage("--passes names no pass");
-    return selection;
+
+    void turn(const std::string& name, bool on) {
+        (on ? on_ : off_).insert(name);
+        (on ? off_ : on_).erase(name);
+    }
+
+    bool all_ = false;
+    std::set<std::string> on_;
+    std::set<std::string> off_;
+};
+
+// A list that begins with a sign changes what would be done without it.
+Result<PassSelection> selectPasses(const std::optional<std::string>& list,
+                                   const OptionList& preset) {
+    PassChoice choice;
+    if (!list || list->starts_with('+') || list->starts_with('-')) {
+        const std::string base =
+            preset.empty() ? "default" : fmt::format("{}", fmt::join(preset, ","));
+        if (Outcome taken = choice.take(base); !taken) return taken.failure();
+    }
+    if (list)
+        if (Outcome taken = choice.take(*list); !taken) return taken.failure();
+    return choice.selection();
+}
+
+// An option of one run; a preset that is typed and one in a file exclude each other.
+Result<TidyPreset> chosenPreset(const TidyOptions& options) {
+    if (!options.preset.empty() && !options.presetFile.empty())
+        return usage("--preset and --preset-file exclude each other");
+    if (!options.presetFile.empty()) return loadPresetFile(options.presetFile);
+    if (options.preset.empty()) return TidyPreset();
+    std::vector<std::string> known;
+    for (TidyPreset& preset : tidyPresets()) {
+        if (preset.name == options.preset) return std::move(preset);
+        known.push_back(preset.name);
+    }
+    return usage(fmt::format("no preset \"{}\"{}", options.preset,
+                             didYouMean(options.preset, known,
+                                        "; there are " + fmt::format("{}", fmt::join(known, ", ")))));
 }
 
 // NAME-Tidied.EXT beside the input, or in another folder.
@@ -64,6 +123,15 @@ std::string tidiedName(const std::string& input, const std::string& folder) {
     const fs::path path(input);
     const fs::path name = path.stem().string() + "-Tidied" + path.extension().string();
     return ((folder.empty() ? path.parent_path() : fs::path(folder)) / name).string();
+}
+
+// An FCPXML file was to be tidied with a pass that does not apply to it.
+Failure onlySome(const std::string& unfit) {
+    OptionList applicable;
+    for (const PassRow& pass : passTable())
+        if (pass.appliesToFCPX) applicable.emplace_back(pass.option);
+    return usage(fmt::format("only {} apply to FCPXML, not {}; use --passes {}",
+                             fmt::join(applicable, " and "), unfit, fmt::join(applicable, ",")));
 }
 
 bool isSameFile(const std::string& first, const std::string& second) {
@@ -85,6 +153,8 @@ Outcome checkCombinations(const TidyOptions& options) {
     const bool readsStandardInput = std::find(options.files.begin(), options.files.end(),
                                               standardStreamPath) != options.files.end();
     if (places > 1) return usage("-o, --output-dir and --in-place exclude each other");
+    if (options.makesFolders && options.outputFolder.empty())
+        return usage("--parents makes the folder of --output-dir, which is missing");
     if (!options.output.empty() && options.files.size() > 1)
         return usage("-o takes the result of one file; use --output-dir for several");
     if (options.inPlace && options.delivery == "standalone")
@@ -99,6 +169,45 @@ Outcome checkCombinations(const TidyOptions& options) {
             "is a native project, whose result goes to Final Cut Pro; -o, --output-dir, "
             "--in-place and --deliver standalone do not apply",
             *native);
+    return Done{};
+}
+
+PlannedFile planned(const TidyOptions& options, const std::string& input,
+                    const std::string& folder) {
+    PlannedFile file{input, input, options.inPlace, isNativeProject(input)};
+    if (file.native)
+        file.output.clear();
+    else if (!options.output.empty())
+        file.output = options.output;
+    else if (!options.inPlace && input != standardStreamPath)
+        file.output = tidiedName(input, folder);
+    return file;
+}
+
+// A file, or the files of a folder, whose results stand in folders of the same names.
+Outcome planInput(TidyPlan& plan, const TidyOptions& options, const std::string& input) {
+    if (!isInputFolder(input)) {
+        plan.files.push_back(planned(options, input, options.outputFolder));
+        return Done{};
+    }
+    if (!options.output.empty())
+        return usage("is a folder; use --output-dir for its results", input);
+    plan.isBatch = true;
+    std::error_code error;
+    if (!options.outputFolder.empty() && !options.makesFolders &&
+        !fs::is_directory(options.outputFolder, error))
+        return Failure{FailureCode::outputFailed, "there is no such folder; --parents makes it",
+                       options.outputFolder};
+    const Result<std::vector<FoundFile>> found =
+        filesIn(input, options.recursive, options.outputFolder);
+    if (!found) return found.failure();
+    for (const FoundFile& each : *found) {
+        const fs::path folder = options.outputFolder.empty()
+                                    ? fs::path()
+                                    : fs::path(options.outputFolder) / each.subfolder;
+        plan.files.push_back(planned(options, each.path, folder.string()));
+        plan.files.back().found = true;
+    }
     return Done{};
 }
 
@@ -143,11 +252,19 @@ bool TidyPlan::standardOutputTaken() const {
 
 Result<TidyPlan> planTidy(const TidyOptions& options) {
     if (const Outcome fits = checkCombinations(options); !fits) return fits.failure();
-    Result<PassSelection> passes = selectPasses(options.passes);
-    if (!passes) return passes.failure();
+    const Result<TidyPreset> preset = chosenPreset(options);
+    if (!preset) return preset.failure();
+    Result<PassSelection> passes = selectPasses(options.passes, preset->passes);
+    if (!passes) {
+        Failure failure = passes.failure();
+        if (!options.passes) failure.file = options.presetFile;
+        return failure;
+    }
 
     TidyPlan plan;
     plan.passes = std::move(*passes);
+    plan.typedRules = options.rules;
+    plan.rules = merged(options.rules, preset->rules);
     plan.sequences = options.sequences;
     plan.ignoredEffects = options.ignoredEffects;
     plan.keep = options.keep;
@@ -162,16 +279,11 @@ Result<TidyPlan> planTidy(const TidyOptions& options) {
     plan.dryRun = options.dryRun;
     plan.force = options.force;
     plan.quiet = options.quiet;
-    for (const std::string& input : options.files) {
-        PlannedFile file{input, input, options.inPlace, isNativeProject(input)};
-        if (file.native)
-            file.output.clear();
-        else if (!options.output.empty())
-            file.output = options.output;
-        else if (!options.inPlace && input != standardStreamPath)
-            file.output = tidiedName(input, options.outputFolder);
-        plan.files.push_back(std::move(file));
-    }
+    plan.makesFolders = options.makesFolders;
+    plan.jobs = options.jobs;
+    plan.isBatch = options.jobs.has_value();
+    for (const std::string& input : options.files)
+        if (Outcome planned = planInput(plan, options, input); !planned) return planned.failure();
     if (const Outcome distinct = checkPlaces(plan); !distinct) return distinct.failure();
     return plan;
 }
@@ -191,25 +303,25 @@ Outcome checkWritable(const std::string& path, bool mayReplace) {
     return Done{};
 }
 
-Result<OptionList> optionsFor(const PassSelection& selection, bool isFCPX) {
+Result<OptionList> applicableOptions(const PassSelection& selection, bool isFCPX,
+                                     OptionList& leftOut) {
     OptionList options;
-    OptionList applicable;
-    std::string unfit;
     for (const PassRow& pass : passTable()) {
         const std::string name(pass.option);
-        const bool named = std::find(selection.names.begin(), selection.names.end(), name) !=
-                           selection.names.end();
-        if (isFCPX && !pass.appliesToFCPX) {
-            if (named && unfit.empty()) unfit = name;
-            continue;
-        }
-        applicable.push_back(name);
-        if (named || selection.all) options.push_back(name);
+        const bool named = hasOption(selection.names, name);
+        const bool applies = !isFCPX || pass.appliesToFCPX;
+        if (!applies && named) leftOut.push_back(name);
+        if (applies && (named || (selection.all && !hasOption(selection.without, name))))
+            options.push_back(name);
     }
-    if (!unfit.empty())
-        return usage(fmt::format("only {} apply to FCPXML, not {}; use --passes {}",
-                                 fmt::join(applicable, " and "), unfit,
-                                 fmt::join(applicable, ",")));
+    if (options.empty() && !leftOut.empty()) return onlySome(leftOut.front());
+    return options;
+}
+
+Result<OptionList> optionsFor(const PassSelection& selection, bool isFCPX) {
+    OptionList leftOut;
+    Result<OptionList> options = applicableOptions(selection, isFCPX, leftOut);
+    if (options && !leftOut.empty()) return onlySome(leftOut.front());
     return options;
 }
 

@@ -6,6 +6,7 @@
 #include "base/Failure.h"
 #include "documents/Document.h"
 #include "tidy/PassTable.h"
+#include "tidy/TidyRules.h"
 
 #include <optional>
 #include <string>
@@ -16,12 +17,18 @@ namespace reelsweep {
 /// The command line of `tidy` as it was typed.
 struct TidyOptions {
     std::vector<std::string> files;
-    std::string passes = "default";
+    std::optional<std::string> passes;  ///< without it those of the preset, else the defaults
+    std::string preset;
+    std::string presetFile;
     std::vector<std::string> sequences;
     std::vector<std::string> ignoredEffects;
     std::vector<std::string> keep;
+    TidyRules rules;
     std::string output;
     std::string outputFolder;
+    bool makesFolders = false;
+    bool recursive = false;
+    std::optional<int> jobs;
     bool inPlace = false;
     std::string delivery = "auto";
     std::string report;
@@ -38,7 +45,8 @@ struct TidyOptions {
 /// Which passes were asked for. What "all" means depends on the kind of file.
 struct PassSelection {
     bool all = false;
-    OptionList names;  ///< the named ones and the defaults, in run order; not what "all" adds
+    OptionList names;    ///< the named ones and the defaults, in run order; not what "all" adds
+    OptionList without;  ///< taken out of "all" again
 };
 
 struct PlannedFile {
@@ -46,6 +54,7 @@ struct PlannedFile {
     std::string output;  ///< "-" for standard output; empty for a native project
     bool inPlace = false;
     bool native = false;  ///< the result goes to Final Cut Pro
+    bool found = false;   ///< in a folder, and not named itself
 };
 
 struct TidyPlan {
@@ -54,6 +63,11 @@ struct TidyPlan {
     std::vector<std::string> sequences;  ///< empty: all
     std::vector<std::string> ignoredEffects;
     std::vector<std::string> keep;  ///< clips to leave alone
+    TidyRules rules;                ///< those that were typed, and the preset's
+    TidyRules typedRules;           ///< what is in these must be there
+    bool makesFolders = false;      ///< the folders of outputs are made
+    std::optional<int> jobs;        ///< how many files at once; without it what the machine has
+    bool isBatch = false;           ///< one summary for all files
     Delivery delivery = Delivery::automatic;
     std::string report;  ///< empty for none; "-" for standard output
     bool keepPicture = true;
@@ -78,5 +92,8 @@ Outcome checkWritable(const std::string& path, bool mayReplace);
 /// The selected passes that a run over a file of that kind takes. Fails with usage when a pass was
 /// asked for by name that does not apply to FCPXML.
 Result<OptionList> optionsFor(const PassSelection& selection, bool isFCPX);
+/// The same where what does not apply is to be left out: fails only when nothing is left.
+Result<OptionList> applicableOptions(const PassSelection& selection, bool isFCPX,
+                                     OptionList& leftOut);
 
 }  // namespace reelsweep

@@ -275,7 +275,7 @@ bool QVFCPDoc::processSequence(SequenceDocument& document, std::size_t row, QVSe
     const auto catalogue = source->owner ? nullptr : catalogue_;
     auto copy = CopyInWork::begin(*source,
                                   {options, ignoredEffects(), keepsPicture_, provesPicture_,
-                                   keptClips_, importsSafely_, catalogue},
+                                   keptClips_, rules_, importsSafely_, catalogue},
                                   watched);
     record.processedXMLRepresentation = copy ? (*copy)->sequence() : XMLNode();
     if (copy) {
@@ -306,7 +306,7 @@ void QVFCPDoc::finishCopies() {
 }
 
 TidyRequest QVFCPDoc::tidyRequest(const OptionList& options, bool keepsPicture) const {
-    return {options, ignoredEffects(), keepsPicture, false, keptClips_};
+    return {options, ignoredEffects(), keepsPicture, false, keptClips_, rules_};
 }
 
 std::shared_ptr<const XMLDocument> QVFCPDoc::tree() const {

@@ -122,6 +122,8 @@ public:
     /// Clips that the next run leaves alone, and what transitions join to them: ids, or patterns
     /// for names.
     void setKeptClips(std::vector<std::string> clips) { keptClips_ = std::move(clips); }
+    /// What else the next run leaves alone.
+    void setRules(TidyRules rules) { rules_ = std::move(rules); }
     void setProvesPicture(bool proves) { provesPicture_ = proves; }
     /// Whether the copies are made ones that other applications import.
     void setImportsSafely(bool safely) { importsSafely_ = safely; }
@@ -247,6 +249,7 @@ private:
     std::stop_source listStop_;  ///< requested when the document goes
     std::vector<std::string> extraIgnoredEffects_;
     std::vector<std::string> keptClips_;
+    TidyRules rules_;
     std::shared_ptr<MediaCatalogue> catalogue_;  ///< of the run's document
     bool keepsPicture_ = false;
     bool provesPicture_ = false;

@@ -21,14 +21,47 @@ bool answersToAny(std::span<const std::string> names, const std::vector<std::str
     });
 }
 
+// A row of the table; the path leads to its list.
+template <auto... path>
+constexpr RuleRow row(std::string_view key, std::string_view option, std::string_view value,
+                      std::string_view summary) {
+    using List = std::vector<std::string>;
+    return {key, option, value, summary,
+            [](TidyRules& rules) -> List& { return (rules.* ... .*path); },
+            [](const TidyRules& rules) -> const List& { return (rules.* ... .*path); }};
+}
+
+constexpr auto keep = &ElementRule::keep;
+constexpr auto only = &ElementRule::only;
+constexpr auto filters = &TidyRules::filters;
+constexpr auto markers = &TidyRules::markers;
+constexpr auto transitions = &TidyRules::transitions;
+constexpr auto table = std::to_array<RuleRow>({
+    row<&TidyRules::tracks>("excludeTracks", "--exclude-track", "TRACK",
+                            "Leave a track alone, and hide nothing under it: V3,\n"
+                            "A1-A4, or its name; may be repeated"),
+    row<&TidyRules::clips>("excludeClips", "--exclude-clip", "CLIP",
+                           "The same for clips: an id, or a name"),
+    row<&TidyRules::colours>("excludeColours", "--exclude-colour", "LABEL",
+                             "The same for clips with this label"),
+    row<filters, keep>("filtersKeep", "--filters-keep", "NAME",
+                       "Filters that removeFilters leaves in place"),
+    row<filters, only>("filtersOnly", "--filters-only", "NAME",
+                       "The only filters that removeFilters takes out"),
+    row<markers, keep>("markersKeep", "--markers-keep", "TEXT",
+                       "Markers that removeMarkers leaves in place, by name,\n"
+                       "comment or colour"),
+    row<markers, only>("markersOnly", "--markers-only", "TEXT",
+                       "The only markers that removeMarkers takes out"),
+    row<transitions, keep>("transitionsKeep", "--transitions-keep", "NAME",
+                           "Transitions that stay, by the name of their effect"),
+    row<transitions, only>("transitionsOnly", "--transitions-only", "NAME",
+                           "The only transitions that are taken out"),
+});
+
 void append(std::vector<std::string>& list, const std::vector<std::string>& more) {
     for (const std::string& text : more)
         if (std::find(list.begin(), list.end(), text) == list.end()) list.push_back(text);
-}
-
-void append(ElementRule& rule, const ElementRule& more) {
-    append(rule.keep, more.keep);
-    append(rule.only, more.only);
 }
 
 // Without the layout around it.
@@ -92,14 +125,11 @@ bool ElementRule::keeps(std::span<const std::string> names) const {
 }
 
 TidyRules merged(TidyRules rules, const TidyRules& more) {
-    append(rules.tracks, more.tracks);
-    append(rules.clips, more.clips);
-    append(rules.colours, more.colours);
-    append(rules.filters, more.filters);
-    append(rules.markers, more.markers);
-    append(rules.transitions, more.transitions);
+    for (const RuleRow& each : table) append(each.list(rules), each.of(more));
     return rules;
 }
+
+std::span<const RuleRow> ruleTable() { return table; }
 
 bool answersTo(const std::string& text, const std::string& pattern) {
     return ::fnmatch(pattern.c_str(), text.c_str(), FNM_CASEFOLD) == 0;

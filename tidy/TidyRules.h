@@ -45,6 +45,18 @@ struct TidyRules {
     bool operator==(const TidyRules&) const = default;
 };
 
+/// One list of patterns as data: a table of them drives the command line, preset files and the
+/// preferences.
+struct RuleRow {
+    std::string_view key;      ///< in preset files and preferences: "excludeTracks"
+    std::string_view option;   ///< on the command line: "--exclude-track"
+    std::string_view value;    ///< what it takes, for help
+    std::string_view summary;  ///< for help; a line end where the text breaks
+    std::vector<std::string>& (*list)(TidyRules& rules);
+    const std::vector<std::string>& (*of)(const TidyRules& rules);
+};
+std::span<const RuleRow> ruleTable();
+
 /// Puts the patterns of both into one.
 TidyRules merged(TidyRules rules, const TidyRules& more);
 

@@ -47,6 +47,12 @@ void QueueMainThread::wake() noexcept {
     errno = savedError;
 }
 
+void QueueMainThread::renewAfterFork() {
+    ::close(event_);
+    event_ = ::eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC);
+    if (event_ < 0) throw std::system_error(errno, std::generic_category(), "eventfd");
+}
+
 bool QueueMainThread::runNext() {
     std::function<void()> work;
     {

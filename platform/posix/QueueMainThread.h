@@ -28,12 +28,14 @@ public:
     /// Ends the wait of the current pumpOne, or else of the next, at once. Async-signal-safe: a
     /// handler sets its flag, wakes, and the loop around pumpOne looks at the flag.
     void wake() noexcept;
+    /// In a process that was just forked: its wakes are its own from now on. Throws when it cannot.
+    void renewAfterFork();
 
 private:
     bool runNext();
 
     const std::thread::id thread_;
-    const int event_;  ///< an eventfd, raised by post and wake
+    int event_;  ///< an eventfd, raised by post and wake
     std::mutex mutex_;
     std::deque<std::function<void()>> queue_;
 };
