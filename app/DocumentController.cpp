@@ -31,7 +31,7 @@ QString inPlainWords(const Failure& reason) {
         return reason.message.find(text) != std::string::npos;
     };
     using Controller = DocumentController;
-    if (says("no element found") || says("unclosed token"))
+    if (says("the file ends too early") || says("unclosed token"))
         return Controller::tr("The file ends too early. Export it again.");
     if (says("is empty")) return Controller::tr("The file is empty. Export it again.");
     if (says("neither XMEML nor FCPXML"))

@@ -47,6 +47,7 @@ std::string files(std::size_t count) {
 
 FileResult FileResult::of(const TidyFile& file, ExitCode code) {
     FileResult result{code, file.wasPassedOver()};
+    for (const std::string& error : file.reported().errors) result.errors += error + "\n";
     const ChangeLedger* const ledger = file.ledger();
     if (!ledger || code != ExitCode::done) return result;
     for (const SequenceLedger& sequence : ledger->sequences) {
@@ -66,6 +67,7 @@ std::string FileResult::text() const {
     const Json values{{"code", static_cast<int>(code)},
                       {"isPassedOver", isPassedOver},
                       {"said", said},
+                      {"errors", errors},
                       {"totals", totals},
                       {"frames", frames},
                       {"same", same},
@@ -80,6 +82,7 @@ FileResult FileResult::fromText(const std::string& text) {
     result.code = static_cast<ExitCode>(values["code"].get<int>());
     values["isPassedOver"].get_to(result.isPassedOver);
     values["said"].get_to(result.said);
+    values["errors"].get_to(result.errors);
     values["totals"].get_to(result.totals);
     values["frames"].get_to(result.frames);
     values["same"].get_to(result.same);
@@ -110,6 +113,7 @@ std::string BatchSummary::text() const {
         reelsweep::add(all, found->second);
     }
     table.addRow(rowOf("Total", all));
+    table.dropColumnsWithoutFigures();
     std::string text = isNothing(all) ? std::string() : table.text();
     if (sum_.frames > 0) {
         text += groupedNumber(Frames{sum_.same}) + " of " + groupedNumber(Frames{sum_.frames}) +

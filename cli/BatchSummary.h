@@ -18,7 +18,8 @@ class TidyFile;
 struct FileResult {
     ExitCode code = ExitCode::done;
     bool isPassedOver = false;
-    std::string said = {};  ///< to the user, on standard error
+    std::string said = {};    ///< to the user, on standard error
+    std::string errors = {};  ///< of that the errors alone, a line each
     std::map<std::string, SequenceLedger::Totals> totals = {};  ///< for each pass that changed any
     std::int64_t frames = 0;                                    ///< that were looked at
     std::int64_t same = 0;                                      ///< that show the same picture

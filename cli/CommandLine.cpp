@@ -7,6 +7,7 @@
 #include <CLI/App.hpp>
 #include <CLI/Config.hpp>
 #include <CLI/Formatter.hpp>
+#include <CLI/Validators.hpp>
 #include <algorithm>
 #include <array>
 #include <memory>
@@ -19,10 +20,13 @@ namespace reelsweep {
 namespace {
 
 constexpr std::string_view listFooter = R"(Columns:
-  Length     frames of the sequence's own rate
-  Time code  the length as hours:minutes:seconds:frames; a semicolon before the
-             frames means drop-frame
-  Items      clips, generators and transitions that stand in tracks
+  Frames  the length in frames of the sequence's own rate
+  Length  the same as hours:minutes:seconds:frames; a semicolon before the frames
+          means drop-frame
+  Start   the time code of the first frame
+  Items   clips, generators and transitions that stand in tracks
+A column in which nothing would stand is left out. On a narrow terminal the uuid
+goes first.
 
 Examples:
   reelsweep-cli list film.xml
@@ -86,6 +90,15 @@ constexpr std::string_view verifyFooter = R"(Examples:
       any two sequences, also from other programs
 Ends with code 0 when all are the same, with 6 when not.)";
 
+constexpr std::string_view watchFooter =
+    R"(A file is tidied once it is whole, again when it changes, and never twice, whatever
+ends the program in between. A broken one goes to the folder "Set Aside" in DIR, with
+a text that says what is wrong. Ends with code 0 when it is asked to end.
+
+Examples:
+  reelsweep-cli watch ~/Turnovers/in --output-dir ~/Turnovers/out
+  reelsweep-cli watch in --output-dir out --parents --preset "Picture turnover")";
+
 // The commands as data: this table drives dispatch and help.
 struct CommandRow {
     std::string_view name;
@@ -103,6 +116,7 @@ constexpr auto table = std::to_array<CommandRow>({
     {"projects", "list the projects that are open in Final Cut Pro", projectsFooter,
      defineProjects},
     {"diff", "list what changed between two cuts, clip by clip", diffFooter, defineDiff},
+    {"watch", "tidy every file that comes into a folder", watchFooter, defineWatch},
     {"verify", "compare what two sequences show, frame by frame", verifyFooter, defineVerify},
 });
 
@@ -171,6 +185,11 @@ ExitCode runCommand(Application& application, const CommandRow& row,
     parser.set_help_flag("-h,--help", "This text");
     parser.footer(fmt::format("{}\n\n{}", row.footer, exitCodeHelp));
     const CommandRun run = row.define(parser);
+    std::string colour = "auto";
+    parser
+        .add_option("--color", colour, "Errors and notes in colour: auto, always or never")
+        ->type_name("WHEN")
+        ->check(CLI::IsMember({"auto", "always", "never"}).description(""));
     try {
         // The parser takes arguments from the end of the list.
         parser.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));
@@ -185,6 +204,9 @@ ExitCode runCommand(Application& application, const CommandRow& row,
     } catch (const CLI::ParseError& error) {
         return wrongUsage(application, row.name, error.what());
     }
+    application.terminal().setColour(colour == "always"  ? ColourUse::always
+                                     : colour == "never" ? ColourUse::never
+                                                         : ColourUse::automatic);
     return run(application);
 }
 

@@ -27,6 +27,7 @@ CommandRun definePicture(CLI::App& parser);
 CommandRun defineProjects(CLI::App& parser);
 CommandRun defineTidy(CLI::App& parser);
 CommandRun defineVerify(CLI::App& parser);
+CommandRun defineWatch(CLI::App& parser);
 
 /// Parses the arguments (without the program's name) and runs the command. Answers the exit code.
 ExitCode runCommandLine(Application& application, std::span<const char* const> arguments);

@@ -52,9 +52,10 @@ public:
         // Ctrl-C concerns the program that started this one, which then ends it.
         ::signal(SIGINT, SIG_IGN);
         ::prctl(PR_SET_PDEATHSIG, SIGTERM);
+        // First: it closes a descriptor whose number must not have a new owner yet.
+        application_.becomeWorker(number);
         said_ = ::memfd_create("reelsweep-said", MFD_CLOEXEC);
         if (said_ < 0 || ::dup2(said_, STDERR_FILENO) < 0) ::_exit(1);
-        application_.becomeWorker(number);
         std::size_t file = 0;
         while (!Interruption::requested() && receive(file))
             if (!answer(resultOf(file))) break;

@@ -2,6 +2,7 @@
 #include "cli/Commands.h"
 #include "cli/InputFile.h"
 #include "cli/NativeProject.h"
+#include "cli/StandardStreams.h"
 #include "cli/TextTable.h"
 #include "documents/Document.h"
 #include "hosts/FinalCutProHost.h"
@@ -39,12 +40,15 @@ std::string sequencesAsJson(const std::vector<SequenceSummary>& sequences) {
         };
         const std::string timecodeText =
             timecode(sequence.length, sequence.rate, sequence.dropFrame);
+        const std::string startText =
+            timecode(sequence.start, sequence.rate, sequence.dropFrame);
         const bool timed = sequence.rate.known();
         list.push_back({{"index", list.size() + 1},
                         {"title", sequence.title},
                         {"uuid", sequence.uuid ? Json(*sequence.uuid) : Json(nullptr)},
                         {"frames", sequence.length.count},
                         {"timecode", timed ? Json(timecodeText) : Json(nullptr)},
+                        {"startTimecode", timed ? Json(startText) : Json(nullptr)},
                         {"rate", timed ? Json(description(sequence.rate)) : Json(nullptr)},
                         {"timebase", timed ? Json(sequence.rate.timebase) : Json(nullptr)},
                         {"ntsc", sequence.rate.ntsc},
@@ -60,13 +64,14 @@ std::string sequencesAsText(const std::vector<SequenceSummary>& sequences) {
     using enum TextTable::Align;
     TextTable table({{"#", right},
                      {"Title"},
+                     {"Frames", right, 3},
                      {"Length", right},
-                     {"Time code", right},
-                     {"Rate", right},
-                     {"Video", right},
-                     {"Audio", right},
-                     {"Items", right},
-                     {"UUID"}});
+                     {"Start", right, 2},
+                     {"Rate", right, 4},
+                     {"Video", right, 5},
+                     {"Audio", right, 6},
+                     {"Items", right, 7},
+                     {"UUID", left, 1}});
     const auto orDash = [](const std::string& text) { return text.empty() ? "-" : text; };
     for (std::size_t i = 0; i < sequences.size(); ++i) {
         const SequenceSummary& sequence = sequences[i];
@@ -75,10 +80,13 @@ std::string sequencesAsText(const std::vector<SequenceSummary>& sequences) {
         };
         table.addRow({std::to_string(i + 1), sequence.title, sequence.length.text(),
                       orDash(timecode(sequence.length, sequence.rate, sequence.dropFrame)),
+                      orDash(timecode(sequence.start, sequence.rate, sequence.dropFrame)),
                       orDash(description(sequence.rate)), counted(sequence.videoTracks),
                       counted(sequence.audioTracks), counted(sequence.items),
                       orDash(sequence.uuid.value_or(""))});
     }
+    table.dropColumnsWithoutFigures();
+    if (const auto columns = standardOutputColumns()) table.fitInto(*columns);
     return table.text();
 }
 
@@ -96,6 +104,7 @@ std::string projectsAsText(const std::vector<FCPXProjectSummary>& projects) {
     for (std::size_t i = 0; i < projects.size(); ++i)
         table.addRow({std::to_string(i + 1), projects[i].name,
                       projects[i].event.empty() ? "-" : projects[i].event});
+    table.dropColumnsWithoutFigures();
     return table.text();
 }
 

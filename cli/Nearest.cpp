@@ -16,8 +16,13 @@ std::string lowered(std::string_view text) {
     return result;
 }
 
+struct Distance {
+    std::size_t whole = 0;      ///< to all of the other text
+    std::size_t beginning = 0;  ///< to the nearest of its beginnings
+};
+
 // How many letters to insert, remove or replace to make one text of the other.
-std::size_t editDistance(std::string_view from, std::string_view to) {
+Distance editDistance(std::string_view from, std::string_view to) {
     std::vector<std::size_t> row(to.size() + 1);
     std::iota(row.begin(), row.end(), std::size_t{0});
     for (std::size_t i = 0; i < from.size(); ++i) {
@@ -28,7 +33,7 @@ std::size_t editDistance(std::string_view from, std::string_view to) {
             row[j + 1] = std::min({replaced, row[j] + 1, diagonal + 1});
         }
     }
-    return row[to.size()];
+    return {row[to.size()], *std::min_element(row.begin(), row.end())};
 }
 
 }  // namespace
@@ -38,13 +43,19 @@ std::vector<std::string> nearestNames(std::string_view text,
     // Longer texts, a whole document pasted by mistake say, are near to nothing.
     constexpr std::size_t longestText = 200;
     constexpr std::size_t mostNames = 3;
+    constexpr std::size_t fewLetters = 4;
     if (text.empty() || text.size() > longestText) return {};
 
     const std::string wanted = lowered(text);
     std::vector<std::pair<std::size_t, std::string>> near;
     for (const std::string& candidate : candidates) {
         const std::string known = lowered(candidate.substr(0, 2 * longestText));
-        const std::size_t distance = known.starts_with(wanted) ? 1 : editDistance(wanted, known);
+        const auto [whole, beginning] = editDistance(wanted, known);
+        // A few letters are the beginning of much.
+        const bool isBegun = wanted.size() >= fewLetters && beginning <= 1 + wanted.size() / 8;
+        const std::size_t distance = known.starts_with(wanted) ? 1
+                                     : isBegun                 ? std::min<std::size_t>(2, whole)
+                                                               : whole;
         if (distance <= std::max<std::size_t>(2, wanted.size() / 3))
             near.emplace_back(distance, candidate);
     }

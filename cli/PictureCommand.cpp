@@ -5,6 +5,7 @@
 #include "cli/SequenceChoice.h"
 #include "cli/StandardStreams.h"
 #include "cli/TextTable.h"
+#include "cli/TidyArguments.h"
 #include "cli/TidyPlan.h"
 #include "documents/SequenceDocument.h"
 #include "platform/Platform.h"
@@ -94,10 +95,15 @@ Outcome PictureCommand::open() {
 
 DryRunRequest PictureCommand::request() const {
     DryRunRequest request;
-    request.tidy = {.passes = plan_.passes.all ? allPasses() : plan_.passes.names,
+    OptionList passes = plan_.passes.all ? allPasses() : plan_.passes.names;
+    std::erase_if(passes, [&](const std::string& pass) {
+        return hasOption(plan_.passes.without, pass);
+    });
+    request.tidy = {.passes = std::move(passes),
                     .ignoredEffects = plan_.ignoredEffects,
                     .keepPicture = plan_.keepPicture,
-                    .provesPicture = false};
+                    .provesPicture = false,
+                    .rules = plan_.rules};
     for (std::string& name : Platform::current().userDefaults->stringArrayForKey("ignoredEffects"))
         request.tidy.ignoredEffects.push_back(std::move(name));
     request.importSafe = plan_.importSafe;
@@ -145,9 +151,11 @@ CommandRun definePicture(CLI::App& parser) {
                           "title or its uuid; may be repeated (default: all)"),
         "NAME");
     one(parser.add_option("--passes", o.passes,
-                          "Pass names with commas between, or default, or all\n"
+                          "Pass names with commas between, or default, or all;\n"
+                          "+NAME adds one and -NAME takes one out\n"
                           "(default: default)"),
         "LIST");
+    defineRules(parser, o);
     one(parser.add_option("--ignored-effect", o.ignoredEffects,
                           "An effect that makes a clip see-through, by its name;\n"
                           "may be repeated"),

@@ -50,6 +50,7 @@ std::string resultTable(const ChangeLedger& ledger) {
         if (!changed) table.addRow({title, "nothing to change"});
     }
     addTotals(table, "Total", "", all);
+    table.dropColumnsWithoutFigures();
     const std::string picture = pictureSumText(ledger);
     return table.text() + (picture.empty() ? "" : picture + "\n");
 }

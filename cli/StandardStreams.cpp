@@ -4,6 +4,7 @@
 #include "platform/Platform.h"
 
 #include <fcntl.h>
+#include <sys/ioctl.h>
 #include <sys/types.h>
 #include <unistd.h>
 #include <array>
@@ -27,6 +28,14 @@ int writeAll(int descriptor, std::string_view bytes) {
 }
 
 }  // namespace
+
+std::optional<std::size_t> standardOutputColumns() {
+    winsize size{};
+    if (::isatty(STDOUT_FILENO) != 1 || ::ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) != 0 ||
+        size.ws_col == 0)
+        return {};
+    return size.ws_col;
+}
 
 bool StandardOutput::write(std::string_view bytes) {
     if (error_ == 0) error_ = writeAll(STDOUT_FILENO, bytes);

@@ -6,6 +6,8 @@
 #include "base/AtomicFile.h"
 #include "base/Failure.h"
 
+#include <cstddef>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -14,6 +16,9 @@ namespace reelsweep {
 
 /// A path of "-" on the command line means standard input or output.
 inline constexpr std::string_view standardStreamPath = "-";
+
+/// How wide the terminal is that standard output goes to; nothing when it goes elsewhere.
+std::optional<std::size_t> standardOutputColumns();
 
 /// Standard output. What it took is gone: there is no way back after the first byte.
 class StandardOutput final : public ByteSink {

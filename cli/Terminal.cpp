@@ -12,8 +12,6 @@ namespace reelsweep {
 
 namespace {
 
-constexpr std::string_view programPrefix = "reelsweep-cli: ";
-
 void writeToStandardError(std::string_view text) {
     while (!text.empty()) {
         const ssize_t written = ::write(STDERR_FILENO, text.data(), text.size());
@@ -50,7 +48,14 @@ std::string bar(std::size_t step) {
 
 }  // namespace
 
-Terminal::Terminal() : isTerminal_(standardErrorIsTerminal()) {}
+Terminal::Terminal() : isTerminal_(standardErrorIsTerminal()) { setColour(ColourUse::automatic); }
+
+// https://no-color.org: any value but an empty one counts.
+void Terminal::setColour(ColourUse use) {
+    const char* const refusal = std::getenv("NO_COLOR");
+    const bool isWelcome = isTerminal_ && (!refusal || *refusal == '\0');
+    isColoured_ = use == ColourUse::always || (use == ColourUse::automatic && isWelcome);
+}
 
 void Terminal::print(std::string_view line) { printLines(singleLine(line) + "\n"); }
 
@@ -60,10 +65,18 @@ void Terminal::printLines(std::string_view lines) {
     draw();
 }
 
-void Terminal::error(std::string_view text) { print(std::string(programPrefix).append(text)); }
+void Terminal::say(std::string_view prefix, std::string_view text, std::string_view colour) {
+    std::string line;
+    if (isColoured_) line += colour;
+    line += prefix;
+    if (isColoured_) line += "\x1b[0m";
+    printLines(line + " " + singleLine(text) + "\n");
+}
+
+void Terminal::error(std::string_view text) { say("reelsweep-cli:", text, "\x1b[1;31m"); }
 
 void Terminal::note(std::string_view text) {
-    if (!quiet_) print(std::string(programPrefix).append("note: ").append(text));
+    if (!quiet_) say("reelsweep-cli: note:", text, "\x1b[33m");
 }
 
 void Terminal::tick() {

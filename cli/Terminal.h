@@ -10,6 +10,9 @@
 
 namespace reelsweep {
 
+/// Whether messages are in colour: as the terminal and NO_COLOR say, or whatever they say.
+enum class ColourUse { automatic, always, never };
+
 class Terminal {
 public:
     /// A terminal that understands cursor control, or a plain file or pipe?
@@ -23,6 +26,8 @@ public:
     void error(std::string_view text);
     /// "reelsweep-cli: note: TEXT", unless quiet.
     void note(std::string_view text);
+
+    void setColour(ColourUse use);
 
     /// A quiet terminal shows errors only.
     void setQuiet(bool quiet) { quiet_ = quiet; }
@@ -46,7 +51,11 @@ private:
     void draw();
     void erase();
 
+    /// "reelsweep-cli: " and a line, with the colour of that kind of message around its first words.
+    void say(std::string_view prefix, std::string_view text, std::string_view colour);
+
     bool isTerminal_;
+    bool isColoured_;
     bool quiet_ = false;
     bool inProgress_ = false;
     std::string prefix_;

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <clocale>
 #include <cwchar>
+#include <numeric>
 
 namespace reelsweep {
 
@@ -90,19 +91,54 @@ void TextTable::addRow(std::vector<std::string> cells) {
     rows_.push_back(std::move(cells));
 }
 
-std::string TextTable::text() const {
-    std::vector<std::size_t> widths;
-    for (std::size_t c = 0; c < columns_.size(); ++c) {
-        widths.push_back(displayWidth(columns_[c].title));
-        for (const auto& row : rows_) widths[c] = std::max(widths[c], displayWidth(row[c]));
-    }
+void TextTable::dropColumn(std::size_t column) {
+    const auto place = static_cast<std::ptrdiff_t>(column);
+    columns_.erase(columns_.begin() + place);
+    for (auto& row : rows_) row.erase(row.begin() + place);
+}
 
+void TextTable::dropColumnsWithoutFigures() {
+    if (rows_.empty()) return;
+    for (std::size_t c = columns_.size(); c-- > 0;)
+        if (std::all_of(rows_.begin(), rows_.end(), [&](const std::vector<std::string>& row) {
+                return row[c].empty() || row[c] == "-";
+            }))
+            dropColumn(c);
+}
+
+void TextTable::fitInto(std::size_t width) {
+    constexpr std::size_t gap = 2;
+    for (;;) {
+        const std::vector<std::size_t> each = widths();
+        const std::size_t whole =
+            std::accumulate(each.begin(), each.end(), gap * (each.empty() ? 0 : each.size() - 1));
+        std::size_t first = columns_.size();
+        for (std::size_t c = 0; c < columns_.size(); ++c)
+            if (columns_[c].leaves > 0 &&
+                (first == columns_.size() || columns_[c].leaves < columns_[first].leaves))
+                first = c;
+        if (whole <= width || first == columns_.size()) return;
+        dropColumn(first);
+    }
+}
+
+std::vector<std::size_t> TextTable::widths() const {
+    std::vector<std::size_t> all;
+    for (std::size_t c = 0; c < columns_.size(); ++c) {
+        all.push_back(displayWidth(columns_[c].title));
+        for (const auto& row : rows_) all[c] = std::max(all[c], displayWidth(row[c]));
+    }
+    return all;
+}
+
+std::string TextTable::text() const {
+    const std::vector<std::size_t> each = widths();
     std::string result;
     const auto addLine = [&](const auto& cellOf) {
         std::string line;
         for (std::size_t c = 0; c < columns_.size(); ++c) {
             const std::string& cell = cellOf(c);
-            const std::string fill(widths[c] - displayWidth(cell), ' ');
+            const std::string fill(each[c] - displayWidth(cell), ' ');
             if (c > 0) line += "  ";
             line += columns_[c].align == Align::right ? fill + cell : cell + fill;
         }

@@ -23,16 +23,24 @@ public:
     struct Column {
         std::string title;
         Align align = Align::left;
+        int leaves = 0;  ///< at which place it goes when there is little room, from 1; 0 never
     };
 
     explicit TextTable(std::vector<Column> columns) : columns_(std::move(columns)) {}
 
     /// One text a column; missing ones are blank.
     void addRow(std::vector<std::string> cells);
+    /// Takes out the columns in which no row says anything: blank or "-".
+    void dropColumnsWithoutFigures();
+    /// Takes out columns that may go, until a line has no more than that many terminal columns.
+    void fitInto(std::size_t width);
     /// The titles and the rows, each line with a line end and without blanks at its end.
     std::string text() const;
 
 private:
+    std::vector<std::size_t> widths() const;
+    void dropColumn(std::size_t column);
+
     std::vector<Column> columns_;
     std::vector<std::vector<std::string>> rows_;
 };

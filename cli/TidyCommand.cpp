@@ -5,6 +5,7 @@
 #include "cli/SaveResult.h"
 #include "cli/StandardStreams.h"
 #include "cli/TextTable.h"
+#include "cli/TidyArguments.h"
 #include "cli/TidyFile.h"
 #include "cli/TidyPlan.h"
 #include "report/ChangeReport.h"
@@ -106,112 +107,28 @@ void noteUselessPasses(Application& application, const TidyPlan& plan) {
                plan.passes.names.end();
     };
     const auto note = [&](std::string_view what, std::string_view without) {
-        application.terminal().note(fmt::format("{} does nothing without {}", what, without));
+        application.terminal().note(fmt::format("{} nothing without {}", what, without));
     };
     const auto isOff = [&](const char* name) {
         return plan.passes.all ? hasOption(plan.passes.without, name) : !has(name);
     };
     if (!plan.passes.all && has("collapseUncompositedClips") && !has("collapseTracks"))
-        note("collapseUncompositedClips", "collapseTracks");
+        note("collapseUncompositedClips does", "collapseTracks");
     const TidyRules& rules = plan.typedRules;
-    if (!rules.filters.isEmpty() && isOff("removeFilters")) note("--filters", "removeFilters");
-    if (!rules.markers.isEmpty() && isOff("removeMarkers")) note("--markers", "removeMarkers");
+    if (!rules.filters.isEmpty() && isOff("removeFilters")) note("--filters-keep and --filters-only do", "removeFilters");
+    if (!rules.markers.isEmpty() && isOff("removeMarkers")) note("--markers-keep and --markers-only do", "removeMarkers");
     if (!rules.transitions.isEmpty() && isOff("removeVideoTransitions") &&
         isOff("removeAudioTransitions"))
-        note("--transitions", "removeVideoTransitions or removeAudioTransitions");
-}
-
-// Such an option takes exactly one value, so that it does not swallow the files that follow it.
-CLI::Option* oneValue(CLI::Option* option, const char* value) {
-    return option->type_name(value)->allow_extra_args(false);
-}
-
-// A script's variable that is not set is no wish for the default place.
-CLI::Option* placeValue(CLI::Option* option, const char* value) {
-    return oneValue(option, value)
-        ->check(CLI::Validator(
-            [](const std::string& text) { return text.empty() ? "must not be empty" : ""; },
-            std::string()));
-}
-
-void defineWhatToDo(CLI::App& parser, TidyOptions& o) {
-    const char* const what = "What to do";
-    oneValue(parser.add_option("--passes", o.passes,
-                               "Pass names with commas between, or default, or all;\n"
-                               "+NAME adds one and -NAME takes one out\n"
-                               "(default: default)"),
-             "LIST")
-        ->group(what);
-    oneValue(parser.add_option("--sequence", o.sequences,
-                               "Only this sequence: its index as list prints it, its\n"
-                               "title, with * and ?, or its uuid; may be repeated\n"
-                               "(default: all but tidied copies)"),
-             "NAME")
-        ->group(what);
-    oneValue(parser.add_option("--ignored-effect", o.ignoredEffects,
-                               "An effect that makes a clip see-through, by its name;\n"
-                               "may be repeated"),
-             "NAME")
-        ->group(what);
-    oneValue(parser.add_option("--keep", o.keep,
-                               "Leave this clip alone, and what transitions join to it:\n"
-                               "its id, or its name with * and ?; may be repeated"),
-             "CLIP")
-        ->group(what);
-    parser
-        .add_flag("--keep-picture,!--no-keep-picture", o.keepPicture,
-                  "Leave alone what would change the picture or the\n"
-                  "sound; what was left is listed (default: on)")
-        ->group(what);
-    parser
-        .add_flag("--import-safe,!--no-import-safe", o.importSafe,
-                  "Mend links, ids, edges and ticks of the copies, so that\n"
-                  "every application imports them (default: on)")
-        ->group(what);
-    parser.add_flag("--literal", o.literal, "Apply the passes to the letter and do nothing else")
-        ->group(what);
-    parser
-        .add_flag("--strict", o.strict,
-                  "Write nothing, and end with code 6, when the picture\n"
-                  "or the sound has changed unasked")
-        ->group(what);
-    oneValue(parser.add_option("--deliver", o.delivery,
-                               "project: a bin in the file's project;\n"
-                               "standalone: a new document that holds only the bin;\n"
-                               "auto: project when there is one (default: auto)"),
-             "HOW")
-        ->check(CLI::IsMember({"auto", "project", "standalone"}).description(""))
-        ->group(what);
-
-    parser
-        .add_flag("--launch", o.launch,
-                  "Final Cut Pro may be started, and a native project\nbe opened in it")
-        ->group(what);
-}
-
-void definePresets(CLI::App& parser, TidyOptions& o) {
-    const char* const what = "What to do";
-    oneValue(parser.add_option("--preset", o.preset,
-                               "The passes and rules of a preset of the application"),
-             "NAME")
-        ->group(what);
-    placeValue(parser.add_option("--preset-file", o.presetFile,
-                                 "The passes and rules of a preset file (JSON)"),
-               "FILE")
-        ->group(what);
-}
-
-void defineRules(CLI::App& parser, TidyOptions& o) {
-    for (const RuleRow& row : ruleTable()) {
-        oneValue(parser.add_option(std::string(row.option), row.list(o.rules), std::string(row.summary)),
-                 std::string(row.value).c_str())
-            ->group("Rules (names with * and ?, in any letter case)");
-    }
-    parser.add_option("--exclude-color", o.rules.colours)->allow_extra_args(false)->group("");
+        note("--transitions-keep and --transitions-only do",
+             "removeVideoTransitions or removeAudioTransitions");
 }
 
 void defineFiles(CLI::App& parser, TidyOptions& o) {
     const char* const many = "Many files";
+    parser
+        .add_flag("--launch", o.launch,
+                  "Final Cut Pro may be started, and a native project\nbe opened in it")
+        ->group("What to do");
     parser.add_flag("-r,--recursive", o.recursive, "Take the folders in a folder, too")
         ->group(many);
     oneValue(parser.add_option("-j,--jobs", o.jobs,
@@ -258,7 +175,6 @@ CommandRun defineTidy(CLI::App& parser) {
         ->required()
         ->type_name("");
     defineWhatToDo(parser, *options);
-    definePresets(parser, *options);
     defineRules(parser, *options);
     defineFiles(parser, *options);
     defineWhereToWrite(parser, *options);

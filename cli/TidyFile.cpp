@@ -96,6 +96,8 @@ Result<OptionList> TidyFile::passes() {
     if (!isOneOfMany()) return optionsFor(plan_.passes, isFCPX);
     OptionList leftOut;
     Result<OptionList> options = applicableOptions(plan_.passes, isFCPX, leftOut);
+    if (!options)
+        return Failure{FailureCode::usage, "is FCPXML, to which none of the passes applies"};
     if (options && !leftOut.empty())
         notes_.push_back(fmt::format("is FCPXML; only {} apply to it", fmt::join(*options, ", ")));
     return options;

@@ -201,6 +201,11 @@ Outcome planInput(TidyPlan& plan, const TidyOptions& options, const std::string&
     const Result<std::vector<FoundFile>> found =
         filesIn(input, options.recursive, options.outputFolder);
     if (!found) return found.failure();
+    if (found->empty())
+        return Failure{FailureCode::inputUnreadable,
+                       options.recursive ? "holds no file to tidy"
+                                         : "holds no file to tidy; --recursive looks deeper",
+                       input};
     for (const FoundFile& each : *found) {
         const fs::path folder = options.outputFolder.empty()
                                     ? fs::path()

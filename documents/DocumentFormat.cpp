@@ -49,7 +49,7 @@ Result<DocumentFormat> documentFormat(const std::string& path) {
     if (*root == "fcpxml") return DocumentFormat::fcpxml;
     if (*root == "xmeml") return DocumentFormat::xmeml;
     return Failure{FailureCode::inputInvalid,
-                   "is neither XMEML nor FCPXML: its root element is \"" + *root + "\"",
+                   "neither XMEML nor FCPXML: its root element is \"" + *root + "\"",
                    path,
                    0,
                    0,

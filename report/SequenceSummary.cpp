@@ -43,6 +43,7 @@ SequenceSummary SequenceSummary::of(XMLNode sequence) {
     summary.length = duration ? framesOf(duration) : std::max(lastEnd(video), lastEnd(audio));
     const SequenceTimecode timecode = SequenceTimecode::of(sequence);
     summary.rate = timecode.rate;
+    summary.start = timecode.start;
     summary.dropFrame = timecode.dropFrame;
     summary.videoTracks = video.size();
     summary.audioTracks = audio.size();

@@ -14,6 +14,8 @@ namespace reelsweep {
 
 namespace {
 
+constexpr const char* endsTooEarly = "the file ends too early";
+
 class Checker {
 public:
     explicit Checker(const std::string& name)
@@ -36,8 +38,7 @@ public:
         failure.file = name_;
         failure.line = static_cast<long>(XML_GetCurrentLineNumber(parser_.get()));
         failure.column = static_cast<long>(XML_GetCurrentColumnNumber(parser_.get())) + 1;
-        failure.message =
-            refusal_.empty() ? XML_ErrorString(XML_GetErrorCode(parser_.get())) : refusal_;
+        failure.message = refusal_.empty() ? reason() : refusal_;
         return failure;
     }
 
@@ -46,6 +47,12 @@ public:
     }
 
 private:
+    std::string reason() const {
+        const XML_Error error = XML_GetErrorCode(parser_.get());
+        // Expat's own words, "no element found", tell nobody that half of a file is missing.
+        return error == XML_ERROR_NO_ELEMENTS ? endsTooEarly : XML_ErrorString(error);
+    }
+
     static Checker& self(void* user) { return *static_cast<Checker*>(user); }
 
     void refuse(std::string reason) {
@@ -158,7 +165,7 @@ Result<std::string> rootElementOf(int descriptor, const std::string& name) {
     checker.stopAtRoot();
     const Outcome outcome = checkFile(checker, descriptor);
     if (!checker.root().empty()) return checker.root();
-    return outcome ? Failure{FailureCode::inputInvalid, "no element found", name, 1, 0, ""}
+    return outcome ? Failure{FailureCode::inputInvalid, endsTooEarly, name, 1, 0, ""}
                    : outcome.failure();
 }
 

@@ -294,7 +294,7 @@ TEST_F(AppTest, SaysWhyAFileCannotBeOpened) {
         {"broken.xml", "<xmeml>\n<sequence>", "broken.xml:2:"},
         {"early.xml", "<xmeml>\n<sequence>", "The file ends too early. Export it again.\n\n"},
         {"damaged.xml", "<xmeml>\n</sequence>", "The file is damaged. Export it again.\n\n"},
-        {"page.xml", "<html/>", "is neither XMEML nor FCPXML: its root element is \"html\""},
+        {"page.xml", "<html/>", "neither XMEML nor FCPXML: its root element is \"html\""},
         {"event.fcpxml", "<fcpxml><library><event/></library></fcpxml>", "Invalid FCPX project"},
     };
     for (const auto& row : rows) {

@@ -62,7 +62,7 @@ TEST(BadInput, IsRefusedWithFileAndLine) {
         {"nested.xml", nested(100000), ":1:"},
         {"mismatch.xml", "<xmeml>\n<a>\n</b></xmeml>", ":3:"},
         {"page.html", "<html><body/></html>",
-         ": is neither XMEML nor FCPXML: its root element is \"html\""},
+         ": neither XMEML nor FCPXML: its root element is \"html\""},
         {"nosequence.xml", "<xmeml><project/></xmeml>", ": holds no sequence"},
         {"broken.fcpxml", "<fcpxml>\n<library></fcpxml>", ":2:"},
         {"event.fcpxml", "<fcpxml><event name=\"Day 1\"/></fcpxml>",
@@ -96,7 +96,7 @@ TEST(BadInput, IsNoFileAtAll) {
     expectOneError(run(workplace, {"tidy", "missing.xml"}), "missing.xml: No such file");
     const Ended folder = run(workplace, {"tidy", "folder"});
     EXPECT_EQ(folder.status, 3);
-    expectOneError(folder, "folder: is a folder, not a file");
+    expectOneError(folder, "folder: holds no file to tidy; --recursive looks deeper");
 }
 
 TEST(BadInput, MayNotBeReadable) {

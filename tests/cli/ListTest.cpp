@@ -33,9 +33,9 @@ TEST(List, ShowsSequencesInAlignedColumns) {
     EXPECT_EQ(ended.status, 0);
     EXPECT_EQ(ended.error, "");
     EXPECT_EQ(ended.output,
-              "#  Title   Length    Time code   Rate  Video  Audio  Items  UUID\n"
-              "1  港の朝    1800  00:01:00;02  29.97      2      1      4  U1\n"
-              "2  a b c      100            -      -      1      0      2  U2\n");
+              "#  Title   Frames       Length        Start   Rate  Video  Audio  Items  UUID\n"
+              "1  港の朝    1800  00:01:00;02  00:00:00;00  29.97      2      1      4  U1\n"
+              "2  a b c      100            -            -      -      1      0      2  U2\n");
 }
 
 TEST(List, PrintsJson) {
@@ -45,7 +45,7 @@ TEST(List, PrintsJson) {
     EXPECT_EQ(ended.status, 0);
     const Json list = Json::parse(ended.output);
     EXPECT_EQ(list[0], Json::parse(R"({"index": 1, "title": "Reel 1", "uuid": "U1",
-        "frames": 1800, "timecode": "00:01:00;02", "rate": "29.97", "timebase": 30, "ntsc": true,
+        "frames": 1800, "timecode": "00:01:00;02", "startTimecode": "00:00:00;00", "rate": "29.97", "timebase": 30, "ntsc": true,
         "dropFrame": true, "videoTracks": 2, "audioTracks": 1, "items": 4})"));
     EXPECT_EQ(list[1]["frames"], 100);
     EXPECT_EQ(list[1]["rate"], nullptr);
@@ -112,7 +112,8 @@ TEST(Help, TellsNothingThatManualAndCompletionDoNot) {
     std::erase(manual, '\\');
     const std::string completion =
         contentsOf(REELSWEEP_SOURCE_FOLDER "/resources/completion/reelsweep-cli");
-    for (const char* command : {"check", "diff", "list", "passes", "projects", "tidy", "verify"}) {
+    for (const char* command :
+         {"check", "diff", "list", "passes", "picture", "projects", "tidy", "verify", "watch"}) {
         EXPECT_NE(manual.find(std::string(".B ") + command + "\n"), std::string::npos) << command;
         const std::string help = run(workplace, {command, "--help"}).output;
         const std::regex option("--[a-z][a-z-]+");

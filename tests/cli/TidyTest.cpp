@@ -249,7 +249,7 @@ TEST(Tidy, GoesOnWithTheNextFileAfterAFailure) {
     ASSERT_EQ(documents.size(), 4U);
     EXPECT_EQ(documents[0]["output"], "a-Tidied.xml");
     EXPECT_EQ(documents[0]["errors"], Json::array());
-    EXPECT_EQ(documents[1]["errors"], Json::array({"b.xml:1:8: no element found"}));
+    EXPECT_EQ(documents[1]["errors"], Json::array({"b.xml:1:8: the file ends too early"}));
     EXPECT_EQ(documents[2]["delivery"], "project");
     EXPECT_EQ(documents[2]["output"], nullptr);
     // Its tidied sequence found no place to go, so nothing was changed anywhere.

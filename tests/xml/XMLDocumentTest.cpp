@@ -173,7 +173,7 @@ TEST(XMLDocument, RefusesWhatIsNotAWellFormedDocumentWithLineAndColumn) {
         {"", "1", "the file is empty"},
         {"just text", "1:1", "syntax error"},
         {"<a>\n<b>\n</a>", "3:3", "mismatched tag"},
-        {"<a>\n<b/>", "2:5", "no element found"},
+        {"<a>\n<b/>", "2:5", "the file ends too early"},
         {"<a/>\n<b/>", "2:1", "junk after document element"},
         {"<a b='1' b='2'/>", "1:10", "duplicate attribute"},
         {"<a>\n x &nbsp; y</a>", "2:4", "undefined entity"},
