@@ -1,6 +1,7 @@
 #include "tidy/SequenceTidy.h"
 
 #include "tidy/PassRun.h"
+#include "tidy/passes/Passes.h"
 #include "timeline/PictureDifference.h"
 
 #include <set>
@@ -93,15 +94,32 @@ Outcome SequenceTidy::applyPasses(const TidyControls& controls) {
         ledger_.unusedKeeps = veto_->takeUnused();
         ledger_.unusedRules = veto_->takeUnusedRules();
     }
+    const bool choosesFilters = !request_.rules.filters.isEmpty() || (veto_ && !veto_->isEmpty());
+    if (looksAtPicture() && choosesFilters && hasOption(request_.passes, "removeFilters"))
+        without_ = withoutChosenFilters();
     Outcome done = request_.keepPicture ? applyCarefully(controls) : runSteps(controls, nullptr);
     dropOutdated(ledger_);
     if (veto_) noteExcluded(ledger_, *veto_, edit_);
     return done;
 }
 
+// The pass itself takes them out of a copy that is read and let go.
+Timeline SequenceTidy::withoutChosenFilters() const {
+    SequenceLedger ledger;
+    TimelineEdit edit(edit_.sequence().copy(), ledger);
+    const ClipVeto veto(edit.sequence(), request_.keep, request_.rules);
+    const std::function<void(const std::string&)> noProgress;
+    PassRun run{edit,    request_.ignoredEffects, {}, noProgress, nullptr, &veto,
+                &request_.rules};
+    // It fails when it is stopped, and nobody can stop it.
+    [[maybe_unused]] const Outcome done = passes::removeFilters(run);
+    return Timeline::ofEdited(edit.sequence(), *before_, TimelineDetail::picture);
+}
+
 void SequenceTidy::compare() {
-    ledger_.picture =
-        std::make_shared<PictureDifference>(*before_, read(), askedOf(request_.passes));
+    Asked asked = askedOf(request_.passes);
+    if (without_) asked.filters = false;
+    ledger_.picture = std::make_shared<PictureDifference>(*before_, read(), asked, without_);
     comparedChanges_ = ledger_.changes.size();
 }
 

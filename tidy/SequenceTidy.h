@@ -40,6 +40,7 @@ private:
     bool looksAtPicture() const { return request_.keepPicture || request_.provesPicture; }
     Timeline read() const;
     void compare();
+    Timeline withoutChosenFilters() const;
     XMLNode document() const;
 
     XMLNode source_;
@@ -48,6 +49,8 @@ private:
     TimelineEdit edit_;
     std::optional<ClipVeto> veto_;
     std::optional<Timeline> before_;
+    /// The same without the filters that are to go, when some are to stay.
+    std::optional<Timeline> without_;
     std::size_t comparedChanges_ = 0;  ///< of the ledger, when the picture was compared last
 };
 

@@ -5,6 +5,7 @@
 #include "timeline/IntervalPairs.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace reelsweep {
 
@@ -31,7 +32,8 @@ bool hasNoWholeFilters(const Timeline& timeline, MediaType type) {
 // Goes over source and copy and lists where they differ.
 class Comparison {
 public:
-    Comparison(const Intervals& source, const Intervals& copy, PictureOptions asked)
+    Comparison(const Intervals& source, const Intervals& copy, PictureOptions asked,
+               const Timeline* without)
         : source_(source), copy_(copy), type_(source.type()) {
         const Timeline& after = copy.timeline();
         isWholeSame_ = isWholeTheSame(source.timeline(), after, type_);
@@ -44,6 +46,10 @@ public:
             ways_.push_back({{.ignoreFilters = false, .ignoreTransitions = true}});
         }
         ways_.push_back({asked});
+        if (!without) return;
+        mayBeAsked_ = isWholeSame_ || isWholeTheSame(*without, after, type_);
+        if (asked.ignoreTransitions) ways_.push_back({{}, without});
+        ways_.push_back({asked, without});
     }
 
     std::vector<Difference> differences() {
@@ -65,7 +71,9 @@ private:
     // What is not as one way to do what was asked would have it may be as another.
     void judge(FrameRange range, List before, List after, std::size_t number, const Judged& plain) {
         Way& way = ways_[number];
-        if (!way.expected) way.expected.emplace(source_.timeline(), type_, allFrames, way.options);
+        if (!way.expected)
+            way.expected.emplace(way.without ? *way.without : source_.timeline(), type_, allFrames,
+                                 way.options);
         forEachWithin(way.expected->list(), range, [&](FrameRange here, List list) {
             const Judged asExpected{list, way.options, source_.timeline(), copy_.timeline(),
                                     match_};
@@ -112,6 +120,7 @@ private:
     // is first needed.
     struct Way {
         PictureOptions options;
+        const Timeline* without = nullptr;  ///< in place of the source
         std::optional<Intervals> expected = {};
     };
     std::vector<Way> ways_;
@@ -126,14 +135,14 @@ Frames firstFrame(const Intervals& intervals) {
 }  // namespace
 
 PictureDifference::Half PictureDifference::compared(const Timeline& source, const Timeline& copy,
-                                                    MediaType type, Asked asked) {
+                                                    MediaType type, Asked asked) const {
     Half half{
         Intervals(source, type, allFrames, {}), Intervals(copy, type, allFrames, {}), {}, {}, {}};
     const PictureOptions options{.ignoreFilters = asked.filters,
                                  .ignoreTransitions = type == MediaType::video
                                                           ? asked.videoTransitions
                                                           : asked.audioTransitions};
-    half.differences = Comparison(half.source, half.copy, options).differences();
+    half.differences = Comparison(half.source, half.copy, options, without_ ? &*without_ : nullptr).differences();
     for (const Difference& difference : half.differences) {
         Frames& sum = difference.asked ? half.asked : half.changed;
         sum = sum + (difference.range.end - difference.range.start);
@@ -141,8 +150,10 @@ PictureDifference::Half PictureDifference::compared(const Timeline& source, cons
     return half;
 }
 
-PictureDifference::PictureDifference(const Timeline& source, const Timeline& copy, Asked asked)
-    : picture_(compared(source, copy, MediaType::video, asked)),
+PictureDifference::PictureDifference(const Timeline& source, const Timeline& copy, Asked asked,
+                                     std::optional<Timeline> without)
+    : without_(std::move(without)),
+      picture_(compared(source, copy, MediaType::video, asked)),
       sound_(compared(source, copy, MediaType::audio, asked)) {
     Frames first;
     for (const Intervals* intervals :

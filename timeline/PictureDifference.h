@@ -72,8 +72,10 @@ struct Difference {
 
 class PictureDifference {
 public:
-    /// O(n log n) in the items of both.
-    PictureDifference(const Timeline& source, const Timeline& copy, Asked asked = {});
+    /// O(n log n) in the items of both. Where only some of the filters were asked to go, `asked`
+    /// says nothing of filters, and `without` is the source as it is when those are gone.
+    PictureDifference(const Timeline& source, const Timeline& copy, Asked asked = {},
+                      std::optional<Timeline> without = {});
 
     const Timeline& source() const { return picture_.source.timeline(); }
     const Timeline& copy() const { return picture_.copy.timeline(); }
@@ -102,9 +104,10 @@ private:
         Frames asked;
         Frames changed;
     };
-    static Half compared(const Timeline& source, const Timeline& copy, MediaType type, Asked asked);
+    Half compared(const Timeline& source, const Timeline& copy, MediaType type, Asked asked) const;
     const Half& of(MediaType type) const { return type == MediaType::video ? picture_ : sound_; }
 
+    std::optional<Timeline> without_;
     Frames frames_;
     Half picture_;
     Half sound_;

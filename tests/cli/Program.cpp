@@ -8,6 +8,8 @@
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <set>
 #include <stdexcept>
 
@@ -102,6 +104,12 @@ bool Program::waitForText(std::string_view text) {
 }
 
 void Program::send(int signal) const { ::kill(process_, signal); }
+
+std::vector<pid_t> Program::children() const {
+    const std::string process = std::to_string(process_);
+    std::ifstream file("/proc/" + process + "/task/" + process + "/children");
+    return {std::istream_iterator<pid_t>(file), {}};
+}
 
 Ended Program::wait() {
     if (terminal_ >= 0)

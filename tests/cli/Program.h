@@ -59,6 +59,8 @@ public:
     /// Waits until the text has appeared on the terminal. False when the program ended without it.
     bool waitForText(std::string_view text);
     void send(int signal) const;
+    /// The processes that it has started and that still run.
+    std::vector<pid_t> children() const;
     Ended wait();
 
 private:

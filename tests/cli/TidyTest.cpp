@@ -33,13 +33,13 @@ TEST(Tidy, AddsTidiedCopiesAndShowsWhatWasDone) {
     EXPECT_EQ(ended.error, "");
     EXPECT_EQ(
         ended.output,
-        "Sequence  Pass                      Removed  Moved  Trimmed  Split  Inserted  Changed\n"
-        "Reel 1    removeDisabledVideoClips        1      -        -      -         -        -\n"
-        "          collapseTracks                  -      1        -      -         -        -\n"
-        "          removeUnusedTracks              1      -        -      -         -        -\n"
-        "          importSafe                      -      -        -      -         -        1\n"
-        "Reel 2    importSafe                      -      -        -      -         -        2\n"
-        "Total                                     2      1        -      -         -        3\n"
+        "Sequence  Pass                      Removed  Moved  Changed\n"
+        "Reel 1    removeDisabledVideoClips        1      -        -\n"
+        "          collapseTracks                  -      1        -\n"
+        "          removeUnusedTracks              1      -        -\n"
+        "          importSafe                      -      -        1\n"
+        "Reel 2    importSafe                      -      -        2\n"
+        "Total                                     2      1        3\n"
         "250 of 250 frames show the same picture\n"
         "Wrote film-Tidied.xml\n");
     EXPECT_EQ(workplace.read("film.xml"), reels);

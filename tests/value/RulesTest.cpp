@@ -2,6 +2,7 @@
 // stay.
 #include "tests/timeline/Timeline.h"
 #include "tidy/TidySequence.h"
+#include "timeline/PictureDifference.h"
 
 #include <gtest/gtest.h>
 
@@ -118,6 +119,26 @@ TEST(Rules, ChooseFiltersMarkersAndTransitionsByName) {
          "V1: A[0,-1)@0:60 x[40,60)=Cross_Dissolve B[-1,90)@10:60"},
     };
     for (const Row& row : rows) check(row);
+}
+
+// A filter that stays is in the picture that is expected, beside one that goes.
+TEST(Rules, AreKnownToTheProof) {
+    const Timeline timeline(
+        "V1: A[0,50)+Sharpen+Veil B[50,90)+Sharpen V2: C[60,90)+Sharpen D[95,99)");
+    for (const bool isKept : {false, true}) {
+        const XMLNode copy = timeline.sequence.copy();
+        TidyRequest request{.passes = {"collapseTracks", "removeFilters"}, .keepPicture = true};
+        if (isKept)
+            request.keep = {"B"};
+        else
+            request.rules.filters.keep = {"Veil"};
+        const auto ledger = tidySequence(copy, timeline.sequence, request);
+        ASSERT_TRUE(ledger);
+        EXPECT_TRUE(ledger->picture->isAsAsked());
+        EXPECT_EQ(notation(copy), isKept ? "V1: A[0,50) B[50,90)+Sharpen D[95,99) V2: C[60,90)"
+                                         : "V1: A[0,50)+Veil B[50,90) D[95,99) V2: C[60,90)");
+        EXPECT_GT(ledger->picture->asked(MediaType::video), Frames{0});
+    }
 }
 
 TEST(Rules, SayWhatExcludedNothingAndLeaveAllAloneWhenAllIsExcluded) {
