@@ -45,6 +45,11 @@ Examples:
       every pass on one sequence
   reelsweep-cli tidy *.xml --output-dir tidied --report changes.json
       several files, with a report of every change
+  reelsweep-cli tidy turnovers --recursive --output-dir tidied --parents
+      all files of a folder, several at once
+  reelsweep-cli tidy film.xml --exclude-track V3 --passes default,removeFilters \\
+      --filters-keep 'Color*'
+      leave the titles on V3 alone, and the colour corrections
   reelsweep-cli tidy film.xml --passes removeDisabledVideoClips,replaceGaps --dry-run
       only show what would be done
   reelsweep-cli tidy film.fcp --sequence "Reel 1" --launch
