@@ -3,6 +3,7 @@
 #include "app/Text.h"
 #include "platform/Platform.h"
 #include "services/QVLog.h"
+#include "shell/TidyPresets.h"
 
 #include <QCheckBox>
 #include <QComboBox>
@@ -20,7 +21,6 @@ namespace reelsweep {
 
 namespace {
 
-constexpr const char* presetsKey = "optionPresets";
 constexpr const char* keepPictureKey = "keepPicture";
 constexpr const char* importSafeKey = "importSafe";
 
@@ -51,31 +51,10 @@ QString sentenceOf(std::string_view option) {
     return {};
 }
 
-OptionList optionsOf(const PropertyList& value) {
-    OptionList options;
-    if (const auto* const array = value.as<PropertyList::Array>())
-        for (const PropertyList& item : *array)
-            if (const auto* const name = item.as<std::string>()) options.push_back(*name);
-    return options;
-}
-
-PropertyList::Dictionary ownPresets() {
-    const auto stored = Platform::current().userDefaults->objectForKey(presetsKey);
-    const auto* const presets = stored ? stored->as<PropertyList::Dictionary>() : nullptr;
-    return presets ? *presets : PropertyList::Dictionary();
-}
-
-void storePresets(PropertyList::Dictionary presets) {
-    if (const auto error =
-            Platform::current().userDefaults->setObject(presetsKey, std::move(presets)))
-        QVLog::appendLog("Unable to store the presets - %@", error.message());
-}
-
-std::vector<OptionPreset> builtInPresets() {
-    return {{toText(OptionBoxes::tr("Picture turnover")), defaultPasses()},
-            {toText(OptionBoxes::tr("Sound turnover")),
-             {"removeDisabledAudioClips", "removeSilentAudio"}},
-            {toText(OptionBoxes::tr("Everything")), allPasses()}};
+// The built-in presets have names in the user's language.
+QString titleOf(const TidyPreset& preset) {
+    if (preset.isOwn) return toQString(preset.name);
+    return QCoreApplication::translate("OptionBoxes", preset.name.c_str());
 }
 
 }  // namespace
@@ -113,7 +92,7 @@ void OptionBoxes::addPresets(QVBoxLayout& layout) {
     label->setBuddy(presets_);
     auto* const save = new QPushButton(tr("Save &As…"));
     save->setObjectName(QStringLiteral("savePresetBtn"));
-    save->setToolTip(tr("Keep the ticked options as a preset of your own"));
+    save->setToolTip(tr("Keep the ticked options and the rules as a preset of your own"));
     remove_ = new QPushButton(tr("&Delete"));
     remove_->setObjectName(QStringLiteral("removePresetBtn"));
     remove_->setToolTip(tr("Delete this preset of your own"));
@@ -124,9 +103,12 @@ void OptionBoxes::addPresets(QVBoxLayout& layout) {
     layout.addLayout(row);
     fillPresets();
     connect(presets_, &QComboBox::activated, this, [this] {
-        for (const OptionPreset& preset : presets())
-            if (toQString(preset.name) == presets_->currentText())
-                setCheckedOptions(preset.options);
+        for (const TidyPreset& preset : tidyPresets()) {
+            if (titleOf(preset) != presets_->currentText()) continue;
+            setCheckedOptions(preset.passes);
+            // One without rules says nothing of them.
+            if (!preset.rules.isEmpty()) emit rulesChosen(preset.rules);
+        }
     });
     connect(save, &QPushButton::clicked, this, &OptionBoxes::askForName);
     connect(remove_, &QPushButton::clicked, this,
@@ -247,17 +229,15 @@ void OptionBoxes::boxToggled() {
 
 // Presets
 
-std::vector<OptionPreset> OptionBoxes::presets() {
-    std::vector<OptionPreset> all = builtInPresets();
-    for (const auto& [name, options] : ownPresets())
-        all.push_back({name, optionsOf(options), true});
-    return all;
+void OptionBoxes::setRules(const TidyRules& rules) {
+    rules_ = rules;
+    showPreset();
 }
 
 void OptionBoxes::fillPresets() {
     presets_->clear();
     presets_->addItem(tr("Custom"));
-    for (const OptionPreset& preset : presets()) presets_->addItem(toQString(preset.name));
+    for (const TidyPreset& preset : tidyPresets()) presets_->addItem(titleOf(preset));
     showPreset();
 }
 
@@ -266,13 +246,14 @@ void OptionBoxes::showPreset() {
     int shown = 0;
     bool isOwn = false;
     int row = 0;
-    for (const OptionPreset& preset : presets()) {
+    for (const TidyPreset& preset : tidyPresets()) {
         ++row;
-        OptionList options = preset.options;
+        OptionList options = preset.passes;
         std::erase_if(options, [](const std::string& option) { return !passNamed(option); });
         std::sort(options.begin(), options.end(),
                   [](const auto& a, const auto& b) { return passNamed(a) < passNamed(b); });
         if (options != checkedOptions()) continue;
+        if (!preset.rules.isEmpty() && preset.rules != rules_) continue;
         shown = row;
         isOwn = preset.isOwn;
     }
@@ -282,25 +263,21 @@ void OptionBoxes::showPreset() {
 }
 
 bool OptionBoxes::savePreset(const QString& name) {
-    const std::vector<OptionPreset> builtIn = builtInPresets();
+    const std::vector<TidyPreset> builtIn = builtInPresets();
     const QString trimmed = name.trimmed();
-    const bool isTaken = std::any_of(builtIn.begin(), builtIn.end(), [&](const auto& preset) {
-        return toQString(preset.name) == trimmed;
+    const bool isTaken = std::any_of(builtIn.begin(), builtIn.end(), [&](const TidyPreset& preset) {
+        return titleOf(preset) == trimmed || toQString(preset.name) == trimmed;
     });
     if (trimmed.isEmpty() || isTaken || trimmed == tr("Custom")) return false;
-    PropertyList::Array options;
-    for (const std::string& option : checkedOptions()) options.emplace_back(option);
-    auto own = ownPresets();
-    own[toText(trimmed)] = PropertyList(std::move(options));
-    storePresets(std::move(own));
+    if (const auto error = storePreset({toText(trimmed), checkedOptions(), rules_, true}))
+        QVLog::appendLog("Unable to store the presets - %@", error.message());
     fillPresets();
     return true;
 }
 
 void OptionBoxes::removePreset(const QString& name) {
-    auto own = ownPresets();
-    own.erase(toText(name));
-    storePresets(std::move(own));
+    if (const auto error = removeStoredPreset(toText(name)))
+        QVLog::appendLog("Unable to store the presets - %@", error.message());
     fillPresets();
 }
 

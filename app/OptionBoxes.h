@@ -6,6 +6,7 @@
 #pragma once
 
 #include "tidy/PassTable.h"
+#include "tidy/TidyRules.h"
 
 #include <QWidget>
 
@@ -20,13 +21,6 @@ class QPushButton;
 class QVBoxLayout;
 
 namespace reelsweep {
-
-/// A choice of options under a name.
-struct OptionPreset {
-    std::string name;
-    OptionList options;
-    bool isOwn = false;  ///< made by the user
-};
 
 class OptionBoxes final : public QWidget {
     Q_OBJECT
@@ -51,8 +45,8 @@ public:
     /// replaced. The names of the built-in ones are refused.
     bool savePreset(const QString& name);
     void removePreset(const QString& name);
-    /// The built-in presets, then the user's own.
-    static std::vector<OptionPreset> presets();
+    /// The rules that a preset is saved with.
+    void setRules(const TidyRules& rules);
 
     /// The user-defaults key that keeps the state of an option's box.
     static std::string defaultsKey(std::string_view option);
@@ -61,6 +55,8 @@ public:
 
 signals:
     void changed();
+    /// A preset with rules of its own was chosen.
+    void rulesChosen(const reelsweep::TidyRules& rules);
 
 private:
     struct Box {
@@ -87,6 +83,7 @@ private:
     std::vector<Box> boxes_;            ///< of the passes
     QCheckBox* keepPicture_ = nullptr;  ///< null where it does not apply
     QCheckBox* importSafe_ = nullptr;
+    TidyRules rules_;
     QComboBox* presets_ = nullptr;  ///< null where there are too few options for it
     QPushButton* remove_ = nullptr;
 };

@@ -92,6 +92,7 @@ QVFCPDocWindow::Asked QVFCPDocWindow::whatToPreview() const {
                 boxes().keepsPicture(),
                 boxes().importsSafely(),
                 keptClips_.wanted(),
+                rules_->rules(),
                 {},
                 {}};
     const SequenceArray& records = *model_->records();
@@ -118,6 +119,7 @@ void QVFCPDocWindow::askPreview() {
     for (const std::size_t row : asked_.rows)
         question.sources.push_back(records[row]->xmlRepresentation);
     if (asked_.aside) question.aside = records[*asked_.aside]->xmlRepresentation;
+    document_->setRules(asked_.rules);
     question.request.tidy = document_->tidyRequest(asked_.options, asked_.keepsPicture);
     question.request.importSafe = asked_.importsSafely;
     if (document_->hasProjectNode()) question.request.document = question.document->node();

@@ -9,7 +9,10 @@
 #include <QKeyEvent>
 #include <QScrollArea>
 #include <QScrollBar>
+#include <QTabWidget>
 #include <QTableView>
+
+#include <algorithm>
 
 namespace reelsweep {
 
@@ -22,6 +25,28 @@ QVFCPDocWindow::QVFCPDocWindow()
     if (!content()) return;
     buildTable();
     buildTimeline();
+    buildRules();
+}
+
+void QVFCPDocWindow::buildRules() {
+    rules_ = new RulesPage;
+    outlet<QTabWidget>(*content(), "tabs")->addTab(rules_, QString());
+    connect(rules_, &RulesPage::changed, this, &QVFCPDocWindow::rulesChanged);
+    connect(&boxes(), &OptionBoxes::rulesChosen, rules_, &RulesPage::setRules);
+    rulesChanged();
+}
+
+// The tab tells that there are rules: one that was forgotten should not surprise anybody.
+void QVFCPDocWindow::rulesChanged() {
+    const TidyRules rules = rules_->rules();
+    const auto rows = ruleTable();
+    const auto count = std::count_if(rows.begin(), rows.end(),
+                                     [&](const RuleRow& row) { return !row.of(rules).empty(); });
+    auto* const tabs = outlet<QTabWidget>(*content(), "tabs");
+    tabs->setTabText(tabs->indexOf(rules_),
+                     count == 0 ? tr("R&ules") : tr("R&ules (%1)").arg(count));
+    boxes().setRules(rules);
+    schedulePreview();
 }
 
 void QVFCPDocWindow::buildTable() {
@@ -127,6 +152,7 @@ bool QVFCPDocWindow::eventFilter(QObject* watched, QEvent* event) {
 void QVFCPDocWindow::startRun(const OptionList& options, std::function<void()> ended) {
     processedRecords_ = document_->sequenceArray();
     document_->setKeepsPicture(boxes().keepsPicture());
+    document_->setRules(rules_->rules());
     document_->setImportsSafely(boxes().importsSafely());
     document_->setProvesPicture(true);
     cancelsRun_ = false;

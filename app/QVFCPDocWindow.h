@@ -5,6 +5,7 @@
 
 #include "app/DocumentWindow.h"
 #include "app/KeptClips.h"
+#include "app/RulesPage.h"
 #include "app/SequenceModel.h"
 #include "app/TidyPreview.h"
 #include "app/TimelinePanel.h"
@@ -65,6 +66,7 @@ private:
         bool keepsPicture = false;
         bool importsSafely = false;
         std::vector<std::string> kept;
+        TidyRules rules;
         std::vector<std::size_t> rows;     ///< of the list, one for each picture
         std::optional<std::size_t> aside;  ///< the row that is shown as it is
 
@@ -73,6 +75,8 @@ private:
 
     void buildTable();
     void buildTimeline();
+    void buildRules();
+    void rulesChanged();
     void moveTimeline();
     /// Whether the timeline shows what a run did, not what the next one would do.
     bool showsRun() const;
@@ -98,6 +102,7 @@ private:
     QFrame* banner_ = nullptr;  ///< says that the file has no project
     SequenceModel* model_ = nullptr;
     TimelinePanel* timeline_ = nullptr;
+    RulesPage* rules_ = nullptr;
     std::array<QSplitter*, 2> splitters_{};  ///< of the pages
     QTimer previewDelay_;
     KeptClips keptClips_;

@@ -92,8 +92,8 @@ ExitCode Batch::run(ChangeReport* report) {
         done = runWorkers();
     if (!done) return application_.fail(done.failure());
     if (Interruption::requested()) {
-        application_.terminal().error(fmt::format(
-            "interrupted; {} of {} files were done with", done_, plan_.files.size()));
+        application_.terminal().error(
+            fmt::format("interrupted; {} of {} files were done with", done_, plan_.files.size()));
         return ExitCode::interrupted;
     }
     const ExitCode printed = application_.printForUser(summary_.text());

@@ -40,7 +40,8 @@ std::vector<std::string> rowOf(std::string_view pass, const SequenceLedger::Tota
 }
 
 std::string files(std::size_t count) {
-    return count == 1 ? "1 file" : groupedNumber(Frames{static_cast<std::int64_t>(count)}) + " files";
+    return count == 1 ? "1 file"
+                      : groupedNumber(Frames{static_cast<std::int64_t>(count)}) + " files";
 }
 
 }  // namespace

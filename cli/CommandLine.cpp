@@ -191,8 +191,7 @@ ExitCode runCommand(Application& application, const CommandRow& row,
     parser.footer(fmt::format("{}\n\n{}", row.footer, exitCodeHelp));
     const CommandRun run = row.define(parser);
     std::string colour = "auto";
-    parser
-        .add_option("--color", colour, "Errors and notes in colour: auto, always or never")
+    parser.add_option("--color", colour, "Errors and notes in colour: auto, always or never")
         ->type_name("WHEN")
         ->check(CLI::IsMember({"auto", "always", "never"}).description(""));
     try {

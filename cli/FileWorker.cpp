@@ -76,11 +76,11 @@ private:
         try {
             result = FileResult::of(file, file.run());
         } catch (const std::bad_alloc&) {
-            result.code = application_.fail({FailureCode::internal, "out of memory",
-                                             plan_.files[number].input});
-        } catch (const std::exception& error) {
             result.code = application_.fail(
-                {FailureCode::internal, error.what(), plan_.files[number].input});
+                {FailureCode::internal, "out of memory", plan_.files[number].input});
+        } catch (const std::exception& error) {
+            result.code =
+                application_.fail({FailureCode::internal, error.what(), plan_.files[number].input});
         }
         result.said = takeSaid();
         return result;

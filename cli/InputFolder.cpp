@@ -55,8 +55,7 @@ Result<std::vector<FoundFile>> filesIn(const std::string& folder, bool recursive
             files.push_back({path.string(), below == "." ? std::string() : below});
         }
     }
-    if (error)
-        return Failure{FailureCode::inputUnreadable, error.message(), folder};
+    if (error) return Failure{FailureCode::inputUnreadable, error.message(), folder};
     std::sort(files.begin(), files.end(),
               [](const FoundFile& a, const FoundFile& b) { return a.path < b.path; });
     return files;

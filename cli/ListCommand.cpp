@@ -40,8 +40,7 @@ std::string sequencesAsJson(const std::vector<SequenceSummary>& sequences) {
         };
         const std::string timecodeText =
             timecode(sequence.length, sequence.rate, sequence.dropFrame);
-        const std::string startText =
-            timecode(sequence.start, sequence.rate, sequence.dropFrame);
+        const std::string startText = timecode(sequence.start, sequence.rate, sequence.dropFrame);
         const bool timed = sequence.rate.known();
         list.push_back({{"index", list.size() + 1},
                         {"title", sequence.title},

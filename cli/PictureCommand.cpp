@@ -96,9 +96,8 @@ Outcome PictureCommand::open() {
 DryRunRequest PictureCommand::request() const {
     DryRunRequest request;
     OptionList passes = plan_.passes.all ? allPasses() : plan_.passes.names;
-    std::erase_if(passes, [&](const std::string& pass) {
-        return hasOption(plan_.passes.without, pass);
-    });
+    std::erase_if(passes,
+                  [&](const std::string& pass) { return hasOption(plan_.passes.without, pass); });
     request.tidy = {.passes = std::move(passes),
                     .ignoredEffects = plan_.ignoredEffects,
                     .keepPicture = plan_.keepPicture,

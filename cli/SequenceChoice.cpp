@@ -83,8 +83,8 @@ Result<std::vector<std::size_t>> chooseSequences(const std::vector<SourceSequenc
                                                  const std::vector<std::string>& wanted) {
     if (wanted.empty()) {
         // A copy of a copy is nobody's wish.
-        std::vector<std::size_t> all = rowsWhere(
-            sequences, [](const SourceSequence& s) { return !isTidiedCopy(s); });
+        std::vector<std::size_t> all =
+            rowsWhere(sequences, [](const SourceSequence& s) { return !isTidiedCopy(s); });
         if (all.empty() && !sequences.empty())
             return usage("every sequence is a tidied copy; --sequence names one all the same");
         return all;

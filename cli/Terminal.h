@@ -51,7 +51,7 @@ private:
     void draw();
     void erase();
 
-    /// "reelsweep-cli: " and a line, with the colour of that kind of message around its first words.
+    /// A line that begins with the prefix, which has the colour of that kind of message.
     void say(std::string_view prefix, std::string_view text, std::string_view colour);
 
     bool isTerminal_;

@@ -115,8 +115,10 @@ void noteUselessPasses(Application& application, const TidyPlan& plan) {
     if (!plan.passes.all && has("collapseUncompositedClips") && !has("collapseTracks"))
         note("collapseUncompositedClips does", "collapseTracks");
     const TidyRules& rules = plan.typedRules;
-    if (!rules.filters.isEmpty() && isOff("removeFilters")) note("--filters-keep and --filters-only do", "removeFilters");
-    if (!rules.markers.isEmpty() && isOff("removeMarkers")) note("--markers-keep and --markers-only do", "removeMarkers");
+    if (!rules.filters.isEmpty() && isOff("removeFilters"))
+        note("--filters-keep and --filters-only do", "removeFilters");
+    if (!rules.markers.isEmpty() && isOff("removeMarkers"))
+        note("--markers-keep and --markers-only do", "removeMarkers");
     if (!rules.transitions.isEmpty() && isOff("removeVideoTransitions") &&
         isOff("removeAudioTransitions"))
         note("--transitions-keep and --transitions-only do",
@@ -170,8 +172,9 @@ void defineWhereToWrite(CLI::App& parser, TidyOptions& o) {
 CommandRun defineTidy(CLI::App& parser) {
     const auto options = std::make_shared<TidyOptions>();
     parser
-        .add_option("FILE", options->files,
-                    "XMEML or FCPXML files, native projects, or folders\nof files; - reads standard input")
+        .add_option(
+            "FILE", options->files,
+            "XMEML or FCPXML files, native projects, or folders\nof files; - reads standard input")
         ->required()
         ->type_name("");
     defineWhatToDo(parser, *options);

@@ -278,20 +278,21 @@ Outcome TidyFile::checkRules() const {
             return std::find(unused.begin(), unused.end(), rule) != unused.end();
         });
     };
-    for (const std::string kind : {"track", "clip", "colour"}) {
-        const TidyRules& rules = plan_.typedRules;
-        const auto& names = kind == "track"  ? rules.tracks
-                            : kind == "clip" ? rules.clips
-                                             : rules.colours;
-        for (const std::string& name : names)
-            if (!isPattern(name) && isUnused(kind + " " + name))
+    struct Kind {
+        std::string word;
+        const std::vector<std::string>& names;
+        const char* whenMissing;
+    };
+    const TidyRules& rules = plan_.typedRules;
+    for (const Kind& kind : {Kind{"track", rules.tracks, "no track goes by this name"},
+                             Kind{"clip", rules.clips, "no clip goes by this name"},
+                             Kind{"colour", rules.colours, "no clip has this label"}})
+        for (const std::string& name : kind.names)
+            if (!isPattern(name) && isUnused(fmt::format("{} {}", kind.word, name)))
                 return Failure{FailureCode::usage,
-                               singleLine(fmt::format(
-                                   "--exclude-{} {}: {}", kind, name,
-                                   kind == "colour" ? "no clip has this label"
-                                                    : "no " + kind + " goes by this name")),
+                               singleLine(fmt::format("--exclude-{} {}: {}", kind.word, name,
+                                                      kind.whenMissing)),
                                reported_.input};
-    }
     return Done{};
 }
 

@@ -113,9 +113,10 @@ Result<TidyPreset> chosenPreset(const TidyOptions& options) {
         if (preset.name == options.preset) return std::move(preset);
         known.push_back(preset.name);
     }
-    return usage(fmt::format("no preset \"{}\"{}", options.preset,
-                             didYouMean(options.preset, known,
-                                        "; there are " + fmt::format("{}", fmt::join(known, ", ")))));
+    return usage(
+        fmt::format("no preset \"{}\"{}", options.preset,
+                    didYouMean(options.preset, known,
+                               "; there are " + fmt::format("{}", fmt::join(known, ", ")))));
 }
 
 // NAME-Tidied.EXT beside the input, or in another folder.

@@ -240,9 +240,8 @@ CommandRun defineWatch(CLI::App& parser) {
     parser.add_flag("--quiet", o.quiet, "Print errors only");
     defineWhatToDo(parser, o);
     defineRules(parser, o);
-    return [options](Application& application) {
-        return WatchCommand(application, *options).run();
-    };
+    return
+        [options](Application& application) { return WatchCommand(application, *options).run(); };
 }
 
 }  // namespace reelsweep

@@ -73,7 +73,11 @@ Result<WatchState> WatchState::load(const std::string& outputFolder) {
     } catch (const Json::exception& error) {
         return Failure{FailureCode::inputInvalid,
                        "cannot be made out; without it every file would be tidied again",
-                       state.path_, 0, 0, "", error.what()};
+                       state.path_,
+                       0,
+                       0,
+                       "",
+                       error.what()};
     }
     return state;
 }

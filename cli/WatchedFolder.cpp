@@ -38,8 +38,7 @@ Result<WatchedFolder> WatchedFolder::open(const std::string& path,
     folder.events_.reset(::inotify_init1(IN_CLOEXEC | IN_NONBLOCK));
     constexpr std::uint32_t wanted =
         IN_CLOSE_WRITE | IN_MOVED_TO | IN_CREATE | IN_DELETE_SELF | IN_MOVE_SELF | IN_ONLYDIR;
-    if (!folder.events_ ||
-        ::inotify_add_watch(folder.events_.get(), path.c_str(), wanted) < 0)
+    if (!folder.events_ || ::inotify_add_watch(folder.events_.get(), path.c_str(), wanted) < 0)
         return Failure{FailureCode::inputUnreadable,
                        std::string("cannot be watched: ") + std::strerror(errno), path};
     if (Outcome scanned = folder.scan(); !scanned) return scanned.failure();
@@ -49,8 +48,7 @@ Result<WatchedFolder> WatchedFolder::open(const std::string& path,
 Outcome WatchedFolder::scan() {
     const Result<std::vector<FoundFile>> files = filesIn(path_, false, {});
     if (!files) return files.failure();
-    for (const FoundFile& file : *files)
-        add(std::filesystem::path(file.path).filename().string());
+    for (const FoundFile& file : *files) add(std::filesystem::path(file.path).filename().string());
     return Done{};
 }
 

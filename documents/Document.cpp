@@ -19,14 +19,8 @@ const char* description(Delivery delivery) {
 }
 
 TidyRequest tidyRequest(const DocumentRequest& request) {
-    return {request.passes,
-            request.ignoredEffects,
-            request.keepPicture,
-            request.provesPicture,
-            request.keep,
-            request.rules,
-            request.importSafe,
-            {}};
+    return {request.passes, request.ignoredEffects, request.keepPicture, request.provesPicture,
+            request.keep,   request.rules,          request.importSafe,  {}};
 }
 
 Result<FileIdentity> saveDocument(const XMLDocument& document, const std::string& path,

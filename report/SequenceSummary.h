@@ -19,7 +19,7 @@ struct SequenceSummary {
     std::optional<std::string> uuid;
     Frames length;  ///< its `duration`; without one, where its last item ends
     FrameRate rate;
-    Frames start;  ///< what the time code of its first frame counts
+    Frames start;            ///< what the time code of its first frame counts
     bool dropFrame = false;  ///< its time code is counted in drop-frame
     std::size_t videoTracks = 0;
     std::size_t audioTracks = 0;

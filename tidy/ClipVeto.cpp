@@ -39,16 +39,15 @@ std::optional<TrackLabel> labelOf(std::string_view text) {
 bool isTrackNamedBy(XMLNode track, const TrackLabel& label, const std::string& wanted) {
     const std::size_t dash = wanted.find('-');
     const auto first = labelOf(std::string_view(wanted).substr(0, dash));
-    const auto last = dash == wanted.npos ? first : labelOf(std::string_view(wanted).substr(dash + 1));
+    const auto last =
+        dash == wanted.npos ? first : labelOf(std::string_view(wanted).substr(dash + 1));
     if (first && last && first->video == last->video)
         return label.video == first->video && label.number >= first->number &&
                label.number <= last->number;
     return answersTo(description(label), wanted) || answersTo(nameOf(track), wanted);
 }
 
-std::string labelColour(XMLNode clip) {
-    return clip.child("labels").child("label2").stringValue();
-}
+std::string labelColour(XMLNode clip) { return clip.child("labels").child("label2").stringValue(); }
 
 }  // namespace
 

@@ -43,8 +43,8 @@ void noteExcluded(SequenceLedger& ledger, const ClipVeto& veto, const TimelineEd
     for (const KeptItem& item : ledger.kept) noted.insert(item.node);
     for (const XMLNode& clip : veto.excluded())
         if (!noted.contains(clip))
-            ledger.kept.push_back({rulesName, clip, edit.label(clip), ItemTimes::of(clip),
-                                   veto.reason(clip), true});
+            ledger.kept.push_back(
+                {rulesName, clip, edit.label(clip), ItemTimes::of(clip), veto.reason(clip), true});
 }
 
 }  // namespace
@@ -69,7 +69,7 @@ Timeline SequenceTidy::read() const {
 }
 
 Outcome SequenceTidy::runSteps(const TidyControls& controls, PictureGuard* guard) {
-    PassRun run{edit_, request_.ignoredEffects,  controls.stop, controls.progress,
+    PassRun run{edit_, request_.ignoredEffects,   controls.stop,  controls.progress,
                 guard, veto_ ? &*veto_ : nullptr, &request_.rules};
     for (const PassStep& step : passSteps()) {
         if (!isOn(step, request_.passes)) continue;
@@ -109,8 +109,7 @@ Timeline SequenceTidy::withoutChosenFilters() const {
     TimelineEdit edit(edit_.sequence().copy(), ledger);
     const ClipVeto veto(edit.sequence(), request_.keep, request_.rules);
     const std::function<void(const std::string&)> noProgress;
-    PassRun run{edit,    request_.ignoredEffects, {}, noProgress, nullptr, &veto,
-                &request_.rules};
+    PassRun run{edit, request_.ignoredEffects, {}, noProgress, nullptr, &veto, &request_.rules};
     // It fails when it is stopped, and nobody can stop it.
     [[maybe_unused]] const Outcome done = passes::removeFilters(run);
     return Timeline::ofEdited(edit.sequence(), *before_, TimelineDetail::picture);

@@ -15,9 +15,8 @@ namespace {
 
 bool answersToAny(std::span<const std::string> names, const std::vector<std::string>& patterns) {
     return std::any_of(names.begin(), names.end(), [&](const std::string& name) {
-        return std::any_of(patterns.begin(), patterns.end(), [&](const std::string& pattern) {
-            return answersTo(name, pattern);
-        });
+        return std::any_of(patterns.begin(), patterns.end(),
+                           [&](const std::string& pattern) { return answersTo(name, pattern); });
     });
 }
 
@@ -26,9 +25,12 @@ template <auto... path>
 constexpr RuleRow row(std::string_view key, std::string_view option, std::string_view value,
                       std::string_view summary) {
     using List = std::vector<std::string>;
-    return {key, option, value, summary,
-            [](TidyRules& rules) -> List& { return (rules.* ... .*path); },
-            [](const TidyRules& rules) -> const List& { return (rules.* ... .*path); }};
+    return {key,
+            option,
+            value,
+            summary,
+            [](TidyRules& rules) -> List& { return (rules.*....*path); },
+            [](const TidyRules& rules) -> const List& { return (rules.*....*path); }};
 }
 
 constexpr auto keep = &ElementRule::keep;
@@ -88,13 +90,13 @@ std::string wordFor(const Colour& colour) {
                                      : 240 + 60 * (colour.red - colour.green) / depth;
     if (hue < 0) hue += 360;
     constexpr std::array<std::pair<int, const char*>, 8> words = {{{14, "red"},
-                                                                  {41, "orange"},
-                                                                  {70, "yellow"},
-                                                                  {160, "green"},
-                                                                  {200, "cyan"},
-                                                                  {255, "blue"},
-                                                                  {320, "purple"},
-                                                                  {345, "pink"}}};
+                                                                   {41, "orange"},
+                                                                   {70, "yellow"},
+                                                                   {160, "green"},
+                                                                   {200, "cyan"},
+                                                                   {255, "blue"},
+                                                                   {320, "purple"},
+                                                                   {345, "pink"}}};
     for (const auto& [upTo, word] : words)
         if (hue <= upTo) return word;
     return "red";
@@ -140,8 +142,8 @@ bool isPattern(std::string_view text) { return text.find_first_of("*?[") != text
 std::vector<std::string> effectNames(XMLNode filterOrTransition) {
     const XMLNode effect = filterOrTransition.child("effect");
     std::vector<std::string> names;
-    for (const XMLNode element : {effect.child("name"), effect.child("effectid"),
-                                  filterOrTransition.child("name")})
+    for (const XMLNode element :
+         {effect.child("name"), effect.child("effectid"), filterOrTransition.child("name")})
         if (element) names.push_back(trimmed(element.stringValue()));
     return names;
 }

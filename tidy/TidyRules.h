@@ -35,9 +35,7 @@ struct TidyRules {
     ElementRule markers = {};
     ElementRule transitions = {};
 
-    bool excludesAnything() const {
-        return !tracks.empty() || !clips.empty() || !colours.empty();
-    }
+    bool excludesAnything() const { return !tracks.empty() || !clips.empty() || !colours.empty(); }
     bool isEmpty() const {
         return !excludesAnything() && filters.isEmpty() && markers.isEmpty() &&
                transitions.isEmpty();

@@ -142,7 +142,8 @@ PictureDifference::Half PictureDifference::compared(const Timeline& source, cons
                                  .ignoreTransitions = type == MediaType::video
                                                           ? asked.videoTransitions
                                                           : asked.audioTransitions};
-    half.differences = Comparison(half.source, half.copy, options, without_ ? &*without_ : nullptr).differences();
+    half.differences =
+        Comparison(half.source, half.copy, options, without_ ? &*without_ : nullptr).differences();
     for (const Difference& difference : half.differences) {
         Frames& sum = difference.asked ? half.asked : half.changed;
         sum = sum + (difference.range.end - difference.range.start);

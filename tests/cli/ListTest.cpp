@@ -1,17 +1,23 @@
 // What `list`, `passes` and the help print, and the arithmetic behind the list.
 #include "tests/cli/Program.h"
 
+#include "base/UniqueDescriptor.h"
 #include "report/SequenceSummary.h"
 #include "tidy/PassTable.h"
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
+#include <array>
+#include <cstdlib>
 #include <limits>
 #include <regex>
 #include <thread>
 
+#include <fcntl.h>
+#include <sys/ioctl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace reelsweep::test {
 namespace {
@@ -38,6 +44,57 @@ TEST(List, ShowsSequencesInAlignedColumns) {
               "2  a b c      100            -            -      -      1      0      2  U2\n");
 }
 
+// What the program prints on a terminal of that many columns.
+std::string printedOnTerminal(const Workplace& workplace, unsigned short columns) {
+    const UniqueDescriptor terminal(::posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC));
+    EXPECT_TRUE(terminal && ::grantpt(terminal.get()) == 0 && ::unlockpt(terminal.get()) == 0);
+    const winsize size{24, columns, 0, 0};
+    EXPECT_EQ(::ioctl(terminal.get(), TIOCSWINSZ, &size), 0);
+    Program program(workplace, {"list", "in.xml"}, {.outputPath = ::ptsname(terminal.get())});
+    std::string text;
+    std::array<char, 4096> buffer;
+    // Reading fails once the program is gone.
+    for (ssize_t got; (got = ::read(terminal.get(), buffer.data(), buffer.size())) > 0;)
+        text.append(buffer.data(), static_cast<std::size_t>(got));
+    EXPECT_EQ(program.wait().status, 0);
+    return text.substr(0, text.find('\r'));
+}
+
+TEST(List, LeavesColumnsOutWhereThereIsNoRoomOrNothingToSay) {
+    const Workplace workplace(withoutProject({dropFrame}));
+    EXPECT_EQ(printedOnTerminal(workplace, 90),
+              "#  Title   Frames       Length        Start   Rate  Video  Audio  Items  UUID");
+    EXPECT_EQ(printedOnTerminal(workplace, 74),
+              "#  Title   Frames       Length        Start   Rate  Video  Audio  Items");
+    EXPECT_EQ(printedOnTerminal(workplace, 60),
+              "#  Title   Frames       Length   Rate  Video  Audio  Items");
+    EXPECT_EQ(printedOnTerminal(workplace, 10), "#  Title        Length");
+    std::string bare = withoutProject({"V1: A[0,100)"});
+    bare.erase(bare.find("<uuid>"), bare.find("</uuid>") + 7 - bare.find("<uuid>"));
+    workplace.write("in.xml", bare);
+    EXPECT_EQ(run(workplace, {"list", "in.xml"}).output,
+              "#  Title   Frames  Video  Audio  Items\n"
+              "1  Reel 1     100      1      0      1\n");
+}
+
+TEST(Messages, AreInColourWhereTheTerminalAndTheUserWishIt) {
+    const Workplace workplace;
+    const std::string coloured = "\x1b[1;31mreelsweep-cli:\x1b[0m missing.xml: ";
+    const auto error = [&](std::vector<std::string> options, bool onTerminal) {
+        options.insert(options.begin(), {"list", "missing.xml"});
+        return run(workplace, options, {.errorIsTerminal = onTerminal}).error;
+    };
+    EXPECT_EQ(error({}, true).find(coloured), 0U);
+    EXPECT_EQ(error({}, false).find("reelsweep-cli: missing.xml: "), 0U);
+    EXPECT_EQ(error({"--color", "never"}, true).find("reelsweep-cli: missing.xml: "), 0U);
+    EXPECT_EQ(error({"--color=always"}, false).find(coloured), 0U);
+    EXPECT_NE(error({"--color", "blue"}, false).find("--color"), std::string::npos);
+    ASSERT_EQ(::setenv("NO_COLOR", "1", 1), 0);
+    EXPECT_EQ(error({}, true).find("reelsweep-cli: missing.xml: "), 0U);
+    EXPECT_EQ(error({"--color=always"}, true).find(coloured), 0U);
+    ::unsetenv("NO_COLOR");
+}
+
 TEST(List, PrintsJson) {
     const Workplace workplace(withoutProject({dropFrame, "V1: A[0,100) B[100,-1)"}));
     const Ended ended =
@@ -45,7 +102,8 @@ TEST(List, PrintsJson) {
     EXPECT_EQ(ended.status, 0);
     const Json list = Json::parse(ended.output);
     EXPECT_EQ(list[0], Json::parse(R"({"index": 1, "title": "Reel 1", "uuid": "U1",
-        "frames": 1800, "timecode": "00:01:00;02", "startTimecode": "00:00:00;00", "rate": "29.97", "timebase": 30, "ntsc": true,
+        "frames": 1800, "timecode": "00:01:00;02", "startTimecode": "00:00:00;00",
+        "rate": "29.97", "timebase": 30, "ntsc": true,
         "dropFrame": true, "videoTracks": 2, "audioTracks": 1, "items": 4})"));
     EXPECT_EQ(list[1]["frames"], 100);
     EXPECT_EQ(list[1]["rate"], nullptr);

@@ -15,9 +15,9 @@ namespace {
 
 using Json = nlohmann::json;
 
-const std::string cut = project(
-    {"V1: A[0,50)+Sharpen+Color_Corrector V2: B[60,90)'VFX'Note "
-     "V3: T[95,99){<labels><label2>Rose</label2></labels>}"});
+const std::string cut =
+    project({"V1: A[0,50)+Sharpen+Color_Corrector V2: B[60,90)'VFX'Note "
+             "V3: T[95,99){<labels><label2>Rose</label2></labels>}"});
 
 TEST(RulesOfTidy, HoldInTheResultAndAreTold) {
     struct Row {
@@ -89,10 +89,10 @@ TEST(RulesOfTidy, HoldInTheResultAndAreTold) {
         // Whatever rule kept something says so.
         const Json sequence = Json::parse(workplace.read("r"))["documents"][0]["sequences"][0];
         const bool excludes = row.options.front().starts_with("--exclude");
-        EXPECT_EQ(sequence["kept"].size() > 0 &&
-                      sequence["kept"][0]["reason"].get<std::string>().starts_with("kept: "),
-                  excludes || row.options.back() == "My titles" ||
-                      row.options.back() == "turnover.json");
+        EXPECT_EQ(
+            sequence["kept"].size() > 0 &&
+                sequence["kept"][0]["reason"].get<std::string>().starts_with("kept: "),
+            excludes || row.options.back() == "My titles" || row.options.back() == "turnover.json");
     }
 }
 
@@ -158,8 +158,7 @@ TEST(RulesOfTidy, TakeSequencesByPatternAndLeaveTidiedCopiesOut) {
     EXPECT_EQ(addedFor("*1-Tidied"), "Reel 1-Tidied-Tidied: V1: A[0,9)\n");
     const Ended again = run(workplace, {"tidy", "in.xml", "--force"});
     EXPECT_NE(again.error.find("2 tidied copies were left out"), std::string::npos);
-    EXPECT_EQ(added(),
-              "Reel 1-Tidied: V1: A[0,9)'M\nReel 2-Tidied: V1: B[0,9)'M\n");
+    EXPECT_EQ(added(), "Reel 1-Tidied: V1: A[0,9)'M\nReel 2-Tidied: V1: B[0,9)'M\n");
 }
 
 }  // namespace

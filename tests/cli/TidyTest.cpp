@@ -31,17 +31,16 @@ TEST(Tidy, AddsTidiedCopiesAndShowsWhatWasDone) {
     const Ended ended = run(workplace, {"tidy", workplace.write("film.xml", reels)});
     EXPECT_EQ(ended.status, 0);
     EXPECT_EQ(ended.error, "");
-    EXPECT_EQ(
-        ended.output,
-        "Sequence  Pass                      Removed  Moved  Changed\n"
-        "Reel 1    removeDisabledVideoClips        1      -        -\n"
-        "          collapseTracks                  -      1        -\n"
-        "          removeUnusedTracks              1      -        -\n"
-        "          importSafe                      -      -        1\n"
-        "Reel 2    importSafe                      -      -        2\n"
-        "Total                                     2      1        3\n"
-        "250 of 250 frames show the same picture\n"
-        "Wrote film-Tidied.xml\n");
+    EXPECT_EQ(ended.output,
+              "Sequence  Pass                      Removed  Moved  Changed\n"
+              "Reel 1    removeDisabledVideoClips        1      -        -\n"
+              "          collapseTracks                  -      1        -\n"
+              "          removeUnusedTracks              1      -        -\n"
+              "          importSafe                      -      -        1\n"
+              "Reel 2    importSafe                      -      -        2\n"
+              "Total                                     2      1        3\n"
+              "250 of 250 frames show the same picture\n"
+              "Wrote film-Tidied.xml\n");
     EXPECT_EQ(workplace.read("film.xml"), reels);
     EXPECT_EQ(sequencesOf(workplace.read("film-Tidied.xml")),
               sources + "Reel 1-Tidied: V1: A[0,100)'M C[100,150)\nReel 2-Tidied: V1: D[0,50)\n");

@@ -114,8 +114,7 @@ TEST_F(Watch, SetsABrokenFileAsideAndSparesWhatIsNotItsOwn) {
               "in/broken.xml:2:10: the file ends too early\n");
     EXPECT_FALSE(workplace.has("in/broken.xml"));
     EXPECT_EQ(workplace.read("out/taken-Tidied.xml"), "precious");
-    EXPECT_NE(ended.error.find("out/taken-Tidied.xml: there is a file already"),
-              std::string::npos);
+    EXPECT_NE(ended.error.find("out/taken-Tidied.xml: there is a file already"), std::string::npos);
 }
 
 TEST_F(Watch, RefusesWhatWouldNotWork) {
@@ -123,8 +122,7 @@ TEST_F(Watch, RefusesWhatWouldNotWork) {
     EXPECT_EQ(noFolder.status, 4);
     EXPECT_EQ(noFolder.error,
               "reelsweep-cli: missing: there is no such folder; --parents makes it\n");
-    const Ended noInput =
-        run(workplace, {"watch", "nowhere", "--output-dir", "out", "--parents"});
+    const Ended noInput = run(workplace, {"watch", "nowhere", "--output-dir", "out", "--parents"});
     EXPECT_EQ(noInput.status, 3);
     EXPECT_EQ(run(workplace, {"watch", "in"}).status, 2);
     workplace.write("out/.reelsweep-watch.json", "{");

@@ -53,7 +53,10 @@ TEST(Rules, ExcludeTracksAndClips) {
          "V1: A[0,50) V2: C[0,40) B[60,90) D[90,99) V3:",
          "kept: track V1 is left alone"},
         // It hides nothing, as a whole or in part. What is only beside it does.
-        {collapse, {.tracks = {"V2"}}, "V1: A[10,40) V2: C[0,90)", "V1: A[10,40) V2: C[0,90)",
+        {collapse,
+         {.tracks = {"V2"}},
+         "V1: A[10,40) V2: C[0,90)",
+         "V1: A[10,40) V2: C[0,90)",
          "kept: track V2 is left alone"},
         {collapse,
          {.clips = {"c*"}},
@@ -77,7 +80,10 @@ TEST(Rules, ExcludeTracksAndClips) {
          "V1: !A[0,-1) x[40,60) !B[-1,90){<labels><label2>Rose</label2></labels>}",
          "kept: clips labelled Rose are left alone"},
         {{"removeUnusedTracks"}, {.tracks = {"V2"}}, "V1: A[0,9) V2: V3:", "V1: A[0,9) V2:"},
-        {{"replaceGaps"}, {.tracks = {"V1"}}, "V1: A[5,9)", "V1: A[5,9)",
+        {{"replaceGaps"},
+         {.tracks = {"V1"}},
+         "V1: A[5,9)",
+         "V1: A[5,9)",
          "kept: track V1 is left alone"},
         {{"removeVideoTransitions"},
          {.tracks = {"V1"}},
@@ -145,9 +151,9 @@ TEST(Rules, SayWhatExcludedNothingAndLeaveAllAloneWhenAllIsExcluded) {
     const char* const cut =
         "S: {<marker><name>M</name></marker>} V1: A[5,9)'M+Blur !B[9,20) V2: V3: C[0,9) A1: "
         "S[0,9)*0";
-    for (const TidyRules& rules : {TidyRules{.tracks = {"*"}, .colours = {"Rose"}},
-                                   TidyRules{.tracks = {"V9", "V1-V3", "A1"}},
-                                   TidyRules{.clips = {"*", "Slate"}}}) {
+    for (const TidyRules& rules :
+         {TidyRules{.tracks = {"*"}, .colours = {"Rose"}},
+          TidyRules{.tracks = {"V9", "V1-V3", "A1"}}, TidyRules{.clips = {"*", "Slate"}}}) {
         const Timeline timeline(cut);
         const XMLNode copy = timeline.sequence.copy();
         const auto ledger = tidySequence(

@@ -86,8 +86,8 @@ void closeInSync(PassRun& run, XMLNode transition) {
 
 bool isToStay(const PassRun& run, const ElementRule& rule, XMLNode transition) {
     if (!rule.isEmpty() && rule.keeps(effectNames(transition))) return true;
-    return run.keepsAny(std::array{transition.previousSibling(), transition,
-                                   transition.nextSibling()}) ||
+    return run.keepsAny(
+               std::array{transition.previousSibling(), transition, transition.nextSibling()}) ||
            run.excludesTrack(transition.parent()) || run.excludesEverything();
 }
 
