@@ -43,22 +43,22 @@ RulesPage::RulesPage(QWidget* parent) : QWidget(parent), kept_(storedRules()) {
     auto* const page = new QWidget;
     auto* const layout = new QVBoxLayout(page);
     QGridLayout* group = addGroup(*layout, tr("Left alone by every option"));
-    addSentence(*group, "excludeTracks", tr("&Tracks"), tr("are left alone, and hide nothing."),
+    addSentence(*group, "excludeTracks", tr("Tracks"), tr("are left alone, and hide nothing."),
                 tr("V3; A1-A4; Titles"));
-    addSentence(*group, "excludeClips", tr("&Clips named"), tr("are left alone, and hide nothing."),
+    addSentence(*group, "excludeClips", tr("Clips named"), tr("are left alone, and hide nothing."),
                 tr("Slate*; Temp*"));
-    addSentence(*group, "excludeColours", tr("Clips &labelled"),
+    addSentence(*group, "excludeColours", tr("Clips labelled"),
                 tr("are left alone, and hide nothing."), tr("Rose"));
     group = addGroup(*layout, tr("When filters are removed"));
-    addSentence(*group, "filtersKeep", tr("&Filters named"), tr("stay."), tr("Color*"));
+    addSentence(*group, "filtersKeep", tr("Filters named"), tr("stay."), tr("Color*"));
     addSentence(*group, "filtersOnly", tr("Only filters named"), tr("are taken out."), tr("*Blur"));
     group = addGroup(*layout, tr("When markers are removed"));
-    addSentence(*group, "markersKeep", tr("&Markers with the name, comment or colour"), tr("stay."),
+    addSentence(*group, "markersKeep", tr("Markers with the name, comment or colour"), tr("stay."),
                 tr("VFX*; red"));
     addSentence(*group, "markersOnly", tr("Only markers with the name, comment or colour"),
                 tr("are taken out."), tr("temp*"));
     group = addGroup(*layout, tr("When transitions are removed"));
-    addSentence(*group, "transitionsKeep", tr("T&ransitions named"), tr("stay."),
+    addSentence(*group, "transitionsKeep", tr("Transitions named"), tr("stay."),
                 tr("Cross Dissolve"));
     addSentence(*group, "transitionsOnly", tr("Only transitions named"), tr("are taken out."),
                 tr("*Wipe"));
@@ -95,7 +95,7 @@ void RulesPage::addSentence(QGridLayout& group, std::string_view key, const QStr
     edit->setClearButtonEnabled(true);
     auto* const label = new QLabel(before);
     label->setBuddy(edit);
-    edit->setAccessibleName(QString(before).remove(u'&') + QStringLiteral(" … ") + after);
+    edit->setAccessibleName(before + QStringLiteral(" … ") + after);
     const int line = group.rowCount();
     group.addWidget(label, line, 0);
     group.addWidget(edit, line, 1);

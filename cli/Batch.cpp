@@ -182,7 +182,7 @@ Outcome Batch::replaceEnded() {
 }
 
 void Batch::add(std::size_t file, FileResult result) {
-    ++done_;
+    if (result.code != ExitCode::interrupted) ++done_;
     if (result.code == ExitCode::internalError && result.said.empty())
         result.said = fmt::format("reelsweep-cli: {}: the process that tidied it has ended\n",
                                   plan_.files[file].input);

@@ -110,7 +110,7 @@ TEST(Batch, StopsAtOnceWhenInterrupted) {
     for (const char* const name : {"in/a.xml", "in/b.xml", "in/c.xml"})
         workplace.write(name, longProject());
     Program program(workplace, {"tidy", "in", "--jobs", "2"});
-    ASSERT_EQ(waitForValue([&] { return program.children(); }).size(), 2U);
+    ASSERT_TRUE(waitUntil([&] { return program.children().size() == 2; }));
     program.send(SIGTERM);
     const Ended ended = program.wait();
     EXPECT_EQ(ended.status, 130);

@@ -76,7 +76,7 @@ TEST_F(Watch, SurvivesBeingKilledAndDoesNothingTwice) {
 }
 
 TEST_F(Watch, WaitsUntilAFileIsWholeAndTidiesItAgainWhenItChanges) {
-    const UniqueDescriptor writer(
+    UniqueDescriptor writer(
         ::open((workplace / "in/slow.xml").c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600));
     const std::size_t half = reel.size() / 2;
     ASSERT_EQ(::write(writer.get(), reel.data(), half), static_cast<ssize_t>(half));
@@ -86,7 +86,7 @@ TEST_F(Watch, WaitsUntilAFileIsWholeAndTidiesItAgainWhenItChanges) {
     ASSERT_TRUE(waitUntil([&] { return results().contains("quick-Tidied.xml"); }));
     EXPECT_EQ(results().size(), 1U);
     ASSERT_GT(::write(writer.get(), reel.data() + half, reel.size() - half), 0);
-    const_cast<UniqueDescriptor&>(writer).reset();
+    writer.reset();
     ASSERT_TRUE(waitUntil([&] { return results().contains("slow-Tidied.xml"); }));
     const FileIdentity first = results().at("quick-Tidied.xml");
     workplace.write("new.xml", project({"V1: D[0,9)"}));
