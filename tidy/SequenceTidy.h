@@ -42,6 +42,8 @@ private:
     void compare();
     Timeline withoutChosenFilters() const;
     XMLNode document() const;
+    /// Read when first asked for.
+    const ImportSource& importSource();
 
     XMLNode source_;
     TidyRequest request_;
@@ -51,7 +53,9 @@ private:
     std::optional<Timeline> before_;
     /// The same without the filters that are to go, when some are to stay.
     std::optional<Timeline> without_;
-    std::size_t comparedChanges_ = 0;  ///< of the ledger, when the picture was compared last
+    std::optional<ImportSource> importSource_;
+    std::optional<std::size_t> comparedChanges_;  ///< of the ledger, when the picture was compared
+    std::optional<std::size_t> mendedChanges_;    ///< of the ledger, when places had been mended
 };
 
 }  // namespace reelsweep
