@@ -93,11 +93,20 @@ Outcome checkCombinations(const TidyOptions& options) {
         return usage("--in-place needs a file, not standard input");
     if (readsStandardInput && !options.outputFolder.empty())
         return usage("standard input has no name to write under; use -o");
+    const bool besideResult = options.editLists || options.otio;
+    if (besideResult && !options.dryRun &&
+        (options.output == standardStreamPath || (readsStandardInput && options.output.empty())))
+        return usage("--edl and --otio write beside the result, which needs a file; use -o");
     const auto native = std::find_if(options.files.begin(), options.files.end(), isNativeProject);
     if (native != options.files.end() && (places > 0 || options.delivery == "standalone"))
         return usage(
             "is a native project, whose result goes to Final Cut Pro; -o, --output-dir, "
             "--in-place and --deliver standalone do not apply",
+            *native);
+    if (native != options.files.end() && besideResult)
+        return usage(
+            "is a native project, whose result goes to Final Cut Pro; --edl and --otio have no "
+            "file to write beside",
             *native);
     return Done{};
 }
@@ -155,6 +164,9 @@ Result<TidyPlan> planTidy(const TidyOptions& options) {
                     : options.delivery == "standalone" ? Delivery::standalone
                                                        : Delivery::automatic;
     plan.report = options.report;
+    plan.listChanges = options.listChanges;
+    plan.turnover = {options.editLists, options.otio};
+    if (options.handles) plan.handles = Frames{*options.handles};
     plan.keepPicture = options.keepPicture && !options.literal;
     plan.importSafe = options.importSafe && !options.literal;
     plan.strict = options.strict;
