@@ -4,6 +4,7 @@
 #include "timeline/NestedSequence.h"
 
 #include <algorithm>
+#include <cctype>
 #include <charconv>
 #include <map>
 #include <set>
@@ -98,7 +99,10 @@ std::string pathOfURL(std::string_view url) {
         path += isCoded ? static_cast<char>(byte) : rest[i];
         if (isCoded) i += 2;
     }
-    return path;
+    // "/C:/Media" is how a URL has a drive.
+    const bool hasDrive = path.size() > 2 && path[0] == '/' && path[2] == ':' &&
+                          std::isalpha(static_cast<unsigned char>(path[1]));
+    return hasDrive ? path.substr(1) : path;
 }
 
 }  // namespace reelsweep

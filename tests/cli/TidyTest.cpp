@@ -283,7 +283,13 @@ TEST(Tidy, ReportsEveryChange) {
     EXPECT_EQ(items["before"].get<int>() + items["inserted"].get<int>() + items["split"].get<int>(),
               items["after"].get<int>() + items["removed"].get<int>());
     const auto place = [](const char* track, int start, int end, int in, int out) {
-        return Json{{"track", track}, {"start", start}, {"end", end}, {"in", in}, {"out", out}};
+        return Json{{"track", track},
+                    {"start", start},
+                    {"end", end},
+                    {"in", in},
+                    {"out", out},
+                    {"startTimecode", nullptr},
+                    {"endTimecode", nullptr}};
     };
     const auto change = [&](const char* kind, const char* name) {
         for (const Json& c : sequence["changes"])
