@@ -1,6 +1,7 @@
 #include "cli/TidyFile.h"
 
 #include "cli/Application.h"
+#include "cli/BundleFile.h"
 #include "cli/ChangeLines.h"
 #include "cli/NativeProject.h"
 #include "cli/ResultTable.h"
@@ -102,6 +103,7 @@ Outcome TidyFile::settleRequest() {
         if (!plan_.keep.empty()) return usage("--keep does not apply to FCPXML");
         if (plan_.turnover || plan_.handles)
             return usage("--edl, --otio and --handles do not apply to FCPXML");
+        request.fcpxMarkerKinds = plan_.markerKinds;
         return Done{};
     }
     if (document.sequences().empty())
@@ -160,7 +162,9 @@ void TidyFile::save() {
     // One that used the document up looks at its input by itself.
     if (planned_.inPlace && result.document()) place.mustStillBe = result.document()->loadedFile();
     place.codes = result.fileCodes();
-    saved_ = saveResult(place, result);
+    if (planned_.inPlace) place.path = documentFile(planned_.output);
+    const bool isBundle = isFCPXMLBundle(place.path) && file_->kind() == DocumentFormat::fcpxml;
+    saved_ = isBundle ? saveBundle(place, file_->path(), result) : saveResult(place, result);
     if (saved_) reported_.output = planned_.output;
 }
 

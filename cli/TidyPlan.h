@@ -30,6 +30,7 @@ struct TidyOptions {
     bool editLists = false;
     bool otio = false;
     std::optional<long> handles;
+    std::string markerKinds;
     bool keepPicture = true;
     bool importSafe = true;
     bool literal = false;
@@ -64,6 +65,7 @@ struct TidyPlan {
     bool listChanges = false;
     TurnoverFiles::Wanted turnover;  ///< what else is written beside each result
     std::optional<Frames> handles;   ///< that clips should have at both ends
+    std::vector<std::string> markerKinds = usualFCPXMarkerKinds();
     bool keepPicture = true;
     bool importSafe = true;
     bool strict = false;  ///< a result that shows another picture is not written

@@ -343,6 +343,78 @@ TEST(Tidy, CleansFCPXMLAsAWhole) {
     EXPECT_EQ(document["sequences"].at(0)["changes"].size(), 3U);
 }
 
+TEST(Tidy, TakesFCPXMLWithoutAProjectAndInBundles) {
+    const std::string clips =
+        "<fcpxml version=\"1.11\"><resources/><event name=\"Day 1\"><clip name=\"A\" "
+        "duration=\"1s\"><marker start=\"0s\" value=\"m\"/><rating value=\"r\"/></clip></event>"
+        "</fcpxml>";
+    struct Row {
+        std::vector<std::string> arguments;
+        int status;
+        std::string file;  ///< to look into
+        bool hasMarker;
+        bool hasRating;
+    };
+    const std::vector<Row> rows = {
+        {{"in.fcpxml", "--passes", "fcpxRemoveMarkers"}, 0, "in-Tidied.fcpxml", false, true},
+        {{"in.fcpxml", "--passes", "fcpxRemoveMarkers", "--marker-kinds", "all", "-o", "b.fcpxmld"},
+         0,
+         "b.fcpxmld/Info.fcpxml",
+         false,
+         false},
+        {{"in.fcpxml", "--passes", "removeMarkers"}, 3, "in.fcpxml", true, true},
+        {{"in.fcpxml", "--passes", "fcpxRemoveMarkers", "--marker-kinds", "chapters"},
+         2,
+         "in.fcpxml",
+         true,
+         true},
+        {{"old.fcpxmld/", "--passes", "fcpxRemoveMarkers"},
+         0,
+         "old-Tidied.fcpxmld/Info.fcpxml",
+         false,
+         true},
+        {{"old.fcpxmld", "--passes", "fcpxRemoveMarkers", "--in-place"},
+         0,
+         "old.fcpxmld/Info.fcpxml",
+         false,
+         true},
+        {{"old.fcpxmld", "--passes", "fcpxRemoveMarkers", "-o", "taken.fcpxmld"},
+         4,
+         "old.fcpxmld/Info.fcpxml",
+         true,
+         true},
+        {{"old.fcpxmld", "--passes", "fcpxRemoveMarkers", "-o", "taken.fcpxmld", "--force"},
+         0,
+         "taken.fcpxmld/Info.fcpxml",
+         false,
+         true},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(testing::PrintToString(row.arguments));
+        const Workplace workplace;
+        workplace.write("in.fcpxml", clips);
+        std::filesystem::create_directories(workplace / "old.fcpxmld/Media");
+        std::filesystem::create_directory(workplace / "taken.fcpxmld");
+        workplace.write("old.fcpxmld/Info.fcpxml", clips);
+        workplace.write("old.fcpxmld/Media/tracking.bin", "data");
+        std::vector<std::string> arguments = row.arguments;
+        arguments.insert(arguments.begin(), "tidy");
+        const Ended ended = run(workplace, arguments);
+        EXPECT_EQ(ended.status, row.status) << ended.error;
+        const std::string result = workplace.read(row.file);
+        EXPECT_EQ(result.find("<marker") != std::string::npos, row.hasMarker) << result;
+        EXPECT_EQ(result.find("<rating") != std::string::npos, row.hasRating) << result;
+        // What else was in a bundle is in its result too.
+        const std::string bundle = row.file.substr(0, row.file.find('/'));
+        if (row.status == 0 && row.arguments[0] != "in.fcpxml") {
+            EXPECT_EQ(workplace.read(bundle + "/Media/tracking.bin"), "data");
+        }
+        EXPECT_EQ(workplace.read("in.fcpxml"), clips);
+        // No folder of a save is left behind.
+        EXPECT_EQ(workplace.listing().find("fcpxmld."), std::string::npos) << workplace.listing();
+    }
+}
+
 TEST(Tidy, RunsBesideItselfWithoutQuarrelAboutTheLog) {
     const Workplace workplace(reels);
     std::vector<std::unique_ptr<Program>> programs;
