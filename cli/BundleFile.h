@@ -11,7 +11,7 @@
 
 namespace reelsweep {
 
-/// Writes what a tidy has made as a bundle at the place's path. It appears whole or not at all. When
+/// Writes what a tidy has made as a bundle at the path. It appears whole or not at all. When
 /// `source`, the path of what was tidied, is a bundle, whatever else that holds is copied. Fails
 /// with outputFailed, or with cancelled when the user interrupted before it was in place.
 Outcome saveBundle(const SavePlace& place, const std::string& source, const Tidied& tidied);
