@@ -172,8 +172,10 @@ ExitCode TidyFile::conclude() {
     const Result<Tidied>& tidied = *work_->tidied;
     const bool wasStopped = !tidied && tidied.failure().code == FailureCode::cancelled;
     if (wasStopped || (!saved_ && saved_.failure().code == FailureCode::cancelled)) {
-        // What standard output or the host has taken is out of our hands.
-        const bool mayHaveWritten = planned_.output == standardStreamPath || planned_.native;
+        // What standard output or the host has taken is out of our hands, and a result that was in
+        // place before its edit lists stays.
+        const bool mayHaveWritten =
+            planned_.output == standardStreamPath || planned_.native || reported_.output;
         return application_.fail(
             {FailureCode::cancelled,
              mayHaveWritten ? "interrupted" : "interrupted; nothing was written", reported_.input});
