@@ -11,7 +11,9 @@
 #include <pybind11/stl/filesystem.h>
 
 #include <algorithm>
+#include <exception>
 #include <filesystem>
+#include <utility>
 
 namespace py = pybind11;
 
@@ -259,7 +261,7 @@ PYBIND11_MODULE(_reelsweep, module) {
         py::exception<Error>(module, "Error", PyExc_RuntimeError).release();
     py::register_exception_translator([](std::exception_ptr thrown) {
         try {
-            if (thrown) std::rethrow_exception(thrown);
+            if (thrown) std::rethrow_exception(std::move(thrown));
         } catch (const Error& e) {
             raise(py::reinterpret_borrow<py::object>(error), e.failure);
         }
