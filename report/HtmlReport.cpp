@@ -1,6 +1,5 @@
 #include "report/HtmlReport.h"
 
-#include "report/ChangeListing.h"
 #include "report/Handles.h"
 #include "report/HtmlPage.h"
 #include "report/PictureProof.h"
@@ -156,23 +155,23 @@ std::string netChanges(const TimelinePicture& picture) {
     return rows > 0 ? table.text() : "<p class=\"quiet\">No clip was changed.</p>\n";
 }
 
-// For what has no timeline to draw: every change.
+// For what has no timeline to draw, FCPXML: every change. Its clips have no tracks to stand on.
 std::string allChanges(const SequenceLedger& sequence) {
-    constexpr auto columns = std::to_array<HtmlColumn>({{"Element"},
-                                                        {"What", HtmlCells::whole},
-                                                        {"By"},
-                                                        {"Before", HtmlCells::whole},
-                                                        {"After", HtmlCells::whole},
-                                                        {"Why"}});
+    constexpr auto columns = std::to_array<HtmlColumn>(
+        {{"Name"}, {"Element", HtmlCells::whole}, {"What", HtmlCells::whole}, {"By"}, {"Why"}});
     HtmlTable table("Changes", columns);
-    for (const Change& change : sequence.changes) {
-        const ChangeTexts texts = ChangeTexts::of(sequence, change);
-        table.addRow(std::to_array<std::string>({texts.item, std::string(texts.kind),
-                                                 titleOfPass(change.pass), texts.before,
-                                                 texts.after, texts.reason}));
-    }
+    for (const Change& change : sequence.changes)
+        table.addRow(std::to_array<std::string>(
+            {change.name(), std::string(change.node.name()), std::string(description(change.kind)),
+             titleOfPass(change.pass), sequence.reasonText(change)}));
     return sequence.changes.empty() ? "<p class=\"quiet\">Nothing was changed.</p>\n"
                                     : table.text();
+}
+
+std::string keptPlace(const SequenceLedger& sequence, const KeptItem& item) {
+    if (item.track.number == 0) return {};
+    return description(item.track) + "  " + sequence.timecode.text(item.times.start) + " – " +
+           sequence.timecode.text(item.times.end);
 }
 
 std::string keptClips(const SequenceLedger& sequence) {
@@ -182,10 +181,8 @@ std::string keptClips(const SequenceLedger& sequence) {
     HtmlTable table("Left alone", columns);
     for (const KeptItem& item : sequence.kept)
         table.addRow(std::to_array<std::string>(
-            {item.name(),
-             description(item.track) + "  " + sequence.timecode.text(item.times.start) + " – " +
-                 sequence.timecode.text(item.times.end),
-             titleOfPass(item.pass), reasonWithTimecode(item.reason, sequence.timecode)}));
+            {item.name(), keptPlace(sequence, item), titleOfPass(item.pass),
+             reasonWithTimecode(item.reason, sequence.timecode)}));
     return table.text();
 }
 
@@ -224,12 +221,12 @@ private:
 
 std::string sequenceText(const SequenceLedger& sequence) {
     std::string text = "<h3>" + escaped(titleOf(sequence)) + "</h3>\n";
+    if (!sequence.picture) return text + allChanges(sequence) + keptClips(sequence);
     text += "<p class=\"quiet\">" + std::to_string(sequence.itemsBefore) + " items before, " +
             std::to_string(sequence.itemsAfter) + " after";
     if (sequence.timecode.rate.known())
         text += ", " + description(sequence.timecode.rate) + " frames a second";
     text += "</p>\n";
-    if (!sequence.picture) return text + allChanges(sequence) + keptClips(sequence);
     const TimelinePicture picture(sequence.picture->source(), sequence.picture->copy(), sequence);
     const DrawnSequence drawn{sequence.title, &picture};
     Through sink(text);
