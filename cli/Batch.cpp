@@ -4,8 +4,8 @@
 #include "cli/BatchSummary.h"
 #include "cli/FileWorker.h"
 #include "cli/Interruption.h"
+#include "cli/ReportFile.h"
 #include "cli/TidyFile.h"
-#include "report/ChangeReport.h"
 
 #include <fmt/format.h>
 #include <algorithm>
@@ -57,10 +57,10 @@ public:
     Batch(Application& application, const TidyPlan& plan)
         : application_(application), plan_(plan) {}
 
-    ExitCode run(ChangeReport* report);
+    ExitCode run(ReportFile* report);
 
 private:
-    void runHere(ChangeReport& report);
+    void runHere(ReportFile& report);
     Outcome runWorkers();
     void giveWork();
     void waitForResults();
@@ -80,7 +80,7 @@ private:
     int started_ = 0;
 };
 
-ExitCode Batch::run(ChangeReport* report) {
+ExitCode Batch::run(ReportFile* report) {
     if (plan_.files.empty()) {
         application_.terminal().note("there is nothing to tidy");
         return ExitCode::done;
@@ -101,7 +101,7 @@ ExitCode Batch::run(ChangeReport* report) {
     return summary_.allPassedOver() ? ExitCode::usage : printed;
 }
 
-void Batch::runHere(ChangeReport& report) {
+void Batch::runHere(ReportFile& report) {
     for (const PlannedFile& planned : plan_.files) {
         application_.terminal().setProgressPrefix(
             fmt::format("{} of {}: ", done_ + 1, plan_.files.size()));
@@ -204,7 +204,7 @@ void Batch::showProgress() {
 
 }  // namespace
 
-ExitCode runBatch(Application& application, const TidyPlan& plan, ChangeReport* report) {
+ExitCode runBatch(Application& application, const TidyPlan& plan, ReportFile* report) {
     return Batch(application, plan).run(report);
 }
 

@@ -9,11 +9,11 @@
 namespace reelsweep {
 
 class Application;
-class ChangeReport;
+class ReportFile;
 
 /// Tidies the files of a plan and answers the exit code of the first that failed, in the order of
 /// the plan. What is said of a file is shown in that order too. With a report the files are done
 /// one after the other, each added to it.
-ExitCode runBatch(Application& application, const TidyPlan& plan, ChangeReport* report);
+ExitCode runBatch(Application& application, const TidyPlan& plan, ReportFile* report);
 
 }  // namespace reelsweep

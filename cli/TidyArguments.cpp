@@ -59,6 +59,12 @@ void defineWhatToDo(CLI::App& parser, TidyOptions& o) {
                                "its id, or its name with * and ?; may be repeated"),
              "CLIP")
         ->group(what);
+    oneValue(parser.add_option("--marker-kinds", o.markerKinds,
+                               "What fcpxRemoveMarkers takes out: marker, chapter-marker,\n"
+                               "analysis-marker, keyword, rating or all, with commas\n"
+                               "between (default: marker,chapter-marker)"),
+             "LIST")
+        ->group(what);
     parser
         .add_flag("--keep-picture,!--no-keep-picture", o.keepPicture,
                   "Leave alone what would change the picture or the\n"

@@ -1,6 +1,8 @@
 #include "cli/TidyFile.h"
 
 #include "cli/Application.h"
+#include "cli/BundleFile.h"
+#include "cli/ChangeLines.h"
 #include "cli/NativeProject.h"
 #include "cli/ResultTable.h"
 #include "cli/SaveResult.h"
@@ -51,7 +53,8 @@ bool TidyFile::passesOver(const Failure& failure) const {
         // Without a line it is well-formed so far, and something else.
         return planned_.found && failure.code == FailureCode::inputInvalid && failure.line == 0;
     }
-    return failure.code == FailureCode::usage && file_->kind() == DocumentFormat::fcpxml;
+    return failure.code == FailureCode::usage &&
+           (file_->kind() == DocumentFormat::fcpxml || !work_);
 }
 
 const ChangeLedger* TidyFile::ledger() const {
@@ -97,8 +100,10 @@ Result<OptionList> TidyFile::passes() {
     OptionList leftOut;
     Result<OptionList> options = applicableOptions(plan_.passes, isFCPX, leftOut);
     if (!options)
-        return Failure{FailureCode::usage, "is FCPXML, to which none of the passes applies"};
-    if (options && !leftOut.empty())
+        return Failure{FailureCode::usage, isFCPX
+                                               ? "is FCPXML, to which none of the passes applies"
+                                               : "is XMEML, to which none of the passes applies"};
+    if (options && !leftOut.empty() && isFCPX)
         notes_.push_back(fmt::format("is FCPXML; only {} apply to it", fmt::join(*options, ", ")));
     return options;
 }
@@ -175,6 +180,9 @@ Outcome TidyFile::settleFCPXML() {
     if (!plan_.keep.empty()) return usage("--keep");
     for (const RuleRow& row : ruleTable())
         if (!row.of(plan_.rules).empty()) return usage(std::string(row.option));
+    if (plan_.turnover || plan_.handles)
+        return Failure{FailureCode::usage, "--edl, --otio and --handles do not apply to FCPXML"};
+    work_->request.fcpxMarkerKinds = plan_.markerKinds;
     return Done{};
 }
 
@@ -192,7 +200,12 @@ void TidyFile::process() {
         saved_ = checkKeeps();
         if (saved_) saved_ = checkRules();
         if (saved_) saved_ = checkStrictly();
+        if (saved_ && plan_.turnover && !plan_.dryRun) {
+            turnover_.emplace((*work_->tidied)->ledger(), planned_.output, plan_.turnover);
+            saved_ = turnover_->check(plan_.force);
+        }
         if (saved_) save();
+        if (saved_ && turnover_) saved_ = turnover_->save(plan_.force);
     });
     terminal.endProgress();
 }
@@ -208,7 +221,9 @@ void TidyFile::save() {
     // One that used the document up looks at its input by itself.
     if (planned_.inPlace && result.document()) place.mustStillBe = result.document()->loadedFile();
     place.codes = result.fileCodes();
-    saved_ = saveResult(place, result);
+    if (planned_.inPlace) place.path = documentFile(planned_.output);
+    const bool isBundle = isFCPXMLBundle(place.path) && file_->kind() == DocumentFormat::fcpxml;
+    saved_ = isBundle ? saveBundle(place, file_->path(), result) : saveResult(place, result);
     if (saved_) reported_.output = planned_.output;
 }
 
@@ -216,8 +231,10 @@ ExitCode TidyFile::conclude() {
     const Result<Tidied>& tidied = *work_->tidied;
     const bool wasStopped = !tidied && tidied.failure().code == FailureCode::cancelled;
     if (wasStopped || (!saved_ && saved_.failure().code == FailureCode::cancelled)) {
-        // What standard output or the host has taken is out of our hands.
-        const bool mayHaveWritten = planned_.output == standardStreamPath || planned_.native;
+        // What standard output or the host has taken is out of our hands, and a result that was in
+        // place before its edit lists stays.
+        const bool mayHaveWritten =
+            planned_.output == standardStreamPath || planned_.native || reported_.output;
         return application_.fail(
             {FailureCode::cancelled,
              mayHaveWritten ? "interrupted" : "interrupted; nothing was written", reported_.input});
@@ -226,6 +243,8 @@ ExitCode TidyFile::conclude() {
     std::vector<Failure> failures = tidied->failures();
     for (Failure& failure : failures) failure = file_->named(failure);
     const ExitCode code = failures.empty() ? ExitCode::done : application_.fail(failures);
+    reported_.notes = tidied->notes();
+    reported_.handles = plan_.handles;
     const ExitCode next = saved_ ? showResult() : application_.fail(saved_.failure());
     return code == ExitCode::done ? next : code;
 }
@@ -237,13 +256,19 @@ ExitCode TidyFile::showResult() {
     }
     std::string lines;
     if (isOneOfMany()) lines += singleLine(reported_.input) + ":\n";
-    lines += resultTable((*work_->tidied)->ledger());
+    const ChangeLedger& ledger = (*work_->tidied)->ledger();
+    lines += resultTable(ledger);
+    if (plan_.handles) lines += handleLines(ledger, *plan_.handles);
+    if (plan_.listChanges) lines += "\n" + changeLines(ledger) + "\n";
     if (plan_.dryRun)
         lines += "Dry run: nothing was written\n";
     else if (planned_.native)
         lines += "Sent to Final Cut Pro\n";
     else if (planned_.output != standardStreamPath)
         lines += fmt::format("Wrote {}\n", singleLine(planned_.output));
+    if (turnover_)
+        for (const std::string& path : turnover_->written())
+            lines += fmt::format("Wrote {}\n", singleLine(path));
     if (isOneOfMany()) lines += "\n";
     const ExitCode printed = application_.printForUser(lines);
     noteWhatNeedsAttention();
@@ -326,6 +351,8 @@ void TidyFile::noteWhatNeedsAttention() {
     for (const std::string& note : notes_) terminal.note(singleLine(reported_.input + ": " + note));
     for (const std::string& note : (*work_->tidied)->notes())
         terminal.note(singleLine(reported_.input + ": " + note));
+    if (turnover_)
+        for (const std::string& note : turnover_->notes()) terminal.note(singleLine(note));
     for (const SequenceLedger& sequence : (*work_->tidied)->ledger().sequences) {
         if (std::string changed = pictureChangeText(sequence); !changed.empty()) {
             if (!plan_.keepPicture) changed += "; --keep-picture keeps them";

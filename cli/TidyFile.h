@@ -70,6 +70,7 @@ private:
     ReportedDocument reported_;
     std::optional<InputFile> file_;
     std::shared_ptr<Work> work_;
+    std::optional<TurnoverFiles> turnover_;
     Outcome saved_ = Done{};
     std::vector<std::string> notes_;  ///< before anything was tidied
     bool isPassedOver_ = false;

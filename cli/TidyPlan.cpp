@@ -29,10 +29,40 @@ Failure usage(std::string message, std::string file = {}) {
     return {FailureCode::usage, std::move(message), std::move(file), 0, 0, ""};
 }
 
+// Those of both formats, in the order of a run.
+std::vector<PassRow> knownPasses() {
+    std::vector<PassRow> all(passTable().begin(), passTable().end());
+    all.insert(all.end(), fcpxPassTable().begin(), fcpxPassTable().end());
+    return all;
+}
+
+bool isForFCPXAlone(const PassRow& pass) {
+    const auto table = fcpxPassTable();
+    return std::any_of(table.begin(), table.end(),
+                       [&](const PassRow& row) { return row.option == pass.option; });
+}
+
 std::vector<std::string> passNames() {
     std::vector<std::string> names;
-    for (const PassRow& pass : passTable()) names.emplace_back(pass.option);
+    for (const PassRow& pass : knownPasses()) names.emplace_back(pass.option);
     return names;
+}
+
+// Names with commas between; "all" is all.
+Result<std::vector<std::string>> selectMarkerKinds(const std::string& list) {
+    const auto known = fcpxMarkerKinds();
+    std::vector<std::string> kinds;
+    std::istringstream parts(list);
+    for (std::string kind; std::getline(parts, kind, ',');) {
+        if (kind == "all")
+            kinds.assign(known.begin(), known.end());
+        else if (std::find(known.begin(), known.end(), kind) != known.end())
+            kinds.push_back(kind);
+        else
+            return usage(fmt::format("unknown kind of marker \"{}\"; there are {} and all", kind,
+                                     fmt::join(known, ", ")));
+    }
+    return kinds;
 }
 
 // Takes the parts of a list of passes one after the other: NAME or +NAME, -NAME, default, all.
@@ -48,7 +78,7 @@ public:
     Result<PassSelection> selection() const {
         PassSelection selection;
         selection.all = all_;
-        for (const PassRow& pass : passTable()) {
+        for (const PassRow& pass : knownPasses()) {
             const std::string name(pass.option);
             if (on_.contains(name)) selection.names.push_back(name);
             if (off_.contains(name)) selection.without.push_back(name);
@@ -66,10 +96,10 @@ private:
             off_.clear();
         } else if (part == "default") {
             for (const std::string& each : defaultPasses()) turn(each, true);
-        } else if (passNamed(name)) {
+        } else if (const OptionList names = passNames(); hasOption(names, name)) {
             turn(name, !isOff);
         } else {
-            std::vector<std::string> known = passNames();
+            std::vector<std::string> known = names;
             known.insert(known.end(), {"default", "all"});
             return usage(
                 fmt::format("unknown pass \"{}\"{}", name,
@@ -126,13 +156,20 @@ std::string tidiedName(const std::string& input, const std::string& folder) {
     return ((folder.empty() ? path.parent_path() : fs::path(folder)) / name).string();
 }
 
-// An FCPXML file was to be tidied with a pass that does not apply to it.
-Failure onlySome(const std::string& unfit) {
+// A file was to be tidied with a pass that does not apply to its format.
+Failure doesNotApply(const std::string& pass, bool isFCPX) {
+    if (!isFCPX) return usage(fmt::format("{} applies to FCPXML only", pass));
     OptionList applicable;
-    for (const PassRow& pass : passTable())
-        if (pass.appliesToFCPX) applicable.emplace_back(pass.option);
-    return usage(fmt::format("only {} apply to FCPXML, not {}; use --passes {}",
-                             fmt::join(applicable, " and "), unfit, fmt::join(applicable, ",")));
+    for (const PassRow& row : passTable())
+        if (row.appliesToFCPX) applicable.emplace_back(row.option);
+    return usage(fmt::format("only {} and the fcpx passes apply to FCPXML, not {}; use --passes {}",
+                             fmt::join(applicable, ", "), pass, fmt::join(applicable, ",")));
+}
+
+// A bundle is a folder, and the shell completes those with a slash.
+std::string withoutSlash(std::string path) {
+    if (isFCPXMLBundle(path)) path.erase(path.find_last_not_of('/') + 1);
+    return path;
 }
 
 bool isSameFile(const std::string& first, const std::string& second) {
@@ -164,11 +201,20 @@ Outcome checkCombinations(const TidyOptions& options) {
         return usage("--in-place needs a file, not standard input");
     if (readsStandardInput && !options.outputFolder.empty())
         return usage("standard input has no name to write under; use -o");
+    const bool besideResult = options.editLists || options.otio;
+    if (besideResult && !options.dryRun &&
+        (options.output == standardStreamPath || (readsStandardInput && options.output.empty())))
+        return usage("--edl and --otio write beside the result, which needs a file; use -o");
     const auto native = std::find_if(options.files.begin(), options.files.end(), isNativeProject);
     if (native != options.files.end() && (places > 0 || options.delivery == "standalone"))
         return usage(
             "is a native project, whose result goes to Final Cut Pro; -o, --output-dir, "
             "--in-place and --deliver standalone do not apply",
+            *native);
+    if (native != options.files.end() && besideResult)
+        return usage(
+            "is a native project, whose result goes to Final Cut Pro; --edl and --otio have no "
+            "file to write beside",
             *native);
     return Done{};
 }
@@ -278,6 +324,14 @@ Result<TidyPlan> planTidy(const TidyOptions& options) {
                     : options.delivery == "standalone" ? Delivery::standalone
                                                        : Delivery::automatic;
     plan.report = options.report;
+    plan.listChanges = options.listChanges;
+    plan.turnover = {options.editLists, options.otio};
+    if (options.handles) plan.handles = Frames{*options.handles};
+    if (!options.markerKinds.empty()) {
+        auto kinds = selectMarkerKinds(options.markerKinds);
+        if (!kinds) return kinds.failure();
+        plan.markerKinds = std::move(*kinds);
+    }
     plan.keepPicture = options.keepPicture && !options.literal;
     plan.importSafe = options.importSafe && !options.literal;
     plan.strict = options.strict;
@@ -289,7 +343,8 @@ Result<TidyPlan> planTidy(const TidyOptions& options) {
     plan.jobs = options.jobs;
     plan.isBatch = options.jobs.has_value();
     for (const std::string& input : options.files)
-        if (Outcome planned = planInput(plan, options, input); !planned) return planned.failure();
+        if (Outcome planned = planInput(plan, options, withoutSlash(input)); !planned)
+            return planned.failure();
     if (const Outcome distinct = checkPlaces(plan); !distinct) return distinct.failure();
     return plan;
 }
@@ -300,7 +355,8 @@ Outcome checkWritable(const std::string& path, bool mayReplace) {
     };
     std::error_code error;
     const fs::file_status status = fs::status(path, error);
-    if (fs::is_directory(status)) return failure("is a folder, not a file");
+    if (fs::is_directory(status) && !isFCPXMLBundle(path))
+        return failure("is a folder, not a file");
     if (fs::exists(status) && !mayReplace)
         return failure("there is a file already; --force replaces it");
     const fs::path folder = fs::path(path).parent_path();
@@ -312,22 +368,22 @@ Outcome checkWritable(const std::string& path, bool mayReplace) {
 Result<OptionList> applicableOptions(const PassSelection& selection, bool isFCPX,
                                      OptionList& leftOut) {
     OptionList options;
-    for (const PassRow& pass : passTable()) {
+    for (const PassRow& pass : knownPasses()) {
         const std::string name(pass.option);
         const bool named = hasOption(selection.names, name);
-        const bool applies = !isFCPX || pass.appliesToFCPX;
+        const bool applies = isFCPX ? pass.appliesToFCPX : !isForFCPXAlone(pass);
         if (!applies && named) leftOut.push_back(name);
         if (applies && (named || (selection.all && !hasOption(selection.without, name))))
             options.push_back(name);
     }
-    if (options.empty() && !leftOut.empty()) return onlySome(leftOut.front());
+    if (options.empty() && !leftOut.empty()) return doesNotApply(leftOut.front(), isFCPX);
     return options;
 }
 
 Result<OptionList> optionsFor(const PassSelection& selection, bool isFCPX) {
     OptionList leftOut;
     Result<OptionList> options = applicableOptions(selection, isFCPX, leftOut);
-    if (options && !leftOut.empty()) return onlySome(leftOut.front());
+    if (options && !leftOut.empty()) return doesNotApply(leftOut.front(), isFCPX);
     return options;
 }
 

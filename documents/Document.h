@@ -18,6 +18,7 @@
 #include "documents/EditingHost.h"
 #include "documents/OutputBin.h"
 #include "documents/TidiedCopy.h"
+#include "tidy/FCPXPasses.h"
 #include "tidy/TidySequence.h"
 #include "timeline/ChangeLedger.h"
 #include "xml/SplicedSave.h"
@@ -65,6 +66,8 @@ struct DocumentRequest {
     std::vector<std::string> keep = {};
     /// What else is left alone. XMEML only.
     TidyRules rules = {};
+    /// The elements that fcpxRemoveMarkers takes out: see tidy/FCPXPasses.h. FCPXML only.
+    std::vector<std::string> fcpxMarkerKinds = usualFCPXMarkerKinds();
     /// Whoever asks has no more use for the document. Where the new bin is added to the bytes of
     /// the file anyway, a run may then edit a sequence itself in place of a copy. That saves a
     /// third of the memory. The document cannot be tidied again, and what is tidied of it cannot be

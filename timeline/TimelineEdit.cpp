@@ -248,6 +248,14 @@ void TimelineEdit::detach(XMLNode node, const std::string& reason) {
     place(node, {});
 }
 
+void TimelineEdit::replace(XMLNode node, XMLNode by, const std::string& reason) {
+    place(by, {node.parent(), node});
+    Change& change = record(ChangeKind::inserted, by);
+    change.trackBefore = {};
+    change.before = {};
+    detach(node, reason);
+}
+
 void TimelineEdit::detachTrack(XMLNode track, const std::string& reason) {
     const std::size_t number = ledger_.addReason(reason);
     for (XMLNode node = track.firstChild(); node; node = node.nextSibling())

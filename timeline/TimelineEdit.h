@@ -71,6 +71,10 @@ public:
     /// Takes a node out; a node that is out already is left alone and not reported twice.
     ///   [aa][bb][cc]   ->   [aa]----[cc]
     void detach(XMLNode node, const std::string& reason);
+    /// Puts a new element in the place of another one, which is taken out. The new one may hold
+    /// what stood in the other.
+    ///   [aa][bb][cc]   ->   [aa][--][cc]
+    void replace(XMLNode node, XMLNode by, const std::string& reason);
     /// Takes a track out; the items left on it are reported with it.
     void detachTrack(XMLNode track, const std::string& reason);
     /// Moves an item to a track. It becomes the child at `place` there, counted without the item
