@@ -43,6 +43,7 @@ void set(XMLNode& part, XMLNode element) {
 
 void TimelineReader::read(XMLNode sequence, Timeline::Contents& contents) {
     source_ = contents.source.get();
+    if (source_) document_ = DefinitionSearch::Document::edited;
     Draft& outermost = drafts_.emplace_back();
     outermost.node = sequence;
     outermost.contents = &contents;
@@ -59,8 +60,7 @@ void TimelineReader::rememberDefinitions(Timeline::Contents& contents) {
     contents.files = std::move(files_);
     for (const Draft& draft : drafts_)
         if (draft.nested) contents.sequences.add(draft.contents->id, draft.nested);
-    // What is left of multiclips is looked up in the document, as it is now.
-    if (!source_ && multiclips_.size() > 0) catalogue_.definitions();
+    contents.multiclips = std::move(multiclips_);
 }
 
 void TimelineReader::readSequence(Draft& draft) {

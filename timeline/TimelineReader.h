@@ -79,7 +79,8 @@ private:
     TimelineStore& store_;
     const TimelineDetail detail_;
     const Timeline::Contents* source_ = nullptr;  // before it was edited; null when not known
-    std::deque<Draft> drafts_;                    // the first is the outermost
+    DefinitionSearch::Document document_ = DefinitionSearch::Document::unchanged;
+    std::deque<Draft> drafts_;  // the first is the outermost
     TextTable<Draft*> sequences_;
     TextTable<const Media*> files_;
     TextTable<XMLNode> multiclips_;
