@@ -18,6 +18,9 @@
 //   copy     A[0,100) B[100,200)             asked, with transitions: A or B, at their own frames
 //   copy     A[0,99)  B[100,200)             frame 99 is black: changed
 //
+// Large timelines are compared on threads of their own, picture and sound at once, and whoever asks
+// for an answer waits for it. So a run may save its copy meanwhile.
+//
 // Owner: a PictureDifference keeps both timelines alive; its differences point into them.
 // Thread rule: any thread.
 #pragma once
@@ -25,6 +28,8 @@
 #include "timeline/Picture.h"
 
 #include <cstdint>
+#include <future>
+#include <memory>
 #include <optional>
 #include <span>
 #include <string>
@@ -75,8 +80,8 @@ public:
     /// O(n log n) in the items of both.
     PictureDifference(const Timeline& source, const Timeline& copy, Asked asked = {});
 
-    const Timeline& source() const { return picture_.source.timeline(); }
-    const Timeline& copy() const { return picture_.copy.timeline(); }
+    const Timeline& source() const { return source_; }
+    const Timeline& copy() const { return copy_; }
 
     /// In time order.
     const std::vector<Difference>& differences(MediaType type) const {
@@ -84,11 +89,11 @@ public:
     }
 
     /// Frames of the longer of the two timelines.
-    Frames frames() const { return frames_; }
+    Frames frames() const;
     /// How many of them differ: as asked, and otherwise.
     Frames asked(MediaType type) const { return of(type).asked; }
     Frames changed(MediaType type) const { return of(type).changed; }
-    Frames same(MediaType type) const { return frames_ - of(type).asked - of(type).changed; }
+    Frames same(MediaType type) const { return frames() - of(type).asked - of(type).changed; }
     bool isSame() const;
     /// Nothing differs but what was asked.
     bool isAsAsked() const;
@@ -102,12 +107,18 @@ private:
         Frames asked;
         Frames changed;
     };
-    static Half compared(const Timeline& source, const Timeline& copy, MediaType type, Asked asked);
-    const Half& of(MediaType type) const { return type == MediaType::video ? picture_ : sound_; }
+    using HalfToCome = std::shared_future<std::shared_ptr<const Half>>;
+    static std::shared_ptr<const Half> compared(const Timeline& source, const Timeline& copy,
+                                                MediaType type, Asked asked);
+    HalfToCome compare(MediaType type, Asked asked) const;
+    const Half& of(MediaType type) const {
+        return *(type == MediaType::video ? picture_ : sound_).get();
+    }
 
-    Frames frames_;
-    Half picture_;
-    Half sound_;
+    Timeline source_;
+    Timeline copy_;
+    HalfToCome picture_;
+    HalfToCome sound_;
 };
 
 }  // namespace reelsweep
