@@ -1,8 +1,10 @@
 #include "tidy/PictureGuard.h"
 
+#include "base/Log.h"
 #include "tidy/ImportStep.h"
 #include "timeline/DifferenceText.h"
 #include "timeline/Picture.h"
+#include "timeline/Vocabulary.h"
 
 #include <algorithm>
 
@@ -13,12 +15,11 @@ namespace {
 // After so many attempts everything is kept back; a malformed timeline must not go on for ever.
 constexpr int mostAttempts = 16;
 
-// So many attempts keep back what a difference is about and nothing else.
-constexpr int preciseAttempts = 3;
-
-// How far around a difference edits are kept back at an attempt: 4 frames, 16, 64 and so on.
+// How far around a difference edits are kept back at an attempt: first what the difference is about
+// and nothing else, then 64 frames, 256 and so on. With smaller steps more attempts are needed, and
+// hardly fewer edits are kept back.
 Frames marginAt(int attempt) {
-    return {attempt <= preciseAttempts ? 0 : std::int64_t{1} << (2 * (attempt - preciseAttempts))};
+    return {attempt == 1 ? 0 : std::int64_t{16} << (2 * (attempt - 1))};
 }
 constexpr Frames widestMargin{std::int64_t{1} << 32};
 
@@ -30,14 +31,21 @@ bool isStructural(std::string_view option) {
     return std::find(std::begin(asked), std::end(asked), option) == std::end(asked);
 }
 
-FrameRange rangeOf(const ItemTimes& times) {
-    return {times.start.value_or(Frames()), times.end.value_or(Frames())};
+bool isPlaced(const std::optional<Frames>& edge) { return edge && *edge != edgeInTransition; }
+
+// Where times place an item: nowhere, when they say neither edge; around the one edge they say.
+std::optional<FrameRange> rangeOf(const ItemTimes& times) {
+    const bool startsSomewhere = isPlaced(times.start);
+    if (startsSomewhere && isPlaced(times.end)) return FrameRange{*times.start, *times.end};
+    if (!startsSomewhere && !isPlaced(times.end)) return std::nullopt;
+    const Frames edge = startsSomewhere ? *times.start : *times.end;
+    return FrameRange{edge - Frames{1}, edge + Frames{1}};
 }
 
 std::string_view verbOf(ChangeKind kind) {
     switch (kind) {
         case ChangeKind::removed: return "taking it out";
-        case ChangeKind::inserted: return "putting it in";
+        case ChangeKind::inserted: return "a slug before it";
         case ChangeKind::trimmed:
         case ChangeKind::split: return "cutting it";
         case ChangeKind::moved:
@@ -77,6 +85,7 @@ std::optional<FrameRange> PictureGuard::hiddenBelow(XMLNode clip) const {
 
 void PictureGuard::addPiece(XMLNode piece, XMLNode whole) {
     if (const auto hidden = hiddenBelow(whole)) hiding_.emplace(piece, *hidden);
+    wholes_.emplace(piece, cameAs(whole));
 }
 
 bool PictureGuard::isOn(XMLNode track) const {
@@ -85,7 +94,7 @@ bool PictureGuard::isOn(XMLNode track) const {
 
 bool PictureGuard::keeps(std::string_view option, XMLNode clip) const {
     return (attempts_ >= mostAttempts && isStructural(option)) ||
-           (!kept_.empty() && kept_.contains({option, clip.identity()}));
+           (!kept_.empty() && kept_.contains({option, cameAs(clip).identity()}));
 }
 
 bool PictureGuard::keepsAny(std::string_view option, std::span<const XMLNode> nodes) const {
@@ -94,13 +103,29 @@ bool PictureGuard::keepsAny(std::string_view option, std::span<const XMLNode> no
                        [&](XMLNode node) { return keeps(option, node); });
 }
 
+XMLNode PictureGuard::cameAs(XMLNode clip) const {
+    const auto piece = wholes_.find(clip);
+    return piece == wholes_.end() ? clip : piece->second;
+}
+
+// What a run puts in is another one at each attempt, so a slug goes by the clip that it was to
+// stand before.
+XMLNode PictureGuard::subjectOf(const Change& change) const {
+    XMLNode subject = change.node;
+    if (change.kind == ChangeKind::inserted)
+        while (subject && (subject == change.node || !isClip(subject)))
+            subject = subject.nextSibling();
+    return cameAs(subject ? subject : change.node);
+}
+
 bool PictureGuard::keep(const SequenceLedger& ledger, const Change& change,
                         const Difference& difference) {
+    const XMLNode subject = subjectOf(change);
     // The reason is a text of some length.
-    if (kept_.contains({change.pass, change.node.identity()})) return false;
+    if (kept_.contains({change.pass, subject.identity()})) return false;
     KeptItem item;
     item.pass = change.pass;
-    item.node = change.node;
+    item.node = subject;
     item.track = change.trackBefore;
     item.times = change.before;
     std::string verb(verbOf(change.kind));
@@ -108,7 +133,7 @@ bool PictureGuard::keep(const SequenceLedger& ledger, const Change& change,
     item.reason = verb + (difference.type == MediaType::video ? " would change the picture: "
                                                               : " would change the sound: ");
     item.reason += differenceText(difference, ledger.timecode);
-    return kept_.try_emplace({change.pass, change.node.identity()}, std::move(item)).second;
+    return kept_.try_emplace({change.pass, subject.identity()}, std::move(item)).second;
 }
 
 ChangesByTime PictureGuard::structuralChanges(const SequenceLedger& ledger) const {
@@ -118,8 +143,8 @@ ChangesByTime PictureGuard::structuralChanges(const SequenceLedger& ledger) cons
         if (!isStructural(change.pass)) continue;
         const auto known = ranges_.find(change.node);
         if (known != ranges_.end()) touched.push_back({known->second, i});
-        touched.push_back({rangeOf(change.before), i});
-        touched.push_back({rangeOf(change.after), i});
+        for (const ItemTimes& times : {change.before, change.after})
+            if (const auto range = rangeOf(times)) touched.push_back({*range, i});
     }
     return ChangesByTime(std::move(touched));
 }
@@ -156,9 +181,26 @@ bool PictureGuard::learnFrom(const PictureDifference& difference, const Sequence
         for (const MediaType type : {MediaType::video, MediaType::audio})
             for (const Difference& changed : difference.differences(type))
                 if (!changed.asked && keepBehind(changed, margin, changes, ledger)) learned = true;
+    if (!learned) learned = keepUnplaced(difference, ledger);
     // Nothing was edited anywhere near: then everything stays.
     if (!learned) attempts_ = mostAttempts;
+    Log::append("The picture changed at attempt %i, %i edits are kept back now", attempts_,
+                kept_.size());
     return true;
+}
+
+bool PictureGuard::keepUnplaced(const PictureDifference& difference, const SequenceLedger& ledger) {
+    bool found = false;
+    for (const MediaType type : {MediaType::video, MediaType::audio}) {
+        const auto& differences = difference.differences(type);
+        const auto unasked = std::find_if(differences.begin(), differences.end(),
+                                          [](const Difference& one) { return !one.asked; });
+        if (unasked == differences.end()) continue;
+        for (const Change& change : ledger.changes)
+            if (isStructural(change.pass) && !rangeOf(change.before) && !rangeOf(change.after))
+                found = keep(ledger, change, *unasked) || found;
+    }
+    return found;
 }
 
 std::vector<KeptItem> PictureGuard::kept() const {

@@ -57,11 +57,19 @@ private:
     /// Keeps back what is behind one difference; false when there is nothing new.
     bool keepBehind(const Difference& difference, Frames margin, const ChangesByTime& changes,
                     const SequenceLedger& ledger);
+    /// Keeps back what has no place in time, as an emptied track has none; false when there is
+    /// nothing new.
+    bool keepUnplaced(const PictureDifference& difference, const SequenceLedger& ledger);
+    /// The clip of the source that a clip is a piece of; else itself.
+    XMLNode cameAs(XMLNode clip) const;
+    /// The clip that is left alone when a change is kept back.
+    XMLNode subjectOf(const Change& change) const;
     /// False when it is kept back already.
     bool keep(const SequenceLedger& ledger, const Change& change, const Difference& difference);
 
     std::unordered_map<XMLNode, FrameRange> hiding_;
     std::unordered_map<XMLNode, FrameRange> ranges_;  ///< of items as they came
+    std::unordered_map<XMLNode, XMLNode> wholes_;     ///< what new pieces were split off
     std::vector<XMLNode> tracksOff_;
     std::map<std::pair<std::string_view, const void*>, KeptItem> kept_;
     int attempts_ = 0;

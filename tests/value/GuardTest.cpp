@@ -53,6 +53,45 @@ TEST(GuardProperty, NothingChangesUnasked) {
     expectOnRandomTimelines(check, decoratedTimeline);
 }
 
+// An item that comes from or goes to the end of all numbers is near everything.
+bool goesOnForEver(const std::string& text) {
+    const Timeline timeline(text);
+    const auto read =
+        reelsweep::Timeline::of(timeline.sequence, MediaCatalogue::of(timeline.sequence));
+    for (const Track& track : read.tracks())
+        for (const Item& item : track.items)
+            for (const char* const edge : {"start", "end", "in", "out"}) {
+                const EdgeText places = EdgeText::of(item.node.child(edge));
+                const auto [least, most] = std::minmax({places.frames, places.wholeText});
+                if (least < Frames{-1'000'000} || Frames{1'000'000} < most) return true;
+            }
+    return false;
+}
+
+// What cannot be had in one place is no reason to leave all the others as they are.
+TEST(GuardProperty, WhatStandsFarFromAnyDifferenceIsTidied) {
+    const auto check = [](const std::string& text, const std::string& part) -> Fault {
+        const OptionList& options = allPasses();
+        if (!isMeant(part, joined(options))) return {};
+        const Timeline timeline(text);
+        XMLNode track = timeline.firstVideoTrack();
+        if (!track || goesOnForEver(text)) return {};
+        const auto far = track.parseDetached(
+            "<clipitem id=\"far\"><name>Far</name><enabled>FALSE</enabled>"
+            "<start>90000000000</start><end>90000000010</end><in>0</in><out>10</out></clipitem>");
+        if (!far) return {joined(options), far.failure().description()};
+        track.appendChild(*far);
+        const XMLNode copy = timeline.sequence.copy();
+        const auto ledger = tidied(copy, timeline.sequence, options);
+        if (!ledger) return {joined(options), ledger.failure().description()};
+        if (serialise(copy).find("id=\"far\"") != std::string::npos)
+            return {joined(options), "the disabled clip far behind is still there"};
+        return {};
+    };
+    expectOnRandomTimelines(check);
+    expectOnRandomTimelines(check, decoratedTimeline);
+}
+
 TEST(Guard, KeepsWhatALiteralRunWouldChange) {
     struct Row {
         const char* what;

@@ -5,7 +5,6 @@
 #include "xml/XMLDocument.h"
 
 #include <algorithm>
-#include <array>
 #include <stdexcept>
 #include <unordered_map>
 
@@ -128,10 +127,9 @@ Outcome fillHoles(PassRun& run, XMLNode track, SlugMaker& slugs) {
         const TrackIndex::Group group = index.group(id);
         if (group.range.start == edgeInTransition || group.range.end == edgeInTransition) continue;
         const FrameRange hole{filledUpTo, group.range.start};
-        const XMLNode first = index.entry(group.first).node;
         const bool isHole = hole.start < hole.end &&
                             index.firstInTheWay(hole) == TrackIndex::none &&
-                            !run.guard->keepsAny(run.edit.step(), std::array{first});
+                            !run.guard->keepsAny(run.edit.step(), index.nodes(group));
         if (isHole) insertSlug(run, index, index.position(group.first), slugs.makeXML(hole));
         filledUpTo = std::max(filledUpTo, group.range.end);
     }
