@@ -3,6 +3,7 @@
 #include "app/DocumentWindow.h"
 #include "app/FileDrop.h"
 #include "app/MainMenu.h"
+#include "app/ManualWindow.h"
 #include "app/OptionBoxes.h"
 #include "app/Placement.h"
 #include "app/PreferencesWindow.h"
@@ -150,6 +151,7 @@ void AppController::showAboutDialog() {
     QVAlert::alertSheet(aboutFailure, reportProblem, {});
 }
 
+// The manual of the whole group of programs, where somebody has it; else the program's own.
 void AppController::helpUserManual() {
     const auto library = QVLocalPaths::libraryDirectory(false);
     const std::string manual =
@@ -157,11 +159,7 @@ void AppController::helpUserManual() {
     if (library && QFileInfo::exists(toQString(manual)) &&
         Platform::current().workspace->openFile(manual))
         return;
-    QVAlert::alertSheet(toText(tr("The user manual cannot be shown")), {}, {}, {},
-                        toText(tr("It belongs here: %1\n\nWithout it, “man reelsweep” in a "
-                                  "terminal says how the program is used.")
-                                   .arg(toQString(manual))),
-                        windowRef(QApplication::activeWindow()), false);
+    showManual(QApplication::activeWindow());
 }
 
 void AppController::helpCutbenchHome() { openPage(QVSiteLinks::cutbenchURL()); }

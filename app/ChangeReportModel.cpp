@@ -14,12 +14,19 @@ namespace {
 // The item that a change is about: the clip for what was changed in it.
 XMLNode itemOf(const Change& change) { return change.holder ? change.holder : change.node; }
 
+// A frame at which an item certainly is, or begins or ends.
+FrameRange knownFrame(const ItemTimes& times) {
+    const bool startIsKnown = times.start && *times.start != edgeInTransition;
+    const Frames known = (startIsKnown ? times.start : times.end).value_or(Frames{0});
+    return {known, known + Frames{1}};
+}
+
 }  // namespace
 
 void ChangeReportModel::setLedger(const ChangeLedger* ledger) {
     beginResetModel();
     ledger_ = ledger;
-    filtered_ = false;
+    filter_.clear();
     listing_ = ledger ? ChangeListing(*ledger) : ChangeListing();
     build();
     endResetModel();
@@ -27,7 +34,7 @@ void ChangeReportModel::setLedger(const ChangeLedger* ledger) {
 
 void ChangeReportModel::setFilter(const QString& text) {
     beginResetModel();
-    filtered_ = !text.isEmpty();
+    filter_ = text;
     listing_.setFilter(toText(text));
     build();
     endResetModel();
@@ -65,7 +72,8 @@ void ChangeReportModel::build() {
     if (!ledger_) return;
     addAttention();
     for (std::uint32_t i = 0; i < listing_.sequenceCount(); ++i) addSequence(i);
-    if (!filtered_) addUnchanged();
+    addKept();
+    if (filter_.isEmpty()) addUnchanged();
     if (sortColumn_ >= 0) sortRows();
 }
 
@@ -98,7 +106,7 @@ void ChangeReportModel::addSequence(std::uint32_t sequence) {
 // What the filter lets through, in the order in which it was made.
 std::vector<std::uint32_t> ChangeReportModel::shownChanges(std::uint32_t sequence) const {
     std::vector<std::uint32_t> changes;
-    if (!filtered_) {
+    if (filter_.isEmpty()) {
         changes.resize(listing_.sequence(sequence).changes.size());
         std::iota(changes.begin(), changes.end(), 0U);
         return changes;
@@ -131,6 +139,19 @@ void ChangeReportModel::addPasses(std::uint32_t parent, std::uint32_t sequence) 
         for (const std::uint32_t change : listing_.groups()[group].changes)
             add({Kind::change, pass, 0, sequence, number, {change}, {}});
     }
+}
+
+void ChangeReportModel::addKept() {
+    std::uint32_t group = 0;
+    for (std::uint32_t i = 0; i < listing_.sequenceCount(); ++i)
+        for (std::uint32_t clip = 0; clip < listing_.sequence(i).kept.size(); ++clip) {
+            const Node row{Kind::keptClip, group, 0, i, clip, {}, {}};
+            const bool isShown = keptText(row, itemColumn).contains(filter_, Qt::CaseInsensitive) ||
+                                 keptText(row, reasonColumn).contains(filter_, Qt::CaseInsensitive);
+            if (!isShown) continue;
+            if (group == 0) group = add({Kind::kept, 0, 0, 0, 0, {}, {}});
+            add({Kind::keptClip, group, 0, i, clip, {}, {}});
+        }
 }
 
 void ChangeReportModel::addUnchanged() {
@@ -188,11 +209,9 @@ ChangeReportModel::Subject ChangeReportModel::subjectOf(const QModelIndex& index
     } else if (node.kind == Kind::pictureChange) {
         subject.range = changedPicture_[node.number]->range;
     } else if (node.kind == Kind::looseClip) {
-        const LooseClip& clip = listing_.sequence(node.sequence).looseClips[node.number];
-        const Frames known =
-            (clip.times.start == edgeInTransition ? clip.times.end : clip.times.start)
-                .value_or(Frames{0});
-        subject.range = FrameRange{known, known + Frames{1}};
+        subject.range = knownFrame(listing_.sequence(node.sequence).looseClips[node.number].times);
+    } else if (node.kind == Kind::keptClip) {
+        subject.range = knownFrame(listing_.sequence(node.sequence).kept[node.number].times);
     }
     return subject;
 }
@@ -231,7 +250,8 @@ int ChangeReportModel::rowCount(const QModelIndex& parent) const {
 int ChangeReportModel::columnCount(const QModelIndex&) const { return columns; }
 
 bool ChangeReportModel::startsFolded(const QModelIndex& index) const {
-    return nodeOf(index).kind == Kind::unchanged;
+    const Kind kind = nodeOf(index).kind;
+    return kind == Kind::unchanged || kind == Kind::kept;
 }
 
 }  // namespace reelsweep

@@ -1,7 +1,7 @@
 // ChangeReportModel: what a run changed, as a tree.
 //
-// On top stands what needs somebody's attention, then each sequence with its changes, last the
-// sequences without any, folded away. Below a sequence stands one row for each clip with all that
+// On top stands what needs somebody's attention, then each sequence with its changes, last, folded
+// away, the clips that were left as they are and the sequences without changes. Below a sequence stands one row for each clip with all that
 // became of it, or, by pass, one row for each single change.
 // Owner: the view. Thread rule: main thread, while no run of the document is going.
 #pragma once
@@ -67,6 +67,8 @@ private:
         sequence,
         pass,
         change,
+        kept,
+        keptClip,
         unchanged,
         name
     };
@@ -76,7 +78,8 @@ private:
         std::uint32_t parent = 0;  ///< position in nodes_; 0 is the root
         std::uint32_t row = 0;     ///< below the parent
         std::uint32_t sequence = 0;
-        std::uint32_t number = 0;  ///< of the group, the loose clip, or the picture's change
+        std::uint32_t number =
+            0;  ///< of the group, the loose or kept clip, or the picture's change
         std::vector<std::uint32_t> changes;
         std::vector<std::uint32_t> children;
     };
@@ -97,6 +100,7 @@ private:
     std::vector<std::uint32_t> shownChanges(std::uint32_t sequence) const;
     void addClips(std::uint32_t parent, std::uint32_t sequence);
     void addPasses(std::uint32_t parent, std::uint32_t sequence);
+    void addKept();
     void addUnchanged();
     std::uint32_t add(Node node);
     void sortRows();
@@ -107,6 +111,7 @@ private:
     QString changeText(const Node& node, int column) const;
     QString looseText(const Node& node, int column) const;
     QString pictureText(const Node& node, int column) const;
+    QString keptText(const Node& node, int column) const;
     QVariant mark(const Node& node) const;
     std::size_t changesBelow(const Node& node) const;
 
@@ -115,7 +120,7 @@ private:
     Order order_ = Order::byClip;
     int sortColumn_ = -1;
     Qt::SortOrder sortOrder_ = Qt::AscendingOrder;
-    bool filtered_ = false;
+    QString filter_;
     std::size_t attention_ = 0;
     std::vector<const Difference*> changedPicture_;  ///< of all sequences, unasked
     std::vector<Node> nodes_{1};

@@ -175,12 +175,31 @@ QString ChangeReportModel::pictureText(const Node& node, int column) const {
     }
 }
 
+QString ChangeReportModel::keptText(const Node& node, int column) const {
+    const SequenceLedger& ledger = listing_.sequence(node.sequence);
+    const KeptItem& item = ledger.kept[node.number];
+    switch (column) {
+        case changeColumn: return item.wasAsked ? tr("left as asked") : tr("left for the picture");
+        case itemColumn:
+            return tr("%1 in %2")
+                .arg(toQString(item.name().empty() ? "clip" : item.name()), titleOf(ledger));
+        case reasonColumn: return toQString(reasonWithTimecode(item.reason, ledger.timecode));
+        case afterColumn:
+            return toQString(description(item.track) + "  " +
+                             ledger.timecode.text(item.times.start) + " - " +
+                             ledger.timecode.text(item.times.end));
+        default: return {};
+    }
+}
+
 QString ChangeReportModel::text(const Node& node, int column) const {
     if (node.kind == Kind::change) return changeText(node, column);
     if (node.kind == Kind::looseClip) return looseText(node, column);
     if (node.kind == Kind::pictureChange) return pictureText(node, column);
+    if (node.kind == Kind::keptClip) return keptText(node, column);
     if (column == itemColumn) {
         if (node.kind == Kind::attention) return tr("%L1").arg(attention_);
+        if (node.kind == Kind::kept) return tr("%L1").arg(node.children.size());
         if (node.kind == Kind::sequence || node.kind == Kind::pass)
             return changeCount(changesBelow(node));
         return {};
@@ -188,6 +207,7 @@ QString ChangeReportModel::text(const Node& node, int column) const {
     if (column != changeColumn) return {};
     switch (node.kind) {
         case Kind::attention: return tr("Needs your attention");
+        case Kind::kept: return tr("Left as they are");
         case Kind::unchanged:
             return tr("%1 without changes").arg(sequenceCount(node.children.size()));
         case Kind::pass: {

@@ -30,15 +30,18 @@ Examples:
 
 constexpr std::string_view tidyFooter =
     R"(The source sequences are never changed: the result holds renamed copies
-("NAME-Tidied") in a bin named "Reelsweep". Only removeFilters and removeMarkers
-apply to FCPXML, where the document itself is tidied. The result of a native
-project (film.fcp) is sent to Final Cut Pro, which opens the copies.
+("NAME-Tidied") in a bin named "Reelsweep". To FCPXML apply removeFilters,
+removeMarkers and the fcpx passes; there the document itself is tidied. The
+result of a native project (film.fcp) is sent to Final Cut Pro, which opens the
+copies.
 
 Examples:
   reelsweep-cli tidy film.xml
       the default passes on every sequence, written to film-Tidied.xml
   reelsweep-cli tidy film.xml --sequence "Reel 1" --passes all -o turnover.xml
       every pass on one sequence
+  reelsweep-cli tidy film.xml --report film.html --edl
+      with a page to hand over, and an edit list for each video track
   reelsweep-cli tidy *.xml --output-dir tidied --report changes.json
       several files, with a report of every change
   reelsweep-cli tidy film.xml --passes removeDisabledVideoClips,replaceGaps --dry-run

@@ -109,8 +109,8 @@ ExitCode listSequences(Application& application, const Document& document, bool 
 }
 
 ExitCode listProjects(Application& application, const InputFile& file, bool json) {
-    // The document checks that there is a project, but keeps nothing of what it read.
-    const Result<XMLDocument> tree = XMLDocument::load(file.path());
+    // The document checks that there is something to tidy, but keeps nothing of what it read.
+    const Result<XMLDocument> tree = XMLDocument::load(documentFile(file.path()));
     if (!tree) return application.fail(file.named(tree.failure()));
     const std::vector<FCPXProjectSummary> projects = fcpxProjects(tree->node());
     return application.printData(json ? projectsAsJson(projects) : projectsAsText(projects));

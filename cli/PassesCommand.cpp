@@ -1,6 +1,7 @@
 #include "cli/Application.h"
 #include "cli/Commands.h"
 #include "cli/TextTable.h"
+#include "tidy/FCPXPasses.h"
 #include "tidy/PassTable.h"
 
 #include <CLI/App.hpp>
@@ -14,20 +15,27 @@ namespace {
 
 std::string passesAsJson() {
     nlohmann::ordered_json list = nlohmann::ordered_json::array();
-    for (const PassRow& pass : passTable())
+    const auto add = [&](const PassRow& pass, bool isForXMEML) {
         list.push_back({{"name", pass.option},
                         {"title", pass.title},
                         {"summary", pass.summary},
                         {"default", pass.onByDefault},
+                        {"xmeml", isForXMEML},
                         {"fcpxml", pass.appliesToFCPX}});
+    };
+    for (const PassRow& pass : passTable()) add(pass, true);
+    for (const PassRow& pass : fcpxPassTable()) add(pass, false);
     return list.dump(2) + "\n";
 }
 
 std::string passesAsText() {
     TextTable table({{"Pass"}, {"Default"}, {"FCPXML"}, {"What it does"}});
-    for (const PassRow& pass : passTable())
-        table.addRow({std::string(pass.option), pass.onByDefault ? "yes" : "-",
-                      pass.appliesToFCPX ? "yes" : "-", std::string(pass.summary)});
+    const auto add = [&](const PassRow& pass, const char* fcpxml) {
+        table.addRow({std::string(pass.option), pass.onByDefault ? "yes" : "-", fcpxml,
+                      std::string(pass.summary)});
+    };
+    for (const PassRow& pass : passTable()) add(pass, pass.appliesToFCPX ? "yes" : "-");
+    for (const PassRow& pass : fcpxPassTable()) add(pass, "only");
     return table.text();
 }
 

@@ -81,6 +81,7 @@ Outcome PictureCommand::open() {
     file_.emplace(std::move(*file));
     if (file_->kind() != DocumentFormat::xmeml)
         return Failure{FailureCode::usage, "picture draws XMEML files only", file_->displayName()};
+    if (const auto fits = optionsFor(plan_.passes, false); !fits) return fits.failure();
     auto document = openDocument(file_->path());
     if (!document) return document.failure();
     document_ = std::move(*document);

@@ -1,19 +1,17 @@
 #include "cli/Application.h"
 #include "cli/Commands.h"
 #include "cli/Interruption.h"
-#include "cli/SaveResult.h"
+#include "cli/ReportFile.h"
 #include "cli/StandardStreams.h"
 #include "cli/TextTable.h"
 #include "cli/TidyFile.h"
 #include "cli/TidyPlan.h"
-#include "report/ChangeReport.h"
 
 #include <fmt/format.h>
 #include <CLI/App.hpp>
 #include <CLI/Validators.hpp>
 #include <algorithm>
 #include <memory>
-#include <optional>
 #include <string>
 #include <utility>
 
@@ -36,9 +34,7 @@ private:
 
     Application& application_;
     TidyPlan plan_;
-    // Kept back until the end: an interrupted call must leave no report behind.
-    std::optional<SpoolFile> reportSpool_;
-    std::optional<ChangeReport> report_;
+    std::unique_ptr<ReportFile> report_;
 };
 
 ExitCode TidyCommand::run() {
@@ -56,11 +52,10 @@ ExitCode TidyCommand::run() {
 Outcome TidyCommand::beginReport() {
     if (plan_.report != standardStreamPath)
         if (Outcome writable = checkWritable(plan_.report, plan_.force); !writable) return writable;
-    Result<SpoolFile> spool = SpoolFile::create();
-    if (!spool) return spool.failure();
-    reportSpool_.emplace(std::move(*spool));
-    report_.emplace(*reportSpool_,
-                    ChangeReport::Program{"reelsweep-cli", Application::version(), plan_.dryRun});
+    auto begun =
+        ReportFile::begin(plan_.report, {"reelsweep-cli", Application::version(), plan_.dryRun});
+    if (!begun) return begun.failure();
+    report_ = std::move(*begun);
     return Done{};
 }
 
@@ -84,13 +79,8 @@ ExitCode TidyCommand::tidyFiles() {
 
 ExitCode TidyCommand::saveReport() {
     application_.setCurrentFile(plan_.report);
-    report_->finish();
     const Interruption::Deferred deferred;
-    Outcome spooled = Done{};
-    const Outcome saved =
-        saveResult({plan_.report, plan_.force ? Overwrite::always : Overwrite::never},
-                   [&](ByteSink& sink) { spooled = reportSpool_->copyTo(sink); });
-    if (!spooled) return application_.fail(spooled.failure());
+    const Outcome saved = report_->save(plan_.force);
     if (!saved) return application_.fail(saved.failure());
     if (plan_.report == standardStreamPath) return ExitCode::done;
     return application_.printForUser(fmt::format("Wrote {}\n", singleLine(plan_.report)));
@@ -141,6 +131,12 @@ void defineWhatToDo(CLI::App& parser, TidyOptions& o) {
                                "its id, or its name with * and ?; may be repeated"),
              "CLIP")
         ->group(what);
+    oneValue(parser.add_option("--marker-kinds", o.markerKinds,
+                               "What fcpxRemoveMarkers takes out: marker, chapter-marker,\n"
+                               "analysis-marker, keyword, rating or all, with commas\n"
+                               "between (default: marker,chapter-marker)"),
+             "LIST")
+        ->group(what);
     parser
         .add_flag("--keep-picture,!--no-keep-picture", o.keepPicture,
                   "Leave alone what would change the picture or the\n"
@@ -166,6 +162,12 @@ void defineWhatToDo(CLI::App& parser, TidyOptions& o) {
         ->check(CLI::IsMember({"auto", "project", "standalone"}).description(""))
         ->group(what);
 
+    oneValue(parser.add_option("--handles", o.handles,
+                               "Name the clips whose media has fewer frames than that\n"
+                               "before or after them"),
+             "N")
+        ->check(CLI::Range(1L, 1'000'000L).description(""))
+        ->group(what);
     parser
         .add_flag("--launch", o.launch,
                   "Final Cut Pro may be started, and a native project\nbe opened in it")
@@ -189,9 +191,20 @@ void defineWhereToWrite(CLI::App& parser, TidyOptions& o) {
                   "program changed the file meanwhile")
         ->group(where);
     placeValue(parser.add_option("--report", o.report,
-                                 "Write every change to this file as JSON;\n- is standard output"),
+                                 "Write every change to this file: a page for .html, a\n"
+                                 "table for .csv, else JSON; - is standard output"),
                "FILE")
         ->group(where);
+    parser
+        .add_flag("--edl", o.editLists,
+                  "Write an edit list (CMX 3600) for each video track of\n"
+                  "the tidied copies beside the result")
+        ->group(where);
+    parser
+        .add_flag("--otio", o.otio,
+                  "Write each tidied copy beside the result as\nOpenTimelineIO JSON")
+        ->group(where);
+    parser.add_flag("--list-changes", o.listChanges, "Print every change as text")->group(where);
     parser.add_flag("--force", o.force, "Replace outputs that exist already")->group(where);
     parser.add_flag("--dry-run", o.dryRun, "Do everything but write the results")->group(where);
     parser.add_flag("--quiet", o.quiet, "Print errors only")->group(where);

@@ -1,6 +1,8 @@
 #include "cli/TidyFile.h"
 
 #include "cli/Application.h"
+#include "cli/BundleFile.h"
+#include "cli/ChangeLines.h"
 #include "cli/NativeProject.h"
 #include "cli/ResultTable.h"
 #include "cli/SaveResult.h"
@@ -99,6 +101,9 @@ Outcome TidyFile::settleRequest() {
         if (plan_.delivery != Delivery::automatic)
             return usage("--deliver does not apply to FCPXML, which is tidied as a whole");
         if (!plan_.keep.empty()) return usage("--keep does not apply to FCPXML");
+        if (plan_.turnover || plan_.handles)
+            return usage("--edl, --otio and --handles do not apply to FCPXML");
+        request.fcpxMarkerKinds = plan_.markerKinds;
         return Done{};
     }
     if (document.sequences().empty())
@@ -136,7 +141,12 @@ void TidyFile::process() {
         if (!*work_->tidied) return;
         saved_ = checkKeeps();
         if (saved_) saved_ = checkStrictly();
+        if (saved_ && plan_.turnover && !plan_.dryRun) {
+            turnover_.emplace((*work_->tidied)->ledger(), planned_.output, plan_.turnover);
+            saved_ = turnover_->check(plan_.force);
+        }
         if (saved_) save();
+        if (saved_ && turnover_) saved_ = turnover_->save(plan_.force);
     });
     terminal.endProgress();
 }
@@ -152,7 +162,9 @@ void TidyFile::save() {
     // One that used the document up looks at its input by itself.
     if (planned_.inPlace && result.document()) place.mustStillBe = result.document()->loadedFile();
     place.codes = result.fileCodes();
-    saved_ = saveResult(place, result);
+    if (planned_.inPlace) place.path = documentFile(planned_.output);
+    const bool isBundle = isFCPXMLBundle(place.path) && file_->kind() == DocumentFormat::fcpxml;
+    saved_ = isBundle ? saveBundle(place, file_->path(), result) : saveResult(place, result);
     if (saved_) reported_.output = planned_.output;
 }
 
@@ -160,8 +172,10 @@ ExitCode TidyFile::conclude() {
     const Result<Tidied>& tidied = *work_->tidied;
     const bool wasStopped = !tidied && tidied.failure().code == FailureCode::cancelled;
     if (wasStopped || (!saved_ && saved_.failure().code == FailureCode::cancelled)) {
-        // What standard output or the host has taken is out of our hands.
-        const bool mayHaveWritten = planned_.output == standardStreamPath || planned_.native;
+        // What standard output or the host has taken is out of our hands, and a result that was in
+        // place before its edit lists stays.
+        const bool mayHaveWritten =
+            planned_.output == standardStreamPath || planned_.native || reported_.output;
         return application_.fail(
             {FailureCode::cancelled,
              mayHaveWritten ? "interrupted" : "interrupted; nothing was written", reported_.input});
@@ -170,6 +184,8 @@ ExitCode TidyFile::conclude() {
     std::vector<Failure> failures = tidied->failures();
     for (Failure& failure : failures) failure = file_->named(failure);
     const ExitCode code = failures.empty() ? ExitCode::done : application_.fail(failures);
+    reported_.notes = tidied->notes();
+    reported_.handles = plan_.handles;
     const ExitCode next = saved_ ? showResult() : application_.fail(saved_.failure());
     return code == ExitCode::done ? next : code;
 }
@@ -178,13 +194,19 @@ ExitCode TidyFile::showResult() {
     const bool isOneOfMany = plan_.files.size() > 1;
     std::string lines;
     if (isOneOfMany) lines += singleLine(reported_.input) + ":\n";
-    lines += resultTable((*work_->tidied)->ledger());
+    const ChangeLedger& ledger = (*work_->tidied)->ledger();
+    lines += resultTable(ledger);
+    if (plan_.handles) lines += handleLines(ledger, *plan_.handles);
+    if (plan_.listChanges) lines += "\n" + changeLines(ledger) + "\n";
     if (plan_.dryRun)
         lines += "Dry run: nothing was written\n";
     else if (planned_.native)
         lines += "Sent to Final Cut Pro\n";
     else if (planned_.output != standardStreamPath)
         lines += fmt::format("Wrote {}\n", singleLine(planned_.output));
+    if (turnover_)
+        for (const std::string& path : turnover_->written())
+            lines += fmt::format("Wrote {}\n", singleLine(path));
     if (isOneOfMany) lines += "\n";
     const ExitCode printed = application_.printForUser(lines);
     noteWhatNeedsAttention();
@@ -233,6 +255,8 @@ void TidyFile::noteWhatNeedsAttention() {
     Terminal& terminal = application_.terminal();
     for (const std::string& note : (*work_->tidied)->notes())
         terminal.note(singleLine(reported_.input + ": " + note));
+    if (turnover_)
+        for (const std::string& note : turnover_->notes()) terminal.note(singleLine(note));
     for (const SequenceLedger& sequence : (*work_->tidied)->ledger().sequences) {
         if (std::string changed = pictureChangeText(sequence); !changed.empty()) {
             if (!plan_.keepPicture) changed += "; --keep-picture keeps them";

@@ -60,6 +60,7 @@ private:
     ReportedDocument reported_;
     std::optional<InputFile> file_;
     std::shared_ptr<Work> work_;
+    std::optional<TurnoverFiles> turnover_;
     Outcome saved_ = Done{};
 };
 

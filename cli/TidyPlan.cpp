@@ -26,10 +26,40 @@ Failure usage(std::string message, std::string file = {}) {
     return {FailureCode::usage, std::move(message), std::move(file), 0, 0, ""};
 }
 
+// Those of both formats, in the order of a run.
+std::vector<PassRow> knownPasses() {
+    std::vector<PassRow> all(passTable().begin(), passTable().end());
+    all.insert(all.end(), fcpxPassTable().begin(), fcpxPassTable().end());
+    return all;
+}
+
+bool isForFCPXAlone(const PassRow& pass) {
+    const auto table = fcpxPassTable();
+    return std::any_of(table.begin(), table.end(),
+                       [&](const PassRow& row) { return row.option == pass.option; });
+}
+
 std::vector<std::string> passNames() {
     std::vector<std::string> names;
-    for (const PassRow& pass : passTable()) names.emplace_back(pass.option);
+    for (const PassRow& pass : knownPasses()) names.emplace_back(pass.option);
     return names;
+}
+
+// Names with commas between; "all" is all.
+Result<std::vector<std::string>> selectMarkerKinds(const std::string& list) {
+    const auto known = fcpxMarkerKinds();
+    std::vector<std::string> kinds;
+    std::istringstream parts(list);
+    for (std::string kind; std::getline(parts, kind, ',');) {
+        if (kind == "all")
+            kinds.assign(known.begin(), known.end());
+        else if (std::find(known.begin(), known.end(), kind) != known.end())
+            kinds.push_back(kind);
+        else
+            return usage(fmt::format("unknown kind of marker \"{}\"; there are {} and all", kind,
+                                     fmt::join(known, ", ")));
+    }
+    return kinds;
 }
 
 Result<PassSelection> selectPasses(const std::string& list) {
@@ -42,17 +72,18 @@ Result<PassSelection> selectPasses(const std::string& list) {
         } else if (name == "default") {
             for (const PassRow& pass : passTable())
                 if (pass.onByDefault) asked.emplace_back(pass.option);
-        } else if (passNamed(name)) {
+        } else if (const std::vector<std::string> names = passNames();
+                   std::find(names.begin(), names.end(), name) != names.end()) {
             asked.push_back(name);
         } else {
-            std::vector<std::string> known = passNames();
+            std::vector<std::string> known = names;
             known.insert(known.end(), {"default", "all"});
             return usage(
                 fmt::format("unknown pass \"{}\"{}", name,
                             didYouMean(name, known, "; \"reelsweep-cli passes\" lists them")));
         }
     }
-    for (const PassRow& pass : passTable())
+    for (const PassRow& pass : knownPasses())
         if (std::find(asked.begin(), asked.end(), pass.option) != asked.end())
             selection.names.emplace_back(pass.option);
     if (!selection.all && selection.names.empty()) return usage("--passes names no pass");
@@ -64,6 +95,12 @@ std::string tidiedName(const std::string& input, const std::string& folder) {
     const fs::path path(input);
     const fs::path name = path.stem().string() + "-Tidied" + path.extension().string();
     return ((folder.empty() ? path.parent_path() : fs::path(folder)) / name).string();
+}
+
+// A bundle is a folder, and the shell completes those with a slash.
+std::string withoutSlash(std::string path) {
+    if (isFCPXMLBundle(path)) path.erase(path.find_last_not_of('/') + 1);
+    return path;
 }
 
 bool isSameFile(const std::string& first, const std::string& second) {
@@ -93,11 +130,20 @@ Outcome checkCombinations(const TidyOptions& options) {
         return usage("--in-place needs a file, not standard input");
     if (readsStandardInput && !options.outputFolder.empty())
         return usage("standard input has no name to write under; use -o");
+    const bool besideResult = options.editLists || options.otio;
+    if (besideResult && !options.dryRun &&
+        (options.output == standardStreamPath || (readsStandardInput && options.output.empty())))
+        return usage("--edl and --otio write beside the result, which needs a file; use -o");
     const auto native = std::find_if(options.files.begin(), options.files.end(), isNativeProject);
     if (native != options.files.end() && (places > 0 || options.delivery == "standalone"))
         return usage(
             "is a native project, whose result goes to Final Cut Pro; -o, --output-dir, "
             "--in-place and --deliver standalone do not apply",
+            *native);
+    if (native != options.files.end() && besideResult)
+        return usage(
+            "is a native project, whose result goes to Final Cut Pro; --edl and --otio have no "
+            "file to write beside",
             *native);
     return Done{};
 }
@@ -155,6 +201,14 @@ Result<TidyPlan> planTidy(const TidyOptions& options) {
                     : options.delivery == "standalone" ? Delivery::standalone
                                                        : Delivery::automatic;
     plan.report = options.report;
+    plan.listChanges = options.listChanges;
+    plan.turnover = {options.editLists, options.otio};
+    if (options.handles) plan.handles = Frames{*options.handles};
+    if (!options.markerKinds.empty()) {
+        auto kinds = selectMarkerKinds(options.markerKinds);
+        if (!kinds) return kinds.failure();
+        plan.markerKinds = std::move(*kinds);
+    }
     plan.keepPicture = options.keepPicture && !options.literal;
     plan.importSafe = options.importSafe && !options.literal;
     plan.strict = options.strict;
@@ -162,7 +216,8 @@ Result<TidyPlan> planTidy(const TidyOptions& options) {
     plan.dryRun = options.dryRun;
     plan.force = options.force;
     plan.quiet = options.quiet;
-    for (const std::string& input : options.files) {
+    for (const std::string& argument : options.files) {
+        const std::string input = withoutSlash(argument);
         PlannedFile file{input, input, options.inPlace, isNativeProject(input)};
         if (file.native)
             file.output.clear();
@@ -182,7 +237,8 @@ Outcome checkWritable(const std::string& path, bool mayReplace) {
     };
     std::error_code error;
     const fs::file_status status = fs::status(path, error);
-    if (fs::is_directory(status)) return failure("is a folder, not a file");
+    if (fs::is_directory(status) && !isFCPXMLBundle(path))
+        return failure("is a folder, not a file");
     if (fs::exists(status) && !mayReplace)
         return failure("there is a file already; --force replaces it");
     const fs::path folder = fs::path(path).parent_path();
@@ -195,21 +251,23 @@ Result<OptionList> optionsFor(const PassSelection& selection, bool isFCPX) {
     OptionList options;
     OptionList applicable;
     std::string unfit;
-    for (const PassRow& pass : passTable()) {
+    for (const PassRow& pass : knownPasses()) {
         const std::string name(pass.option);
+        const bool isXMEMLOnly = !pass.appliesToFCPX;
         const bool named = std::find(selection.names.begin(), selection.names.end(), name) !=
                            selection.names.end();
-        if (isFCPX && !pass.appliesToFCPX) {
+        if (isFCPX ? isXMEMLOnly : isForFCPXAlone(pass)) {
             if (named && unfit.empty()) unfit = name;
             continue;
         }
-        applicable.push_back(name);
+        if (!isForFCPXAlone(pass)) applicable.push_back(name);
         if (named || selection.all) options.push_back(name);
     }
+    if (!unfit.empty() && !isFCPX) return usage(fmt::format("{} applies to FCPXML only", unfit));
     if (!unfit.empty())
-        return usage(fmt::format("only {} apply to FCPXML, not {}; use --passes {}",
-                                 fmt::join(applicable, " and "), unfit,
-                                 fmt::join(applicable, ",")));
+        return usage(
+            fmt::format("only {} and the fcpx passes apply to FCPXML, not {}; use --passes {}",
+                        fmt::join(applicable, ", "), unfit, fmt::join(applicable, ",")));
     return options;
 }
 

@@ -4,6 +4,7 @@
 #pragma once
 
 #include "base/Failure.h"
+#include "cli/TurnoverFiles.h"
 #include "documents/Document.h"
 #include "tidy/PassTable.h"
 
@@ -25,6 +26,11 @@ struct TidyOptions {
     bool inPlace = false;
     std::string delivery = "auto";
     std::string report;
+    bool listChanges = false;
+    bool editLists = false;
+    bool otio = false;
+    std::optional<long> handles;
+    std::string markerKinds;
     bool keepPicture = true;
     bool importSafe = true;
     bool literal = false;
@@ -56,6 +62,10 @@ struct TidyPlan {
     std::vector<std::string> keep;  ///< clips to leave alone
     Delivery delivery = Delivery::automatic;
     std::string report;  ///< empty for none; "-" for standard output
+    bool listChanges = false;
+    TurnoverFiles::Wanted turnover;  ///< what else is written beside each result
+    std::optional<Frames> handles;   ///< that clips should have at both ends
+    std::vector<std::string> markerKinds = usualFCPXMarkerKinds();
     bool keepPicture = true;
     bool importSafe = true;
     bool strict = false;  ///< a result that shows another picture is not written

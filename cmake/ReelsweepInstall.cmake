@@ -23,6 +23,18 @@ if(REELSWEEP_APP)
             DESTINATION ${CMAKE_INSTALL_DATADIR}/icons/hicolor/scalable/apps COMPONENT programs)
 endif()
 
+# The Python package, for Debian's interpreter
+if(TARGET reelsweep_python)
+    install(TARGETS reelsweep_python
+            LIBRARY DESTINATION lib/python3/dist-packages/reelsweep COMPONENT python)
+    install(DIRECTORY ${CMAKE_SOURCE_DIR}/python/reelsweep/
+            DESTINATION lib/python3/dist-packages/reelsweep COMPONENT python
+            FILES_MATCHING PATTERN "*.py" PATTERN "*.pyi" PATTERN py.typed)
+    install(DIRECTORY ${CMAKE_SOURCE_DIR}/examples/
+            DESTINATION share/doc/python3-reelsweep/examples COMPONENT python
+            FILES_MATCHING PATTERN "*.py")
+endif()
+
 # The library: find_package(Reelsweep), Reelsweep::reelsweep. What stands on the ports is the
 # component "shell", since it needs many more libraries: Reelsweep::reelsweep_shell and, for a
 # program that has no ports of its own, Reelsweep::reelsweep_platform_posix.
@@ -53,12 +65,15 @@ install(FILES ${CMAKE_BINARY_DIR}/ReelsweepConfig.cmake
               ${CMAKE_BINARY_DIR}/ReelsweepConfigVersion.cmake
         DESTINATION ${package_folder} COMPONENT library)
 
-# The Debian packages: reelsweep, libreelsweep-dev and libreelsweep-shell-dev
+# The Debian packages: reelsweep, python3-reelsweep, libreelsweep-dev and libreelsweep-shell-dev
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_VENDOR Quorvane)
 set(CPACK_PACKAGE_CONTACT "Reelsweep maintainers <maintainers@reelsweep.invalid>")
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_COMPONENTS_ALL programs library shell)
+if(TARGET reelsweep_python)
+    list(APPEND CPACK_COMPONENTS_ALL python)
+endif()
 set(CPACK_STRIP_FILES ON)
 set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
@@ -77,6 +92,17 @@ set(CPACK_COMPONENT_LIBRARY_DESCRIPTION
 set(CPACK_DEBIAN_LIBRARY_PACKAGE_NAME libreelsweep-dev)
 set(CPACK_DEBIAN_LIBRARY_PACKAGE_SECTION libdevel)
 set(CPACK_DEBIAN_LIBRARY_PACKAGE_DEPENDS "libpugixml-dev, libexpat1-dev")
+set(CPACK_COMPONENT_PYTHON_DESCRIPTION
+    "The engine of Reelsweep as a Python module, for pipelines.")
+set(CPACK_DEBIAN_PYTHON_PACKAGE_NAME python3-reelsweep)
+set(CPACK_DEBIAN_PYTHON_PACKAGE_SECTION python)
+set(CPACK_DEBIAN_PYTHON_PACKAGE_SHLIBDEPS ON)
+# The module is for the version of the interpreter that it was built with.
+if(TARGET reelsweep_python)
+    string(REGEX REPLACE "^3\\.([0-9]+).*" "\\1" minor ${REELSWEEP_PYTHON_VERSION})
+    math(EXPR next "${minor} + 1")
+    set(CPACK_DEBIAN_PYTHON_PACKAGE_DEPENDS "python3 (>= 3.${minor}~), python3 (<< 3.${next}~)")
+endif()
 set(CPACK_COMPONENT_SHELL_DESCRIPTION
     "The documents, services and bridges to editing applications of the programs
 of Reelsweep as static libraries with headers.")

@@ -81,7 +81,8 @@ Result<std::unique_ptr<Document>> openDocument(const std::string& path,
     const Result<DocumentFormat> format = documentFormat(path);
     if (!format) return format.failure();
     switch (*format) {
-        case DocumentFormat::fcpxml: return asDocument(FCPXMLDocument::open(path));
+        case DocumentFormat::fcpxml:
+            return asDocument(FCPXMLDocument::open(path, FCPXMLDocument::Holding::anything));
         case DocumentFormat::nativeProject:
             if (options.host) return asDocument(NativeDocument::open(path, *options.host));
             return Failure{

@@ -18,6 +18,7 @@
 #include "documents/EditingHost.h"
 #include "documents/OutputBin.h"
 #include "documents/TidiedCopy.h"
+#include "tidy/FCPXPasses.h"
 #include "tidy/TidySequence.h"
 #include "timeline/ChangeLedger.h"
 #include "xml/SplicedSave.h"
@@ -63,6 +64,8 @@ struct DocumentRequest {
     /// Clips that no pass may touch, nor what transitions join to them: ids, or patterns for names
     /// with `*`, `?` and `[...]`, in any letter case. XMEML only.
     std::vector<std::string> keep = {};
+    /// The elements that fcpxRemoveMarkers takes out: see tidy/FCPXPasses.h. FCPXML only.
+    std::vector<std::string> fcpxMarkerKinds = usualFCPXMarkerKinds();
     /// Whoever asks has no more use for the document. Where the new bin is added to the bytes of
     /// the file anyway, a run may then edit a sequence itself in place of a copy. That saves a
     /// third of the memory. The document cannot be tidied again, and what is tidied of it cannot be

@@ -22,6 +22,12 @@ const char* description(DocumentFormat format);
 /// FCPF.
 bool isNativeProject(const std::string& path);
 
+/// A bundle of FCPXML is a folder of that extension (fcpxmld); this file in it is the document.
+inline constexpr const char* fcpxmlInBundle = "Info.fcpxml";
+bool isFCPXMLBundle(const std::string& path);
+/// The file to read for a document's path: of a bundle the one in it, else the path itself.
+std::string documentFile(const std::string& path);
+
 /// Recognises a native project by its name or type, any other file by its root element. Fails with
 /// inputUnreadable, or with inputInvalid when it is none of the three.
 Result<DocumentFormat> documentFormat(const std::string& path);

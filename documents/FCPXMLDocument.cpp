@@ -2,6 +2,7 @@
 
 #include "base/Log.h"
 #include "report/SequenceSummary.h"
+#include "tidy/FCPXPasses.h"
 #include "timeline/QVXMLParser.h"
 #include "timeline/TimelineEdit.h"
 
@@ -70,32 +71,64 @@ void showProgress(const TidyControls& controls, const char* text) {
 }
 
 // What is said of a file with several projects; empty for others.
-std::string othersLeft(const std::string& title, const XMLDocument& document) {
-    const std::size_t others = fcpxProjects(document.node()).size() - 1;
-    if (others == 0) return {};
+std::string othersLeft(const std::string& title, const XMLDocument& document,
+                       const OptionList& passes) {
+    const std::size_t all = fcpxProjects(document.node()).size();
+    if (all < 2) return {};
+    if (hasFCPXPass(passes)) {
+        const bool isFirstAlone =
+            hasOption(passes, "removeFilters") || hasOption(passes, "removeMarkers");
+        if (!isFirstAlone) return {};
+        return "removeFilters and removeMarkers look at the first project only; the other passes "
+               "take all " +
+               std::to_string(all);
+    }
+    const std::size_t others = all - 1;
     return "Only the project \"" + title + "\" is tidied; " +
            (others == 1 ? "another one in the file stays as it is"
                         : std::to_string(others) + " others in the file stay as they are");
+}
+
+Failure noProject(const std::string& path) {
+    Failure failure{FailureCode::inputInvalid, "Invalid FCPX project", path};
+    failure.detail =
+        "Please make sure you are importing the XML from an FCPX project, not an event.";
+    return failure;
+}
+
+// Anything that stands on a time line or could.
+bool holdsClips(const XMLDocument& document) {
+    bool found = false;
+    document.rootElement().forEachDescendant(
+        {"asset-clip", "clip", "mc-clip", "ref-clip", "sync-clip", "spine", "title", "video",
+         "audio", "multicam"},
+        [&](XMLNode) { found = true; });
+    return found;
+}
+
+// The name of the first project; of the first event in a file without one.
+std::string titleOf(const XMLDocument& document) {
+    for (const char* const name : {"project", "event"})
+        if (const XMLNode node = document.rootElement().nextElement(document.rootElement(), name))
+            return std::string(node.attribute("name").value_or(""));
+    return {};
 }
 
 Failure stopped() { return {FailureCode::cancelled, "cancelled"}; }
 
 }  // namespace
 
-Result<std::unique_ptr<FCPXMLDocument>> FCPXMLDocument::open(const std::string& path) {
-    const Result<XMLDocument> tree = XMLDocument::load(path);
+Result<std::unique_ptr<FCPXMLDocument>> FCPXMLDocument::open(const std::string& path,
+                                                             Holding holding) {
+    const Result<XMLDocument> tree = XMLDocument::load(documentFile(path));
     if (!tree) return tree.failure();
-    if (!projectOf(*tree)) {
-        Failure failure{FailureCode::inputInvalid, "Invalid FCPX project", path};
-        failure.detail =
-            "Please make sure you are importing the XML from an FCPX project, not an event.";
-        return failure;
-    }
+    const bool isEnough = projectOf(*tree) || (holding == Holding::anything && holdsClips(*tree));
+    if (!isEnough) return noProject(path);
     return std::unique_ptr<FCPXMLDocument>(new FCPXMLDocument(path));
 }
 
 Result<Tidied> FCPXMLDocument::tidy(const DocumentRequest& request, const TidyControls& controls) {
-    Result<XMLDocument> loaded = XMLDocument::load(path_);
+    Result<XMLDocument> loaded = XMLDocument::load(documentFile(path_));
     if (!loaded) {
         Log::append("Unable to load XML data - %@", loaded.failure().description());
         return loaded.failure();
@@ -103,10 +136,12 @@ Result<Tidied> FCPXMLDocument::tidy(const DocumentRequest& request, const TidyCo
     const auto document = std::make_shared<XMLDocument>(std::move(*loaded));
     Tidied tidied;
     SequenceLedger& ledger = tidied.ledger_.sequences.emplace_back();
+    const XMLNode project = projectOf(*document);
+    if (!project && !hasFCPXPass(request.passes)) return noProject(path_);
     ledger.title =
-        QVXMLParser::stringValueForQuery("./@name[1]", projectOf(*document)).value_or("");
+        project ? std::string(project.attribute("name").value_or("")) : titleOf(*document);
     ledger.document = document;
-    if (std::string note = othersLeft(ledger.title, *document); !note.empty()) {
+    if (std::string note = othersLeft(ledger.title, *document, request.passes); !note.empty()) {
         Log::append("%@", note);
         tidied.notes_.push_back(std::move(note));
     }
@@ -115,6 +150,11 @@ Result<Tidied> FCPXMLDocument::tidy(const DocumentRequest& request, const TidyCo
             return done.failure();
     if (hasOption(request.passes, "removeMarkers"))
         if (Outcome done = removeFCPXMarkers(*document, ledger, controls); !done)
+            return done.failure();
+    if (hasFCPXPass(request.passes))
+        if (Outcome done = applyFCPXPasses(document->node(), request.passes,
+                                           request.fcpxMarkerKinds, ledger, controls);
+            !done)
             return done.failure();
     if (controls.stop.stop_requested()) return stopped();
     if (request.delivery == Delivery::none) return tidied;

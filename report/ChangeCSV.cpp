@@ -37,13 +37,12 @@ void addPlace(std::string& line, const SequenceTimecode& timecode, TrackLabel tr
     addField(line, timecode.text(times.end));
 }
 
-}  // namespace
-
-bool writeChangesCSV(const ChangeLedger& ledger, ByteSink& sink) {
-    if (!sink.write(header)) return false;
+// Without a file there is no column for it.
+bool writeChanges(const ChangeLedger& ledger, const std::string_view* file, ByteSink& sink) {
     for (const SequenceLedger& sequence : ledger.sequences) {
         for (const Change& change : sequence.changes) {
             std::string line;
+            if (file) addField(line, *file);
             addField(line, sequence.title);
             addField(line, change.pass);
             addField(line, description(change.kind));
@@ -60,6 +59,18 @@ bool writeChangesCSV(const ChangeLedger& ledger, ByteSink& sink) {
         }
     }
     return true;
+}
+
+}  // namespace
+
+bool writeChangesCSV(const ChangeLedger& ledger, ByteSink& sink) {
+    return sink.write(header) && writeChanges(ledger, nullptr, sink);
+}
+
+bool writeChangesCSVHeader(ByteSink& sink) { return sink.write("File," + std::string(header)); }
+
+bool writeChangesCSV(std::string_view file, const ChangeLedger& ledger, ByteSink& sink) {
+    return writeChanges(ledger, &file, sink);
 }
 
 }  // namespace reelsweep

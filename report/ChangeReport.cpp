@@ -1,7 +1,9 @@
 #include "report/ChangeReport.h"
 
+#include "report/Handles.h"
 #include "report/PictureJson.h"
 #include "tidy/PassTable.h"
+#include "timeline/PictureDifference.h"
 
 #include <algorithm>
 #include <nlohmann/json.hpp>
@@ -21,8 +23,13 @@ Json timeValue(const std::optional<Frames>& time) {
     return time ? Json(time->count) : Json(nullptr);
 }
 
+Json timecodeValue(const SequenceTimecode& timecode, const std::optional<Frames>& time) {
+    const bool isSaid = time && *time != edgeInTransition && timecode.rate.known();
+    return isSaid ? Json(timecode.text(time)) : Json(nullptr);
+}
+
 // Where an item stands; null for what has no place, such as an item not yet there.
-Json placeValue(TrackLabel track, const ItemTimes& times) {
+Json placeValue(const SequenceTimecode& timecode, TrackLabel track, const ItemTimes& times) {
     if (track.number == 0 && times == ItemTimes{}) return nullptr;
     Json place;
     place["track"] = track.number > 0 ? Json(description(track)) : Json(nullptr);
@@ -30,7 +37,21 @@ Json placeValue(TrackLabel track, const ItemTimes& times) {
     place["end"] = timeValue(times.end);
     place["in"] = timeValue(times.in);
     place["out"] = timeValue(times.out);
+    place["startTimecode"] = timecodeValue(timecode, times.start);
+    place["endTimecode"] = timecodeValue(timecode, times.end);
     return place;
+}
+
+// How the time codes of a sequence count.
+Json timecodeValue(const SequenceTimecode& timecode) {
+    Json value;
+    const bool isKnown = timecode.rate.known();
+    value["rate"] = isKnown ? Json(description(timecode.rate)) : Json(nullptr);
+    value["timebase"] = isKnown ? Json(timecode.rate.timebase) : Json(nullptr);
+    value["ntsc"] = timecode.rate.ntsc;
+    value["dropFrame"] = timecode.dropFrame;
+    value["start"] = isKnown ? Json(timecode.text(Frames{})) : Json(nullptr);
+    return value;
 }
 
 // The clip that a filter or a marker belongs to.
@@ -53,8 +74,8 @@ Json changeValue(const SequenceLedger& sequence, const Change& change) {
     value["id"] = change.id();
     value["item"] = change.countsAsItem;
     value["holder"] = holderValue(change);
-    value["before"] = placeValue(change.trackBefore, change.before);
-    value["after"] = placeValue(change.trackAfter, change.after);
+    value["before"] = placeValue(sequence.timecode, change.trackBefore, change.before);
+    value["after"] = placeValue(sequence.timecode, change.trackAfter, change.after);
     value["reason"] = reason.empty() ? Json(nullptr) : Json(reason);
     return value;
 }
@@ -66,7 +87,7 @@ Json looseClipsValue(const SequenceLedger& sequence) {
         value["element"] = clip.node.name();
         value["name"] = clip.name();
         value["id"] = clip.id();
-        value["place"] = placeValue(clip.track, clip.times);
+        value["place"] = placeValue(sequence.timecode, clip.track, clip.times);
         list.push_back(std::move(value));
     }
     return list;
@@ -80,7 +101,7 @@ Json keptValue(const SequenceLedger& sequence) {
         value["element"] = item.node.name();
         value["name"] = item.name();
         value["id"] = item.id();
-        value["place"] = placeValue(item.track, item.times);
+        value["place"] = placeValue(sequence.timecode, item.track, item.times);
         value["reason"] = item.reason;
         list.push_back(std::move(value));
     }
@@ -113,6 +134,25 @@ Json itemsValue(const SequenceLedger& sequence) {
     return items;
 }
 
+// Null when nobody asked, or the timeline was not looked at.
+Json shortHandlesValue(const ReportedDocument& document, const SequenceLedger& sequence) {
+    if (!document.handles || !sequence.picture) return nullptr;
+    const Timeline& timeline = sequence.picture->copy();
+    Json list = Json::array();
+    for (const ShortHandle& handle : shortHandles(timeline, *document.handles)) {
+        Json value;
+        value["name"] = handle.item->name;
+        value["id"] = handle.item->id;
+        value["track"] = description(*handle.track);
+        value["start"] = handle.item->cut.start.count;
+        value["startTimecode"] = timecodeValue(timeline.timecode(), handle.item->cut.start);
+        value["before"] = handle.head.count;
+        value["after"] = handle.tail.count;
+        list.push_back(std::move(value));
+    }
+    return list;
+}
+
 }  // namespace
 
 ChangeReport::ChangeReport(ByteSink& sink, const Program& program) : sink_(sink) {
@@ -137,26 +177,29 @@ void ChangeReport::addDocument(const ReportedDocument& document, const ChangeLed
     put(",\n   \"delivery\": " + dumped(textOrNull(document.delivery)));
     put(",\n   \"output\": " + dumped(document.output ? Json(*document.output) : Json(nullptr)));
     put(",\n   \"errors\": " + dumped(document.errors));
+    put(",\n   \"notes\": " + dumped(document.notes));
     put(",\n   \"sequences\": [");
     bool first = true;
     if (ledger) {
         for (const SequenceLedger& sequence : ledger->sequences) {
             put(first ? "\n" : ",\n");
             first = false;
-            addSequence(sequence);
+            addSequence(document, sequence);
         }
     }
     put("]}");
 }
 
-void ChangeReport::addSequence(const SequenceLedger& sequence) {
+void ChangeReport::addSequence(const ReportedDocument& document, const SequenceLedger& sequence) {
     put("    {\"title\": " + dumped(sequence.title));
     put(",\n     \"uuid\": " + dumped(sequence.uuid.empty() ? Json(nullptr) : Json(sequence.uuid)));
+    put(",\n     \"timecode\": " + dumped(timecodeValue(sequence.timecode)));
     put(",\n     \"items\": " + dumped(itemsValue(sequence)));
     put(",\n     \"balances\": ");
     put(sequence.balances() ? "true" : "false");
     put(",\n     \"looseClips\": " + dumped(looseClipsValue(sequence)));
     put(",\n     \"kept\": " + dumped(keptValue(sequence)));
+    put(",\n     \"shortHandles\": " + dumped(shortHandlesValue(document, sequence)));
     put(",\n     \"picture\": " +
         dumped(sequence.picture ? pictureJson(*sequence.picture) : Json(nullptr)));
     put(",\n     \"totals\": " + dumped(totalsValue(sequence)));

@@ -26,6 +26,9 @@ struct ReportedDocument {
     std::string delivery;               ///< "project", "standalone", "host", "document", or empty
     std::optional<std::string> output;  ///< the file written, if any
     std::vector<std::string> errors;    ///< messages, in order
+    std::vector<std::string> notes;     ///< what of the file was left alone
+    /// How many frames of their media clips should have at each end; nothing when nobody asked.
+    std::optional<Frames> handles;
 };
 
 class ChangeReport {
@@ -47,7 +50,7 @@ public:
     bool finish();
 
 private:
-    void addSequence(const SequenceLedger& sequence);
+    void addSequence(const ReportedDocument& document, const SequenceLedger& sequence);
     void put(std::string_view text);
     void flush();
 

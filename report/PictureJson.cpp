@@ -24,6 +24,9 @@ Json differenceValue(const Difference& difference, const SequenceTimecode& timec
     value["asked"] = difference.asked;
     value["start"] = difference.range.start.count;
     value["end"] = difference.range.end.count;
+    const bool isKnown = timecode.rate.known();
+    value["startTimecode"] = isKnown ? Json(timecode.text(difference.range.start)) : Json(nullptr);
+    value["endTimecode"] = isKnown ? Json(timecode.text(difference.range.end)) : Json(nullptr);
     value["before"] = contributorsValue(difference.before, difference.range.start);
     value["after"] = contributorsValue(difference.after, difference.range.start);
     value["text"] = differenceText(difference, timecode);

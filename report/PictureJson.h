@@ -10,7 +10,7 @@
 namespace reelsweep {
 
 /// {"frames", "picture": {"same", "asked", "changed"}, "sound": {...}, "differences": [...]}; times
-/// are frames of the source, ends exclusive.
+/// are frames of the source and its time codes, ends exclusive.
 nlohmann::ordered_json pictureJson(const PictureDifference& difference);
 
 }  // namespace reelsweep

@@ -121,7 +121,7 @@ std::vector<LegendEntry> legendOf(std::span<const DrawnSequence> sequences) {
 // One file, from the top down.
 class Writer {
 public:
-    Writer(int width, ByteSink& sink) : width_(width), sink_(sink) {}
+    Writer(int width, ByteSink& sink, SvgForm form) : width_(width), sink_(sink), form_(form) {}
 
     void write(std::span<const DrawnSequence> sequences);
 
@@ -147,6 +147,7 @@ private:
 
     int width_;
     ByteSink& sink_;
+    SvgForm form_;
     PictureView view_;
     std::string body_;
     double y_ = margin;
@@ -172,8 +173,8 @@ void Writer::write(std::span<const DrawnSequence> sequences) {
     addLegend(sequences);
     const std::string title =
         sequences.size() == 1 ? sequences.front().title : std::string("Timelines");
+    if (form_ == SvgForm::file) sink_.write("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n");
     sink_.write(formatText(
-        "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
         "<svg xmlns=\"http://www.w3.org/2000/svg\" viewBox=\"0 0 %i %@\" width=\"%i\" "
         "height=\"%@\" font-family=\"Helvetica, Arial, sans-serif\" font-size=\"11\" role=\"img\" "
         "aria-label=\"%@ before and after tidying\">\n",
@@ -188,9 +189,12 @@ void Writer::write(std::span<const DrawnSequence> sequences) {
 void Writer::addSequence(const DrawnSequence& sequence) {
     const TimelinePicture& picture = *sequence.picture;
     view_ = PictureView::fitting(picture.range(), width_ - left() - margin);
-    y_ += 14;
-    text(margin, y_, words.attributes() + " font-size=\"16\" font-weight=\"bold\"", sequence.title);
-    y_ += 18;
+    if (form_ == SvgForm::file) {
+        y_ += 14;
+        text(margin, y_, words.attributes() + " font-size=\"16\" font-weight=\"bold\"",
+             sequence.title);
+        y_ += 18;
+    }
     text(margin, y_, quiet.attributes() + " font-size=\"12\"", fateSummary(picture));
     for (const PictureSide side : {PictureSide::before, PictureSide::after}) {
         y_ += 24;
@@ -381,8 +385,9 @@ void Writer::addKept(const TimelinePicture& picture) {
 
 }  // namespace
 
-void writePictureSvg(std::span<const DrawnSequence> sequences, int width, ByteSink& sink) {
-    Writer(width, sink).write(sequences);
+void writePictureSvg(std::span<const DrawnSequence> sequences, int width, ByteSink& sink,
+                     SvgForm form) {
+    Writer(width, sink, form).write(sequences);
 }
 
 }  // namespace reelsweep

@@ -18,7 +18,14 @@ struct DrawnSequence {
     const TimelinePicture* picture = nullptr;
 };
 
+/// What is written around the drawing.
+enum class SvgForm {
+    file,    ///< a file of its own
+    inPage,  ///< an element inside a page of HTML: no XML declaration, no title of the sequence
+};
+
 /// Writes the pictures below each other, `width` pixels wide.
-void writePictureSvg(std::span<const DrawnSequence> sequences, int width, ByteSink& sink);
+void writePictureSvg(std::span<const DrawnSequence> sequences, int width, ByteSink& sink,
+                     SvgForm form = SvgForm::file);
 
 }  // namespace reelsweep

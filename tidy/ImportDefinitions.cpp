@@ -23,7 +23,7 @@ public:
 
     void run() {
         const XMLNode copy = edit_.sequence();
-        collect(context_.source, source_);
+        collect(context_.source.sequence(), source_);
         collect(copy, own_);
         for (XMLNode element = copy.nextElement(copy, {}); element;
              element = element.nextElement(copy, {}))

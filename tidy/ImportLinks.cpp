@@ -78,13 +78,11 @@ struct LinkTarget {
 
 class LinkMender {
 public:
-    LinkMender(TimelineEdit& edit, const ImportContext& context, const SequencePlaces& source,
-               const Sources& sources)
+    LinkMender(TimelineEdit& edit, const ImportContext& context)
         : edit_(edit),
           context_(context),
           delivery_(context.delivery.state()),
-          source_(source),
-          sources_(sources) {}
+          source_(context.source.places()) {}
 
     void run() {
         findPieces();
@@ -106,8 +104,8 @@ private:
         std::unordered_map<XMLNode, std::vector<Stand>> pieces;  // by what they came from
         const Stands placed(places);
         for (const Stand& stand : placed.all())
-            if (const auto source = sources_.find(stand.node); source != sources_.end())
-                pieces[source->second].push_back(stand);
+            if (const XMLNode source = context_.source.itemOf(stand.node))
+                pieces[source].push_back(stand);
         for (auto& [source, stands] : pieces) {
             std::stable_sort(stands.begin(), stands.end(),
                              [](const Stand& a, const Stand& b) { return a.start < b.start; });
@@ -151,9 +149,7 @@ private:
     }
 
     XMLNode firstPiece(XMLNode item) const {
-        const auto source = sources_.find(item);
-        if (source == sources_.end()) return item;
-        const auto first = first_.find(source->second);
+        const auto first = first_.find(context_.source.itemOf(item));
         return first == first_.end() ? item : first->second;
     }
 
@@ -284,7 +280,6 @@ private:
     const ImportContext& context_;
     ImportDelivery::State& delivery_;
     const Stands source_;
-    const Sources& sources_;
     std::unordered_map<XMLNode, XMLNode> first_;  // pieces of the copy, by items of the source
     std::unordered_set<XMLNode> laterPieces_;
     std::unordered_map<XMLNode, Stand> stands_;
@@ -295,9 +290,8 @@ private:
 
 }  // namespace
 
-void mendIdsAndLinks(TimelineEdit& edit, const ImportContext& context, const SequencePlaces& source,
-                     const Sources& sources) {
-    LinkMender(edit, context, source, sources).run();
+void mendIdsAndLinks(TimelineEdit& edit, const ImportContext& context) {
+    LinkMender(edit, context).run();
 }
 
 }  // namespace reelsweep::importing

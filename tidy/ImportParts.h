@@ -43,16 +43,12 @@ namespace importing {
 /// "file" or "sequence" with an id: equal ids of different elements are different things.
 std::string keyOf(XMLNode element);
 
-/// Items of the copy with those of the source that they came from.
-using Sources = std::unordered_map<XMLNode, XMLNode>;
-
 /// Gives every item a place of its own that importers understand.
-void mendPlaces(TimelineEdit& edit, const SequencePlaces& source, const Sources& sources);
+void mendPlaces(TimelineEdit& edit, const ImportSource& source);
 void mendTicks(TimelineEdit& edit);
 void defineOnce(TimelineEdit& edit, const ImportContext& context);
 /// Ids first, then the links that name them.
-void mendIdsAndLinks(TimelineEdit& edit, const ImportContext& context, const SequencePlaces& source,
-                     const Sources& sources);
+void mendIdsAndLinks(TimelineEdit& edit, const ImportContext& context);
 
 }  // namespace importing
 

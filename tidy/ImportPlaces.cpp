@@ -40,31 +40,30 @@ bool lieOver(const PlacedItem& a, const PlacedItem& b) {
 
 class Mender {
 public:
-    Mender(TimelineEdit& edit, const SequencePlaces& source, const Sources& sources)
-        : edit_(edit), sourceRate_(source.rate()), sources_(sources) {
-        for (const PlacedTrack& track : source.tracks())
-            for (const PlacedItem& item : track.items) inSource_.emplace(item.item->node, &item);
-    }
+    Mender(TimelineEdit& edit, const ImportSource& source) : edit_(edit), source_(source) {}
 
     void run() {
-        // What is mended may show more. It ends, since each item is edited in one way only once,
-        // and moved a few times at most.
-        while (mendOnce()) continue;
+        const SequencePlaces places = SequencePlaces::of(edit_.sequence());
+        rate_ = places.rate();
+        for (const PlacedTrack& track : places.tracks()) {
+            // What is mended may show more. It ends, since each item is edited in one way only
+            // once, and moved a few times at most.
+            bool mended = mendOnce(track);
+            while (mended) mended = mendOnce(places.again(track).tracks().front());
+        }
     }
 
 private:
-    // The first kind of thing that is wrong anywhere; the places are read anew after each.
-    bool mendOnce() {
+    // The first kind of thing that is wrong on the track; its places are read anew after each.
+    bool mendOnce(const PlacedTrack& track) {
         // Order first: what was put between a transition and its clip would part them.
         static constexpr std::array steps = {
             &Mender::sort,           &Mender::removeLoneTransitions, &Mender::placeEdges,
             &Mender::removeReversed, &Mender::separateTransitions,   &Mender::separate,
             &Mender::fitSources,     &Mender::removeUnsortable};
         const std::size_t changes = edit_.ledger().changes.size();
-        const SequencePlaces places = SequencePlaces::of(edit_.sequence());
-        rate_ = places.rate();
         for (const auto step : steps) {
-            for (const PlacedTrack& track : places.tracks()) (this->*step)(track);
+            (this->*step)(track);
             if (edit_.ledger().changes.size() > changes) return true;
         }
         return false;
@@ -78,10 +77,7 @@ private:
 
     // The item as the source has it, or null.
     const PlacedItem* inSource(const PlacedItem& item) const {
-        const auto source = sources_.find(item.item->node);
-        if (source == sources_.end()) return nullptr;
-        const auto found = inSource_.find(source->second);
-        return found == inSource_.end() ? nullptr : found->second;
+        return source_.placeOf(item.item->node);
     }
 
     void removeLoneTransitions(const PlacedTrack& track) {
@@ -300,8 +296,8 @@ private:
     void fitSources(const PlacedTrack& track) {
         for (const PlacedItem& item : track.items) {
             const PlacedItem* const before = inSource(item);
-            if (!before || item.lengthsAgree(rate_) || !before->lengthsAgree(sourceRate_) ||
-                !isFirst(lengths_, item))
+            if (!before || item.lengthsAgree(rate_) ||
+                !before->lengthsAgree(source_.places().rate()) || !isFirst(lengths_, item))
                 continue;
             const FrameRange place = item.sourcePlace();
             const Frames out = *item.times.in + (place.end - place.start);
@@ -312,18 +308,14 @@ private:
 
     TimelineEdit& edit_;
     FrameRate rate_;
-    FrameRate sourceRate_;
-    const Sources& sources_;
-    std::unordered_map<XMLNode, const PlacedItem*> inSource_;
+    const ImportSource& source_;
     Items starts_, ends_, cuts_, lengths_;  // edited already
     std::unordered_map<XMLNode, int> moves_;
 };
 
 }  // namespace
 
-void mendPlaces(TimelineEdit& edit, const SequencePlaces& source, const Sources& sources) {
-    Mender(edit, source, sources).run();
-}
+void mendPlaces(TimelineEdit& edit, const ImportSource& source) { Mender(edit, source).run(); }
 
 void mendTicks(TimelineEdit& edit) {
     const SequencePlaces places = SequencePlaces::of(edit.sequence());

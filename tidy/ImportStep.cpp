@@ -56,23 +56,40 @@ std::string importing::keyOf(XMLNode element) {
     return std::string(element.name()) + '\n' + std::string(element.attribute("id").value_or(""));
 }
 
-void mendImportPlaces(TimelineEdit& edit, XMLNode source) {
+ImportSource::ImportSource(const TimelineEdit& edit, XMLNode source)
+    : edit_(edit),
+      sequence_(source),
+      places_(SequencePlaces::of(source)),
+      items_(edit.sourceItems(source)) {
+    for (const PlacedTrack& track : places_.tracks())
+        for (const PlacedItem& item : track.items) placed_.emplace(item.item->node, &item);
+}
+
+XMLNode ImportSource::itemOf(XMLNode item) const {
+    const auto found = items_.find(edit_.wholeOf(item));
+    return found == items_.end() ? XMLNode() : found->second;
+}
+
+const PlacedItem* ImportSource::placeOf(XMLNode item) const {
+    const auto found = placed_.find(itemOf(item));
+    return found == placed_.end() ? nullptr : found->second;
+}
+
+void mendImportPlaces(TimelineEdit& edit, const ImportSource& source) {
     edit.beginStep(importSafeOption);
-    importing::mendPlaces(edit, SequencePlaces::of(source), edit.sourceItems(source));
+    importing::mendPlaces(edit, source);
 }
 
 Outcome makeImportSafe(TimelineEdit& edit, const ImportContext& context) {
     const Failure stopped{FailureCode::cancelled, "cancelled"};
     if (context.stop.stop_requested()) return stopped;
     edit.beginStep(importSafeOption);
-    const SequencePlaces source = SequencePlaces::of(context.source);
-    const importing::Sources sources = edit.sourceItems(context.source);
-    importing::mendPlaces(edit, source, sources);
+    if (!context.placesAreMended) importing::mendPlaces(edit, context.source);
     importing::mendTicks(edit);
     if (context.stop.stop_requested()) return stopped;
     importing::defineOnce(edit, context);
     if (context.stop.stop_requested()) return stopped;
-    importing::mendIdsAndLinks(edit, context, source, sources);
+    importing::mendIdsAndLinks(edit, context);
     return Done{};
 }
 

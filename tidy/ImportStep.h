@@ -14,12 +14,14 @@
 #pragma once
 
 #include "base/Failure.h"
+#include "timeline/SequencePlaces.h"
 #include "timeline/TimelineEdit.h"
 #include "xml/XMLNode.h"
 
 #include <memory>
 #include <stop_token>
 #include <string_view>
+#include <unordered_map>
 
 namespace reelsweep {
 
@@ -49,12 +51,39 @@ private:
     std::unique_ptr<State> state_;
 };
 
+/// What the step wants to know of the sequence that a copy came from.
+///
+/// Owner: the caller; the source must not be edited, and the copy's TimelineEdit must outlive it.
+/// Thread rule: as for the trees.
+class ImportSource {
+public:
+    /// Of the sequence that `edit` edits a copy of; null when that is not known. O(its items).
+    ImportSource(const TimelineEdit& edit, XMLNode source);
+    ImportSource(const ImportSource&) = delete;
+    ImportSource& operator=(const ImportSource&) = delete;
+
+    XMLNode sequence() const { return sequence_; }
+    const SequencePlaces& places() const { return places_; }
+    /// The item that one of the copy, or the whole that it is a piece of, came from; null for none.
+    XMLNode itemOf(XMLNode item) const;
+    /// Where that stands; null for none.
+    const PlacedItem* placeOf(XMLNode item) const;
+
+private:
+    const TimelineEdit& edit_;
+    XMLNode sequence_;
+    SequencePlaces places_;
+    std::unordered_map<XMLNode, XMLNode> items_;
+    std::unordered_map<XMLNode, const PlacedItem*> placed_;
+};
+
 /// What the step needs to know of one copy.
 struct ImportContext {
-    XMLNode source;    ///< the sequence that it is a copy of; null when that is not known
+    const ImportSource& source;
     XMLNode document;  ///< the document of the source, for what the copy refers to
     ImportDelivery& delivery;
     std::stop_token stop = {};
+    bool placesAreMended = false;  ///< mendImportPlaces was the last that edited the copy
 };
 
 /// Mends the sequence of `edit`:
@@ -78,6 +107,6 @@ Outcome makeImportSafe(TimelineEdit& edit, const ImportContext& context);
 /// The part of it that may change what is seen: edges, source ranges, order and overlaps, as the
 /// source does not have them. makeImportSafe finds nothing more of that afterwards.
 /// O(n log n) for the n nodes of copy and source.
-void mendImportPlaces(TimelineEdit& edit, XMLNode source);
+void mendImportPlaces(TimelineEdit& edit, const ImportSource& source);
 
 }  // namespace reelsweep

@@ -1,5 +1,6 @@
 #include "tidy/PassTable.h"
 
+#include "tidy/FCPXPasses.h"
 #include "tidy/ImportStep.h"
 #include "tidy/passes/Passes.h"
 
@@ -59,6 +60,7 @@ std::span<const PassRow> passTable() { return table; }
 std::span<const PassRow> reportedRows() {
     static const std::vector<PassRow> rows = [] {
         std::vector<PassRow> all(table.begin(), table.end());
+        all.insert(all.end(), fcpxPassTable().begin(), fcpxPassTable().end());
         all.push_back({importSafeOption, "Make it import everywhere",
                        "mend links, ids, edges and ticks", true, false, nullptr});
         return all;

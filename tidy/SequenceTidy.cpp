@@ -100,7 +100,10 @@ Outcome SequenceTidy::applyCarefully(const TidyControls& controls) {
     const TimelineEdit::Checkpoint start = edit_.checkpoint();
     for (;;) {
         if (Outcome done = runSteps(controls, &guard); !done) return done;
-        if (request_.importSafe) mendImportPlaces(edit_, source_);
+        if (request_.importSafe) {
+            mendImportPlaces(edit_, importSource());
+            mendedChanges_ = ledger_.changes.size();
+        }
         compare();
         if (ledger_.picture->isAsAsked() || !guard.learnFrom(*ledger_.picture, ledger_)) break;
         edit_.rollback(start);
@@ -110,14 +113,19 @@ Outcome SequenceTidy::applyCarefully(const TidyControls& controls) {
 }
 
 Outcome SequenceTidy::makeImportSafe(ImportDelivery& delivery, std::stop_token stop) {
-    edit_.beginStep(importSafeOption);
-    return reelsweep::makeImportSafe(edit_, {source_, document(), delivery, std::move(stop)});
+    const bool placesAreMended = mendedChanges_ == ledger_.changes.size();
+    return reelsweep::makeImportSafe(
+        edit_, {importSource(), document(), delivery, std::move(stop), placesAreMended});
+}
+
+const ImportSource& SequenceTidy::importSource() {
+    if (!importSource_) importSource_.emplace(edit_, source_);
+    return *importSource_;
 }
 
 SequenceLedger SequenceTidy::finish() {
     edit_.finish(source_);
-    const bool isCompared = ledger_.picture && comparedChanges_ == ledger_.changes.size();
-    if (looksAtPicture() && !isCompared) compare();
+    if (looksAtPicture() && comparedChanges_ != ledger_.changes.size()) compare();
     return std::move(ledger_);
 }
 

@@ -39,6 +39,8 @@ private:
     Timeline read() const;
     void compare();
     XMLNode document() const;
+    /// Read when first asked for.
+    const ImportSource& importSource();
 
     XMLNode source_;
     TidyRequest request_;
@@ -46,7 +48,9 @@ private:
     TimelineEdit edit_;
     std::optional<ClipVeto> veto_;
     std::optional<Timeline> before_;
-    std::size_t comparedChanges_ = 0;  ///< of the ledger, when the picture was compared last
+    std::optional<ImportSource> importSource_;
+    std::optional<std::size_t> comparedChanges_;  ///< of the ledger, when the picture was compared
+    std::optional<std::size_t> mendedChanges_;    ///< of the ledger, when places had been mended
 };
 
 }  // namespace reelsweep

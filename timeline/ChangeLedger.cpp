@@ -20,7 +20,9 @@ namespace {
 
 std::string nameOf(XMLNode node) {
     const XMLNode named = node.isElement("filter") ? node.child("effect") : node;
-    return named.child("name").stringValue();
+    if (const XMLNode name = named.child("name")) return name.stringValue();
+    // FCPXML says it in an attribute; a marker's name is its value.
+    return std::string(node.attribute("name").value_or(node.attribute("value").value_or("")));
 }
 
 std::string idOf(XMLNode node) { return std::string(node.attribute("id").value_or("")); }

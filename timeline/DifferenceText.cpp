@@ -1,5 +1,7 @@
 #include "timeline/DifferenceText.h"
 
+#include "timeline/MediaUse.h"
+
 #include <array>
 #include <vector>
 
@@ -152,12 +154,7 @@ std::string sumText(const PictureDifference& difference, MediaType type) {
 }
 
 std::string sourceTimecode(const Item& item, Frames own) {
-    const Frames frame = item.filters->speed.mediaFrame(own);
-    if (!item.media) return frame.text();
-    const FrameRate rate = item.media->rate.known() ? item.media->rate : item.rate;
-    const bool dropFrame = item.media->dropFrame && rate.ntsc && rate.timebase % 30 == 0;
-    return rate.known() ? timecode(item.media->timecodeStart + frame, rate, dropFrame)
-                        : frame.text();
+    return mediaTimecode(item, mediaFrame(item, own));
 }
 
 std::string contributorText(const Contributor& contributor, Frames frame) {

@@ -14,9 +14,20 @@ bool hasTimeRemap(XMLNode item) {
     return false;
 }
 
-FrameRate rateOf(XMLNode element) {
-    const auto [timebase, ntsc] = element.child("rate").firstChildren({"timebase", "ntsc"});
+FrameRate readRate(XMLNode rate) {
+    const auto [timebase, ntsc] = rate.firstChildren({"timebase", "ntsc"});
     return {leadingFrames(elementText(timebase)).count, isTrue(elementText(ntsc))};
+}
+
+// The leading integer of a text that has none is no time of the source.
+ItemTimes timesOf(XMLNode start, XMLNode end, XMLNode in, XMLNode out) {
+    const auto edge = [](XMLNode element) {
+        return element ? std::optional(framesOf(element)) : std::nullopt;
+    };
+    const auto time = [&](XMLNode element) {
+        return framesIn(element) ? edge(element) : std::nullopt;
+    };
+    return {edge(start), edge(end), time(in), time(out)};
 }
 
 }  // namespace
@@ -48,7 +59,7 @@ bool PlacedItem::lengthsAgree(FrameRate sequenceRate) const {
 SequencePlaces SequencePlaces::of(XMLNode sequence) {
     SequencePlaces places;
     places.timecode_ = SequenceTimecode::of(sequence);
-    places.timecode_.rate = rateOf(sequence);
+    places.timecode_.rate = readRate(sequence.child("rate"));
     for (const bool video : {true, false}) {
         int number = 0;
         for (const XMLNode media : childrenNamed(sequence, "media"))
@@ -56,6 +67,13 @@ SequencePlaces SequencePlaces::of(XMLNode sequence) {
                 for (const XMLNode track : childrenNamed(kind, "track"))
                     places.readTrack(track, {video, ++number});
     }
+    return places;
+}
+
+SequencePlaces SequencePlaces::again(const PlacedTrack& track) const {
+    SequencePlaces places;
+    places.timecode_ = timecode_;
+    places.readTrack(track.node, track.label);
     return places;
 }
 
@@ -71,21 +89,19 @@ void SequencePlaces::readTrack(XMLNode node, TrackLabel label) {
         item.kind = child.isElement("clipitem")        ? ItemKind::clip
                     : child.isElement("generatoritem") ? ItemKind::generator
                                                        : ItemKind::transition;
-        const auto [start, end, in, out] = child.firstChildren({"start", "end", "in", "out"});
+        const auto [start, end, in, out, rateThere] =
+            child.firstChildren({"start", "end", "in", "out", "rate"});
         setWrittenEdges(item, start, end);
         item.source = {framesOrZero(in), framesOrZero(out)};
-        item.rate = rateOf(child);
+        item.rate = readRate(rateThere);
         if (!item.rate.known()) item.rate = rate();
         if (item.kind == ItemKind::transition) {
             Transition& transition = transitions_.emplace_back();
             transition.alignment = alignmentOf(childText(child, "alignment"));
             item.transition = &transition;
         }
-        PlacedItem placed{ItemTimes::of(child), nullptr, static_cast<int>(items.size()),
+        PlacedItem placed{timesOf(start, end, in, out), nullptr, static_cast<int>(items.size()),
                           item.kind != ItemKind::transition && hasTimeRemap(child)};
-        // The leading integer of a text that has none is no time.
-        if (!framesIn(in)) placed.times.in.reset();
-        if (!framesIn(out)) placed.times.out.reset();
         track.items.push_back(placed);
     }
     placeItems(items, rate());

@@ -41,6 +41,8 @@ class SequencePlaces {
 public:
     /// Of a `sequence`, or of a `clip` that has tracks. O(its items).
     static SequencePlaces of(XMLNode sequence);
+    /// One track of it as it is now; the others are left out. O(the track's items).
+    SequencePlaces again(const PlacedTrack& track) const;
 
     const std::vector<PlacedTrack>& tracks() const { return tracks_; }
     const SequenceTimecode& timecode() const { return timecode_; }

@@ -74,12 +74,9 @@ void TimelineEdit::finish(XMLNode source) {
     ledger_.looseClips.clear();
     std::unordered_map<XMLNode, XMLNode> sources;  // of the items that came; made when needed
     const auto wasLoose = [&](XMLNode item) {
-        if (source == sequence_) {
-            const auto piece = pieces_.find(item);
-            return looseBefore_.contains(piece == pieces_.end() ? item : piece->second);
-        }
+        if (source == sequence_) return looseBefore_.contains(wholeOf(item));
         if (sources.empty() && source) sources = sourceItems(source);
-        const auto found = sources.find(item);
+        const auto found = sources.find(wholeOf(item));
         return found != sources.end() && isLoose(found->second);
     };
     for (const XMLNode& item : left)
@@ -101,11 +98,12 @@ std::unordered_map<XMLNode, XMLNode> TimelineEdit::sourceItems(XMLNode source) c
     const std::vector<XMLNode> before = itemsOn(allTracks(source));
     for (std::size_t i = 0; i < std::min(before.size(), items_.size()); ++i)
         sources.emplace(items_[i], before[i]);
-    for (const auto& [piece, whole] : pieces_) {
-        const auto found = sources.find(whole);
-        if (found != sources.end()) sources.emplace(piece, found->second);
-    }
     return sources;
+}
+
+XMLNode TimelineEdit::wholeOf(XMLNode item) const {
+    const auto piece = pieces_.find(item);
+    return piece == pieces_.end() ? item : piece->second;
 }
 
 TrackLabel TimelineEdit::label(XMLNode node) const { return placeOf(node).track; }
@@ -274,6 +272,14 @@ void TimelineEdit::detach(XMLNode node, const std::string& reason) {
     place(node, {});
 }
 
+void TimelineEdit::replace(XMLNode node, XMLNode by, const std::string& reason) {
+    place(by, {node.parent(), node});
+    Change& change = record(ChangeKind::inserted, by);
+    change.trackBefore = {};
+    change.before = {};
+    detach(node, reason);
+}
+
 void TimelineEdit::detachTrack(XMLNode track, const std::string& reason) {
     const std::size_t number = ledger_.addReason(reason);
     for (XMLNode node = track.firstChild(); node; node = node.nextSibling())
@@ -319,8 +325,7 @@ void TimelineEdit::trim(XMLNode item, const ItemTimes& times, const std::string&
 XMLNode TimelineEdit::split(XMLNode item, FrameRange gap, const ItemTimes& right) {
     const ItemTimes whole = ItemTimes::of(item);
     const XMLNode left = item.copy();
-    const auto earlier = pieces_.find(item);
-    pieces_.emplace(left, earlier == pieces_.end() ? item : earlier->second);
+    pieces_.emplace(left, wholeOf(item));
     trim(item, right);
     writeTimes(left, {.start = {}, .end = gap.start, .in = {}, .out = {}});
     place(left, {item.parent(), item});

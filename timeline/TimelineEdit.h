@@ -35,9 +35,11 @@ public:
     /// The option name of the pass that changes belong to.
     std::string_view step() const { return step_; }
     /// The items of the sequence with those of `source` that they came from, the sequence of which
-    /// this one was a copy when this object was made. The pieces of a split came from one item;
-    /// what was inserted came from none. Items that were taken out are in it too.
+    /// this one was a copy when this object was made. What was inserted came from none; pieces of a
+    /// split are asked for by wholeOf(). Items that were taken out are in it too.
     std::unordered_map<XMLNode, XMLNode> sourceItems(XMLNode source) const;
+    /// The item that came with the sequence and of which this one is a piece; else itself.
+    XMLNode wholeOf(XMLNode item) const;
     /// How many items the sequence came with.
     std::size_t itemsBefore() const { return ledger_.itemsBefore; }
     /// Counts the items that are left, and lists the clips that are loose. Clips that were loose in
@@ -73,6 +75,10 @@ public:
     /// Takes a node out; a node that is out already is left alone and not reported twice.
     ///   [aa][bb][cc]   ->   [aa]----[cc]
     void detach(XMLNode node, const std::string& reason);
+    /// Puts a new element in the place of another one, which is taken out. The new one may hold
+    /// what stood in the other.
+    ///   [aa][bb][cc]   ->   [aa][--][cc]
+    void replace(XMLNode node, XMLNode by, const std::string& reason);
     /// Takes a track out; the items left on it are reported with it.
     void detachTrack(XMLNode track, const std::string& reason);
     /// Moves an item to a track. It becomes the child at `place` there, counted without the item

@@ -3,6 +3,7 @@
 // Everything is real: the windows, the sample project, a run over it. HOME should be a folder of
 // its own.
 #include "app/InterfaceDescription.h"
+#include "app/ManualWindow.h"
 #include "app/StartWindow.h"
 #include "platform/posix/CommandLinePlatform.h"
 #include "platform/qt/QtAlertPresenter.h"
@@ -186,6 +187,8 @@ void shootOthers(AppController& controller, Photographer& photographer,
     photographer.take(shown<QWidget>("preferencesWindow"), "preferences");
     controller.showAboutDialog();
     photographer.take(shown<QWidget>("QVAbout"), "about");
+    showManual(nullptr);
+    photographer.take(shown<QWidget>("manual"), "manual");
     controller.openFCPProject();
     photographer.take(shown<QDialog>("QVFCPProjectLoader"), "project-loader");
 }

@@ -192,6 +192,13 @@ std::optional<std::string_view> XMLNode::attribute(const char* name) const {
     return std::string_view(found.value());
 }
 
+void XMLNode::forEachAttribute(
+    const std::function<void(std::string_view, std::string_view)>& visit) const {
+    if (attribute_) return;
+    for (const pugi::xml_attribute each : XMLAccess::pugi(*this).attributes())
+        visit(each.name(), each.value());
+}
+
 XMLNode XMLNode::firstText() const {
     if (attribute_) return {};
     for (pugi::xml_node node = XMLAccess::pugi(*this).first_child(); !XMLAccess::isNull(node);
@@ -360,6 +367,10 @@ void XMLNode::setOnlyAttribute(const char* name, std::string_view value) {
     pugi::xml_node node = XMLAccess::pugi(*this);
     node.remove_attributes();
     node.append_attribute(name).set_value(kept.c_str());
+}
+
+void XMLNode::removeAttribute(const char* name) {
+    if (!attribute_) XMLAccess::pugi(*this).remove_attribute(name);
 }
 
 void XMLNode::setAttribute(const char* name, std::string_view value) {

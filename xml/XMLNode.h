@@ -87,6 +87,9 @@ public:
 
     /// The text of the attribute, or nothing when the element lacks it.
     std::optional<std::string_view> attribute(const char* name) const;
+    /// Calls visit(name, value) for each attribute, in their order.
+    void forEachAttribute(
+        const std::function<void(std::string_view, std::string_view)>& visit) const;
     /// First text (or CDATA) child; null when there is none. Not a blank before a CDATA section.
     XMLNode firstText() const;
     /// The first text among the children that is not empty; empty when there is none. Not a blank
@@ -134,6 +137,8 @@ public:
     /// Makes this the element's only attribute.
     void setOnlyAttribute(const char* name, std::string_view value);
     void setAttribute(const char* name, std::string_view value);
+    /// An attribute that is missing is no mistake.
+    void removeAttribute(const char* name);
 
     /// Parses one element from text, strictly, into this node's document, without parent.
     /// Fails with inputInvalid when the text is anything but one well-formed element.

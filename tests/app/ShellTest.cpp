@@ -17,6 +17,7 @@
 #include <QMimeData>
 #include <QProcess>
 #include <QTabWidget>
+#include <QTextBrowser>
 #include <QUrl>
 
 #include <filesystem>
@@ -129,7 +130,7 @@ TEST_F(AppTest, EditsTheFilterExclusions) {
     EXPECT_FALSE(window->isVisible());
 }
 
-TEST_F(AppTest, OpensItsDialogsOverTheirParentAndSaysThatThereIsNoManual) {
+TEST_F(AppTest, OpensItsDialogsAndTheManualOverTheirParent) {
     DocumentWindow* const window = open("film.xml", projectXML({sequenceXML("V1: A[0,9)")}));
     press(window, QKeySequence("Ctrl+,"));
     auto* const preferences = shown<PreferencesWindow>();
@@ -138,9 +139,12 @@ TEST_F(AppTest, OpensItsDialogsOverTheirParentAndSaysThatThereIsNoManual) {
     EXPECT_LE(middle.manhattanLength(), 60);
     preferences->close();
     press(window, QKeySequence::HelpContents);
-    EXPECT_NE(alertText().find("The user manual cannot be shown"), std::string::npos);
-    EXPECT_EQ(shownAlert()->parentWidget(), window);
-    answerAlert("OK");
+    auto* const manual = shown<QTextBrowser>();
+    ASSERT_TRUE(manual);
+    EXPECT_NE(manual->toPlainText().indexOf("Leave This Clip Alone"), -1);
+    ASSERT_TRUE(comesTrue([&] { return manual->isActiveWindow(); }));
+    QTest::keyClick(manual, Qt::Key_Escape);
+    EXPECT_TRUE(comesTrue([] { return !shown<QTextBrowser>(); }));
 }
 
 // The keys after Alt of what a window shows.

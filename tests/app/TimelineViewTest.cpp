@@ -4,6 +4,7 @@
 #include "tests/app/DocumentWindowTest.h"
 
 #include <QContextMenuEvent>
+#include <QLineEdit>
 #include <QMenu>
 #include <QTabWidget>
 #include <QWheelEvent>
@@ -246,6 +247,15 @@ TEST_F(AppTest, LeavesAClipAloneAndRemembersIt) {
     answerAlert("Not Now");
     ASSERT_TRUE(ends(window));
     EXPECT_EQ(note(window), "1 moved; 1 kept");
+    const QAbstractItemModel* const changes = tree(window)->model();
+    const QModelIndex left = changes->index(changes->rowCount() - 1, 0);
+    EXPECT_EQ(rowText(changes, left), "Left as they are | 1 |  |  | ");
+    EXPECT_FALSE(tree(window)->isExpanded(left));
+    EXPECT_EQ(rowText(changes, changes->index(0, 0, left)).substr(0, 15), "left as asked |");
+    tree(window)->setCurrentIndex(changes->index(0, 0, left));
+    child<QLineEdit>(window, "changesFilter")->setText("no such clip");
+    EXPECT_TRUE(comesTrue([&] { return changes->rowCount() == 0; }));
+    child<QLineEdit>(window, "changesFilter")->clear();
     ASSERT_TRUE(window->saveCopyTo(folder / "copy.xml"));
     EXPECT_NE(contentsOf(folder / "copy.xml").find("<enabled>FALSE"), std::string::npos);
 

@@ -227,11 +227,13 @@ TEST(WrongUsage, DependsOnWhatTheFileHolds) {
         {withoutProject({"V1: A[0,10)"}), {"--in-place"}, "in: holds no project to deliver into"},
         {library,
          {},
-         "in: only removeFilters and removeMarkers apply to FCPXML, not removeDisabledVideoClips; "
+         "in: only removeFilters, removeMarkers and the fcpx passes apply to FCPXML, not "
+         "removeDisabledVideoClips; "
          "use --passes removeFilters,removeMarkers"},
         {library,
          {"--passes", "removeFilters,replaceGaps"},
-         "in: only removeFilters and removeMarkers apply to FCPXML, not replaceGaps"},
+         "in: only removeFilters, removeMarkers and the fcpx passes apply to FCPXML, not "
+         "replaceGaps"},
         {library,
          {"--passes", "all", "--sequence", "1"},
          "in: --sequence does not apply to FCPXML"},

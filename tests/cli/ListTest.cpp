@@ -2,6 +2,7 @@
 #include "tests/cli/Program.h"
 
 #include "report/SequenceSummary.h"
+#include "tidy/FCPXPasses.h"
 #include "tidy/PassTable.h"
 
 #include <gtest/gtest.h>
@@ -77,10 +78,13 @@ TEST(Passes, AreListedInRunOrder) {
     const Workplace workplace;
     const Json list = Json::parse(run(workplace, {"passes", "--json"}).output);
     const std::string text = run(workplace, {"passes"}).output;
-    ASSERT_EQ(list.size(), passTable().size());
+    std::vector<PassRow> passes(passTable().begin(), passTable().end());
+    passes.insert(passes.end(), fcpxPassTable().begin(), fcpxPassTable().end());
+    ASSERT_EQ(list.size(), passes.size());
     std::size_t at = 0;
     for (std::size_t i = 0; i < list.size(); ++i) {
-        const PassRow& pass = passTable()[i];
+        const PassRow& pass = passes[i];
+        EXPECT_EQ(list[i]["xmeml"], i < passTable().size());
         EXPECT_EQ(list[i]["name"], pass.option);
         EXPECT_EQ(list[i]["default"], pass.onByDefault);
         at = text.find("\n" + std::string(pass.option) + " ", at);

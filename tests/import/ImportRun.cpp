@@ -33,8 +33,10 @@ ImportRun::ImportRun(const XMLDocument& document, const std::vector<XMLNode>& so
 void ImportRun::makeSafe(bool intoDocument) {
     ImportDelivery delivery =
         intoDocument ? ImportDelivery::afterSource(document_.node()) : ImportDelivery::alone();
-    for (const auto& copy : copies_)
-        EXPECT_TRUE(makeImportSafe(*copy->edit, {copy->source, document_.node(), delivery}));
+    for (const auto& copy : copies_) {
+        const ImportSource source(*copy->edit, copy->source);
+        EXPECT_TRUE(makeImportSafe(*copy->edit, {source, document_.node(), delivery}));
+    }
 }
 
 XMLDocument ImportRun::deliver(bool intoDocument) {

@@ -49,7 +49,10 @@ std::string reduced(const std::string& timeline, const std::string& part, const 
     }
     for (std::string& token : tokens) {
         const std::string whole = token;
-        token.resize(std::min(token.find_first_of("@%^+*=&'{"), token.size()));
+        // Behind the times, which may hold any of these signs.
+        const std::size_t times = token.find(')');
+        const std::size_t from = times == std::string::npos ? 0 : times;
+        token.resize(std::min(token.find_first_of("@%^+*=&'{", from), token.size()));
         if (token.empty() || !fails(tokens)) token = whole;
     }
     return joined(tokens);
