@@ -53,7 +53,7 @@ public:
     static Result<std::unique_ptr<XMEMLDocument>> open(
         const std::string& path, Verification verification = Verification::beforeUse);
     /// Over a tree that is there already; null for none.
-    XMEMLDocument(std::string path, std::shared_ptr<XMLDocument> tree);
+    XMEMLDocument(std::string path, const std::shared_ptr<XMLDocument>& tree);
 
     DocumentFormat format() const override { return DocumentFormat::xmeml; }
     Delivery ownDelivery() const override;

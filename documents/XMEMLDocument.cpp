@@ -26,7 +26,7 @@ Result<std::unique_ptr<XMEMLDocument>> XMEMLDocument::open(const std::string& pa
     return std::unique_ptr<XMEMLDocument>(new XMEMLDocument(path, std::move(tree), sequences));
 }
 
-XMEMLDocument::XMEMLDocument(std::string path, std::shared_ptr<XMLDocument> tree)
+XMEMLDocument::XMEMLDocument(std::string path, const std::shared_ptr<XMLDocument>& tree)
     : XMEMLDocument(std::move(path), tree, sequencesIn(tree.get())) {}
 
 // Every sequence with a name, nested ones too: what the query ".//sequence/name/.." finds.
