@@ -2,8 +2,8 @@
 //
 // Items first, references last: a track may refer to a `file` that is defined further down, since
 // passes move clips between tracks.
-// The filters of many items at once are read on a second thread, while the items after them are. The
-// tree is only read meanwhile, and only that thread adds to the filters of the catalogue.
+// The filters of many items at once are read on a second thread, while the items after them are.
+// The tree is only read meanwhile, and only that thread adds to the filters of the catalogue.
 // Thread rule: the thread that owns the tree and the catalogue.
 #pragma once
 
