@@ -53,7 +53,7 @@ public:
     static Result<std::unique_ptr<XMEMLDocument>> open(
         const std::string& path, Verification verification = Verification::beforeUse);
     /// Over a tree that is there already; null for none.
-    XMEMLDocument(std::string path, std::shared_ptr<XMLDocument> tree);
+    XMEMLDocument(std::string path, const std::shared_ptr<XMLDocument>& tree);
 
     DocumentFormat format() const override { return DocumentFormat::xmeml; }
     Delivery ownDelivery() const override;
@@ -68,6 +68,9 @@ public:
     std::size_t largest(std::span<const std::size_t> rows) const override;
 
 private:
+    XMEMLDocument(std::string path, std::shared_ptr<XMLDocument> tree,
+                  const std::vector<XMLNode>& sequences);
+
     std::shared_ptr<XMLDocument> tree_;
     std::vector<std::size_t> numbers_;  ///< of the rows among all `sequence` elements of the tree
     std::vector<XMLNode> bins_;         ///< that were added to the tree

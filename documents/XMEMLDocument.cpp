@@ -5,25 +5,39 @@
 
 namespace reelsweep {
 
-Result<std::unique_ptr<XMEMLDocument>> XMEMLDocument::open(const std::string& path,
-                                                           Verification verification) {
-    Result<XMLDocument> tree = XMLDocument::load(path, verification);
-    if (!tree) return tree.failure();
-    return std::make_unique<XMEMLDocument>(path, std::make_shared<XMLDocument>(std::move(*tree)));
+namespace {
+
+std::vector<XMLNode> sequencesIn(const XMLDocument* tree) {
+    std::vector<XMLNode> sequences;
+    if (tree)
+        tree->node().forEachDescendant({"sequence"},
+                                       [&](XMLNode sequence) { sequences.push_back(sequence); });
+    return sequences;
 }
 
-XMEMLDocument::XMEMLDocument(std::string path, std::shared_ptr<XMLDocument> tree)
+}  // namespace
+
+Result<std::unique_ptr<XMEMLDocument>> XMEMLDocument::open(const std::string& path,
+                                                           Verification verification) {
+    Result<XMLDocument> loaded = XMLDocument::load(path, verification);
+    if (!loaded) return loaded.failure();
+    auto tree = std::make_shared<XMLDocument>(std::move(*loaded));
+    const std::vector<XMLNode> sequences = tree->loadedSequences();
+    return std::unique_ptr<XMEMLDocument>(new XMEMLDocument(path, std::move(tree), sequences));
+}
+
+XMEMLDocument::XMEMLDocument(std::string path, const std::shared_ptr<XMLDocument>& tree)
+    : XMEMLDocument(std::move(path), tree, sequencesIn(tree.get())) {}
+
+// Every sequence with a name, nested ones too: what the query ".//sequence/name/.." finds.
+XMEMLDocument::XMEMLDocument(std::string path, std::shared_ptr<XMLDocument> tree,
+                             const std::vector<XMLNode>& sequences)
     : SequenceDocument(std::move(path)), tree_(std::move(tree)) {
-    if (!tree_) return;
-    // Every sequence with a name, nested ones too: what the query ".//sequence/name/.." finds.
-    std::size_t number = 0;
-    tree_->node().forEachDescendant({"sequence"}, [&](XMLNode sequence) {
-        if (sequence.child("name")) {
-            sequences_.push_back(SourceSequence::of(sequence));
-            numbers_.push_back(number);
-        }
-        ++number;
-    });
+    for (std::size_t number = 0; number < sequences.size(); ++number) {
+        if (!sequences[number].child("name")) continue;
+        sequences_.push_back(SourceSequence::of(sequences[number]));
+        numbers_.push_back(number);
+    }
 }
 
 Delivery XMEMLDocument::ownDelivery() const {

@@ -9,12 +9,34 @@
 #include "tidy/PictureGuard.h"
 #include "timeline/TimelineEdit.h"
 
+#include <cstddef>
 #include <functional>
 #include <stop_token>
 #include <string>
 #include <vector>
 
 namespace reelsweep {
+
+// Which clips let the track below show through, as far as somebody asked. Two steps ask for every
+// clip, and what each answer is read from are the clip's filters: a small tree.
+class TransparentClips {
+public:
+    /// What `look` answers for a clip of that number, or answered since clips were changed inside.
+    template <class Look>
+    bool hold(TrackIndex::Id clip, const TimelineEdit& edit, Look look) {
+        if (asOf_ != edit.changesInsideItems()) known_.clear();
+        asOf_ = edit.changesInsideItems();
+        if (clip >= known_.size()) known_.resize(clip + std::size_t{1}, Answer::unknown);
+        if (known_[clip] == Answer::unknown) known_[clip] = look() ? Answer::yes : Answer::no;
+        return known_[clip] == Answer::yes;
+    }
+
+private:
+    enum class Answer : char { unknown, yes, no };
+
+    std::vector<Answer> known_;
+    std::size_t asOf_ = 0;
+};
 
 class PassRun {
 public:
@@ -31,6 +53,7 @@ public:
     const ClipVeto* veto = nullptr;
     /// Which filters, markers and transitions stay; null when none does.
     const TidyRules* rules = nullptr;
+    TransparentClips transparentClips = {};
 
     bool isCareful() const { return guard != nullptr; }
     /// Whether anything may have to be left alone.

@@ -25,6 +25,7 @@ Asked askedOf(const OptionList& passes) {
 
 // A clip that one step left alone and a later one did change, or took out, was not kept.
 void dropOutdated(SequenceLedger& ledger) {
+    if (ledger.kept.empty()) return;
     std::set<std::pair<std::string_view, const void*>> changed;
     std::unordered_set<XMLNode> removed;
     for (const Change& change : ledger.changes) {

@@ -60,9 +60,9 @@ std::string looseClipsText(const SequenceLedger& sequence) {
     return text;
 }
 
-std::size_t SequenceLedger::addReason(std::string text) {
+std::size_t SequenceLedger::addReason(const std::string& text) {
     // One edit's changes come in a row and mostly share their reason.
-    if (reasons_.back() != text) reasons_.push_back(std::move(text));
+    if (reasons_.back() != text) reasons_.push_back(text);
     return reasons_.size() - 1;
 }
 

@@ -107,7 +107,7 @@ public:
     std::shared_ptr<const PictureDifference> picture;
 
     /// Keeps a reason once for the changes that share it; answers its number.
-    std::size_t addReason(std::string text);
+    std::size_t addReason(const std::string& text);
     const std::string& reasonText(const Change& change) const { return reasons_[change.reason]; }
 
     /// A moment in the list of changes, and going back to it.

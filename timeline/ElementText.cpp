@@ -19,17 +19,21 @@ bool equalInAnyCase(std::string_view a, std::string_view b) {
                       [](char x, char y) { return lower(x) == lower(y); });
 }
 
-std::optional<Frames> framesIn(XMLNode element) {
-    const char* const text = element.rawText();
-    // Nearly all numbers are short and stand alone.
+std::optional<Frames> wholeNumber(const char* text) {
     const bool negative = *text == '-';
     const char* const first = text + (negative ? 1 : 0);
     const char* at = first;
     std::int64_t count = 0;
-    for (; isDigit(*at) && at - first < 18; ++at) count = count * 10 + (*at - '0');
-    if (*at == '\0' && at != first) return Frames{negative ? -count : count};
+    for (; isDigit(*at) && at - first < 15; ++at) count = count * 10 + (*at - '0');
+    if (*at != '\0' || at == first) return {};
+    return Frames{negative ? -count : count};
+}
 
-    at = text;
+std::optional<Frames> framesIn(XMLNode element) {
+    const char* const text = element.rawText();
+    if (const auto number = wholeNumber(text)) return number;
+
+    const char* at = text;
     while (*at == ' ' || (*at >= '\t' && *at <= '\r')) ++at;
     if (*at == '-' || *at == '+') ++at;
     if (!isDigit(*at)) return {};

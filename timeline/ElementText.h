@@ -49,6 +49,10 @@ bool equalInAnyCase(std::string_view a, std::string_view b);
 inline bool isFalse(std::string_view text) { return equalInAnyCase(text, "FALSE"); }
 inline bool isTrue(std::string_view text) { return equalInAnyCase(text, "TRUE"); }
 
+/// A text that is a whole number and nothing else, as nearly all times are; nothing for any other
+/// and for more than 15 digits.
+std::optional<Frames> wholeNumber(const char* text);
+
 /// The leading integer of an element's text; nothing when it does not begin with one.
 std::optional<Frames> framesIn(XMLNode element);
 /// The same, and 0 when it does not.

@@ -1,5 +1,7 @@
 #include "timeline/ItemTimes.h"
 
+#include "timeline/ElementText.h"
+
 #include <cmath>
 #include <limits>
 
@@ -14,9 +16,10 @@ bool isOneText(XMLNode element, XMLNode firstText) {
 }  // namespace
 
 Frames framesOf(XMLNode element) {
-    const XMLNode text = element.firstText();
-    return isOneText(element, text) ? leadingFrames(text.value())
-                                    : leadingFrames(element.stringValue());
+    const char* const only = element.onlyText();
+    if (!only) return leadingFrames(element.stringValue());
+    const auto number = wholeNumber(only);
+    return number ? *number : leadingFrames(only);
 }
 
 ItemTimes ItemTimes::of(XMLNode item) {
@@ -30,6 +33,13 @@ ItemTimes ItemTimes::of(XMLNode item) {
 EdgeText EdgeText::of(XMLNode element) {
     EdgeText edge{{}, {}, std::numeric_limits<double>::quiet_NaN()};
     if (!element) return edge;
+    const char* const only = element.onlyText();
+    if (const auto number = only ? wholeNumber(only) : std::nullopt) {
+        edge.frames = edge.wholeText = *number;
+        edge.number = static_cast<double>(number->count);
+        edge.inTransition = only == edgeInTransitionText;
+        return edge;
+    }
     const XMLNode text = element.firstText();
     edge.frames = leadingFrames(text.value());
     edge.inTransition = text.value() == edgeInTransitionText;

@@ -134,41 +134,58 @@ Frames firstFrame(const Intervals& intervals) {
 
 }  // namespace
 
-PictureDifference::Half PictureDifference::compared(const Timeline& source, const Timeline& copy,
-                                                    MediaType type, Asked asked) const {
-    Half half{
-        Intervals(source, type, allFrames, {}), Intervals(copy, type, allFrames, {}), {}, {}, {}};
+std::shared_ptr<const PictureDifference::Half> PictureDifference::compared(
+    const Timeline& source, const Timeline& copy, MediaType type, Asked asked,
+    const Timeline* without) {
+    auto half = std::make_shared<Half>(Half{
+        Intervals(source, type, allFrames, {}), Intervals(copy, type, allFrames, {}), {}, {}, {}});
     const PictureOptions options{.ignoreFilters = asked.filters,
                                  .ignoreTransitions = type == MediaType::video
                                                           ? asked.videoTransitions
                                                           : asked.audioTransitions};
-    half.differences =
-        Comparison(half.source, half.copy, options, without_ ? &*without_ : nullptr).differences();
-    for (const Difference& difference : half.differences) {
-        Frames& sum = difference.asked ? half.asked : half.changed;
+    half->differences = Comparison(half->source, half->copy, options, without).differences();
+    for (const Difference& difference : half->differences) {
+        Frames& sum = difference.asked ? half->asked : half->changed;
         sum = sum + (difference.range.end - difference.range.start);
     }
     return half;
 }
 
+PictureDifference::HalfToCome PictureDifference::compare(
+    MediaType type, Asked asked, const std::optional<Timeline>& without) const {
+    // A thread takes as long to start as it takes to compare some hundred clips.
+    constexpr std::size_t fewItems = 2000;
+    const bool isLarge = source_.items().size() + copy_.items().size() > fewItems;
+    const auto policy =
+        isLarge ? std::launch::async | std::launch::deferred : std::launch::deferred;
+    auto half = std::async(policy, [source = source_, copy = copy_, type, asked, without] {
+                    return compared(source, copy, type, asked, without ? &*without : nullptr);
+                }).share();
+    if (!isLarge) half.wait();
+    return half;
+}
+
 PictureDifference::PictureDifference(const Timeline& source, const Timeline& copy, Asked asked,
-                                     std::optional<Timeline> without)
-    : without_(std::move(without)),
-      picture_(compared(source, copy, MediaType::video, asked)),
-      sound_(compared(source, copy, MediaType::audio, asked)) {
+                                     const std::optional<Timeline>& without)
+    : source_(source),
+      copy_(copy),
+      picture_(compare(MediaType::video, asked, without)),
+      sound_(compare(MediaType::audio, asked, without)) {}
+
+Frames PictureDifference::frames() const {
     Frames first;
-    for (const Intervals* intervals :
-         {&picture_.source, &picture_.copy, &sound_.source, &sound_.copy})
-        first = std::min(first, firstFrame(*intervals));
-    frames_ = std::max(source.end(), copy.end()) - first;
+    for (const MediaType type : {MediaType::video, MediaType::audio})
+        for (const Intervals* const intervals : {&of(type).source, &of(type).copy})
+            first = std::min(first, firstFrame(*intervals));
+    return std::max(source_.end(), copy_.end()) - first;
 }
 
 bool PictureDifference::isSame() const {
-    return picture_.differences.empty() && sound_.differences.empty();
+    return of(MediaType::video).differences.empty() && of(MediaType::audio).differences.empty();
 }
 
 bool PictureDifference::isAsAsked() const {
-    return picture_.changed == Frames{0} && sound_.changed == Frames{0};
+    return of(MediaType::video).changed == Frames{0} && of(MediaType::audio).changed == Frames{0};
 }
 
 }  // namespace reelsweep

@@ -18,6 +18,9 @@
 //   copy     A[0,100) B[100,200)             asked, with transitions: A or B, at their own frames
 //   copy     A[0,99)  B[100,200)             frame 99 is black: changed
 //
+// Large timelines are compared on threads of their own, picture and sound at once, and whoever asks
+// for an answer waits for it. So a run may save its copy meanwhile.
+//
 // Owner: a PictureDifference keeps both timelines alive; its differences point into them.
 // Thread rule: any thread.
 #pragma once
@@ -25,6 +28,8 @@
 #include "timeline/Picture.h"
 
 #include <cstdint>
+#include <future>
+#include <memory>
 #include <optional>
 #include <span>
 #include <string>
@@ -75,10 +80,10 @@ public:
     /// O(n log n) in the items of both. Where only some of the filters were asked to go, `asked`
     /// says nothing of filters, and `without` is the source as it is when those are gone.
     PictureDifference(const Timeline& source, const Timeline& copy, Asked asked = {},
-                      std::optional<Timeline> without = {});
+                      const std::optional<Timeline>& without = {});
 
-    const Timeline& source() const { return picture_.source.timeline(); }
-    const Timeline& copy() const { return picture_.copy.timeline(); }
+    const Timeline& source() const { return source_; }
+    const Timeline& copy() const { return copy_; }
 
     /// In time order.
     const std::vector<Difference>& differences(MediaType type) const {
@@ -86,11 +91,11 @@ public:
     }
 
     /// Frames of the longer of the two timelines.
-    Frames frames() const { return frames_; }
+    Frames frames() const;
     /// How many of them differ: as asked, and otherwise.
     Frames asked(MediaType type) const { return of(type).asked; }
     Frames changed(MediaType type) const { return of(type).changed; }
-    Frames same(MediaType type) const { return frames_ - of(type).asked - of(type).changed; }
+    Frames same(MediaType type) const { return frames() - of(type).asked - of(type).changed; }
     bool isSame() const;
     /// Nothing differs but what was asked.
     bool isAsAsked() const;
@@ -104,13 +109,19 @@ private:
         Frames asked;
         Frames changed;
     };
-    Half compared(const Timeline& source, const Timeline& copy, MediaType type, Asked asked) const;
-    const Half& of(MediaType type) const { return type == MediaType::video ? picture_ : sound_; }
+    using HalfToCome = std::shared_future<std::shared_ptr<const Half>>;
+    static std::shared_ptr<const Half> compared(const Timeline& source, const Timeline& copy,
+                                                MediaType type, Asked asked,
+                                                const Timeline* without);
+    HalfToCome compare(MediaType type, Asked asked, const std::optional<Timeline>& without) const;
+    const Half& of(MediaType type) const {
+        return *(type == MediaType::video ? picture_ : sound_).get();
+    }
 
-    std::optional<Timeline> without_;
-    Frames frames_;
-    Half picture_;
-    Half sound_;
+    Timeline source_;
+    Timeline copy_;
+    HalfToCome picture_;
+    HalfToCome sound_;
 };
 
 }  // namespace reelsweep

@@ -1,6 +1,7 @@
 // What a Timeline and a MediaCatalogue hold; for the sources that read and make them.
 #pragma once
 
+#include "timeline/DefinitionSearch.h"
 #include "timeline/FilterPool.h"
 #include "timeline/MediaCatalogue.h"
 #include "timeline/NestedSequence.h"
@@ -30,6 +31,7 @@ struct Timeline::Contents {
     /// Of the outermost sequence: what is known by id in it, nested sequences included.
     TextTable<const Media*> files;
     TextTable<const NestedSequence*> sequences;
+    TextTable<XMLNode> multiclips;
     std::string_view name;
     std::string_view id;
     SequenceTimecode timecode;
@@ -45,19 +47,12 @@ struct Timeline::Contents {
 };
 
 struct MediaCatalogue::Contents {
-    XMLNode root;
+    explicit Contents(XMLNode root) : definitions(root) {}
+
     FilterPool filters;
     TextArena arena;
 
-    /// Definitions anywhere in the document, by id; of several with one id the first.
-    using Definitions = std::unordered_map<std::string_view, XMLNode>;
-    struct Found {
-        Definitions files;
-        Definitions sequences;
-        Definitions multiclips;
-    };
-    /// Searches the document at the first call.
-    const Found& definitions();
+    DefinitionSearch definitions;
 
     std::unordered_map<XMLNode, const Media*> files;
     /// Nested sequences that are defined outside the sequence that is read; null while one is being
@@ -66,9 +61,6 @@ struct MediaCatalogue::Contents {
     std::deque<std::unique_ptr<Timeline::Contents>> ownedSequences;
     std::deque<NestedSequence> nested;
     int depth = 0;  ///< of references from document-wide definition to definition
-
-private:
-    std::unique_ptr<Found> found_;
 };
 
 }  // namespace reelsweep

@@ -27,14 +27,24 @@ std::vector<XMLNode> itemsOn(const std::vector<XMLNode>& tracks) {
     return items;
 }
 
+bool saysInTransition(XMLNode edge) {
+    const char* const only = edge.onlyText();
+    return (only ? std::string_view(only) : edge.firstText().value()) == edgeInTransitionText;
+}
+
 // A clip with an edge of -1 and no transition there.
 bool isLoose(XMLNode item) {
     if (!isClip(item)) return false;
     const auto [start, end] = item.firstChildren({"start", "end"});
-    return (start && start.firstText().value() == edgeInTransitionText &&
-            !item.previousSibling().isElement("transitionitem")) ||
-           (end && end.firstText().value() == edgeInTransitionText &&
-            !item.nextSibling().isElement("transitionitem"));
+    return (saysInTransition(start) && !item.previousSibling().isElement("transitionitem")) ||
+           (saysInTransition(end) && !item.nextSibling().isElement("transitionitem"));
+}
+
+// An item's own, not one of its filters.
+bool isOwnTime(XMLNode element) {
+    return isTimelineItem(element.parent()) &&
+           (element.isElement("start") || element.isElement("end") || element.isElement("in") ||
+            element.isElement("out"));
 }
 
 // Filters, markers and transitions are what goes one by one in large numbers.
@@ -129,8 +139,14 @@ TrackLabel TimelineEdit::labelAbove(XMLNode node) const {
     return label;
 }
 
+// One clip's filters go one after the other.
+const ItemTimes& TimelineEdit::timesOfHolder(XMLNode item) const {
+    if (lastHolder_.item != item) lastHolder_ = {item, ItemTimes::of(item)};
+    return lastHolder_.times;
+}
+
 Change& TimelineEdit::record(ChangeKind kind, XMLNode node) {
-    Change change;
+    Change& change = ledger_.changes.emplace_back();
     change.kind = kind;
     change.pass = step_;
     change.node = node;
@@ -139,9 +155,9 @@ Change& TimelineEdit::record(ChangeKind kind, XMLNode node) {
     change.holder = place.holder;
     change.countsAsItem = place.isTrackItem;
     change.before = ItemTimes::of(node);
-    if (change.holder && change.before == ItemTimes{}) change.before = ItemTimes::of(change.holder);
+    if (change.holder && change.before == ItemTimes{}) change.before = timesOfHolder(change.holder);
     change.after = change.before;
-    return ledger_.changes.emplace_back(change);
+    return change;
 }
 
 // Looking
@@ -167,7 +183,11 @@ void TimelineEdit::beginStep(std::string_view option) {
 
 void TimelineEdit::place(XMLNode node, EditJournal::Place to) {
     journal_.noteMove(node);
-    if (mayHoldClips(node)) lastLabel_ = {};
+    if (mayHoldClips(node)) {
+        lastLabel_ = {};
+        lastHolder_ = {};
+    }
+    if (!isTimelineItem(node)) ++changesInsideItems_;
     const XMLNode from = node.parent();
     if (!to.parent)
         node.detach();
@@ -197,6 +217,8 @@ void TimelineEdit::changedBelow(XMLNode parent, XMLNode node) {
 }
 
 void TimelineEdit::writeText(XMLNode element, std::string_view text) {
+    lastHolder_ = {};
+    if (!isOwnTime(element)) ++changesInsideItems_;
     const XMLNode only = element.firstChild();
     if (only && !only.nextSibling() && only.kind() == XMLKind::text) {
         journal_.noteText(element);
@@ -225,6 +247,8 @@ void TimelineEdit::rollback(const Checkpoint& checkpoint) {
         }
     }
     ledger_.rollback(checkpoint.ledger_);
+    lastHolder_ = {};
+    ++changesInsideItems_;
     listsAreOld();
 }
 
@@ -289,7 +313,13 @@ void TimelineEdit::trim(XMLNode item, const ItemTimes& times, const std::string&
     Change& change = record(ChangeKind::trimmed, item);
     if (!reason.empty()) change.reason = ledger_.addReason(reason);
     writeTimes(item, times);
-    change.after = ItemTimes::of(item);
+    const auto set = [](std::optional<Frames>& time, const std::optional<Frames>& to) {
+        if (time && to) time = to;
+    };
+    set(change.after.start, times.start);
+    set(change.after.end, times.end);
+    set(change.after.in, times.in);
+    set(change.after.out, times.out);
 }
 
 XMLNode TimelineEdit::split(XMLNode item, FrameRange gap, const ItemTimes& right) {
@@ -336,6 +366,7 @@ void TimelineEdit::rewrite(XMLNode about, std::span<const Rewrite> rewrites,
     for (const Rewrite& rewrite : rewrites) {
         if (rewrite.attribute) {
             journal_.noteAttribute(rewrite.element, rewrite.attribute);
+            ++changesInsideItems_;
             XMLNode(rewrite.element).setAttribute(rewrite.attribute, rewrite.text);
         } else {
             writeText(rewrite.element, rewrite.text);
@@ -347,6 +378,8 @@ void TimelineEdit::define(XMLNode reference, XMLNode definition, const std::stri
     record(ChangeKind::changed, reference).reason = ledger_.addReason(reason);
     for (XMLNode child = definition.firstChild(); child; child = child.nextSibling())
         journal_.noteCreated(reference.appendCopy(child));
+    ++changesInsideItems_;
+    lastHolder_ = {};
     listsAreOld();
 }
 

@@ -63,6 +63,10 @@ public:
     /// object lives. Whatever was edited, it answers for the track as it is at each question.
     const TrackIndex& index(XMLNode track);
 
+    /// Grows whenever something inside the items was changed, apart from their own times. What was
+    /// found out about the inside of an item holds as long as this stays the same.
+    std::size_t changesInsideItems() const { return changesInsideItems_; }
+
     /// "V2" for a track of the sequence and for what stands in it.
     TrackLabel label(XMLNode node) const;
 
@@ -148,6 +152,7 @@ private:
         bool isTrackItem = false;  ///< a clip, generator or transition that stands in a track
     };
     Place placeOf(XMLNode node) const;
+    const ItemTimes& timesOfHolder(XMLNode item) const;
     TrackLabel labelAbove(XMLNode node) const;
     void recordRemoval(XMLNode node, std::size_t reason);
     TrackIndex* indexOf(XMLNode track) const;
@@ -173,6 +178,12 @@ private:
         XMLNode parent;
         TrackLabel label;
     } mutable lastLabel_;
+    /// The times of the item that something was changed in last; until times change.
+    struct {
+        XMLNode item;
+        ItemTimes times;
+    } mutable lastHolder_;
+    std::size_t changesInsideItems_ = 0;
     SequenceIndex sequenceIndex_;
     std::unordered_map<XMLNode, std::unique_ptr<TrackIndex>> indexes_;
     EditJournal journal_;

@@ -5,7 +5,9 @@
 #include "timeline/MediaReader.h"
 
 #include <algorithm>
+#include <span>
 #include <string>
+#include <utility>
 
 namespace reelsweep {
 
@@ -43,12 +45,14 @@ void set(XMLNode& part, XMLNode element) {
 
 void TimelineReader::read(XMLNode sequence, Timeline::Contents& contents) {
     source_ = contents.source.get();
+    if (source_) document_ = DefinitionSearch::Document::edited;
     Draft& outermost = drafts_.emplace_back();
     outermost.node = sequence;
     outermost.contents = &contents;
     sequences_.add(elementId(sequence), &outermost);
     // Nested definitions are added while others are read.
     for (std::size_t i = 0; i < drafts_.size(); ++i) readSequence(drafts_[i]);
+    finishFilters();
     finishFiles();
     finish(outermost, 0);
     rememberDefinitions(contents);
@@ -59,8 +63,7 @@ void TimelineReader::rememberDefinitions(Timeline::Contents& contents) {
     contents.files = std::move(files_);
     for (const Draft& draft : drafts_)
         if (draft.nested) contents.sequences.add(draft.contents->id, draft.nested);
-    // What is left of multiclips is looked up in the document, as it is now.
-    if (!source_ && multiclips_.size() > 0) catalogue_.definitions();
+    contents.multiclips = std::move(multiclips_);
 }
 
 void TimelineReader::readSequence(Draft& draft) {
@@ -129,7 +132,7 @@ void TimelineReader::readTrack(XMLNode node, Track& track) {
     if (track.name.empty())
         track.name = store_.arena.keep(node.attribute("MZ.TrackName").value_or(""));
     track.enabled = !isFalse(elementText(enabled));
-    track.filters = catalogue_.filters.stackOf(trackFilters);
+    track.filters = stackOf(trackFilters);
     // There is room for all items of the sequence, so they stay where they are.
     const std::span<Item> items = std::span(contents_->items).subspan(first);
     placeItems(items, contents_->timecode.rate);
@@ -153,7 +156,7 @@ void TimelineReader::readItem(XMLNode node, Item& item) {
     item.enabled = !isFalse(elementText(parts.enabled));
     item.source = {framesOrZero(parts.in), framesOrZero(parts.out)};
     setWrittenEdges(item, parts.start, parts.end);
-    item.filters = catalogue_.filters.stackOf(filters_);
+    useFilters(item);
     if (item.kind == ItemKind::transition) {
         readTransition(item, parts);
     } else if (item.kind == ItemKind::generator) {
@@ -245,7 +248,43 @@ void TimelineReader::readTransition(Item& item, const ItemParts& parts) {
 const FilterStack* TimelineReader::readFilters(XMLNode parent) {
     filters_.clear();
     for (const XMLNode filter : childrenNamed(parent, "filter")) filters_.push_back(filter);
-    return catalogue_.filters.stackOf(filters_);
+    return stackOf(filters_);
+}
+
+const FilterStack* TimelineReader::stackOf(const std::vector<XMLNode>& filters) {
+    if (filters.empty()) return catalogue_.filters.noFilters();
+    finishFilters();
+    return catalogue_.filters.stackOf(filters);
+}
+
+void TimelineReader::useFilters(Item& item) {
+    // A thread takes as long to start as it takes to read some dozen items.
+    constexpr std::size_t manyItems = 1000;
+    item.filters = catalogue_.filters.noFilters();
+    if (filters_.empty()) return;
+    filterUses_.items.push_back({&item, filters_.size()});
+    filterUses_.filters.insert(filterUses_.filters.end(), filters_.begin(), filters_.end());
+    if (filterUses_.items.size() == manyItems) handOverFilters();
+}
+
+void TimelineReader::handOverFilters() {
+    if (filtersHandedOver_.valid()) filtersHandedOver_.get();
+    filtersHandedOver_ = std::async(
+        std::launch::async | std::launch::deferred,
+        [uses = std::exchange(filterUses_, {}), &pool = catalogue_.filters] { uses.read(pool); });
+}
+
+void TimelineReader::finishFilters() {
+    if (filtersHandedOver_.valid()) filtersHandedOver_.get();
+    std::exchange(filterUses_, {}).read(catalogue_.filters);
+}
+
+void TimelineReader::FilterUses::read(FilterPool& pool) const {
+    auto next = filters.begin();
+    for (const auto& [item, count] : items) {
+        item->filters = pool.stackOf(std::span(next, count));
+        next += static_cast<std::ptrdiff_t>(count);
+    }
 }
 
 // What does not say its own rate has that of its sequence.

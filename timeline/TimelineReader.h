@@ -2,12 +2,16 @@
 //
 // Items first, references last: a track may refer to a `file` that is defined further down, since
 // passes move clips between tracks.
+// The filters of many items at once are read on a second thread, while the items after them are.
+// The tree is only read meanwhile, and only that thread adds to the filters of the catalogue.
 // Thread rule: the thread that owns the tree and the catalogue.
 #pragma once
 
 #include "timeline/TextTable.h"
 #include "timeline/TimelineContents.h"
 
+#include <cstddef>
+#include <future>
 #include <string_view>
 #include <unordered_map>
 #include <vector>
@@ -56,6 +60,10 @@ private:
     void readItemChild(XMLNode child, Item& item, ItemParts& parts);
     void readTransition(Item& item, const ItemParts& parts);
     const FilterStack* readFilters(XMLNode parent);
+    const FilterStack* stackOf(const std::vector<XMLNode>& filters);
+    void useFilters(Item& item);
+    void handOverFilters();
+    void finishFilters();
     FrameRate rateOf(XMLNode rate) const;
 
     void keep(std::string_view& text, XMLNode element);
@@ -79,12 +87,27 @@ private:
     TimelineStore& store_;
     const TimelineDetail detail_;
     const Timeline::Contents* source_ = nullptr;  // before it was edited; null when not known
-    std::deque<Draft> drafts_;                    // the first is the outermost
+    DefinitionSearch::Document document_ = DefinitionSearch::Document::unchanged;
+    std::deque<Draft> drafts_;  // the first is the outermost
     TextTable<Draft*> sequences_;
     TextTable<const Media*> files_;
     TextTable<XMLNode> multiclips_;
     std::unordered_map<const NestedSequence*, const Media*> sequenceMedia_;
     std::vector<FileUse> fileUses_;
+
+    // Items whose filters are still to be read, and the filters of all of them in their order.
+    struct FilterUses {
+        struct Use {
+            Item* item;
+            std::size_t count;
+        };
+        std::vector<Use> items;
+        std::vector<XMLNode> filters;
+
+        void read(FilterPool& pool) const;
+    };
+    FilterUses filterUses_;
+    std::future<void> filtersHandedOver_;
 
     // Of the sequence, track and item that are being read.
     Draft* draft_ = nullptr;

@@ -33,7 +33,7 @@ void TimelineReader::useFile(Item& item, XMLNode file, std::string_view syncOffs
 void TimelineReader::useMulticlip(Item& item, XMLNode multiclip) {
     const std::string_view id = elementId(multiclip);
     if (isDefinition(multiclip)) {
-        multiclips_.add(id, multiclip);
+        multiclips_.add(store_.arena.keep(id), multiclip);
         // Other clips may refer to the files of the angles that are not active.
         for (const XMLNode angle : childrenNamed(multiclip, "angle")) {
             const XMLNode file = angle.child("clip").child("file");
@@ -42,10 +42,10 @@ void TimelineReader::useMulticlip(Item& item, XMLNode multiclip) {
         }
     } else if (const XMLNode* const here = multiclips_.find(id)) {
         multiclip = *here;
-    } else {
-        const auto& elsewhere = catalogue_.definitions().multiclips;
-        const auto found = elsewhere.find(id);
-        if (found != elsewhere.end()) multiclip = found->second;
+    } else if (const XMLNode* const before = source_ ? source_->multiclips.find(id) : nullptr) {
+        multiclip = *before;
+    } else if (const XMLNode elsewhere = catalogue_.definitions.multiclip(id, document_)) {
+        multiclip = elsewhere;
     }
     const XMLNode file = activeFile(multiclip, type_);
     if (file) useFile(item, file, childText(file.parent(), "syncoffset"));
@@ -76,15 +76,13 @@ void TimelineReader::finishFiles() {
 const Media* TimelineReader::fileDefinedElsewhere(std::string_view id) {
     if (const Media* const* const known = source_ ? source_->files.find(id) : nullptr)
         return *known;
-    const auto& definitions = catalogue_.definitions().files;
-    const auto definition = definitions.find(id);
     const Media* media = nullptr;
-    if (definition == definitions.end()) {
-        media = undefinedMedia("file", id, store_.arena);
-    } else {
-        const Media*& known = catalogue_.files[definition->second];
-        if (!known) known = readFile(definition->second, catalogue_.arena);
+    if (const XMLNode definition = catalogue_.definitions.file(id, document_)) {
+        const Media*& known = catalogue_.files[definition];
+        if (!known) known = readFile(definition, catalogue_.arena);
         media = known;
+    } else {
+        media = undefinedMedia("file", id, store_.arena);
     }
     files_.add(store_.arena.keep(id), media);
     return media;
@@ -118,20 +116,21 @@ const NestedSequence* TimelineReader::finish(Draft& draft, int depth) {
 
 const NestedSequence* TimelineReader::nestedDefinedElsewhere(std::string_view id) {
     if (const auto* const known = source_ ? source_->sequences.find(id) : nullptr) return *known;
-    const auto& definitions = catalogue_.definitions().sequences;
-    const auto definition = definitions.find(id);
-    if (definition == definitions.end() || catalogue_.depth > deepestNesting) return nullptr;
-    const auto [known, isNew] = catalogue_.sequences.try_emplace(definition->second, nullptr);
+    const XMLNode definition = catalogue_.definitions.sequence(id, document_);
+    if (!definition || catalogue_.depth > deepestNesting) return nullptr;
+    const auto [known, isNew] = catalogue_.sequences.try_emplace(definition, nullptr);
     if (!isNew) return known->second;
     auto& contents =
         *catalogue_.ownedSequences.emplace_back(std::make_unique<Timeline::Contents>());
     contents.store = std::make_unique<TimelineStore>();
     ++catalogue_.depth;
-    TimelineReader(catalogue_, *contents.store, detail_).read(definition->second, contents);
+    TimelineReader reader(catalogue_, *contents.store, detail_);
+    reader.document_ = document_;
+    reader.read(definition, contents);
     --catalogue_.depth;
     const NestedSequence& nested =
         catalogue_.nested.emplace_back(NestedSequence::of(unowned(contents)));
-    catalogue_.sequences[definition->second] = &nested;
+    catalogue_.sequences[definition] = &nested;
     return &nested;
 }
 

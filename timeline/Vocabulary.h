@@ -43,11 +43,21 @@ inline ChildrenNamed childrenNamed(XMLNode parent, const char* name) { return {p
 
 /// A clip or a generator: what a clean-up pass calls a clip.
 inline bool isClip(XMLNode node) {
-    return node.isElement("clipitem") || node.isElement("generatoritem");
+    // Nearly everything in a sequence begins with another letter.
+    switch (*node.rawName()) {
+        case 'c': return node.isElement("clipitem");
+        case 'g': return node.isElement("generatoritem");
+        default: return false;
+    }
 }
 /// A clip, a generator or a transition.
 inline bool isTimelineItem(XMLNode node) {
-    return isClip(node) || node.isElement("transitionitem");
+    switch (*node.rawName()) {
+        case 'c': return node.isElement("clipitem");
+        case 'g': return node.isElement("generatoritem");
+        case 't': return node.isElement("transitionitem");
+        default: return false;
+    }
 }
 
 /// What a track carries.

@@ -4,8 +4,6 @@
 #include <array>
 #include <cstddef>
 
-#include <string.h>
-
 namespace reelsweep {
 
 namespace {
@@ -43,6 +41,16 @@ std::string withPlainLineEnds(std::string_view blank) {
     return text;
 }
 
+// Most documents have none, and hardly any bracket at all: to go from bracket to bracket is the
+// fastest way to know.
+bool hasSection(std::string_view text) {
+    constexpr std::size_t before = sectionStart.size() - 1;
+    for (std::size_t at = text.find('['); at != text.npos; at = text.find('[', at + 1))
+        if (at >= before && text.substr(at - before, sectionStart.size()) == sectionStart)
+            return true;
+    return false;
+}
+
 BlanksAround blanksAround(std::string_view text, std::size_t begin, std::size_t end) {
     BlanksAround found;
     const std::size_t last = text.substr(0, begin).find_last_not_of(blankCharacters);
@@ -67,8 +75,7 @@ bool isText(const pugi::xml_node& node) { return node.type() == pugi::node_pcdat
 std::vector<BlanksAround> blanksBesideCData(std::string_view bytes) {
     std::string narrowed;
     const std::string_view text = asciiOf(bytes, narrowed);
-    // Most documents have no section, and this is the fastest way to know.
-    if (!::memmem(text.data(), text.size(), sectionStart.data(), sectionStart.size())) return {};
+    if (!hasSection(text)) return {};
     std::array<Construct, 3> constructs{{{sectionStart, "]]>"}, {"<!--", "-->"}, {"<?", "?>"}}};
     std::vector<BlanksAround> all;
     bool any = false;

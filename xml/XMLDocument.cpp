@@ -3,6 +3,7 @@
 #include "base/UniqueDescriptor.h"
 #include "xml/BlanksBesideCData.h"
 #include "xml/QuickCheck.h"
+#include "xml/SequenceFinder.h"
 #include "xml/StrictCheck.h"
 #include "xml/XMLAccess.h"
 #include "xml/XMLWriter.h"
@@ -11,6 +12,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 #include <cerrno>
+#include <chrono>
 #include <cstring>
 #include <future>
 #include <optional>
@@ -233,6 +235,21 @@ const XMLOutline* XMLDocument::outline() const {
     if (!check_.valid()) return nullptr;
     const std::optional<XMLOutline>& outline = check_.get()->outline;
     return outline && outline->file == loadedFile_ ? &*outline : nullptr;
+}
+
+std::vector<XMLNode> XMLDocument::loadedSequences() const {
+    std::vector<XMLNode> sequences;
+    const bool isChecked =
+        check_.valid() && check_.wait_for(std::chrono::seconds(0)) == std::future_status::ready;
+    if (const XMLOutline* const known = isChecked ? outline() : nullptr) {
+        if (const auto found = SequenceFinder(known->sequences).below(tree_->content)) {
+            for (const pugi::xml_node& node : *found) sequences.push_back(XMLAccess::handle(node));
+            return sequences;
+        }
+    }
+    node().forEachDescendant({"sequence"},
+                             [&](XMLNode sequence) { sequences.push_back(sequence); });
+    return sequences;
 }
 
 Result<std::string> rootElementName(const std::string& path) {

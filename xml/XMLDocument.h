@@ -18,6 +18,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace reelsweep {
 
@@ -69,6 +70,10 @@ public:
     /// the file is not UTF-8 or has something rare in it, was no regular file, or was saved since.
     /// Lives as long as the document.
     const XMLOutline* outline() const;
+
+    /// Every `sequence` element of a document that was not edited since it was loaded, in document
+    /// order. Where the check has noted their places by now, what lies between is not looked at.
+    std::vector<XMLNode> loadedSequences() const;
 
     /// The document node: parent of the root element, context of queries on the whole document.
     XMLNode node() const;

@@ -16,10 +16,16 @@ bool isTextType(pugi::xml_node_type type) {
     return type == pugi::node_pcdata || type == pugi::node_cdata;
 }
 
-// The name first: most nodes differ in its first letter already. Some other kinds have names too.
+// Most names differ in their first letter already, so the length of `own` is not asked for.
+bool equals(const char* own, std::string_view name) {
+    for (const char c : name)
+        if (*own++ != c) return false;
+    return *own == '\0';
+}
+
+// The name first: some other kinds have names too.
 bool isElementNamed(const pugi::xml_node& node, std::string_view name) {
-    const char* const own = node.name();
-    return *own == name.front() && name == own && node.type() == pugi::node_element;
+    return equals(node.name(), name) && node.type() == pugi::node_element;
 }
 
 void appendDescendantText(const pugi::xml_node& node, std::string& text) {
@@ -147,7 +153,7 @@ void XMLNode::findFirstChildren(const std::string_view* names, XMLNode* found,
          !XMLAccess::isNull(child) && missing > 0; child = child.next_sibling()) {
         const char* const own = child.name();  // empty for everything but elements and instructions
         for (std::size_t i = 0; i < count; ++i) {
-            if (*own != names[i].front() || found[i] || names[i] != own) continue;
+            if (found[i] || !equals(own, names[i])) continue;
             if (child.type() != pugi::node_element) continue;
             found[i] = XMLAccess::handle(child);
             --missing;
@@ -201,6 +207,13 @@ XMLNode XMLNode::firstText() const {
     return {};
 }
 
+const char* XMLNode::onlyText() const {
+    if (attribute_) return nullptr;
+    const pugi::xml_node first = XMLAccess::pugi(*this).first_child();
+    if (XMLAccess::isNull(first) || !isTextType(first.type())) return nullptr;
+    return XMLAccess::isNull(first.next_sibling()) ? first.value() : nullptr;
+}
+
 const char* XMLNode::rawName() const {
     if (attribute_) return pugi::xml_attribute(attribute_).name();
     const char* const own = XMLAccess::pugi(*this).name();
@@ -241,12 +254,11 @@ public:
         for (const std::string_view name : names) firstLetters_[letter(name[0])] = true;
     }
 
-    bool hold(const pugi::xml_node& node) const {
-        const char* const own = node.name();
+    bool hold(const pugi::xml_node& node, const char* own) const {
         if (!firstLetters_[letter(*own)]) return false;
         const bool isNamed =
             names_.empty() || std::any_of(names_.begin(), names_.end(),
-                                          [&](std::string_view name) { return name == own; });
+                                          [&](std::string_view name) { return equals(own, name); });
         return isNamed && node.type() == pugi::node_element;
     }
 
@@ -274,8 +286,13 @@ void XMLNode::forEachDescendant(std::span<const std::string_view> names,
     const WantedNames wanted(names);
     pugi::xml_node node = XMLAccess::pugi(*this).first_child();
     while (!XMLAccess::isNull(node)) {
-        if (wanted.hold(node)) visit(XMLAccess::handle(node));
-        pugi::xml_node next = node.first_child();
+        // Of what has a name, only elements have children. Most hold one text and nothing else.
+        pugi::xml_node next;
+        if (const char* const name = node.name(); *name != '\0') {
+            if (wanted.hold(node, name)) visit(XMLAccess::handle(node));
+            next = node.first_child();
+            if (!XMLAccess::isNull(next) && *next.name() == '\0') next = next.next_sibling();
+        }
         if (XMLAccess::isNull(next)) next = node.next_sibling();
         while (XMLAccess::isNull(next)) {
             node = node.parent();

@@ -99,6 +99,8 @@ public:
     /// look for they find without measuring each text first. Never null.
     const char* rawName() const;
     const char* rawText() const;
+    /// The text when it is all that the element holds, NUL-terminated; null otherwise.
+    const char* onlyText() const;
 
     /// The element after this one in document order that lies below `top` and has that name (any
     /// name when empty); null after the last. From `top` itself it answers the first one.

@@ -250,6 +250,24 @@ TEST(PictureDifference, SumsUpItsFrames) {
     EXPECT_FALSE(difference.isAsAsked());
 }
 
+TEST(PictureDifference, ComparesLargeTimelinesThatNobodyElseKeeps) {
+    const auto cuts = [](const char* type, int count, int without) {
+        std::string text = std::string(" ") + type + "1:";
+        for (int i = 0; i < count; ++i)
+            if (i != without)
+                text += " A" + std::to_string(i) + '[' + std::to_string(i * 10) + ',' +
+                        std::to_string(i * 10 + 10) + ')';
+        return text;
+    };
+    const PictureDifference difference(valueOf(cuts("V", 600, -1) + cuts("A", 600, -1)),
+                                       valueOf(cuts("V", 600, 599) + cuts("A", 600, 300)));
+    EXPECT_EQ(differencesText(difference, MediaType::video), "changed lost [5990,6000)");
+    EXPECT_EQ(differencesText(difference, MediaType::audio), "changed lost [3000,3010)");
+    EXPECT_EQ(difference.frames(), Frames{6000});
+    EXPECT_EQ(difference.same(MediaType::audio), Frames{5990});
+    EXPECT_FALSE(difference.isSame());
+}
+
 // Cuts
 
 struct CutRow {

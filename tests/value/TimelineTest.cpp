@@ -117,6 +117,29 @@ TEST(TimelineValue, FindsDefinitionsWhereverTheyStand) {
     EXPECT_EQ(media(0), media(4));
 }
 
+TEST(TimelineValue, FindsDefinitionsAfterEditsWhereTheSearchHadPaused) {
+    const std::string first = sequenceXML(
+        "V1: A[0,9){<file id='f1'><name>one.mov</name></file>} B[9,18) "
+        "C[18,27){<file id='f2'><name>two.mov</name></file>}");
+    const std::string second = sequenceXML("V1: D[0,9){<file id='f1'/>}");
+    const auto document = XMLDocument::parse(projectXML({first, second}));
+    ASSERT_TRUE(document);
+    const XMLNode children = document->rootElement().child("project").child("children");
+    const auto trackOf = [](XMLNode sequence) {
+        return sequence.child("media").child("video").child("track");
+    };
+    const XMLNode edited = children.lastChild();
+    const auto before = reelsweep::Timeline::of(edited, MediaCatalogue::of(document->node()));
+    EXPECT_EQ(before.items()[0].media->name, "one.mov");
+
+    trackOf(children.child("sequence")).firstChild().nextSibling().detach();
+    trackOf(edited).appendChild(
+        *edited.parseDetached("<clipitem><start>9</start><end>18</end><file id='f2'/></clipitem>"));
+    const auto after = reelsweep::Timeline::ofEdited(edited, before);
+    EXPECT_EQ(after.items()[1].media->name, "two.mov");
+    EXPECT_EQ(after.items()[0].media->name, "one.mov");
+}
+
 TEST(TimelineValue, KnowsMediaByWhatTheyAreNotById) {
     const auto key = [](const std::string& file) {
         return std::string(valueOf("V1: A[0,9){" + file + "}").items()[0].media->key);

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <string>
+#include <vector>
 
 namespace reelsweep::test {
 namespace {
@@ -242,6 +243,54 @@ TEST(XMLDocument, KnowsWhereThingsStandInTheFileThatItIs) {
     ASSERT_TRUE(latin);
     EXPECT_EQ(latin->outline(), nullptr);
     EXPECT_EQ(parsed("<a/>").outline(), nullptr);
+}
+
+TEST(XMLDocument, FindsItsSequencesByTheirPlaces) {
+    const struct {
+        const char* what;
+        std::string xml;
+        std::size_t count;
+    } rows[] = {
+        {"none", "<xmeml><a/><b>sequence</b></xmeml>", 0},
+        {"the root", "<sequence><a/></sequence>", 1},
+        {"first, last and between",
+         "<x><sequence/><quiet/><sequence>t</sequence><b/><sequence/></x>", 3},
+        {"within one another",
+         "<x><quiet/><sequence><a><sequence><b/></sequence></a><c><sequence/></c>"
+         "</sequence><d><e><sequence/></e></d><f/></x>",
+         4},
+        {"deep in last children", "<x><quiet/><a><b/><c><d/><e><sequence/></e></c></a></x>", 1},
+        {"other line ends",
+         "\xEF\xBB\xBF<?xml version=\"1.0\"?>\r\n<x>\r\n<a b='>'>\r\n\r\n"
+         "<sequence id='1'/>\r\n</a>\r\n<sequence>\r\n</sequence></x>\r\n",
+         2},
+        {"beside what looks like one",
+         "<x><!-- <sequence/> --><![CDATA[<sequence/>]]> <sequences/><?sequence?><a "
+         "s='&lt;sequence/>'/><sequence/>&lt;sequence/></x>",
+         1},
+    };
+    const TemporaryFolder folder;
+    const std::string path = folder / "in.xml";
+    const XMLDocument late = parsed("<sequence/>");
+    std::size_t byPlaces = 0;
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.what);
+        writeFile(path, row.xml);
+        Result<XMLDocument> document = XMLDocument::load(path);
+        ASSERT_TRUE(document) << document.failure().description();
+        std::vector<XMLNode> walked;
+        document->node().forEachDescendant({"sequence"},
+                                           [&](XMLNode found) { walked.push_back(found); });
+        EXPECT_EQ(walked.size(), row.count);
+        EXPECT_EQ(document->loadedSequences(), walked);
+        XMLNode quiet = document->rootElement().child("quiet");
+        if (!quiet) continue;
+        // Nobody looks where no sequence was.
+        ++byPlaces;
+        quiet.appendCopy(late.rootElement());
+        EXPECT_EQ(document->loadedSequences(), walked);
+    }
+    EXPECT_EQ(byPlaces, 3U);
 }
 
 TEST(XMLDocument, ReportsFilesThatCannotBeRead) {

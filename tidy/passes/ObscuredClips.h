@@ -45,7 +45,10 @@ Outcome visitOpaqueClips(PassRun& run, Visit visit) {
         const TrackIndex& lower = run.edit.index(tracks[u - 1]);
         for (const TrackIndex::Id id : upper.items()) {
             if (run.cancelled()) return PassRun::stopped();
-            if (isClipTransparent(upper.entry(id).node, run.ignoredEffects)) continue;
+            const bool showsThrough = run.transparentClips.hold(id, run.edit, [&] {
+                return isClipTransparent(upper.entry(id).node, run.ignoredEffects);
+            });
+            if (showsThrough) continue;
             const OpaqueClip clip{upper, lower, static_cast<int>(u) - 1, id, upper.group(id)};
             if (run.veto && !run.veto->excluded().empty() &&
                 run.veto->excludesAny(upper.nodes(clip.group)))

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstring>
 #include <optional>
 
 namespace reelsweep::passes {
@@ -65,6 +66,15 @@ bool isTransparentEffect(std::string_view name, const std::vector<std::string>& 
     return std::find(transparentEffects.begin(), transparentEffects.end(), name) !=
                transparentEffects.end() ||
            std::find(ignoredEffects.begin(), ignoredEffects.end(), name) != ignoredEffects.end();
+}
+
+bool hasTransparentName(XMLNode effect, const std::vector<std::string>& ignoredEffects) {
+    // Nearly every name is one text without escapes.
+    const char* const plain = effect.child("name").onlyText();
+    if (plain && std::strchr(plain, '%') == nullptr)
+        return isTransparentEffect(plain, ignoredEffects);
+    const auto name = QVXMLParser::nameForNode(effect);
+    return name && isTransparentEffect(*name, ignoredEffects);
 }
 
 // The value text of the effect's first parameter of that id that has one.
@@ -132,9 +142,7 @@ bool isClipTransparent(XMLNode clip, const std::vector<std::string>& ignoredEffe
     }
     for (XMLNode filter = firstFilter; filter; filter = filter.nextSibling("filter")) {
         const XMLNode effect = filter.child("effect");
-        if (!effect) continue;
-        const auto name = QVXMLParser::nameForNode(effect);
-        if (name && isTransparentEffect(*name, ignoredEffects)) return true;
+        if (effect && hasTransparentName(effect, ignoredEffects)) return true;
     }
     return false;
 }
