@@ -103,6 +103,7 @@ DryRunRequest PictureCommand::request() const {
                     .ignoredEffects = plan_.ignoredEffects,
                     .keepPicture = plan_.keepPicture,
                     .provesPicture = false,
+                    .keep = plan_.keep,
                     .rules = plan_.rules};
     for (std::string& name : Platform::current().userDefaults->stringArrayForKey("ignoredEffects"))
         request.tidy.ignoredEffects.push_back(std::move(name));
@@ -119,7 +120,9 @@ Outcome PictureCommand::draw(const std::stop_token& stop) {
     auto runs = dryRun(sources, request(), stop);
     if (!runs) return runs.failure();
     runs_ = std::move(*runs);
-    return Done{};
+    std::vector<const SequenceLedger*> ledgers;
+    for (const DryRun& run : runs_) ledgers.push_back(&run.ledger);
+    return checkKeepsFit(plan_.keep, ledgers, file_->displayName());
 }
 
 Outcome PictureCommand::save() const {
@@ -155,6 +158,10 @@ CommandRun definePicture(CLI::App& parser) {
                           "+NAME adds one and -NAME takes one out\n"
                           "(default: default)"),
         "LIST");
+    one(parser.add_option("--keep", o.keep,
+                          "Leave this clip alone: its id, or its name with * and ?;\n"
+                          "may be repeated"),
+        "CLIP");
     defineRules(parser, o);
     one(parser.add_option("--ignored-effect", o.ignoredEffects,
                           "An effect that makes a clip see-through, by its name;\n"

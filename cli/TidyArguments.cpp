@@ -1,9 +1,11 @@
 #include "cli/TidyArguments.h"
 
+#include "cli/TextTable.h"
 #include "tidy/TidyRules.h"
 
 #include <CLI/App.hpp>
 #include <CLI/Validators.hpp>
+#include <algorithm>
 #include <string>
 
 namespace reelsweep {
@@ -99,6 +101,21 @@ void defineRules(CLI::App& parser, TidyOptions& o) {
                  std::string(row.value).c_str())
             ->group("Rules (names with * and ?, in any letter case)");
     }
+}
+
+Outcome checkKeepsFit(const std::vector<std::string>& keeps,
+                      const std::vector<const SequenceLedger*>& tidied, const std::string& file) {
+    for (const std::string& keep : keeps) {
+        const bool isUnused =
+            std::all_of(tidied.begin(), tidied.end(), [&](const SequenceLedger* sequence) {
+                const std::vector<std::string>& unused = sequence->unusedKeeps;
+                return std::find(unused.begin(), unused.end(), keep) != unused.end();
+            });
+        if (isUnused)
+            return Failure{FailureCode::usage,
+                           "--keep " + singleLine(keep) + ": no clip has this id or name", file};
+    }
+    return Done{};
 }
 
 }  // namespace reelsweep

@@ -3,7 +3,12 @@
 // Thread rule: main thread, before the arguments are parsed.
 #pragma once
 
+#include "base/Failure.h"
 #include "cli/TidyPlan.h"
+#include "timeline/ChangeLedger.h"
+
+#include <string>
+#include <vector>
 
 namespace CLI {
 class App;
@@ -20,5 +25,10 @@ CLI::Option* placeValue(CLI::Option* option, const char* value);
 
 void defineWhatToDo(CLI::App& parser, TidyOptions& o);
 void defineRules(CLI::App& parser, TidyOptions& o);
+
+/// Fails with usage, naming `file`, when a clip to be left alone was found in none of the sequences
+/// that were tidied: it would be tidied in spite of all.
+Outcome checkKeepsFit(const std::vector<std::string>& keeps,
+                      const std::vector<const SequenceLedger*>& tidied, const std::string& file);
 
 }  // namespace reelsweep

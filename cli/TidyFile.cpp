@@ -9,6 +9,7 @@
 #include "cli/SequenceChoice.h"
 #include "cli/StandardStreams.h"
 #include "cli/TextTable.h"
+#include "cli/TidyArguments.h"
 #include "platform/Platform.h"
 #include "report/PictureProof.h"
 
@@ -275,21 +276,12 @@ ExitCode TidyFile::showResult() {
     return printed;
 }
 
-// On the background thread. A clip that is misspelt would be tidied in spite of it all.
+// On the background thread.
 Outcome TidyFile::checkKeeps() const {
-    const auto& sequences = (*work_->tidied)->ledger().sequences;
-    for (const std::string& keep : plan_.keep) {
-        const bool isUnused =
-            std::all_of(sequences.begin(), sequences.end(), [&](const SequenceLedger& sequence) {
-                const std::vector<std::string>& unused = sequence.unusedKeeps;
-                return std::find(unused.begin(), unused.end(), keep) != unused.end();
-            });
-        if (isUnused)
-            return Failure{FailureCode::usage,
-                           "--keep " + singleLine(keep) + ": no clip has this id or name",
-                           reported_.input};
-    }
-    return Done{};
+    std::vector<const SequenceLedger*> ledgers;
+    for (const SequenceLedger& sequence : (*work_->tidied)->ledger().sequences)
+        ledgers.push_back(&sequence);
+    return checkKeepsFit(plan_.keep, ledgers, reported_.input);
 }
 
 // The same for the rules that were typed. A pattern may well fit nothing here, nor need every file

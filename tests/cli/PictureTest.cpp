@@ -25,6 +25,14 @@ TEST(PictureCommand, DrawsBeforeAndAfterAndLeavesTheFileAlone) {
     EXPECT_EQ(run(workplace, {"picture", "in.xml", "-o", "out.svg", "--force"}).status, 0);
     EXPECT_NE(workplace.read("out.svg").find(">Other<"), std::string::npos);
 
+    const Ended kept = run(workplace, {"picture", "in.xml", "-o", "kept.svg", "--keep", "Spare"});
+    EXPECT_EQ(kept.status, 0) << kept.error;
+    EXPECT_EQ(workplace.read("kept.svg").find("1 removed"), std::string::npos);
+    const Ended misspelt =
+        run(workplace, {"picture", "in.xml", "-o", "other.svg", "--keep", "Spar"});
+    EXPECT_EQ(misspelt.status, 2);
+    EXPECT_EQ(misspelt.error, "reelsweep-cli: in.xml: --keep Spar: no clip has this id or name\n");
+
     const Ended piped =
         run(workplace, {"picture", "-", "-o", "-", "--passes", "replaceGaps"}, {.input = film});
     EXPECT_EQ(piped.status, 0) << piped.error;

@@ -1,6 +1,7 @@
 // Real exports of several editing applications, and the bundled sample, through every choice of
 // passes.
 #include "tests/cli/Program.h"
+#include "tests/timeline/SampleFiles.h"
 #include "tests/xml/InsertedBytes.h"
 
 #include "tidy/PassTable.h"
@@ -9,28 +10,12 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <filesystem>
 
 namespace reelsweep::test {
 namespace {
 
 namespace fs = std::filesystem;
-
-// The XMEML files to try; the folder of real exports need not be there.
-std::vector<std::string> sampleFiles() {
-    const char* const variable = std::getenv("REELSWEEP_SAMPLES");
-    const fs::path source = REELSWEEP_SOURCE_FOLDER;
-    const fs::path exports =
-        variable ? fs::path(variable) : source.parent_path() / "shared/samples";
-    std::vector<std::string> files;
-    for (const fs::path& folder : {source / "resources/sample", exports}) {
-        std::error_code error;
-        for (const auto& entry : fs::directory_iterator(folder, error))
-            if (entry.path().extension() == ".xml") files.push_back(entry.path());
-    }
-    return files;
-}
 
 /// The output without what was added to it.
 std::string sourceInside(const XMLDocument& output) {
@@ -58,7 +43,7 @@ void check(const std::string& input, const std::string& output) {
 }
 
 TEST(Samples, AreTidiedWithEveryChoiceOfPasses) {
-    const std::vector<std::string> files = sampleFiles();
+    const std::vector<fs::path> files = sampleFiles();
     ASSERT_FALSE(files.empty());
     std::vector<std::string> choices{"all", "default"};
     for (const PassRow& pass : passTable()) choices.emplace_back(pass.option);
@@ -71,7 +56,7 @@ TEST(Samples, AreTidiedWithEveryChoiceOfPasses) {
         const Ended ended = run(workplace, arguments);
         EXPECT_EQ(ended.status, 0);
         EXPECT_EQ(ended.error, "");
-        for (const std::string& file : files)
+        for (const std::string file : files)
             check(file, workplace / (fs::path(file).stem().string() + "-Tidied.xml"));
     }
     if (files.size() == 1) GTEST_SKIP() << "the folder of real exports is not there";
@@ -87,7 +72,7 @@ std::string bodyOf(XMLNode sequence) {
 
 TEST(Samples, StayAsTheyAreWhenEverythingIsExcluded) {
     std::size_t compared = 0;
-    for (const std::string& file : sampleFiles()) {
+    for (const std::string file : sampleFiles()) {
         for (const std::vector<std::string>& exclude :
              {std::vector<std::string>{"--exclude-track", "*"},
               {"--exclude-track", "[va][0-9]*"},

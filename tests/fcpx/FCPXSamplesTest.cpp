@@ -1,30 +1,19 @@
 // Real FCPXML through all FCPXML passes: nothing goes but what the passes name.
 #include "documents/FCPXMLDocument.h"
 #include "tests/platform/TemporaryFolder.h"
+#include "tests/timeline/SampleFiles.h"
 #include "tests/timeline/Timeline.h"
 #include "xml/XMLQuery.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstdlib>
 #include <filesystem>
 
 namespace reelsweep::test {
 namespace {
 
 namespace fs = std::filesystem;
-
-std::vector<fs::path> sampleFiles() {
-    const char* const variable = std::getenv("REELSWEEP_SAMPLES");
-    const fs::path source = REELSWEEP_SOURCE_FOLDER;
-    const fs::path folder = variable ? fs::path(variable) : source.parent_path() / "shared/samples";
-    std::vector<fs::path> files;
-    std::error_code error;
-    for (const auto& entry : fs::directory_iterator(folder, error))
-        if (entry.path().extension() == ".fcpxml") files.push_back(entry.path());
-    return files;
-}
 
 std::vector<XMLNode> matches(const XMLDocument& document, const std::string& query) {
     const auto nodes = selectNodes(document.node(), query);
@@ -45,7 +34,7 @@ std::vector<std::string> tags(const XMLDocument& document, const std::string& qu
 }
 
 TEST(FCPXSamples, LoseOnlyWhatThePassesName) {
-    const std::vector<fs::path> files = sampleFiles();
+    const std::vector<fs::path> files = sampleFiles(".fcpxml");
     if (files.empty()) GTEST_SKIP() << "the folder of real exports is not there";
     OptionList passes;
     for (const PassRow& row : fcpxPassTable()) passes.emplace_back(row.option);

@@ -1,32 +1,18 @@
 // Real exports of several editing applications, and the bundled sample, made safe to import.
 #include "tests/import/ImportRun.h"
+#include "tests/timeline/SampleFiles.h"
 
 #include "documents/OutputBin.h"
 
 #include <gtest/gtest.h>
 
 #include <cstdio>
-#include <cstdlib>
 #include <filesystem>
 
 namespace reelsweep::test {
 namespace {
 
 namespace fs = std::filesystem;
-
-std::vector<fs::path> sampleFiles() {
-    const char* const variable = std::getenv("REELSWEEP_SAMPLES");
-    const fs::path source = REELSWEEP_SOURCE_FOLDER;
-    const fs::path exports =
-        variable ? fs::path(variable) : source.parent_path() / "shared/samples";
-    std::vector<fs::path> files;
-    for (const fs::path& folder : {source / "resources/sample", exports}) {
-        std::error_code error;
-        for (const auto& entry : fs::directory_iterator(folder, error))
-            if (entry.path().extension() == ".xml") files.push_back(entry.path());
-    }
-    return files;
-}
 
 TEST(ImportSamples, HaveNoFaultThatTheirSourceHadNot) {
     const std::vector<fs::path> files = sampleFiles();

@@ -1,30 +1,15 @@
 // Real exports of several editing applications, and the bundled sample, as values.
+#include "tests/timeline/SampleFiles.h"
 #include "tests/value/Values.h"
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <filesystem>
 
 namespace reelsweep::test {
 namespace {
 
 namespace fs = std::filesystem;
-
-// The XMEML files to try; the folder of real exports need not be there.
-std::vector<fs::path> sampleFiles() {
-    const char* const variable = std::getenv("REELSWEEP_SAMPLES");
-    const fs::path source = REELSWEEP_SOURCE_FOLDER;
-    const fs::path exports =
-        variable ? fs::path(variable) : source.parent_path() / "shared/samples";
-    std::vector<fs::path> files;
-    for (const fs::path& folder : {source / "resources/sample", exports}) {
-        std::error_code error;
-        for (const auto& entry : fs::directory_iterator(folder, error))
-            if (entry.path().extension() == ".xml") files.push_back(entry.path());
-    }
-    return files;
-}
 
 void check(XMLNode sequence, const std::shared_ptr<MediaCatalogue>& catalogue) {
     SCOPED_TRACE(sequence.child("name").stringValue());
