@@ -39,7 +39,8 @@ void definePresets(CLI::App& parser, TidyOptions& o, const char* what) {
 void defineWhatToDo(CLI::App& parser, TidyOptions& o) {
     const char* const what = "What to do";
     oneValue(parser.add_option("--passes", o.passes,
-                               "Pass names with commas between, or default, or all;\n"
+                               "Pass names with commas between, or default, or all,\n"
+                               "or fcpx for those that are for FCPXML alone;\n"
                                "+NAME adds one and -NAME takes one out\n"
                                "(default: default)"),
              "LIST")

@@ -65,7 +65,7 @@ Result<std::vector<std::string>> selectMarkerKinds(const std::string& list) {
     return kinds;
 }
 
-// Takes the parts of a list of passes one after the other: NAME or +NAME, -NAME, default, all.
+// Takes the parts of a list of passes one after the other: NAME or +NAME, -NAME, default, all, fcpx.
 class PassChoice {
 public:
     Outcome take(const std::string& list) {
@@ -96,11 +96,13 @@ private:
             off_.clear();
         } else if (part == "default") {
             for (const std::string& each : defaultPasses()) turn(each, true);
+        } else if (part == "fcpx") {
+            for (const PassRow& pass : fcpxPassTable()) turn(std::string(pass.option), true);
         } else if (const OptionList names = passNames(); hasOption(names, name)) {
             turn(name, !isOff);
         } else {
             std::vector<std::string> known = names;
-            known.insert(known.end(), {"default", "all"});
+            known.insert(known.end(), {"default", "all", "fcpx"});
             return usage(
                 fmt::format("unknown pass \"{}\"{}", name,
                             didYouMean(name, known, "; \"reelsweep-cli passes\" lists them")));
@@ -373,7 +375,9 @@ Result<OptionList> applicableOptions(const PassSelection& selection, bool isFCPX
         const bool named = hasOption(selection.names, name);
         const bool applies = isFCPX ? pass.appliesToFCPX : !isForFCPXAlone(pass);
         if (!applies && named) leftOut.push_back(name);
-        if (applies && (named || (selection.all && !hasOption(selection.without, name))))
+        // What takes more out of FCPXML than it was always asked for is asked for by its name.
+        const bool isOfAll = selection.all && !isForFCPXAlone(pass);
+        if (applies && (named || (isOfAll && !hasOption(selection.without, name))))
             options.push_back(name);
     }
     if (options.empty() && !leftOut.empty()) return doesNotApply(leftOut.front(), isFCPX);

@@ -23,8 +23,9 @@ TEST(TidyFCPXML, IsDoneAsAWhole) {
         "</spine></sequence></project></event></library></fcpxml>";
     const Workplace workplace;
     workplace.write("in.fcpxml", library);
-    EXPECT_EQ(run(workplace, {"tidy", "in.fcpxml", "--passes", "all", "--report", "r.json"}).status,
-              0);
+    const Ended ended =
+        run(workplace, {"tidy", "in.fcpxml", "--passes", "all,fcpx", "--report", "r.json"});
+    EXPECT_EQ(ended.status, 0) << ended.error;
     const Result<XMLDocument> tidied = XMLDocument::load(workplace / "in-Tidied.fcpxml");
     ASSERT_TRUE(tidied);
     EXPECT_EQ(serialise(tidied->rootElement()),
@@ -33,6 +34,21 @@ TEST(TidyFCPXML, IsDoneAsAWhole) {
     const Json document = Json::parse(workplace.read("r.json"))["documents"].at(0);
     EXPECT_EQ(document["format"], "fcpxml");
     EXPECT_EQ(document["sequences"].at(0)["changes"].size(), 3U);
+}
+
+TEST(TidyFCPXML, AsksForWhatIsForFCPXMLAloneByName) {
+    const Workplace workplace;
+    workplace.write("in.fcpxml",
+                    "<fcpxml version=\"1.9\"><library><event><project name=\"P\"><sequence><spine>"
+                    "<clip><chapter-marker value=\"c\"/></clip></spine></sequence></project>"
+                    "</event></library></fcpxml>");
+    for (const auto& [passes, stays] : {std::pair("all", true), std::pair("all,fcpx", false)}) {
+        const Ended ended = run(
+            workplace, {"tidy", "in.fcpxml", "--passes", passes, "-o", "out.fcpxml", "--force"});
+        EXPECT_EQ(ended.status, 0) << ended.error;
+        const std::string tidied = workplace.read("out.fcpxml");
+        EXPECT_EQ(tidied.find("<chapter-marker") != std::string::npos, stays) << passes;
+    }
 }
 
 TEST(TidyFCPXML, TakesFilesWithoutAProjectAndBundles) {
