@@ -1,8 +1,8 @@
 // ChangeReportModel: what a run changed, as a tree.
 //
 // On top stands what needs somebody's attention, then each sequence with its changes, last, folded
-// away, the clips that were left as they are and the sequences without changes. Below a sequence stands one row for each clip with all that
-// became of it, or, by pass, one row for each single change.
+// away, the clips that were left as they are and the sequences without changes. Below a sequence
+// stands one row for each clip with all that became of it, or, by pass, one row for each change.
 // Owner: the view. Thread rule: main thread, while no run of the document is going.
 #pragma once
 

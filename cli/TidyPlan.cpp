@@ -65,7 +65,7 @@ Result<std::vector<std::string>> selectMarkerKinds(const std::string& list) {
     return kinds;
 }
 
-// Takes the parts of a list of passes one after the other: NAME or +NAME, -NAME, default, all, fcpx.
+// Takes the parts of a list of passes in turn: NAME or +NAME, -NAME, default, all, fcpx.
 class PassChoice {
 public:
     Outcome take(const std::string& list) {
