@@ -10,8 +10,8 @@
 
 namespace reelsweep::test {
 
-/// Those with an extension, ".xml" for XMEML. The folder of exports, REELSWEEP_SAMPLES or one beside
-/// the project, need not be there.
+/// Those with an extension, ".xml" for XMEML. The folder of exports, REELSWEEP_SAMPLES or one
+/// beside the project, need not be there.
 inline std::vector<std::filesystem::path> sampleFiles(std::string_view extension = ".xml") {
     namespace fs = std::filesystem;
     const char* const variable = std::getenv("REELSWEEP_SAMPLES");
