@@ -115,9 +115,14 @@ bool ContributorMatch::matchSound(List expected, List after, PictureOptions opti
     for (const Contributor& contributor : expected) missing.push_back(&contributor);
     std::vector<const Item*> closed;
     for (const Contributor& contributor : after) {
-        const auto found = std::find_if(missing.begin(), missing.end(), [&](const Contributor* c) {
-            return matches(*c, contributor, options, pairs);
+        // Of two that sound alike, one that stood alone before is meant rather than one that faded.
+        auto found = std::find_if(missing.begin(), missing.end(), [&](const Contributor* c) {
+            return c->side == contributor.side && matches(*c, contributor, options, pairs);
         });
+        if (found == missing.end())
+            found = std::find_if(missing.begin(), missing.end(), [&](const Contributor* c) {
+                return matches(*c, contributor, options, pairs);
+            });
         if (found == missing.end()) return false;
         if (const Item* const transition = (*found)->transition;
             transition && contributor.side == TransitionSide::none) {

@@ -86,7 +86,10 @@ Text mediaOf(XMLNode document, XMLNode item) {
     const XMLNode file = fileOf(document, item);
     if (file) return "file " + textOf(file, "pathurl");
     if (item.child("file")) return "undefined " + Text(*item.child("file").attribute("id"));
-    if (item.child("sequence")) return "sequence";
+    if (const XMLNode sequence = item.child("sequence"))
+        return definitionOf(document, sequence)
+                   ? "sequence"
+                   : "undefined sequence " + Text(sequence.attribute("id").value_or(""));
     return "clip " + textOf(item, "name");
 }
 

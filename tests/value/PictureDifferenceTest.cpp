@@ -141,6 +141,12 @@ INSTANTIATE_TEST_SUITE_P(
         SoundRow{"AskedCrossFade", "A1: A[0,-1) x[90,110) B[-1,200)",
                  "A1: A[0,100) B[100,200)@10:110", transitions,
                  "asked transition [90,100), asked transition [100,110)"},
+        SoundRow{"AskedCrossFadeBesideTheSameSound", "A1: A[0,80) A2: A[0,-1) x[40,60) B[-1,100)",
+                 "A1: A[0,80) A2: A[0,50) B[50,100)@10:60", transitions,
+                 "asked transition [40,50), asked transition [50,60)"},
+        SoundRow{"AskedCrossFadeAboveTheSameSound", "A1: A[0,-1) x[40,60) B[-1,100) A2: A[0,80)",
+                 "A1: A[0,50) B[50,100)@10:60 A2: A[0,80)", transitions,
+                 "asked transition [40,50), asked transition [50,60)"},
         SoundRow{"CrossFadeLeftWithBoth", "A1: A[0,-1) x[90,110) B[-1,200)",
                  "A1: A[0,110) A2: B[90,200)@0:110", transitions, "changed transition [90,110)"}),
     [](const auto& row) { return row.param.name; });
