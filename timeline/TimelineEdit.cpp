@@ -145,6 +145,15 @@ const ItemTimes& TimelineEdit::timesOfHolder(XMLNode item) const {
     return lastHolder_.times;
 }
 
+// What `start` and `end` of a filter count from differs from system to system; the place of its clip
+// can be found again.
+ItemTimes TimelineEdit::timesInside(XMLNode item, XMLNode node) const {
+    ItemTimes times = timesOfHolder(item);
+    const ItemTimes own = ItemTimes::of(node);
+    if (own.in || own.out) times.in = own.in, times.out = own.out;
+    return times;
+}
+
 Change& TimelineEdit::record(ChangeKind kind, XMLNode node) {
     Change& change = ledger_.changes.emplace_back();
     change.kind = kind;
@@ -154,8 +163,8 @@ Change& TimelineEdit::record(ChangeKind kind, XMLNode node) {
     change.trackBefore = change.trackAfter = place.track;
     change.holder = place.holder;
     change.countsAsItem = place.isTrackItem;
-    change.before = ItemTimes::of(node);
-    if (change.holder && change.before == ItemTimes{}) change.before = timesOfHolder(change.holder);
+    change.before = change.holder && !isTimelineItem(node) ? timesInside(change.holder, node)
+                                                           : ItemTimes::of(node);
     change.after = change.before;
     return change;
 }

@@ -153,6 +153,8 @@ private:
     };
     Place placeOf(XMLNode node) const;
     const ItemTimes& timesOfHolder(XMLNode item) const;
+    /// Of an element that stands inside an item: the item's place, and its own `in` and `out`.
+    ItemTimes timesInside(XMLNode item, XMLNode node) const;
     TrackLabel labelAbove(XMLNode node) const;
     void recordRemoval(XMLNode node, std::size_t reason);
     TrackIndex* indexOf(XMLNode track) const;
