@@ -7,6 +7,7 @@
 
 #include "timeline/ChangeLedger.h"
 #include "timeline/EditJournal.h"
+#include "timeline/ItemFacts.h"
 #include "timeline/TrackIndex.h"
 #include "xml/XMLNode.h"
 
@@ -62,6 +63,15 @@ public:
     /// The index of a track, built when first asked for. The reference stays valid as long as this
     /// object lives. Whatever was edited, it answers for the track as it is at each question.
     const TrackIndex& index(XMLNode track);
+
+    /// What is known of a clip, generator or transition that stands in a track; null for anything
+    /// else. As current as the tree; the reference stays valid as long as this object lives, and is
+    /// as current as the last question.
+    const ItemFacts* facts(XMLNode item) const { return facts_.find(item); }
+    /// The item's times, or those of any other element.
+    ItemTimes times(XMLNode node) const;
+    /// Reads the facts of all items, which whoever asks first would have to wait for.
+    void readFacts() const { facts_.readAll(); }
 
     /// Grows whenever something inside the items was changed, apart from their own times. What was
     /// found out about the inside of an item holds as long as this stays the same.
@@ -152,16 +162,19 @@ private:
         bool isTrackItem = false;  ///< a clip, generator or transition that stands in a track
     };
     Place placeOf(XMLNode node) const;
-    const ItemTimes& timesOfHolder(XMLNode item) const;
+    ItemTimes timesOfHolder(XMLNode item) const;
     TrackLabel labelAbove(XMLNode node) const;
+    bool isItem(XMLNode node) const;
+    std::vector<XMLNode> itemsLeft() const;
     void recordRemoval(XMLNode node, std::size_t reason);
     TrackIndex* indexOf(XMLNode track) const;
     /// Puts a node where it is to stand, or nowhere.
     void place(XMLNode node, EditJournal::Place to);
     void writeText(XMLNode element, std::string_view text);
     void writeTimes(XMLNode item, const ItemTimes& times);
-    /// Something below `parent` has changed: `node`, or the text of it.
-    void changedBelow(XMLNode parent, XMLNode node);
+    /// Something below `parent` has changed: `node` has come or gone, or its text is another one.
+    enum class Below { moved, rewritten };
+    void changedBelow(XMLNode parent, XMLNode node, Below how);
     /// Answers whether a node stands in the sequence; for many nodes in document order.
     class Standing;
 
@@ -184,7 +197,8 @@ private:
         ItemTimes times;
     } mutable lastHolder_;
     std::size_t changesInsideItems_ = 0;
-    SequenceIndex sequenceIndex_;
+    ItemFactsTable facts_;  ///< of the items on tracks
+    SequenceIndex sequenceIndex_{&facts_};
     std::unordered_map<XMLNode, std::unique_ptr<TrackIndex>> indexes_;
     EditJournal journal_;
 

@@ -46,7 +46,10 @@ Outcome visitOpaqueClips(PassRun& run, Visit visit) {
         for (const TrackIndex::Id id : upper.items()) {
             if (run.cancelled()) return PassRun::stopped();
             const bool showsThrough = run.transparentClips.hold(id, run.edit, [&] {
-                return isClipTransparent(upper.entry(id).node, run.ignoredEffects);
+                const XMLNode clip = upper.entry(id).node;
+                const ItemFacts* const known = run.edit.facts(clip);
+                return known ? isClipTransparent(*known, run.ignoredEffects)
+                             : isClipTransparent(clip, run.ignoredEffects);
             });
             if (showsThrough) continue;
             const OpaqueClip clip{upper, lower, static_cast<int>(u) - 1, id, upper.group(id)};

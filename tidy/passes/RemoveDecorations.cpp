@@ -33,14 +33,14 @@ constexpr Frames noTime{0};  // what a time that is missing counts as
 // Gives the clips on both sides of a transition real edges, so that they meet at a cut. An odd
 // length leaves one frame between them: both sides take the half that is rounded down.
 void closeOver(PassRun& run, XMLNode transition) {
-    const ItemTimes times = ItemTimes::of(transition);
+    const ItemTimes times = run.edit.times(transition);
     const Frames start = times.start.value_or(noTime);
     const Frames end = times.end.value_or(noTime);
     const Frames length = std::max(end - start, Frames{0});
     const XMLNode outgoing = transition.previousSibling();
     const XMLNode incoming = transition.nextSibling();
-    const ItemTimes outgoingTimes = ItemTimes::of(outgoing);
-    const ItemTimes incomingTimes = ItemTimes::of(incoming);
+    const ItemTimes outgoingTimes = run.edit.times(outgoing);
+    const ItemTimes incomingTimes = run.edit.times(incoming);
     const bool outgoingRunsIn = outgoingTimes.end == edgeInTransition;
     const bool incomingRunsIn = incomingTimes.start == edgeInTransition;
     const Frames amount = outgoingRunsIn && incomingRunsIn ? length.half() : length;
@@ -61,13 +61,13 @@ void closeOver(PassRun& run, XMLNode transition) {
 // Of an odd length the incoming clip takes the frame more.
 //   [aaaa(xx)      ->   [aaaaaa]
 void closeInSync(PassRun& run, XMLNode transition) {
-    const ItemTimes times = ItemTimes::of(transition);
+    const ItemTimes times = run.edit.times(transition);
     const Frames start = times.start.value_or(noTime);
     const Frames end = std::max(times.end.value_or(noTime), start);
     const XMLNode outgoing = transition.previousSibling();
     const XMLNode incoming = transition.nextSibling();
-    const ItemTimes outgoingTimes = ItemTimes::of(outgoing);
-    const ItemTimes incomingTimes = ItemTimes::of(incoming);
+    const ItemTimes outgoingTimes = run.edit.times(outgoing);
+    const ItemTimes incomingTimes = run.edit.times(incoming);
     const bool outgoingRunsIn = outgoingTimes.end == edgeInTransition;
     const bool incomingRunsIn = incomingTimes.start == edgeInTransition;
     const Frames middle = start + (end - start).half();
