@@ -38,6 +38,7 @@ private:
     Outcome runSteps(const TidyControls& controls, PictureGuard* guard);
     bool excludesEverything() const { return veto_ && veto_->excludesEverything(); }
     bool looksAtPicture() const { return request_.keepPicture || request_.provesPicture; }
+    void readSource();
     Timeline read() const;
     void compare();
     Timeline withoutChosenFilters() const;

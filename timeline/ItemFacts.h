@@ -44,9 +44,15 @@ struct ItemFacts {
 /// The facts of all items of one sequence, by their elements.
 class ItemFactsTable {
 public:
+    using Number = std::uint32_t;
+    static constexpr Number none = ~Number{0};
+
     /// Takes in a clip, generator or transition; its facts are read when somebody asks for them.
     void add(XMLNode item);
     bool holds(XMLNode node) const { return numberOf(node) != none; }
+    /// Items are numbered from 0 as they come in; none for what was never taken in.
+    Number numberOf(XMLNode node) const;
+    std::size_t size() const { return count_; }
     /// Null for what was never taken in. The facts stay where they are, and are as current as the
     /// last question.
     const ItemFacts* find(XMLNode node) const;
@@ -61,16 +67,12 @@ public:
     void changedChild(XMLNode item, XMLNode child);
 
 private:
-    using Number = std::uint32_t;
-    static constexpr Number none = ~Number{0};
-
     struct Entry {
         ItemFacts facts;
         bool isRead = false;
         bool isFilterRead = false;  ///< the first filter
     };
 
-    Number numberOf(XMLNode node) const;
     std::size_t slotOf(XMLNode node) const;
     Entry& entry(Number number) const { return pages_[number / pageSize][number % pageSize]; }
     static void read(Entry& entry);

@@ -324,7 +324,7 @@ void TimelineEdit::move(XMLNode item, const TrackIndex& to, std::size_t childPla
     const TrackIndex::Id next = to.entryAt(isPassed ? childPlace + 1 : childPlace);
     place(item, {to.track(), next == TrackIndex::none ? XMLNode() : to.entry(next).node});
     change.trackAfter = label(item);
-    listsAreOld();
+    listsAreOutOfOrder();
 }
 
 void TimelineEdit::writeTimes(XMLNode item, const ItemTimes& times) {
@@ -365,7 +365,7 @@ XMLNode TimelineEdit::split(XMLNode item, FrameRange gap, const ItemTimes& right
     trim(item, right);
     writeTimes(left, {.start = {}, .end = gap.start, .in = {}, .out = {}});
     place(left, {item.parent(), item});
-    listsAreOld();
+    listsAreOutOfOrder();
     Change& change = record(ChangeKind::split, left);
     change.before = whole;
     return left;
@@ -375,7 +375,7 @@ void TimelineEdit::insertItem(const TrackIndex& track, XMLNode item, std::size_t
     const TrackIndex::Id next = track.entryAt(childPlace);
     place(item, {track.track(), next == TrackIndex::none ? XMLNode() : track.entry(next).node});
     for (auto& [name, list] : listed_)
-        if (item.name() == name || item.hasDescendant(name)) list.isCurrent = false;
+        if (item.name() == name || item.hasDescendant(name)) list.isInOrder = false;
     Change& change = record(ChangeKind::inserted, item);
     change.trackBefore = {};
     change.before = {};

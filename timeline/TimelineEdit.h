@@ -11,6 +11,7 @@
 #include "timeline/TrackIndex.h"
 #include "xml/XMLNode.h"
 
+#include <cstdint>
 #include <map>
 #include <memory>
 #include <span>
@@ -55,10 +56,12 @@ public:
 
     /// All elements of that name that stand in the sequence now, in document order. One walk over
     /// the sequence lists every name that was asked for or expected so far. When items have come in
-    /// or moved since, the next call walks again.
+    /// or moved since, the next call goes over the items again.
     std::vector<XMLNode> elementsNamed(std::string_view name);
     /// Announces names that will be asked for. The first walk then lists them all.
     void expectElements(std::span<const std::string_view> names);
+    /// Makes that walk now.
+    void listElements();
 
     /// The index of a track, built when first asked for. The reference stays valid as long as this
     /// object lives. Whatever was edited, it answers for the track as it is at each question.
@@ -202,13 +205,25 @@ private:
     std::unordered_map<XMLNode, std::unique_ptr<TrackIndex>> indexes_;
     EditJournal journal_;
 
+    // All elements of one name, those taken out too. What stands in one item of a track is listed
+    // in one stretch: where only items have come, gone or moved, these are put in order again.
     struct ListedElements {
-        std::vector<XMLNode> elements;  ///< those taken out too
+        struct Stretch {
+            std::uint32_t first = 0;
+            std::uint32_t count = 0;
+        };
+        std::vector<XMLElement> elements;
+        std::vector<Stretch> ofItems;  ///< by the items' numbers; shorter when there are new ones
         bool isCurrent = false;
+        bool isInOrder = false;
     };
     std::map<std::string, ListedElements, std::less<>> listed_;
-    void listElements();
+    void listAgain();
+    void putInOrder(std::string_view name, ListedElements& list);
+    template <class VisitElement, class VisitItem>
+    void walkAroundItems(const VisitElement& visitElement, const VisitItem& visitItem) const;
     void listsAreOld();
+    void listsAreOutOfOrder();
 };
 
 }  // namespace reelsweep
