@@ -71,7 +71,7 @@ Timeline SequenceTidy::read() const {
 
 Outcome SequenceTidy::runSteps(const TidyControls& controls, PictureGuard* guard) {
     PassRun run{edit_, request_.ignoredEffects,   controls.stop,  controls.progress,
-                guard, veto_ ? &*veto_ : nullptr, &request_.rules};
+                guard, veto_ ? &*veto_ : nullptr, &request_.rules, transparentClips_};
     for (const PassStep& step : passSteps()) {
         if (!isOn(step, request_.passes)) continue;
         if (run.cancelled()) return PassRun::stopped();
@@ -98,9 +98,16 @@ void SequenceTidy::readSource() {
             return Timeline::of(sequence, catalogue, TimelineDetail::picture);
         });
     }
-    edit_.readFacts();
+    // What an item's filters tell is read while they are at hand.
+    const bool asksTransparency = hasOption(request_.passes, "collapseTracks") &&
+                                  hasOption(request_.passes, "collapseUncompositedClips");
+    edit_.readItems([&](const ItemFacts& item) {
+        if (asksTransparency && item.isClip() && edit_.label(item.node).video)
+            transparentClips_.hold(item.node, edit_, [&] {
+                return passes::isClipTransparent(item, request_.ignoredEffects);
+            });
+    });
     if (edit_.sequence() == source_) edit_.noteLooseClips();
-    edit_.listElements();
     if (reading.valid()) before_ = reading.get();
 }
 

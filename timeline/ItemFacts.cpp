@@ -136,24 +136,29 @@ void ItemFactsTable::add(XMLNode item) {
     entry(number).facts.kind = kindOf(item);
 }
 
-void ItemFactsTable::read(Entry& entry) {
-    if (!entry.isRead)
-        entry.facts = ItemFacts::of(entry.facts.node);
-    else if (!entry.isFilterRead)
-        entry.facts.firstFilter = (*entry.facts.node).child("filter");
-    entry.isRead = entry.isFilterRead = true;
-}
-
 const ItemFacts* ItemFactsTable::find(XMLNode node) const {
     const Number number = numberOf(node);
     if (number == none) return nullptr;
     Entry& found = entry(number);
-    read(found);
+    if (!found.isRead) {
+        found.facts = ItemFacts::of(node);
+        found.isRead = found.isFilterRead = true;
+    }
     return &found.facts;
 }
 
-void ItemFactsTable::readAll() const {
-    for (Number number = 0; number < count_; ++number) read(entry(number));
+const ItemFacts* ItemFactsTable::findWithFilter(XMLNode node) const {
+    const ItemFacts* const known = find(node);
+    if (!known) return nullptr;
+    Entry& found = entry(numberOf(node));
+    if (!found.isFilterRead) found.facts.firstFilter = node.child("filter");
+    found.isFilterRead = true;
+    return known;
+}
+
+const ItemFacts* ItemFactsTable::findUnread(XMLNode node) const {
+    const Number number = numberOf(node);
+    return number == none ? nullptr : &entry(number).facts;
 }
 
 void ItemFactsTable::movedChild(XMLNode item, XMLNode child) {

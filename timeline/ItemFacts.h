@@ -22,7 +22,7 @@ struct ItemFacts {
     // The first children of these names; null where there is none.
     XMLElement start, end, in, out;
     XMLElement compositeMode;
-    XMLElement firstFilter;
+    XMLElement firstFilter;  ///< filters come and go: see findWithFilter()
     ItemTimes times;
     TrackEntry::Kind kind = TrackEntry::Kind::item;
     /// Both edges are there once, and say a whole number and nothing else.
@@ -54,10 +54,11 @@ public:
     Number numberOf(XMLNode node) const;
     std::size_t size() const { return count_; }
     /// Null for what was never taken in. The facts stay where they are, and are as current as the
-    /// last question.
+    /// last question. The first filter is only as current as the last findWithFilter().
     const ItemFacts* find(XMLNode node) const;
-    /// Reads what was not asked for yet.
-    void readAll() const;
+    const ItemFacts* findWithFilter(XMLNode node) const;
+    /// Null, or what is known without reading: the element and its kind.
+    const ItemFacts* findUnread(XMLNode node) const;
 
     // After an edit. Each does nothing when the parent is no item of the table.
 
@@ -75,7 +76,6 @@ private:
 
     std::size_t slotOf(XMLNode node) const;
     Entry& entry(Number number) const { return pages_[number / pageSize][number % pageSize]; }
-    static void read(Entry& entry);
 
     static constexpr std::size_t pageSize = 512;
     std::vector<std::unique_ptr<Entry[]>> pages_;

@@ -33,9 +33,8 @@ bool saysInTransition(XMLNode edge) {
 }
 
 // A clip with an edge of -1 and no transition there.
-bool isLoose(XMLNode item, const ItemFacts* facts) {
-    if (facts && (!facts->isClip() || facts->standsAlone())) return false;
-    if (!facts && !isClip(item)) return false;
+bool isLoose(XMLNode item) {
+    if (!isClip(item)) return false;
     const auto [start, end] = item.firstChildren({"start", "end"});
     return (saysInTransition(start) && !item.previousSibling().isElement("transitionitem")) ||
            (saysInTransition(end) && !item.nextSibling().isElement("transitionitem"));
@@ -77,16 +76,30 @@ void TimelineEdit::finish(XMLNode source) {
         if (source == sequence_) return looseBefore_.contains(wholeOf(item));
         if (sources.empty() && source) sources = sourceItems(source);
         const auto found = sources.find(wholeOf(item));
-        return found != sources.end() && isLoose(found->second, nullptr);
+        return found != sources.end() && reelsweep::isLoose(found->second);
     };
     for (const XMLNode& item : left)
-        if (isLoose(item, facts(item)) && !wasLoose(item))
+        if (isLoose(item) && !wasLoose(item))
             ledger_.looseClips.push_back({item, label(item), times(item)});
     // What follows reads the result, which takes as much memory as these.
     indexes_.clear();
     sequenceIndex_ = SequenceIndex(nullptr);
     facts_ = {};
     listed_.clear();
+}
+
+bool TimelineEdit::isTransition(XMLNode node) const {
+    const ItemFacts* const known = facts_.findUnread(node);
+    return known ? known->kind == TrackEntry::Kind::transition
+                 : node.isElement("transitionitem");
+}
+
+bool TimelineEdit::isLoose(XMLNode item) const {
+    const ItemFacts* const known = facts(item);
+    if (!known || !known->hasPlainEdges) return reelsweep::isLoose(item);
+    return known->isClip() &&
+           ((known->times.start == edgeInTransition && !isTransition(item.previousSibling())) ||
+            (known->times.end == edgeInTransition && !isTransition(item.nextSibling())));
 }
 
 std::vector<XMLNode> TimelineEdit::itemsLeft() const {
@@ -100,7 +113,7 @@ std::vector<XMLNode> TimelineEdit::itemsLeft() const {
 
 void TimelineEdit::noteLooseClips() {
     std::copy_if(items_.begin(), items_.end(), std::inserter(looseBefore_, looseBefore_.end()),
-                 [this](XMLNode item) { return isLoose(item, facts(item)); });
+                 [this](XMLNode item) { return isLoose(item); });
 }
 
 std::unordered_map<XMLNode, XMLNode> TimelineEdit::sourceItems(XMLNode source) const {

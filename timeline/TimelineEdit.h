@@ -12,6 +12,7 @@
 #include "xml/XMLNode.h"
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <memory>
 #include <span>
@@ -60,8 +61,8 @@ public:
     std::vector<XMLNode> elementsNamed(std::string_view name);
     /// Announces names that will be asked for. The first walk then lists them all.
     void expectElements(std::span<const std::string_view> names);
-    /// Makes that walk now.
-    void listElements();
+    /// Makes that walk now, reads the facts of all items on its way, and shows each of them.
+    void readItems(const std::function<void(const ItemFacts&)>& show = {});
 
     /// The index of a track, built when first asked for. The reference stays valid as long as this
     /// object lives. Whatever was edited, it answers for the track as it is at each question.
@@ -69,12 +70,17 @@ public:
 
     /// What is known of a clip, generator or transition that stands in a track; null for anything
     /// else. As current as the tree; the reference stays valid as long as this object lives, and is
-    /// as current as the last question.
+    /// as current as the last question. Its filter is only asked for by the second one.
     const ItemFacts* facts(XMLNode item) const { return facts_.find(item); }
+    const ItemFacts* factsWithFilter(XMLNode item) const { return facts_.findWithFilter(item); }
+    /// Items of tracks are numbered from 0; only they have a number.
+    std::size_t numberOf(XMLNode item) const { return facts_.numberOf(item); }
     /// The item's times, or those of any other element.
     ItemTimes times(XMLNode node) const;
-    /// Reads the facts of all items, which whoever asks first would have to wait for.
-    void readFacts() const { facts_.readAll(); }
+    bool isTransition(XMLNode node) const;
+    /// Whether a clip, generator or transition of a track may hold others, as sequences and
+    /// multiclips do.
+    bool mayHoldItems(XMLNode item) const;
 
     /// Grows whenever something inside the items was changed, apart from their own times. What was
     /// found out about the inside of an item holds as long as this stays the same.
@@ -168,6 +174,7 @@ private:
     ItemTimes timesOfHolder(XMLNode item) const;
     TrackLabel labelAbove(XMLNode node) const;
     bool isItem(XMLNode node) const;
+    bool isLoose(XMLNode item) const;
     std::vector<XMLNode> itemsLeft() const;
     void recordRemoval(XMLNode node, std::size_t reason);
     TrackIndex* indexOf(XMLNode track) const;
@@ -218,7 +225,8 @@ private:
         bool isInOrder = false;
     };
     std::map<std::string, ListedElements, std::less<>> listed_;
-    void listAgain();
+    std::vector<bool> holdNone_;  ///< by number, whether an item held no others in the last walk
+    void listAgain(const std::function<void(const ItemFacts&)>& show = {});
     void putInOrder(std::string_view name, ListedElements& list);
     template <class VisitElement, class VisitItem>
     void walkAroundItems(const VisitElement& visitElement, const VisitItem& visitItem) const;

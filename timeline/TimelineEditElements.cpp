@@ -1,5 +1,6 @@
 // The lists of elements that passes go through, such as all filters.
 #include "timeline/TimelineEdit.h"
+#include "timeline/Vocabulary.h"
 
 #include <utility>
 
@@ -33,8 +34,9 @@ void TimelineEdit::walkAroundItems(const VisitElement& visitElement,
     }
 }
 
-void TimelineEdit::listAgain() {
-    std::vector<std::string_view> names;
+void TimelineEdit::listAgain(const std::function<void(const ItemFacts&)>& show) {
+    std::vector<std::string_view> names{"clipitem", "generatoritem"};
+    holdNone_.assign(facts_.size(), true);
     for (auto& [name, list] : listed_) {
         list = {{}, std::vector<ListedElements::Stretch>(facts_.size()), true, true};
         names.push_back(name);
@@ -43,8 +45,14 @@ void TimelineEdit::listAgain() {
         const auto found = listed_.find(element.name());
         if (found != listed_.end()) found->second.elements.push_back(element);
     };
-    const std::function<void(XMLNode)> visit = add;
+    ItemFactsTable::Number around = 0;
+    const std::function<void(XMLNode)> visit = [&](XMLNode element) {
+        if (isClip(element)) holdNone_[around] = false;
+        add(element);
+    };
     walkAroundItems(add, [&](XMLNode node, ItemFactsTable::Number item) {
+        around = item;
+        if (const ItemFacts* const known = facts_.find(node); show) show(*known);
         for (auto& [name, list] : listed_)
             list.ofItems[item].first = static_cast<std::uint32_t>(list.elements.size());
         add(node);
@@ -77,12 +85,18 @@ void TimelineEdit::putInOrder(std::string_view name, ListedElements& list) {
     });
 }
 
-void TimelineEdit::listElements() {
-    if (!listed_.empty()) listAgain();
+void TimelineEdit::readItems(const std::function<void(const ItemFacts&)>& show) {
+    listAgain(show);
+}
+
+bool TimelineEdit::mayHoldItems(XMLNode item) const {
+    const ItemFactsTable::Number number = facts_.numberOf(item);
+    return number >= holdNone_.size() || !holdNone_[number];
 }
 
 void TimelineEdit::listsAreOld() {
     for (auto& [name, list] : listed_) list.isCurrent = false;
+    holdNone_.clear();
 }
 
 void TimelineEdit::listsAreOutOfOrder() {

@@ -28,7 +28,7 @@ bool isSilent(const ItemFacts& clip) {
 using Wanted = bool (*)(const ItemFacts& clip);
 
 bool is(Wanted wanted, const TimelineEdit& edit, XMLNode node) {
-    const ItemFacts* const known = edit.facts(node);
+    const ItemFacts* const known = edit.factsWithFilter(node);
     return known && known->isClip() && wanted(*known);
 }
 
