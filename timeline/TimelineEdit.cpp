@@ -179,6 +179,17 @@ ItemTimes TimelineEdit::timesOfHolder(XMLNode item) const {
     return lastHolder_.times;
 }
 
+// What `start` and `end` of a filter count from differs from system to system; the place of its clip
+// can be found again.
+ItemTimes TimelineEdit::timesInside(XMLNode item, XMLNode node) const {
+    ItemTimes times = timesOfHolder(item);
+    const auto [in, out] = node.firstChildren({"in", "out"});
+    if (!in && !out) return times;
+    times.in = in ? std::optional(framesOf(in)) : std::nullopt;
+    times.out = out ? std::optional(framesOf(out)) : std::nullopt;
+    return times;
+}
+
 Change& TimelineEdit::record(ChangeKind kind, XMLNode node) {
     Change& change = ledger_.changes.emplace_back();
     change.kind = kind;
@@ -188,8 +199,8 @@ Change& TimelineEdit::record(ChangeKind kind, XMLNode node) {
     change.trackBefore = change.trackAfter = place.track;
     change.holder = place.holder;
     change.countsAsItem = place.isTrackItem;
-    change.before = times(node);
-    if (change.holder && change.before == ItemTimes{}) change.before = timesOfHolder(change.holder);
+    change.before =
+        change.holder && !isItem(node) ? timesInside(change.holder, node) : times(node);
     change.after = change.before;
     return change;
 }

@@ -172,6 +172,8 @@ private:
     };
     Place placeOf(XMLNode node) const;
     ItemTimes timesOfHolder(XMLNode item) const;
+    /// Of an element that stands inside an item: the item's place, and its own `in` and `out`.
+    ItemTimes timesInside(XMLNode item, XMLNode node) const;
     TrackLabel labelAbove(XMLNode node) const;
     bool isItem(XMLNode node) const;
     bool isLoose(XMLNode item) const;
