@@ -191,17 +191,8 @@ std::vector<FrameRange> ContributorMatch::nestedUnlike(const Pairs& pairs, Frame
         if (differing.empty()) continue;
         const bool isPlain = after->item->filters->speed.kind == Speed::Kind::plain;
         if (!isPlain) return {range};
-        const SourceLine& line = after->item->line;
-        const Frames from = line.at(range.start);
-        auto own = std::partition_point(differing.begin(), differing.end(),
-                                        [&](const FrameRange& r) { return r.end <= from; });
-        for (; own != differing.end(); ++own) {
-            const FrameRange place = line.onTimeline(*own);
-            if (place.start >= range.end) break;
-            const FrameRange here{std::max(range.start, place.start),
-                                  std::min(range.end, place.end)};
-            if (here.start < here.end) ranges.push_back(here);
-        }
+        const auto places = after->item->line.onTimeline(differing, range);
+        ranges.insert(ranges.end(), places.begin(), places.end());
     }
     return ranges.empty() ? ranges : united(std::move(ranges));
 }

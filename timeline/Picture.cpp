@@ -92,14 +92,8 @@ private:
         // Times at the ends of what numbers hold: the source frames wrap around inside the clip.
         const bool wraps = item.line.at(item.range.end) < item.line.at(item.range.start);
         if (!isPlain || wraps) return addPlain(notFull, range);
-        const Frames from = item.line.at(range.start);
-        auto own = std::partition_point(full.begin(), full.end(),
-                                        [&](const FrameRange& r) { return r.end <= from; });
-        for (; own != full.end() && mostSplits_ > 0; ++own) {
-            const FrameRange place = item.line.onTimeline(*own);
-            if (place.start >= range.end) break;
-            const FrameRange here = common(range, place);
-            if (isEmpty(here)) continue;
+        for (const FrameRange here : item.line.onTimeline(full, range)) {
+            if (mostSplits_ == 0) break;
             --mostSplits_;
             addPlain(notFull, {range.start, here.start});
             addPlain(contributor, here);

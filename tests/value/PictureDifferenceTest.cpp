@@ -165,6 +165,10 @@ TEST(PictureDifference, LooksIntoNestedSequencesFrameByFrame) {
     EXPECT_TRUE(same.isSame());
     const PictureDifference other(valueOf(nested(b)), valueOf(nested(later)));
     EXPECT_EQ(differencesText(other, MediaType::video), "changed other media [20,22)");
+    const auto endless =
+        "<clipitem><name>d</name><start>30</start><end>9223372036854775807</end></clipitem>";
+    const PictureDifference toTheEnd(valueOf(nested(b)), valueOf(nested(endless)));
+    EXPECT_EQ(differencesText(toTheEnd, MediaType::video), "changed other media [20,50)");
 }
 
 // Two nested sequences that are heard at once, with the names of each and of its clip.
