@@ -35,6 +35,7 @@ struct ItemFacts {
     bool standsAlone() const {
         return hasPlainEdges && times.start != edgeInTransition && times.end != edgeInTransition;
     }
+    bool operator==(const ItemFacts&) const = default;
     /// What TrackEntry::of() answers.
     TrackEntry entry() const;
 

@@ -241,7 +241,10 @@ void TimelineEdit::place(XMLNode node, EditJournal::Place to) {
         to.parent.insertBefore(node, to.next);
     else
         to.parent.appendChild(node);
-    if (isAnItem && labels_.contains(to.parent)) facts_.add(node);
+    if (isAnItem && labels_.contains(to.parent))
+        facts_.add(node);
+    else if (to.parent)
+        listsAreOld();
     if (TrackIndex* const index = indexOf(from))
         index->removed(sequenceIndex_.find(node));
     else

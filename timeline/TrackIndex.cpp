@@ -228,8 +228,13 @@ void TrackIndex::pull(Id id) const {
     node.summary = s;
 }
 
+// What is above a subtree that reads as it did stays as it is.
 void TrackIndex::pullUpFrom(Id id) {
-    for (; id != none; id = at(id).parent) pull(id);
+    for (; id != none; id = at(id).parent) {
+        const SequenceIndex::Summary before = at(id).summary;
+        pull(id);
+        if (at(id).summary == before) return;
+    }
 }
 
 SequenceIndex::Summary TrackIndex::countsUpTo(Id id) const {

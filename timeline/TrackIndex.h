@@ -69,6 +69,8 @@ private:
         Frames lastBackwardStop;  ///< its start; only with backwardStops > 0
         Frames firstForwardStop;  ///< its end; only with forwardStops > 0
         double smallestRealEnd = std::numeric_limits<double>::infinity();
+
+        bool operator==(const Summary&) const = default;
     };
     struct TreeNode {
         TrackEntry entry;

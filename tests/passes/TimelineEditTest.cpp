@@ -12,6 +12,7 @@ namespace {
 // A sequence whose tracks a pass has looked at.
 struct Held {
     Held() : edit(timeline.sequence, ledger) {
+        edit.readItems();
         for (XMLNode track = timeline.firstVideoTrack(); track; track = track.nextSibling("track"))
             indexes.push_back(&edit.index(track));
         for (const TrackIndex* index : indexes)
@@ -37,7 +38,8 @@ struct Held {
             EXPECT_EQ(entry->isPlain, now.isPlain) << description(entry->node);
         }
     }
-    void expectRightAnswers() const {
+    void expectRightAnswers() {
+        EXPECT_EQ(itemsFault(edit, timeline.sequence), "");
         SequenceLedger ignored;
         TimelineEdit fresh(timeline.sequence, ignored);
         for (const TrackIndex* index : indexes)
@@ -46,7 +48,7 @@ struct Held {
 
     Timeline timeline{
         "V1: A[0,-1) x[90,110) B[-1,200) e C[200,300){<file id='f'/>} V2: "
-        "D[300,400){<file id='g'><name>n</name></file>} E[500,600)"};
+        "D[300,400){<file id='g'><name>n</name></file>} !E[500,600){<filter/>}"};
     SequenceLedger ledger;
     TimelineEdit edit;
     std::vector<const TrackIndex*> indexes;
@@ -93,6 +95,8 @@ const Edit edits[] = {
     {"refer to a file", [](Held& h) { h.edit.refer(h.item("g"), "x"); }},
     {"set the text of a setting",
      [](Held& h) { h.edit.setText(h.indexes[0]->track().child("enabled"), "FALSE"); }},
+    {"detach a filter", [](Held& h) { h.edit.detach(h.item("E").child("filter"), "x"); }},
+    {"switch on", [](Held& h) { h.edit.setText(h.item("E").child("enabled"), "TRUE"); }},
     {"set the text of an item", [](Held& h) { h.edit.setText(h.item("C"), "nothing more"); }},
     {"set the text of a track", [](Held& h) { h.edit.setText(h.indexes[0]->track(), "no more"); }},
 };

@@ -25,6 +25,7 @@ public:
             for (const XMLNode kind : childrenNamed(sequence.child("media"), type))
                 for (const XMLNode track : childrenNamed(kind, "track")) tracks_.push_back(track);
         for (const XMLNode& track : tracks_) held_.push_back(&edit_.index(track));
+        edit_.readItems();
     }
 
     TimelineEdit& edit() { return edit_; }
@@ -56,8 +57,9 @@ public:
         return text;
     }
 
-    /// What a held index answers otherwise than a new one; empty when they agree.
-    std::string indexFault() const {
+    /// What a held index, and what is known of items, answers otherwise than a new one; empty when
+    /// they agree.
+    std::string indexFault() {
         SequenceLedger ledger;
         TimelineEdit fresh(sequence_, ledger);
         for (const TrackIndex* index : held_) {
@@ -65,7 +67,7 @@ public:
             const std::string made = IndexAnswers::of(fresh.index(index->track()));
             if (held != made) return "held " + held + "\n\nnew  " + made;
         }
-        return {};
+        return itemsFault(edit_, sequence_);
     }
 
 private:

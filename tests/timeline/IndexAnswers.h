@@ -2,6 +2,7 @@
 // their texts do.
 #pragma once
 
+#include "timeline/TimelineEdit.h"
 #include "timeline/TrackIndex.h"
 
 #include <string>
@@ -75,5 +76,25 @@ private:
     std::vector<Id> all_;
     std::string text_;
 };
+
+/// What an edit knows of items and lists otherwise than a new one does; empty when they agree.
+inline std::string itemsFault(TimelineEdit& held, XMLNode sequence) {
+    SequenceLedger ledger;
+    TimelineEdit fresh(sequence, ledger);
+    std::string fault;
+    for (const std::string_view name : {"start", "filter", "file", "clipitem"}) {
+        const std::vector<XMLNode> now = fresh.elementsNamed(name);
+        if (held.elementsNamed(name) != now) fault += "another list of " + std::string(name) + "\n";
+        for (const XMLNode& node : now) {
+            const ItemFacts* const known = fresh.factsWithFilter(node);
+            const ItemFacts* const before = held.factsWithFilter(node);
+            if (known && !(before && *before == *known && *known == ItemFacts::of(node)))
+                fault += "other facts of " + description(node) + "\n";
+            if (node.hasDescendant("clipitem") && !held.mayHoldItems(node))
+                fault += "knows nothing of what " + description(node) + " holds\n";
+        }
+    }
+    return fault;
+}
 
 }  // namespace reelsweep::test
