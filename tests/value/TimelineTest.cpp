@@ -92,7 +92,10 @@ TEST(TimelineValue, CountsAClipsFramesAtItsOwnRate) {
     EXPECT_EQ(item.line.at({102}), Frames{11});
     EXPECT_EQ(item.line.at({99}), Frames{9});
     // Back again: the first frame at which the clip has come that far.
-    EXPECT_EQ(item.line.onTimeline({{10}, {11}}), (FrameRange{{100}, {102}}));
+    const std::vector<FrameRange> own{{{10}, {11}}, {{12}, {14}}, {{90}, {99}}};
+    EXPECT_EQ(item.line.onTimeline(own, {{101}, {104}}),
+              (std::vector<FrameRange>{{{101}, {102}}, {{103}, {104}}}));
+    EXPECT_EQ(item.line.onTimeline(own, item.range).front(), (FrameRange{{100}, {102}}));
 }
 
 TEST(TimelineValue, FindsDefinitionsWhereverTheyStand) {
