@@ -65,9 +65,7 @@ Result<ComparedFile> ComparedFile::open(const std::string& path) {
     ComparedFile compared{std::move(*file), std::move(*document), nullptr};
     if (compared.document->sequences().empty())
         return Failure{FailureCode::inputInvalid, "holds no sequence", path};
-    XMLNode top = compared.document->sequences().front().node;
-    while (const XMLNode parent = top.parent()) top = parent;
-    compared.media = MediaCatalogue::of(top);
+    compared.media = MediaCatalogue::of(compared.document->sequences().front().node.top());
     return compared;
 }
 

@@ -193,7 +193,7 @@ CommandRun defineTidy(CLI::App& parser) {
         Result<TidyPlan> plan = planTidy(*options);
         if (!plan) return application.fail(plan.failure());
         // What works on several files at once starts processes, each with a log of its own.
-        if (!plan->isBatch || !plan->report.empty()) application.openLog();
+        if (!plan->isBatch) application.openLog();
         application.terminal().setQuiet(plan->quiet);
         noteUselessPasses(application, *plan);
         return TidyCommand(application, std::move(*plan)).run();

@@ -1,6 +1,7 @@
 #include "cli/Application.h"
 #include "cli/Commands.h"
 #include "cli/FileWorker.h"
+#include "cli/InputFolder.h"
 #include "cli/Interruption.h"
 #include "cli/TextTable.h"
 #include "cli/TidyArguments.h"
@@ -130,7 +131,7 @@ Outcome WatchCommand::serve() {
         if (Outcome updated = folder_->update(); !updated) return updated;
         for (const std::string& name : folder_->takeWhole()) {
             if (Interruption::requested()) break;
-            const FileIdentity input = FileIdentity::ofFile(inputOf(name));
+            const FileIdentity input = identityOfDocument(inputOf(name));
             if (input.known() && state_->doing(name, input) == WatchState::Doing::open)
                 if (Outcome tidied = tidy(name); !tidied) return tidied;
         }
@@ -146,7 +147,7 @@ std::string WatchCommand::outputOf(const std::string& name) const {
 
 Outcome WatchCommand::tidy(const std::string& name) {
     const std::string output = outputOf(name);
-    const FileIdentity before = FileIdentity::ofFile(output);
+    const FileIdentity before = identityOfDocument(output);
     TidyOptions options = options_.tidy;
     options.files = {inputOf(name)};
     options.force = options.force || state_->isOwnResult(name, before);
@@ -154,7 +155,7 @@ Outcome WatchCommand::tidy(const std::string& name) {
     if (!plan) return plan.failure();
     plan->isBatch = true;
     plan->files.front().found = true;
-    const FileIdentity input = FileIdentity::ofFile(inputOf(name));
+    const FileIdentity input = identityOfDocument(inputOf(name));
     if (Outcome begun = state_->begin(name, input, before); !begun) return begun;
     const auto result = resultOf(*plan);
     // The next program finds out what became of it.
@@ -182,7 +183,7 @@ std::optional<FileResult> WatchCommand::resultOf(const TidyPlan& plan) {
 
 Outcome WatchCommand::conclude(const std::string& name, const FileResult& result,
                                const std::string& output) {
-    const FileIdentity written = FileIdentity::ofFile(output);
+    const FileIdentity written = identityOfDocument(output);
     if (result.code == ExitCode::done) {
         if (!result.isPassedOver)
             application_.printForUser(

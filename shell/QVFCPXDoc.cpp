@@ -1,8 +1,11 @@
 #include "shell/QVFCPXDoc.h"
 
 #include "services/QVException.h"
+#include "services/QVLog.h"
 #include "shell/QVFCPDoc.h"
 #include "shell/ViewAlert.h"
+
+#include <numeric>
 
 namespace reelsweep {
 
@@ -110,7 +113,8 @@ void QVFCPXDoc::run(const OptionList& options, std::stop_token stop) {
 }
 
 void QVFCPXDoc::processFile(const OptionList& options, std::stop_token stop) {
-    Result<Tidied> tidied = document_->tidy({.passes = options}, controls(std::move(stop)));
+    Result<Tidied> tidied = document_->tidy({.passes = options, .fcpxMarkerKinds = markerKinds_},
+                                            controls(std::move(stop)));
     if (!tidied && tidied.failure().code != FailureCode::cancelled) {
         runResult_.failures.push_back(tidied.failure());
         // The progress sheet stays up behind the alert. The window that it blocks has nothing to
@@ -123,6 +127,7 @@ void QVFCPXDoc::processFile(const OptionList& options, std::stop_token stop) {
     runResult_.delivered = tidied.ok();
     if (tidied) ledger_ = tidied->ledger();
     if (tidied) notes_ = tidied->notes();
+    logCounts(options);
     // A window shows the result when the progress ends.
     onMainThread([this] { view_.endProgress(); });
     xmlDoc_ = tidied ? tidied->sharedDocument() : nullptr;
@@ -152,6 +157,17 @@ std::shared_ptr<XMLDocument> QVFCPXDoc::removeMarkers(std::shared_ptr<XMLDocumen
 
 XMLNode QVFCPXDoc::nodeFromXPath(std::string_view query, XMLNode parent) {
     return QVFCPDoc::nodeFromXPath(query, parent);
+}
+
+void QVFCPXDoc::logCounts(const OptionList& options) const {
+    for (const SequenceLedger& sequence : ledger_.sequences)
+        for (const PassRow& pass : fcpxPassTable()) {
+            if (!hasOption(options, pass.option)) continue;
+            const SequenceLedger::Totals totals = sequence.totals(pass.option);
+            const std::size_t count = std::accumulate(totals.begin(), totals.end(), std::size_t{0});
+            QVLog::appendLog("%@ - %@: %@ changes", sequence.title, pass.title,
+                             std::to_string(count));
+        }
 }
 
 void QVFCPXDoc::processXML() {

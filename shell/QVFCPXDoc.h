@@ -1,6 +1,6 @@
 // QVFCPXDoc: the document of a Final Cut Pro X project exported as FCPXML.
 //
-// It offers to remove filters and markers, works on the whole XML, and keeps the result until it is
+// It takes the passes that apply to FCPXML, works on the whole XML, and keeps the result until it is
 // saved. Every run starts again from the file on disk.
 // Thread rule: construct and destroy on the main thread. startProcessing runs on a background
 // thread (or on the main thread) and reaches the view through the MainThread port.
@@ -13,6 +13,7 @@
 #include "shell/DocumentThread.h"
 #include "shell/DocumentView.h"
 #include "shell/RunResult.h"
+#include "tidy/FCPXPasses.h"
 #include "tidy/PassTable.h"
 #include "timeline/ChangeLedger.h"
 #include "xml/XMLDocument.h"
@@ -22,6 +23,8 @@
 #include <mutex>
 #include <stop_token>
 #include <string>
+#include <utility>
+#include <vector>
 
 namespace reelsweep {
 
@@ -54,9 +57,12 @@ public:
     void process(const OptionList& options, std::function<void()> ended = {});
     /// Blocks until the run started by process() has ended, pumping when called on the main thread.
     void waitUntilProcessed() { thread_.wait(); }
-    /// The run; the options are "removeFilters" and "removeMarkers", others are ignored.
+    /// The run; the options are "removeFilters", "removeMarkers" and those of fcpxPassTable(), others
+    /// are ignored.
     void startProcessing(const OptionList& options);
     void cancelProgress();
+    /// What fcpxRemoveMarkers takes out in the runs that follow. Main thread, while no run is going.
+    void setMarkerKinds(std::vector<std::string> kinds) { markerKinds_ = std::move(kinds); }
     const RunResult& runResult() const { return runResult_; }
     const ChangeLedger& changeLedger() const { return ledger_; }
 
@@ -89,6 +95,7 @@ private:
     Result<FileIdentity> write(const std::string& path, Overwrite overwrite,
                                bool refuseWhenChanged) const;
     void processXML();
+    void logCounts(const OptionList& options) const;
     TidyControls controls(std::stop_token stop);
     void setProgressLabelText(const std::string& text);
     void showAlert(const std::string& message, const std::string& informative, AlertStyle style);
@@ -103,6 +110,7 @@ private:
     std::mutex stopMutex_;
     std::stop_source stop_;
     RunResult runResult_;
+    std::vector<std::string> markerKinds_ = usualFCPXMarkerKinds();
     std::vector<std::string> notes_;  ///< of the run, for its alert
     ChangeLedger ledger_;
     /// What there was before a run.
