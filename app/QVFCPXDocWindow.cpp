@@ -53,7 +53,8 @@ QString QVFCPXDocWindow::countedChanges(std::size_t changes) const {
         }
         const std::string title(pass.title);
         if (count > 0)
-            parts += tr("%1 (%L2)", "a pass and its number of changes")
+            // The number goes to the next line with its pass only.
+            parts += tr("%1\u00a0(%L2)", "a pass and its number of changes")
                          .arg(QCoreApplication::translate("PassTable", title.c_str()))
                          .arg(count);
     }

@@ -1,7 +1,9 @@
 #include "shell/QVFCPXDoc.h"
 
+#include "documents/DocumentFormat.h"
 #include "services/QVException.h"
 #include "services/QVLog.h"
+#include "shell/BundleFile.h"
 #include "shell/QVFCPDoc.h"
 #include "shell/ViewAlert.h"
 
@@ -49,8 +51,19 @@ Outcome QVFCPXDoc::saveToURL(const std::string& path) {
 Result<FileIdentity> QVFCPXDoc::write(const std::string& path, Overwrite overwrite,
                                       bool refuseWhenChanged) const {
     if (!xmlDoc_) return Failure{FailureCode::outputFailed, "there is no result to save", path};
-    return saveDocument(*xmlDoc_, path,
-                        {overwrite, refuseWhenChanged ? file_ : FileIdentity(), {}});
+    const FileIdentity mustStillBe = refuseWhenChanged ? file_ : FileIdentity();
+    if (!isFCPXMLBundle(path)) return saveDocument(*xmlDoc_, path, {overwrite, mustStillBe, {}});
+    if (mustStillBe.known() && FileIdentity::ofFile(documentFile(path)) != mustStillBe)
+        return Failure{FailureCode::outputFailed,
+                       "was changed by another program since it was read; nothing was written",
+                       path};
+    const Outcome saved =
+        saveBundle(path, overwrite, path_, [&](const std::string& inside) -> Outcome {
+            const auto written = saveDocument(*xmlDoc_, inside, {Overwrite::always, {}, {}});
+            return written ? Outcome(Done{}) : Outcome(written.failure());
+        });
+    if (!saved) return saved.failure();
+    return FileIdentity::ofFile(documentFile(path));
 }
 
 void QVFCPXDoc::setProgressLabelText(const std::string& text) {

@@ -65,6 +65,11 @@ void closeDown(DocumentWindow* window) {
     window->close();
 }
 
+void tickOptions(const DocumentWindow* window, bool on) {
+    for (QCheckBox* const box : window->findChildren<QCheckBox*>())
+        if (box->objectName().endsWith("CheckBox")) box->setChecked(on);
+}
+
 void waitForTimeline(const DocumentWindow* window, const char* note) {
     comesTrue([&] { return child<QLabel>(window, "timelineNote")->text().startsWith(note); });
 }
@@ -154,7 +159,7 @@ void shootOthers(AppController& controller, Photographer& photographer,
     DocumentWindow* const fcpx =
         controller.documents().open(REELSWEEP_SOURCE_FOLDER "/resources/sample/harbour.fcpxml");
     photographer.take(fcpx, "fcpxml-opened");
-    for (QCheckBox* const box : fcpx->findChildren<QCheckBox*>()) box->setChecked(true);
+    tickOptions(fcpx, true);
     photographer.take(fcpx, "fcpxml-ticked");
     fcpx->process();
     alertText();
@@ -162,7 +167,7 @@ void shootOthers(AppController& controller, Photographer& photographer,
     answerAlert("Not Now");
     comesTrue([&] { return !fcpx->isRunning(); });
     photographer.take(fcpx, "fcpxml-changes");
-    for (QCheckBox* const box : fcpx->findChildren<QCheckBox*>()) box->setChecked(false);
+    tickOptions(fcpx, false);
     closeDown(fcpx);
 
     writeFile(folder / "cut.xml",

@@ -329,8 +329,9 @@ TEST_F(AppTest, TidiesFCPXMLAsAWhole) {
     EXPECT_FALSE(processButton(window)->isEnabled());
     EXPECT_EQ(toText(processButton(window)->toolTip()), "Tick what is to be done.");
     setOptions(window, {"removeMarkers"});
-    EXPECT_EQ(process(window),
-              "Processing complete: Please save the XML file.\n\n1 change: Remove markers (1).");
+    EXPECT_EQ(
+        process(window),
+        "Processing complete: Please save the XML file.\n\n1 change: Remove markers\u00a0(1).");
     answerAlert("Not Now");
     ASSERT_TRUE(ends(window));
     menuItem(window, "exportTidied:")->trigger();

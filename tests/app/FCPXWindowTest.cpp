@@ -34,7 +34,7 @@ std::size_t shownOf(const std::string& file, const std::string& elements) {
 }
 
 std::string partOf(const char* title, std::size_t changes) {
-    return std::string(title) + (changes > 0 ? " (" + std::to_string(changes) + ")" : "");
+    return std::string(title) + (changes > 0 ? "\u00a0(" + std::to_string(changes) + ")" : "");
 }
 
 TEST_F(AppTest, TidiesRealFCPXMLWithItsOwnPassesAndRemembersThem) {
@@ -98,6 +98,44 @@ TEST_F(AppTest, TidiesRealFCPXMLWithItsOwnPassesAndRemembersThem) {
         window->closeDiscarding();
         Platform::current().userDefaults->removeObject("fcpxMarkerKinds");
     }
+}
+
+// A bundle is a folder; its copy is one too, with whatever else belongs to it.
+TEST_F(AppTest, TidiesABundleAndSavesOne) {
+    const std::string bundle = folder / "Cut.fcpxmld";
+    fs::create_directory(bundle);
+    writeFile(bundle + "/Info.fcpxml",
+              "<fcpxml version=\"1.10\"><library><event><project name=\"P\"><sequence><spine>"
+              "<clip><marker value=\"m\"/></clip></spine></sequence></project></event></library>"
+              "</fcpxml>");
+    writeFile(bundle + "/tracking.bin", "data");
+    DocumentWindow* const window = controller.documents().open(toQString(bundle));
+    ASSERT_TRUE(window);
+    setOptions(window, {"fcpxRemoveMarkers"});
+    process(window);
+    answerAlert("Not Now");
+    ASSERT_TRUE(ends(window));
+    EXPECT_EQ(window->suggestedCopy(), toQString(folder / "Cut-Tidied.fcpxmld"));
+    ASSERT_TRUE(window->saveCopyTo(toText(window->suggestedCopy())));
+    EXPECT_EQ(contentsOf(folder / "Cut-Tidied.fcpxmld/tracking.bin"), "data");
+    EXPECT_EQ(count(folder / "Cut-Tidied.fcpxmld/Info.fcpxml", "//marker"), 0U);
+    EXPECT_EQ(count(bundle + "/Info.fcpxml", "//marker"), 1U);
+    // Over itself, unless somebody else wrote there meanwhile.
+    writeFile(bundle + "/Info.fcpxml", contentsOf(bundle + "/Info.fcpxml") + " ");
+    window->save();
+    alertText();
+    answerAlert("Save Over File");
+    EXPECT_NE(alertText().find("was changed by another program"), std::string::npos);
+    answerAlert("Cancel");
+    EXPECT_EQ(count(bundle + "/Info.fcpxml", "//marker"), 1U);
+    process(window);
+    answerAlert("Not Now");
+    ASSERT_TRUE(ends(window));
+    window->save();
+    alertText();
+    answerAlert("Save Over File");
+    EXPECT_EQ(count(bundle + "/Info.fcpxml", "//marker"), 0U);
+    EXPECT_EQ(contentsOf(bundle + "/tracking.bin"), "data");
 }
 
 }  // namespace
