@@ -268,7 +268,8 @@ bool OptionBoxes::importsSafely() const { return importSafe_ && importSafe_->isC
 OptionList OptionBoxes::checkedOptions() const {
     OptionList options;
     for (const Box& box : boxes_)
-        if (box.box->checkState() == Qt::Checked) options.emplace_back(box.option);
+        if (box.isAvailable && box.box->checkState() == Qt::Checked)
+            options.emplace_back(box.option);
     return options;
 }
 
@@ -284,6 +285,15 @@ void OptionBoxes::showCounts(const std::map<std::string_view, std::size_t>* coun
             text = tr("%1 (%L2)").arg(box.title).arg(found == counts->end() ? 0 : found->second);
         }
         box.box->setText(text);
+    }
+}
+
+void OptionBoxes::setAvailable(std::string_view option, bool available) {
+    for (Box& box : boxes_) {
+        if (box.option != option) continue;
+        box.isAvailable = available;
+        box.box->setEnabled(available);
+        box.sentence->setEnabled(available);
     }
 }
 

@@ -44,6 +44,8 @@ public:
     /// Shows beside each ticked option how many changes it makes; nothing for null.
     void showCounts(const std::map<std::string_view, std::size_t>* counts);
     void setCheckedOptions(const OptionList& options);
+    /// Greys an option that cannot do anything here; it does not count as ticked then.
+    void setAvailable(std::string_view option, bool available);
 
     /// Keeps the choice of the moment under a name; one of that name that the user made is
     /// replaced. The names of the built-in ones are refused.
@@ -68,6 +70,7 @@ private:
         QString title;
         QCheckBox* box;
         QWidget* sentence;
+        bool isAvailable = true;
     };
 
     void addPresets(QVBoxLayout& layout);

@@ -17,9 +17,13 @@ QVFCPXDocWindow::QVFCPXDocWindow()
 
 Outcome QVFCPXDocWindow::read(const std::string& path) {
     auto document = std::make_unique<QVFCPXDoc>(*this);
+    document->setTakesEvents(true);
     const Outcome opened = document->readFromURL(path);
     hasShownFailure_ = document->hasShownFailure();
-    if (opened) document_ = std::move(document);
+    if (!opened) return opened;
+    document_ = std::move(document);
+    for (const PassRow& pass : passTable())
+        boxes().setAvailable(pass.option, document_->hasProject());
     return opened;
 }
 

@@ -47,6 +47,11 @@ Result<std::vector<SequencePair>> pairsOf(const ComparedFile& a, const ComparedF
     if (named.empty())
         for (std::size_t row = 0; row < a.document->sequences().size(); ++row)
             if (const auto other = partner(a, row, b)) pairs.push_back({row, *other});
+    if (pairs.empty() && &a == &b)
+        return Failure{FailureCode::usage,
+                       "holds no sequence beside its tidied copy; name a second file to compare "
+                       "it with",
+                       a.file.displayName()};
     if (pairs.empty())
         return Failure{FailureCode::usage,
                        "no two sequences belong together by name; say which with --sequence X=Y"};

@@ -11,7 +11,6 @@
 
 #include <fmt/format.h>
 #include <CLI/App.hpp>
-#include <CLI/Validators.hpp>
 #include <algorithm>
 #include <array>
 #include <cerrno>
@@ -233,11 +232,11 @@ CommandRun defineWatch(CLI::App& parser) {
                "DIR")
         ->required();
     parser.add_flag("--parents", o.makesFolders, "Make the folder of --output-dir");
-    oneValue(parser.add_option("--settle", options->settling,
-                               "How long a file must have stayed the same to count as\n"
-                               "whole, in seconds (default: 2)"),
-             "SECONDS")
-        ->check(CLI::Range(0.0, 3600.0).description(""));
+    numberFrom(oneValue(parser.add_option("--settle", options->settling,
+                                          "How long a file must have stayed the same to count as\n"
+                                          "whole, in seconds (default: 2)"),
+                        "SECONDS"),
+               0, 3600);
     parser.add_flag("--quiet", o.quiet, "Print errors only");
     defineWhatToDo(parser, o);
     defineRules(parser, o);

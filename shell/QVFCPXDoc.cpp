@@ -20,6 +20,11 @@ QVFCPXDoc::~QVFCPXDoc() {
 
 Outcome QVFCPXDoc::readFromURL(const std::string& path) {
     Result<std::unique_ptr<FCPXMLDocument>> opened = FCPXMLDocument::open(path);
+    hasProject_ = opened.ok();
+    // One with a detail is valid XML.
+    if (!opened && takesEvents_ && !opened.failure().detail.empty())
+        if (auto event = FCPXMLDocument::open(path, FCPXMLDocument::Holding::anything))
+            opened = std::move(event);
     if (!opened) {
         // Whoever opened the file tells the user when it is not valid.
         if (const Failure& failure = opened.failure(); !failure.detail.empty()) {

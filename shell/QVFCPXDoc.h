@@ -38,6 +38,10 @@ public:
     /// Checks that the file is valid XML and holds a project, and remembers its path. Fails with
     /// inputUnreadable or inputInvalid; a file without a project (an event) also shows an alert.
     Outcome readFromURL(const std::string& path);
+    /// Files with clips and no project are read too. Before readFromURL.
+    void setTakesEvents(bool takes) { takesEvents_ = takes; }
+    /// Without one, only the passes of fcpxPassTable() find anything.
+    bool hasProject() const { return hasProject_; }
     /// Saves the result of the last run, pretty-printed, atomically. Fails when there is none. With
     /// `refuseWhenChanged` fails when `path` is not the file that the run read any more.
     Outcome writeToURL(const std::string& path, Overwrite overwrite = Overwrite::always,
@@ -103,6 +107,8 @@ private:
     DocumentView& view_;
     std::string path_;
     bool hasShownFailure_ = false;
+    bool takesEvents_ = false;
+    bool hasProject_ = false;
     std::unique_ptr<FCPXMLDocument> document_;
     std::shared_ptr<const XMLDocument> xmlDoc_;
     /// What the result was read from, or saved to.

@@ -100,6 +100,23 @@ TEST_F(AppTest, TidiesRealFCPXMLWithItsOwnPassesAndRemembersThem) {
     }
 }
 
+TEST_F(AppTest, TidiesClipsThatStandInNoProject) {
+    DocumentWindow* const window =
+        open("day.fcpxml",
+             "<fcpxml version=\"1.10\"><event name=\"Day 1\"><clip name=\"A\" duration=\"1s\">"
+             "<marker start=\"0s\" value=\"m\"/></clip></event></fcpxml>");
+    ASSERT_TRUE(window);
+    setOptions(window, {"removeMarkers"});
+    EXPECT_FALSE(box(window, "removeMarkersCheckBox")->isEnabled());
+    EXPECT_EQ(toText(processButton(window)->toolTip()), "Tick what is to be done.");
+    setOptions(window, {"removeMarkers", "fcpxRemoveMarkers"});
+    EXPECT_NE(process(window).find("1 change: "), std::string::npos);
+    answerAlert("Not Now");
+    ASSERT_TRUE(ends(window));
+    ASSERT_TRUE(window->saveCopyTo(folder / "out.fcpxml"));
+    EXPECT_EQ(count(folder / "out.fcpxml", "//marker"), 0U);
+}
+
 // A bundle is a folder; its copy is one too, with whatever else belongs to it.
 TEST_F(AppTest, TidiesABundleAndSavesOne) {
     const std::string bundle = folder / "Cut.fcpxmld";
