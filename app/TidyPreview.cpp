@@ -28,6 +28,10 @@ bool answer(const TidyPreview::Question& question, const std::stop_token& stop,
 
 }  // namespace
 
+TidyPreview::TidyPreview(QObject* parent) : QObject(parent) {
+    connect(this, &TidyPreview::threadEnds, this, &TidyPreview::ended, Qt::QueuedConnection);
+}
+
 TidyPreview::~TidyPreview() {
     thread_.request_stop();
     if (thread_.joinable()) thread_.join();
@@ -59,21 +63,19 @@ void TidyPreview::whenIdle(std::function<void()> then) {
 void TidyPreview::begin(Question question) {
     isWanted_ = true;
     thread_ = std::jthread([this, asked = std::move(question)](const std::stop_token& stop) {
-        Answer found;
-        const bool isWhole = answer(asked, stop, found);
-        QMetaObject::invokeMethod(
-            this, [this, found = std::move(found), isWhole] { ended(found, isWhole); },
-            Qt::QueuedConnection);
+        isWhole_ = answer(asked, stop, found_);
+        emit threadEnds();
     });
 }
 
-void TidyPreview::ended(const Answer& answer, bool isWhole) {
+void TidyPreview::ended() {
     thread_.join();
     thread_ = {};
-    const bool isWanted = std::exchange(isWanted_, false) && isWhole;
+    const Answer found = std::exchange(found_, {});
+    const bool isWanted = std::exchange(isWanted_, false) && isWhole_;
     if (auto then = std::exchange(then_, {})) then();
     if (auto next = std::move(next_); next && !isBusy()) begin(std::move(*next));
-    if (isWanted) emit answered(answer);
+    if (isWanted) emit answered(found);
 }
 
 }  // namespace reelsweep

@@ -37,7 +37,7 @@ public:
         std::map<std::string_view, std::size_t> changes;  ///< by option
     };
 
-    using QObject::QObject;
+    explicit TidyPreview(QObject* parent = nullptr);
     /// Waits for the work, which is stopped.
     ~TidyPreview() override;
 
@@ -52,12 +52,17 @@ public:
 
 signals:
     void answered(const reelsweep::TidyPreview::Answer& answer);
+    /// From the thread, for the main thread.
+    void threadEnds();
 
 private:
     void begin(Question question);
-    void ended(const Answer& answer, bool isWhole);
+    void ended();
 
     std::jthread thread_;
+    // The thread's, until it has been joined.
+    Answer found_;
+    bool isWhole_ = false;
     std::unique_ptr<Question> next_;
     std::function<void()> then_;
     bool isWanted_ = false;  ///< the answer of the work that is going

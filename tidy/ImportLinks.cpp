@@ -7,6 +7,7 @@
 #include "timeline/Vocabulary.h"
 
 #include <algorithm>
+#include <deque>
 
 namespace reelsweep::importing {
 
@@ -14,7 +15,7 @@ namespace {
 
 constexpr std::string_view suffix = "-Tidied";
 
-std::string idOf(XMLNode element) { return std::string(element.attribute("id").value_or("")); }
+std::string_view idOf(XMLNode element) { return element.attribute("id").value_or(""); }
 
 // An item with its place, for looking it up by what links say of it.
 struct Stand {
@@ -22,37 +23,38 @@ struct Stand {
     TrackLabel track;
     int index = 0;
     Frames start;
+    const Stand* next = nullptr;  // of the same id
 };
 
-// The items of a sequence by id and by node.
+// The items of a sequence by id, as long as no id is edited.
 class Stands {
 public:
     explicit Stands(const SequencePlaces& places) {
         for (const PlacedTrack& track : places.tracks())
             for (const PlacedItem& item : track.items) {
-                const XMLNode node = item.item->node;
-                all_.push_back({node, track.label, item.index, item.sourcePlace().start});
-                byNode_.emplace(node, all_.size() - 1);
-                byId_[idOf(node)].push_back(all_.size() - 1);
+                all_.push_back(
+                    {item.item->node, track.label, item.index, item.sourcePlace().start});
+                Stand& stand = all_.back();
+                WithId& same = byId_[idOf(stand.node)];
+                (same.first ? same.last->next : same.first) = &stand;
+                same.last = &stand;
             }
     }
 
-    const std::vector<Stand>& all() const { return all_; }
-    const Stand* of(XMLNode node) const {
-        const auto found = byNode_.find(node);
-        return found == byNode_.end() ? nullptr : &all_[found->second];
-    }
-    std::vector<const Stand*> withId(const std::string& id) const {
-        std::vector<const Stand*> stands;
-        if (const auto found = byId_.find(id); found != byId_.end())
-            for (const std::size_t i : found->second) stands.push_back(&all_[i]);
-        return stands;
+    const std::deque<Stand>& all() const { return all_; }
+    /// The first in the order of the tracks; the others hang on it. Null for none.
+    const Stand* withId(std::string_view id) const {
+        const auto found = byId_.find(id);
+        return found == byId_.end() ? nullptr : found->second.first;
     }
 
 private:
-    std::vector<Stand> all_;
-    std::unordered_map<XMLNode, std::size_t> byNode_;
-    std::unordered_map<std::string, std::vector<std::size_t>> byId_;
+    struct WithId {
+        const Stand* first = nullptr;
+        Stand* last = nullptr;
+    };
+    std::deque<Stand> all_;
+    std::unordered_map<std::string_view, WithId> byId_;
 };
 
 struct LinkParts {
@@ -78,49 +80,48 @@ struct LinkTarget {
 
 class LinkMender {
 public:
-    LinkMender(TimelineEdit& edit, const ImportContext& context)
+    LinkMender(TimelineEdit& edit, const ImportContext& context, const SequencePlaces& places)
         : edit_(edit),
           context_(context),
           delivery_(context.delivery.state()),
-          source_(context.source.places()) {}
+          source_(context.source.places()),
+          copy_(places) {}
 
     void run() {
         findPieces();
         const XMLNode copy = edit_.sequence();
-        readLinks(copy);
+        readLinks(copy_, true);
         copy.forEachDescendant({"sequence", "clip"}, [&](XMLNode element) {
-            if (element.child("media")) readLinks(element);
+            if (element.child("media"))
+                readLinks(nested_.emplace_back(SequencePlaces::of(element)), false);
         });
         renameSequence();
         renameItems();
         for (const auto& [item, targets] : links_) mendLinks(item, targets);
-        delivery_.useIds(copy);
+        delivery_.useLater(copy);
     }
 
 private:
     // The pieces of a split item: the first keeps id and links, the others are apart.
     void findPieces() {
-        const SequencePlaces places = SequencePlaces::of(edit_.sequence());
-        std::unordered_map<XMLNode, std::vector<Stand>> pieces;  // by what they came from
-        const Stands placed(places);
-        for (const Stand& stand : placed.all())
-            if (const XMLNode source = context_.source.itemOf(stand.node))
-                pieces[source].push_back(stand);
-        for (auto& [source, stands] : pieces) {
-            std::stable_sort(stands.begin(), stands.end(),
-                             [](const Stand& a, const Stand& b) { return a.start < b.start; });
-            first_.emplace(source, stands.front().node);
-            for (std::size_t i = 1; i < stands.size(); ++i) laterPieces_.insert(stands[i].node);
+        std::unordered_map<XMLNode, const Stand*> earliest;  // by what they came from
+        for (const Stand& stand : copy_.all()) {
+            const XMLNode source = context_.source.itemOf(stand.node);
+            if (!source) continue;
+            const auto [known, isNew] = earliest.try_emplace(source, &stand);
+            if (isNew) continue;
+            const bool isEarlier = stand.start < known->second->start;
+            laterPieces_.insert((isEarlier ? known->second : &stand)->node);
+            if (isEarlier) known->second = &stand;
         }
+        for (const auto& [source, stand] : earliest) first_.emplace(source, stand->node);
     }
 
     // What links name
 
-    void readLinks(XMLNode sequence) {
-        const Stands stands{SequencePlaces::of(sequence)};
-        const bool isCopy = sequence == edit_.sequence();
+    void readLinks(const Stands& stands, bool isCopy) {
         for (const Stand& stand : stands.all()) {
-            stands_.emplace(stand.node, stand);
+            stands_.emplace(stand.node, &stand);
             std::vector<LinkTarget> targets;
             for (const XMLNode link : childrenNamed(stand.node, "link")) {
                 const LinkParts parts(link);
@@ -134,18 +135,18 @@ private:
     // now if the link is right, else in the source.
     XMLNode target(const LinkParts& parts, const Stands& stands, bool isCopy) const {
         const std::string id = parts.ref.stringValue();
-        const std::vector<const Stand*> named = stands.withId(id);
-        const std::vector<const Stand*> meant = isCopy ? source_.withId(id) : named;
-        if (meant.size() > 1) {
-            for (const Stand* const stand : named)
+        const Stand* const named = stands.withId(id);
+        const Stand* const meant = isCopy ? source_.withId(id) : named;
+        if (meant && meant->next) {
+            for (const Stand* stand = named; stand; stand = stand->next)
                 if (parts.names(*stand)) return firstPiece(stand->node);
-            for (const Stand* const stand : meant) {
+            for (const Stand* stand = meant; stand; stand = stand->next) {
                 if (!parts.names(*stand)) continue;
                 const auto piece = first_.find(stand->node);
                 return piece == first_.end() ? XMLNode() : piece->second;
             }
         }
-        return named.empty() ? XMLNode() : firstPiece(named.front()->node);
+        return named ? firstPiece(named->node) : XMLNode();
     }
 
     XMLNode firstPiece(XMLNode item) const {
@@ -157,7 +158,7 @@ private:
 
     void renameSequence() {
         const XMLNode copy = edit_.sequence();
-        const std::string id = idOf(copy);
+        const std::string id(idOf(copy));
         if (id.empty() || !delivery_.ids.contains(id)) return;
         const TimelineEdit::Rewrite rewrite{copy, freeId(id), "id"};
         edit_.rewrite(copy, {&rewrite, 1}, "another sequence has the id " + id);
@@ -180,22 +181,21 @@ private:
     void renameItems() {
         const std::vector<XMLNode> items = itemsWithIds();
         const bool anyUsed = std::any_of(items.begin(), items.end(), [&](XMLNode item) {
-            return delivery_.ids.contains(idOf(item));
+            return delivery_.ids.contains(std::string(idOf(item)));
         });
         const std::string set = anyUsed ? freeSuffix(items) : std::string();
         // Ids that stay are taken before any is made up.
-        for (const XMLNode& item : items) own_.insert(idOf(item) + set);
-        std::unordered_map<XMLNode, std::string> ids;
-        std::unordered_set<std::string> given;
-        for (const XMLNode& item : items) {
-            const std::string wanted = idOf(item) + set;
-            const std::string id = given.insert(wanted).second ? wanted : freeId(wanted);
-            own_.insert(id);
-            ids.emplace(item, id);
-        }
-        std::vector<TimelineEdit::Rewrite> rewrites;
+        std::vector<bool> isFirst;
         for (const XMLNode& item : items)
-            if (ids[item] != idOf(item)) rewrites.push_back({item, ids[item], "id"});
+            isFirst.push_back(own_.insert(std::string(idOf(item)) + set).second);
+        std::unordered_map<XMLNode, std::string> ids;
+        std::vector<TimelineEdit::Rewrite> rewrites;
+        for (std::size_t i = 0; i < items.size(); ++i) {
+            std::string id = std::string(idOf(items[i])) + set;
+            if (!isFirst[i]) own_.insert(id = freeId(id));
+            if (id != idOf(items[i])) rewrites.push_back({items[i], id, "id"});
+            ids.emplace(items[i], std::move(id));
+        }
         const std::string reason = idReason(rewrites.size(), set);
         for (const auto& [item, targets] : links_)
             for (const LinkTarget& link : targets)
@@ -220,7 +220,7 @@ private:
     std::string freeSuffix(const std::vector<XMLNode>& items) const {
         std::string free(suffix);
         const auto isFree = [&](XMLNode item) {
-            return delivery_.isFree(idOf(item) + free, context_.document);
+            return delivery_.isFree(std::string(idOf(item)) + free, context_.document);
         };
         for (std::size_t number = 2; !std::all_of(items.begin(), items.end(), isFree); ++number)
             free = std::string(suffix) + "-" + std::to_string(number);
@@ -264,7 +264,7 @@ private:
         };
         std::vector<int> groups;
         for (const LinkTarget* const link : links) {
-            const Stand& stand = stands_.at(link->item);
+            const Stand& stand = *stands_.at(link->item);
             write(link->parts.media, stand.track.video ? "video" : "audio");
             write(link->parts.track, std::to_string(stand.track.number));
             write(link->parts.index, std::to_string(stand.index));
@@ -280,9 +280,11 @@ private:
     const ImportContext& context_;
     ImportDelivery::State& delivery_;
     const Stands source_;
+    const Stands copy_;
+    std::deque<Stands> nested_;
     std::unordered_map<XMLNode, XMLNode> first_;  // pieces of the copy, by items of the source
     std::unordered_set<XMLNode> laterPieces_;
-    std::unordered_map<XMLNode, Stand> stands_;
+    std::unordered_map<XMLNode, const Stand*> stands_;
     std::vector<std::pair<XMLNode, std::vector<LinkTarget>>> links_;  // of each item
     std::unordered_map<std::string, std::size_t> numbers_;  // last used, of ids that were in use
     std::unordered_set<std::string> own_;                   // ids that the copy's items have or get
@@ -290,8 +292,9 @@ private:
 
 }  // namespace
 
-void mendIdsAndLinks(TimelineEdit& edit, const ImportContext& context) {
-    LinkMender(edit, context).run();
+void mendIdsAndLinks(TimelineEdit& edit, const ImportContext& context,
+                     const SequencePlaces& places) {
+    LinkMender(edit, context, places).run();
 }
 
 }  // namespace reelsweep::importing

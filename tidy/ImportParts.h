@@ -9,6 +9,7 @@
 #include <string>
 #include <unordered_map>
 #include <unordered_set>
+#include <utility>
 #include <vector>
 
 namespace reelsweep {
@@ -24,8 +25,15 @@ struct ImportDelivery::State {
     /// The first definition of each file and sequence of a document, by keyOf.
     using Definitions = std::unordered_map<std::string, XMLNode>;
     const Definitions& definitionsIn(XMLNode document);
-    /// Takes the ids of a document for used.
+    /// The same, and takes all ids of the document for used.
+    const Definitions& useAll(XMLNode document);
+    /// Takes the ids below an element for used.
     void useIds(XMLNode root);
+    /// The same for a copy that is done, once another one asks: the last one's are not wanted.
+    void useLater(XMLNode copy) { done_ = copy; }
+    void useWhatIsDone() {
+        if (done_) useIds(std::exchange(done_, XMLNode()));
+    }
     /// Whether an id is free, and no id of the source document either.
     bool isFree(const std::string& id, XMLNode document);
 
@@ -34,6 +42,7 @@ struct ImportDelivery::State {
     std::unordered_map<std::string, std::vector<Variant>> variants;
 
 private:
+    XMLNode done_;
     std::unordered_map<XMLNode, Definitions> definitions_;
     std::unordered_map<XMLNode, std::unordered_set<std::string>> documentIds_;
 };
@@ -45,10 +54,12 @@ std::string keyOf(XMLNode element);
 
 /// Gives every item a place of its own that importers understand.
 void mendPlaces(TimelineEdit& edit, const ImportSource& source);
-void mendTicks(TimelineEdit& edit);
+/// `places` are the copy's, as they are once mended: what comes next leaves them as they are.
+void mendTicks(TimelineEdit& edit, const SequencePlaces& places);
 void defineOnce(TimelineEdit& edit, const ImportContext& context);
 /// Ids first, then the links that name them.
-void mendIdsAndLinks(TimelineEdit& edit, const ImportContext& context);
+void mendIdsAndLinks(TimelineEdit& edit, const ImportContext& context,
+                     const SequencePlaces& places);
 
 }  // namespace importing
 

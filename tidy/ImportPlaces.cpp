@@ -317,8 +317,7 @@ private:
 
 void mendPlaces(TimelineEdit& edit, const ImportSource& source) { Mender(edit, source).run(); }
 
-void mendTicks(TimelineEdit& edit) {
-    const SequencePlaces places = SequencePlaces::of(edit.sequence());
+void mendTicks(TimelineEdit& edit, const SequencePlaces& places) {
     for (const PlacedTrack& track : places.tracks()) {
         for (const PlacedItem& item : track.items) {
             std::vector<TimelineEdit::Rewrite> rewrites;

@@ -13,8 +13,7 @@ ImportDelivery::~ImportDelivery() = default;
 ImportDelivery ImportDelivery::afterSource(XMLNode document) {
     auto state = std::make_unique<State>();
     state->before = document;
-    state->useIds(document);
-    for (const auto& [key, definition] : state->definitionsIn(document))
+    for (const auto& [key, definition] : state->useAll(document))
         state->variants[key].push_back(
             {definition, {}, std::string(definition.attribute("id").value_or(""))});
     return ImportDelivery(std::move(state));
@@ -27,6 +26,19 @@ void ImportDelivery::State::useIds(XMLNode root) {
     root.forEachDescendant({}, [&](XMLNode element) {
         if (const auto id = element.attribute("id")) ids.emplace(*id);
     });
+}
+
+const ImportDelivery::State::Definitions& ImportDelivery::State::useAll(XMLNode document) {
+    Definitions& definitions = definitions_[document];
+    document.forEachDescendant({}, [&](XMLNode element) {
+        const auto id = element.attribute("id");
+        if (!id) return;
+        ids.emplace(*id);
+        const bool mayDefine = element.isElement("file") || element.isElement("sequence");
+        if (mayDefine && isDefinition(element))
+            definitions.emplace(importing::keyOf(element), element);
+    });
+    return definitions;
 }
 
 bool ImportDelivery::State::isFree(const std::string& id, XMLNode document) {
@@ -84,12 +96,14 @@ Outcome makeImportSafe(TimelineEdit& edit, const ImportContext& context) {
     const Failure stopped{FailureCode::cancelled, "cancelled"};
     if (context.stop.stop_requested()) return stopped;
     edit.beginStep(importSafeOption);
+    context.delivery.state().useWhatIsDone();
     if (!context.placesAreMended) importing::mendPlaces(edit, context.source);
-    importing::mendTicks(edit);
+    const SequencePlaces places = SequencePlaces::of(edit.sequence());
+    importing::mendTicks(edit, places);
     if (context.stop.stop_requested()) return stopped;
     importing::defineOnce(edit, context);
     if (context.stop.stop_requested()) return stopped;
-    importing::mendIdsAndLinks(edit, context);
+    importing::mendIdsAndLinks(edit, context, places);
     return Done{};
 }
 

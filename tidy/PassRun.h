@@ -21,14 +21,15 @@ namespace reelsweep {
 // clip, and what each answer is read from are the clip's filters: a small tree.
 class TransparentClips {
 public:
-    /// What `look` answers for a clip of that number, or answered since clips were changed inside.
+    /// What `look` answers for a clip of a track, or answered since clips were changed inside.
     template <class Look>
-    bool hold(TrackIndex::Id clip, const TimelineEdit& edit, Look look) {
+    bool hold(XMLNode clip, const TimelineEdit& edit, Look look) {
         if (asOf_ != edit.changesInsideItems()) known_.clear();
         asOf_ = edit.changesInsideItems();
-        if (clip >= known_.size()) known_.resize(clip + std::size_t{1}, Answer::unknown);
-        if (known_[clip] == Answer::unknown) known_[clip] = look() ? Answer::yes : Answer::no;
-        return known_[clip] == Answer::yes;
+        const std::size_t number = edit.numberOf(clip);
+        if (number >= known_.size()) known_.resize(number + 1, Answer::unknown);
+        if (known_[number] == Answer::unknown) known_[number] = look() ? Answer::yes : Answer::no;
+        return known_[number] == Answer::yes;
     }
 
 private:

@@ -4,6 +4,7 @@
 #include "tidy/passes/Passes.h"
 #include "timeline/PictureDifference.h"
 
+#include <future>
 #include <set>
 #include <unordered_set>
 #include <utility>
@@ -53,7 +54,6 @@ void noteExcluded(SequenceLedger& ledger, const ClipVeto& veto, const TimelineEd
 SequenceTidy::SequenceTidy(XMLNode copy, XMLNode source, TidyRequest request)
     : source_(source), request_(std::move(request)), edit_(copy, ledger_) {
     ledger_.timecode = SequenceTimecode::of(copy);
-    if (copy == source) edit_.noteLooseClips();
     for (const PassRow& row : passTable())
         if (!row.element.empty() && hasOption(request_.passes, row.option))
             edit_.expectElements({&row.element, 1});
@@ -67,7 +67,7 @@ Timeline SequenceTidy::read() const {
 
 Outcome SequenceTidy::runSteps(const TidyControls& controls, PictureGuard* guard) {
     PassRun run{edit_, request_.ignoredEffects,   controls.stop,  controls.progress,
-                guard, veto_ ? &*veto_ : nullptr, &request_.rules};
+                guard, veto_ ? &*veto_ : nullptr, &request_.rules, transparentClips_};
     for (const PassStep& step : passSteps()) {
         if (!isOn(step, request_.passes)) continue;
         if (run.cancelled()) return PassRun::stopped();
@@ -79,13 +79,36 @@ Outcome SequenceTidy::runSteps(const TidyControls& controls, PictureGuard* guard
     return Done{};
 }
 
-Outcome SequenceTidy::applyPasses(const TidyControls& controls) {
+// What the proof reads of the sequence, and what the passes will ask for: each is a walk over the
+// tree, and nothing edits it yet.
+void SequenceTidy::readSource() {
+    // A thread takes as long to start as it takes to read some hundred items.
+    constexpr std::size_t fewItems = 2000;
+    std::future<Timeline> reading;
     if (looksAtPicture()) {
-        before_ =
-            Timeline::of(edit_.sequence(),
-                         request_.catalogue ? request_.catalogue : MediaCatalogue::of(document()),
-                         TimelineDetail::picture);
+        const auto catalogue =
+            request_.catalogue ? request_.catalogue : MediaCatalogue::of(document());
+        const auto policy =
+            edit_.itemsBefore() > fewItems ? std::launch::async : std::launch::deferred;
+        reading = std::async(policy, [sequence = edit_.sequence(), catalogue] {
+            return Timeline::of(sequence, catalogue, TimelineDetail::picture);
+        });
     }
+    // What an item's filters tell is read while they are at hand.
+    const bool asksTransparency = hasOption(request_.passes, "collapseTracks") &&
+                                  hasOption(request_.passes, "collapseUncompositedClips");
+    edit_.readItems([&](const ItemFacts& item) {
+        if (asksTransparency && item.isClip() && edit_.label(item.node).video)
+            transparentClips_.hold(item.node, edit_, [&] {
+                return passes::isClipTransparent(item, request_.ignoredEffects);
+            });
+    });
+    if (edit_.sequence() == source_) edit_.noteLooseClips();
+    if (reading.valid()) before_ = reading.get();
+}
+
+Outcome SequenceTidy::applyPasses(const TidyControls& controls) {
+    readSource();
     if (!request_.keep.empty() || request_.rules.excludesAnything()) {
         veto_.emplace(edit_.sequence(), request_.keep, request_.rules);
         ledger_.unusedKeeps = veto_->takeUnused();

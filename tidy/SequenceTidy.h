@@ -8,6 +8,7 @@
 
 #include "tidy/ClipVeto.h"
 #include "tidy/ImportStep.h"
+#include "tidy/PassRun.h"
 #include "tidy/PictureGuard.h"
 #include "tidy/TidySequence.h"
 #include "timeline/Timeline.h"
@@ -38,6 +39,7 @@ private:
     Outcome runSteps(const TidyControls& controls, PictureGuard* guard);
     bool excludesEverything() const { return veto_ && veto_->excludesEverything(); }
     bool looksAtPicture() const { return request_.keepPicture || request_.provesPicture; }
+    void readSource();
     Timeline read() const;
     void compare();
     Timeline withoutChosenFilters() const;
@@ -50,6 +52,7 @@ private:
     SequenceLedger ledger_;
     TimelineEdit edit_;
     std::optional<ClipVeto> veto_;
+    TransparentClips transparentClips_;  ///< as they came
     std::optional<Timeline> before_;
     /// The same without the filters that are to go, when some are to stay.
     std::optional<Timeline> without_;

@@ -46,7 +46,9 @@ struct Change {
     XMLNode holder;         ///< the clip, generator or transition it stood in; null for none
     TrackLabel trackBefore;
     TrackLabel trackAfter;
-    ItemTimes before;  ///< the node's own; its holder's when it has none
+    /// The node's own. What stands inside a clip, as a filter or a marker does, has the clip's
+    /// place on the timeline; `in` and `out` are its own where it has them.
+    ItemTimes before;
     ItemTimes after;
     bool countsAsItem = false;  ///< a clip, generator or transition that stands in a track
     std::size_t reason = 0;     ///< for reasonText(); 0 is none

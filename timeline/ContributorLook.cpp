@@ -15,6 +15,11 @@ bool haveSameFilters(const Contributor& a, const Contributor& b, Key key) {
     return areSame(a.item->filters, b.item->filters) && areSame(a.track->filters, b.track->filters);
 }
 
+// Nested sequences show what they hold, whatever they are called; that is compared elsewhere.
+bool mayShowTheSame(const Media& a, const Media& b) {
+    return isSameMedia(a, b) || (a.nested && b.nested);
+}
+
 // One that stands still shows the same at any source frame, unless its filters move.
 bool isMoving(const Contributor& contributor, PictureOptions options) {
     if (contributor.track->type == MediaType::audio) return true;
@@ -49,7 +54,7 @@ bool looksTheSame(const Contributor& a, const Contributor& b, PictureOptions opt
     if (a.item == b.item) return true;
     const Item& x = *a.item;
     const Item& y = *b.item;
-    if (!isSameMedia(*x.media, *y.media) || x.hasPlace() != y.hasPlace()) return false;
+    if (!mayShowTheSame(*x.media, *y.media) || x.hasPlace() != y.hasPlace()) return false;
     if (isMoving(a, options)) {
         if (x.line != y.line) return false;
         if (!options.ignoreFilters && x.filters != y.filters &&

@@ -109,20 +109,31 @@ bool ContributorMatch::matchPicture(List expected, List after, PictureOptions op
     return after.empty();
 }
 
+// Of several that sound alike, the one of the same name is meant, and rather one that stood alone
+// before than one that faded.
+ContributorMatch::Missing::const_iterator ContributorMatch::counterpart(const Missing& missing,
+                                                                        const Contributor& after,
+                                                                        PictureOptions options,
+                                                                        Pairs& pairs) {
+    for (const bool isOfSameName : {true, false})
+        for (const bool isOnSameSide : {true, false}) {
+            const auto found = std::find_if(missing.begin(), missing.end(), [&](const auto* c) {
+                return (!isOnSameSide || c->side == after.side) &&
+                       (!isOfSameName || isSameMedia(c->media(), after.media())) &&
+                       matches(*c, after, options, pairs);
+            });
+            if (found != missing.end()) return found;
+        }
+    return missing.end();
+}
+
 // Sounds have no layers: each must be found, whatever the order.
 bool ContributorMatch::matchSound(List expected, List after, PictureOptions options, Pairs& pairs) {
-    std::vector<const Contributor*> missing;
+    Missing missing;
     for (const Contributor& contributor : expected) missing.push_back(&contributor);
     std::vector<const Item*> closed;
     for (const Contributor& contributor : after) {
-        // Of two that sound alike, one that stood alone before is meant rather than one that faded.
-        auto found = std::find_if(missing.begin(), missing.end(), [&](const Contributor* c) {
-            return c->side == contributor.side && matches(*c, contributor, options, pairs);
-        });
-        if (found == missing.end())
-            found = std::find_if(missing.begin(), missing.end(), [&](const Contributor* c) {
-                return matches(*c, contributor, options, pairs);
-            });
+        const auto found = counterpart(missing, contributor, options, pairs);
         if (found == missing.end()) return false;
         if (const Item* const transition = (*found)->transition;
             transition && contributor.side == TransitionSide::none) {
@@ -145,12 +156,12 @@ std::vector<FrameRange> ContributorMatch::unlike(List before, List after, FrameR
     bool isSame = before.size() == after.size();
     for (std::size_t i = 0; isSame && i < before.size(); ++i)
         isSame = matches(before[i], after[i], {}, pairs);
+    std::vector<FrameRange> unlike = isSame ? nestedUnlike(pairs, range, {}) : std::vector{range};
     const bool isSound = !before.empty() && before[0].track->type == MediaType::audio;
-    if (!isSame && isSound) {
-        pairs.clear();
-        isSame = matchSound(before, after, {}, pairs);
-    }
-    return isSame ? nestedUnlike(pairs, range, {}) : std::vector{range};
+    if (unlike.empty() || !isSound) return unlike;
+    // They may stand in another order.
+    pairs.clear();
+    return matchSound(before, after, {}, pairs) ? nestedUnlike(pairs, range, {}) : unlike;
 }
 
 std::vector<FrameRange> ContributorMatch::unlikeExpected(List expected, List after,
@@ -180,17 +191,8 @@ std::vector<FrameRange> ContributorMatch::nestedUnlike(const Pairs& pairs, Frame
         if (differing.empty()) continue;
         const bool isPlain = after->item->filters->speed.kind == Speed::Kind::plain;
         if (!isPlain) return {range};
-        const SourceLine& line = after->item->line;
-        const Frames from = line.at(range.start);
-        auto own = std::partition_point(differing.begin(), differing.end(),
-                                        [&](const FrameRange& r) { return r.end <= from; });
-        for (; own != differing.end(); ++own) {
-            const FrameRange place = line.onTimeline(*own);
-            if (place.start >= range.end) break;
-            const FrameRange here{std::max(range.start, place.start),
-                                  std::min(range.end, place.end)};
-            if (here.start < here.end) ranges.push_back(here);
-        }
+        const auto places = after->item->line.onTimeline(differing, range);
+        ranges.insert(ranges.end(), places.begin(), places.end());
     }
     return ranges.empty() ? ranges : united(std::move(ranges));
 }

@@ -43,6 +43,9 @@ private:
     static bool matches(const Contributor& expected, const Contributor& after,
                         PictureOptions options, Pairs& pairs);
     static bool matchPicture(List expected, List after, PictureOptions options, Pairs& pairs);
+    using Missing = std::vector<const Contributor*>;
+    static Missing::const_iterator counterpart(const Missing& missing, const Contributor& after,
+                                               PictureOptions options, Pairs& pairs);
     static bool matchSound(List expected, List after, PictureOptions options, Pairs& pairs);
     std::vector<FrameRange> nestedUnlike(const Pairs& pairs, FrameRange range,
                                          PictureOptions options);

@@ -2,6 +2,8 @@
 
 #include "timeline/ElementText.h"
 
+#include <algorithm>
+#include <limits>
 #include <numeric>
 
 namespace reelsweep {
@@ -170,13 +172,41 @@ Frames SourceLine::at(Frames frame) const {
     return {scaled % divisor < 0 ? whole - 1 : whole};
 }
 
-FrameRange SourceLine::onTimeline(FrameRange own) const {
+FrameRange SourceLine::placeOf(FrameRange own) const {
     const SourceLine back{(Frames{} - Frames{offset}).count, divisor, step};
     const auto firstAt = [&](Frames frame) {
         const Frames roundedDown = back.at(frame);
         return roundedDown + Frames{at(roundedDown) < frame ? 1 : 0};
     };
     return {firstAt(own.start), firstAt(own.end)};
+}
+
+std::vector<FrameRange> SourceLine::onTimeline(std::span<const FrameRange> own,
+                                               FrameRange range) const {
+    if (range.end <= range.start) return {};
+    const Frames first = at(range.start);
+    const Frames last = at(range.end - Frames{1});
+    constexpr Frames largest{std::numeric_limits<std::int64_t>::max()};
+    if (last < first) {
+        // Times at the ends of what numbers hold: the clip's own frames wrap around on the way.
+        const Frames wrap = placeOf({largest, largest}).start + Frames{1};
+        if (wrap <= range.start || range.end <= wrap) return {range};
+        std::vector<FrameRange> places = onTimeline(own, {range.start, wrap});
+        const std::vector<FrameRange> after = onTimeline(own, {wrap, range.end});
+        places.insert(places.end(), after.begin(), after.end());
+        return places;
+    }
+    std::vector<FrameRange> places;
+    auto next = std::partition_point(own.begin(), own.end(),
+                                     [&](const FrameRange& r) { return r.end <= first; });
+    for (; next != own.end() && next->start <= last; ++next) {
+        // Only what the clip reaches: the rest may lie beyond all numbers on the timeline.
+        const FrameRange place = placeOf(
+            {std::max(next->start, first), next->end <= last ? next->end : last + Frames{1}});
+        const FrameRange here{std::max(range.start, place.start), std::min(range.end, place.end)};
+        if (here.start < here.end) places.push_back(here);
+    }
+    return places;
 }
 
 }  // namespace reelsweep

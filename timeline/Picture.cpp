@@ -86,17 +86,14 @@ private:
         Contributor notFull = contributor;
         notFull.covers = false;
         // A remapped clip shows frames that only its keyframes know.
+        const Item& item = *contributor.item;
         const bool isPlain =
-            contributor.item->filters->speed.kind == Speed::Kind::plain || options_.ignoreFilters;
-        if (!isPlain) return addPlain(notFull, range);
-        const Frames from = contributor.item->line.at(range.start);
-        auto own = std::partition_point(full.begin(), full.end(),
-                                        [&](const FrameRange& r) { return r.end <= from; });
-        for (; own != full.end() && mostSplits_ > 0; ++own) {
-            const FrameRange place = contributor.item->line.onTimeline(*own);
-            if (place.start >= range.end) break;
-            const FrameRange here = common(range, place);
-            if (isEmpty(here)) continue;
+            item.filters->speed.kind == Speed::Kind::plain || options_.ignoreFilters;
+        // Times at the ends of what numbers hold: the source frames wrap around inside the clip.
+        const bool wraps = item.line.at(item.range.end) < item.line.at(item.range.start);
+        if (!isPlain || wraps) return addPlain(notFull, range);
+        for (const FrameRange here : item.line.onTimeline(full, range)) {
+            if (mostSplits_ == 0) break;
             --mostSplits_;
             addPlain(notFull, {range.start, here.start});
             addPlain(contributor, here);

@@ -42,7 +42,8 @@ public:
     }
 
 private:
-    std::pmr::monotonic_buffer_resource memory_{std::size_t{64} * 1024};
+    // Grows by itself; a file may hold a thousand sequences of a few clips.
+    std::pmr::monotonic_buffer_resource memory_{std::size_t{4} * 1024};
 };
 
 }  // namespace reelsweep

@@ -22,6 +22,7 @@
 #include <memory>
 #include <span>
 #include <string_view>
+#include <vector>
 
 namespace reelsweep {
 
@@ -49,9 +50,13 @@ struct SourceLine {
 
     /// The clip's own frame at a frame of the timeline, rounded down.
     Frames at(Frames frame) const;
-    /// The frames of the timeline at which the clip is at one of its own frames [start, end).
-    FrameRange onTimeline(FrameRange own) const;
+    /// The frames of `range` at which the clip is at one of its own frames in `own`; both lists are
+    /// in time order and parted by other frames.
+    std::vector<FrameRange> onTimeline(std::span<const FrameRange> own, FrameRange range) const;
     bool operator==(const SourceLine&) const = default;
+
+private:
+    FrameRange placeOf(FrameRange own) const;
 };
 
 /// How a transition stands to its cut.

@@ -40,11 +40,9 @@ bool isLoose(XMLNode item) {
            (saysInTransition(end) && !item.nextSibling().isElement("transitionitem"));
 }
 
-// An item's own, not one of its filters.
-bool isOwnTime(XMLNode element) {
-    return isTimelineItem(element.parent()) &&
-           (element.isElement("start") || element.isElement("end") || element.isElement("in") ||
-            element.isElement("out"));
+bool isTime(XMLNode element) {
+    return element.isElement("start") || element.isElement("end") || element.isElement("in") ||
+           element.isElement("out");
 }
 
 // Filters, markers and transitions are what goes one by one in large numbers.
@@ -63,13 +61,14 @@ TimelineEdit::TimelineEdit(XMLNode sequence, SequenceLedger& ledger)
         labels_[track] = TrackLabel{video, ++numbers[video]};
     }
     items_ = itemsOn(tracks_);
+    for (const XMLNode& item : items_) facts_.add(item);
     ledger_.itemsBefore = items_.size();
+    // A tidy makes about two changes for each item. Room that is not used is never touched.
+    ledger_.changes.reserve(items_.size() * 3);
 }
 
 void TimelineEdit::finish(XMLNode source) {
-    std::vector<XMLNode> tracksLeft = tracks_;
-    std::erase_if(tracksLeft, [](XMLNode track) { return !track.parent(); });
-    const std::vector<XMLNode> left = itemsOn(tracksLeft);
+    const std::vector<XMLNode> left = itemsLeft();
     ledger_.itemsAfter = left.size();
     ledger_.looseClips.clear();
     std::unordered_map<XMLNode, XMLNode> sources;  // of the items that came; made when needed
@@ -77,20 +76,44 @@ void TimelineEdit::finish(XMLNode source) {
         if (source == sequence_) return looseBefore_.contains(wholeOf(item));
         if (sources.empty() && source) sources = sourceItems(source);
         const auto found = sources.find(wholeOf(item));
-        return found != sources.end() && isLoose(found->second);
+        return found != sources.end() && reelsweep::isLoose(found->second);
     };
     for (const XMLNode& item : left)
         if (isLoose(item) && !wasLoose(item))
-            ledger_.looseClips.push_back({item, label(item), ItemTimes::of(item)});
+            ledger_.looseClips.push_back({item, label(item), times(item)});
     // What follows reads the result, which takes as much memory as these.
     indexes_.clear();
-    sequenceIndex_ = {};
+    sequenceIndex_ = SequenceIndex(nullptr);
+    facts_ = {};
     listed_.clear();
+}
+
+bool TimelineEdit::isTransition(XMLNode node) const {
+    const ItemFacts* const known = facts_.findUnread(node);
+    return known ? known->kind == TrackEntry::Kind::transition
+                 : node.isElement("transitionitem");
+}
+
+bool TimelineEdit::isLoose(XMLNode item) const {
+    const ItemFacts* const known = facts(item);
+    if (!known || !known->hasPlainEdges) return reelsweep::isLoose(item);
+    return known->isClip() &&
+           ((known->times.start == edgeInTransition && !isTransition(item.previousSibling())) ||
+            (known->times.end == edgeInTransition && !isTransition(item.nextSibling())));
+}
+
+std::vector<XMLNode> TimelineEdit::itemsLeft() const {
+    std::vector<XMLNode> items;
+    for (const XMLNode& track : tracks_)
+        if (track.parent())
+            for (XMLNode node = track.firstChild(); node; node = node.nextSibling())
+                if (isItem(node)) items.push_back(node);
+    return items;
 }
 
 void TimelineEdit::noteLooseClips() {
     std::copy_if(items_.begin(), items_.end(), std::inserter(looseBefore_, looseBefore_.end()),
-                 isLoose);
+                 [this](XMLNode item) { return isLoose(item); });
 }
 
 std::unordered_map<XMLNode, XMLNode> TimelineEdit::sourceItems(XMLNode source) const {
@@ -113,10 +136,10 @@ TimelineEdit::Place TimelineEdit::placeOf(XMLNode node) const {
     for (XMLNode at = node; at && at != sequence_; at = at.parent()) {
         if (const auto found = labels_.find(at); found != labels_.end()) {
             place.track = found->second;
-            place.isTrackItem = at == node.parent() && isTimelineItem(node);
+            place.isTrackItem = at == node.parent() && isItem(node);
             break;
         }
-        if (at == node || !isTimelineItem(at)) continue;
+        if (at == node || !isItem(at)) continue;
         place.holder = at;
         place.track = labelAbove(at);
         break;
@@ -139,10 +162,32 @@ TrackLabel TimelineEdit::labelAbove(XMLNode node) const {
     return label;
 }
 
+// Most are asked for by their facts, and then none of their elements is touched.
+bool TimelineEdit::isItem(XMLNode node) const {
+    return facts_.holds(node) || isTimelineItem(node);
+}
+
+ItemTimes TimelineEdit::times(XMLNode node) const {
+    const ItemFacts* const known = facts(node);
+    return known ? known->times : ItemTimes::of(node);
+}
+
 // One clip's filters go one after the other.
-const ItemTimes& TimelineEdit::timesOfHolder(XMLNode item) const {
+ItemTimes TimelineEdit::timesOfHolder(XMLNode item) const {
+    if (const ItemFacts* const known = facts(item)) return known->times;
     if (lastHolder_.item != item) lastHolder_ = {item, ItemTimes::of(item)};
     return lastHolder_.times;
+}
+
+// What `start` and `end` of a filter count from differs from system to system; the place of its clip
+// can be found again.
+ItemTimes TimelineEdit::timesInside(XMLNode item, XMLNode node) const {
+    ItemTimes times = timesOfHolder(item);
+    const auto [in, out] = node.firstChildren({"in", "out"});
+    if (!in && !out) return times;
+    times.in = in ? std::optional(framesOf(in)) : std::nullopt;
+    times.out = out ? std::optional(framesOf(out)) : std::nullopt;
+    return times;
 }
 
 Change& TimelineEdit::record(ChangeKind kind, XMLNode node) {
@@ -154,8 +199,8 @@ Change& TimelineEdit::record(ChangeKind kind, XMLNode node) {
     change.trackBefore = change.trackAfter = place.track;
     change.holder = place.holder;
     change.countsAsItem = place.isTrackItem;
-    change.before = ItemTimes::of(node);
-    if (change.holder && change.before == ItemTimes{}) change.before = timesOfHolder(change.holder);
+    change.before =
+        change.holder && !isItem(node) ? timesInside(change.holder, node) : times(node);
     change.after = change.before;
     return change;
 }
@@ -187,7 +232,8 @@ void TimelineEdit::place(XMLNode node, EditJournal::Place to) {
         lastLabel_ = {};
         lastHolder_ = {};
     }
-    if (!isTimelineItem(node)) ++changesInsideItems_;
+    const bool isAnItem = isItem(node);
+    if (!isAnItem) ++changesInsideItems_;
     const XMLNode from = node.parent();
     if (!to.parent)
         node.detach();
@@ -195,30 +241,37 @@ void TimelineEdit::place(XMLNode node, EditJournal::Place to) {
         to.parent.insertBefore(node, to.next);
     else
         to.parent.appendChild(node);
+    if (isAnItem && labels_.contains(to.parent)) facts_.add(node);
     if (TrackIndex* const index = indexOf(from))
         index->removed(sequenceIndex_.find(node));
     else
-        changedBelow(from, node);
+        changedBelow(from, node, Below::moved);
     if (TrackIndex* const index = indexOf(to.parent))
         index->placed(node, to.next ? sequenceIndex_.find(to.next) : TrackIndex::none);
     else
-        changedBelow(to.parent, node);
+        changedBelow(to.parent, node, Below::moved);
 }
 
-void TimelineEdit::changedBelow(XMLNode parent, XMLNode node) {
-    // An index reads of an item what its edges say, and nothing else.
-    for (; parent; node = parent, parent = parent.parent()) {
+void TimelineEdit::changedBelow(XMLNode parent, XMLNode node, Below how) {
+    for (; parent; node = parent, parent = parent.parent(), how = Below::rewritten) {
+        if (how == Below::moved)
+            facts_.movedChild(parent, node);
+        else
+            facts_.changedChild(parent, node);
+        // An index reads of an item what its edges say, and nothing else.
         if (node.isElement("start") || node.isElement("end"))
             if (TrackIndex* const index = indexOf(parent.parent()))
                 return index->retimed(sequenceIndex_.find(parent));
         // Nor does an edge hold items.
-        if (isTimelineItem(parent)) return;
+        if (isItem(parent)) return;
     }
 }
 
 void TimelineEdit::writeText(XMLNode element, std::string_view text) {
     lastHolder_ = {};
-    if (!isOwnTime(element)) ++changesInsideItems_;
+    // An item's own, not one of its filters.
+    const bool isOwnTime = isTime(element) && isItem(element.parent());
+    if (!isOwnTime) ++changesInsideItems_;
     const XMLNode only = element.firstChild();
     if (only && !only.nextSibling() && only.kind() == XMLKind::text) {
         journal_.noteText(element);
@@ -230,7 +283,7 @@ void TimelineEdit::writeText(XMLNode element, std::string_view text) {
         if (TrackIndex* const index = indexOf(element))
             index->placed(element.firstChild(), TrackIndex::none);
     }
-    changedBelow(element, element.firstChild());
+    changedBelow(element, element.firstChild(), Below::moved);
 }
 
 void TimelineEdit::rollback(const Checkpoint& checkpoint) {
@@ -240,7 +293,7 @@ void TimelineEdit::rollback(const Checkpoint& checkpoint) {
             entry.node.setAttribute(entry.attribute, entry.text);
         } else if (entry.isText) {
             entry.node.setText(entry.text);
-            changedBelow(entry.node, entry.node.firstChild());
+            changedBelow(entry.node, entry.node.firstChild(), Below::moved);
         } else {
             place(entry.node, entry.place);
             journal_.takeLast();  // going back is nothing to take back
@@ -295,13 +348,20 @@ void TimelineEdit::move(XMLNode item, const TrackIndex& to, std::size_t childPla
     const TrackIndex::Id next = to.entryAt(isPassed ? childPlace + 1 : childPlace);
     place(item, {to.track(), next == TrackIndex::none ? XMLNode() : to.entry(next).node});
     change.trackAfter = label(item);
-    listsAreOld();
+    listsAreOutOfOrder();
 }
 
 void TimelineEdit::writeTimes(XMLNode item, const ItemTimes& times) {
     const auto write = [this](XMLNode element, const std::optional<Frames>& value) {
         if (element && value) writeText(element, value->text());
     };
+    if (const ItemFacts* const known = facts(item)) {
+        write(known->start, times.start);
+        write(known->end, times.end);
+        write(known->in, times.in);
+        write(known->out, times.out);
+        return;
+    }
     const auto [start, end, in, out] = item.firstChildren({"start", "end", "in", "out"});
     write(start, times.start);
     write(end, times.end);
@@ -323,13 +383,13 @@ void TimelineEdit::trim(XMLNode item, const ItemTimes& times, const std::string&
 }
 
 XMLNode TimelineEdit::split(XMLNode item, FrameRange gap, const ItemTimes& right) {
-    const ItemTimes whole = ItemTimes::of(item);
+    const ItemTimes whole = times(item);
     const XMLNode left = item.copy();
     pieces_.emplace(left, wholeOf(item));
     trim(item, right);
     writeTimes(left, {.start = {}, .end = gap.start, .in = {}, .out = {}});
     place(left, {item.parent(), item});
-    listsAreOld();
+    listsAreOutOfOrder();
     Change& change = record(ChangeKind::split, left);
     change.before = whole;
     return left;
@@ -339,7 +399,7 @@ void TimelineEdit::insertItem(const TrackIndex& track, XMLNode item, std::size_t
     const TrackIndex::Id next = track.entryAt(childPlace);
     place(item, {track.track(), next == TrackIndex::none ? XMLNode() : track.entry(next).node});
     for (auto& [name, list] : listed_)
-        if (item.name() == name || item.hasDescendant(name)) list.isCurrent = false;
+        if (item.name() == name || item.hasDescendant(name)) list.isInOrder = false;
     Change& change = record(ChangeKind::inserted, item);
     change.trackBefore = {};
     change.before = {};
@@ -351,7 +411,7 @@ void TimelineEdit::setText(XMLNode element, std::string_view text) {
 }
 
 void TimelineEdit::noteKept(XMLNode clip, const std::string& reason) {
-    ledger_.kept.push_back({step_, clip, label(clip), ItemTimes::of(clip), reason});
+    ledger_.kept.push_back({step_, clip, label(clip), times(clip), reason});
 }
 
 void TimelineEdit::noteKeptAsAsked(XMLNode clip, const std::string& reason) {
@@ -376,8 +436,11 @@ void TimelineEdit::rewrite(XMLNode about, std::span<const Rewrite> rewrites,
 
 void TimelineEdit::define(XMLNode reference, XMLNode definition, const std::string& reason) {
     record(ChangeKind::changed, reference).reason = ledger_.addReason(reason);
-    for (XMLNode child = definition.firstChild(); child; child = child.nextSibling())
-        journal_.noteCreated(reference.appendCopy(child));
+    for (XMLNode child = definition.firstChild(); child; child = child.nextSibling()) {
+        const XMLNode copy = reference.appendCopy(child);
+        journal_.noteCreated(copy);
+        facts_.movedChild(reference, copy);
+    }
     ++changesInsideItems_;
     lastHolder_ = {};
     listsAreOld();

@@ -7,9 +7,12 @@
 
 #include "timeline/ChangeLedger.h"
 #include "timeline/EditJournal.h"
+#include "timeline/ItemFacts.h"
 #include "timeline/TrackIndex.h"
 #include "xml/XMLNode.h"
 
+#include <cstdint>
+#include <functional>
 #include <map>
 #include <memory>
 #include <span>
@@ -54,14 +57,30 @@ public:
 
     /// All elements of that name that stand in the sequence now, in document order. One walk over
     /// the sequence lists every name that was asked for or expected so far. When items have come in
-    /// or moved since, the next call walks again.
+    /// or moved since, the next call goes over the items again.
     std::vector<XMLNode> elementsNamed(std::string_view name);
     /// Announces names that will be asked for. The first walk then lists them all.
     void expectElements(std::span<const std::string_view> names);
+    /// Makes that walk now, reads the facts of all items on its way, and shows each of them.
+    void readItems(const std::function<void(const ItemFacts&)>& show = {});
 
     /// The index of a track, built when first asked for. The reference stays valid as long as this
     /// object lives. Whatever was edited, it answers for the track as it is at each question.
     const TrackIndex& index(XMLNode track);
+
+    /// What is known of a clip, generator or transition that stands in a track; null for anything
+    /// else. As current as the tree; the reference stays valid as long as this object lives, and is
+    /// as current as the last question. Its filter is only asked for by the second one.
+    const ItemFacts* facts(XMLNode item) const { return facts_.find(item); }
+    const ItemFacts* factsWithFilter(XMLNode item) const { return facts_.findWithFilter(item); }
+    /// Items of tracks are numbered from 0; only they have a number.
+    std::size_t numberOf(XMLNode item) const { return facts_.numberOf(item); }
+    /// The item's times, or those of any other element.
+    ItemTimes times(XMLNode node) const;
+    bool isTransition(XMLNode node) const;
+    /// Whether a clip, generator or transition of a track may hold others, as sequences and
+    /// multiclips do.
+    bool mayHoldItems(XMLNode item) const;
 
     /// Grows whenever something inside the items was changed, apart from their own times. What was
     /// found out about the inside of an item holds as long as this stays the same.
@@ -152,16 +171,22 @@ private:
         bool isTrackItem = false;  ///< a clip, generator or transition that stands in a track
     };
     Place placeOf(XMLNode node) const;
-    const ItemTimes& timesOfHolder(XMLNode item) const;
+    ItemTimes timesOfHolder(XMLNode item) const;
+    /// Of an element that stands inside an item: the item's place, and its own `in` and `out`.
+    ItemTimes timesInside(XMLNode item, XMLNode node) const;
     TrackLabel labelAbove(XMLNode node) const;
+    bool isItem(XMLNode node) const;
+    bool isLoose(XMLNode item) const;
+    std::vector<XMLNode> itemsLeft() const;
     void recordRemoval(XMLNode node, std::size_t reason);
     TrackIndex* indexOf(XMLNode track) const;
     /// Puts a node where it is to stand, or nowhere.
     void place(XMLNode node, EditJournal::Place to);
     void writeText(XMLNode element, std::string_view text);
     void writeTimes(XMLNode item, const ItemTimes& times);
-    /// Something below `parent` has changed: `node`, or the text of it.
-    void changedBelow(XMLNode parent, XMLNode node);
+    /// Something below `parent` has changed: `node` has come or gone, or its text is another one.
+    enum class Below { moved, rewritten };
+    void changedBelow(XMLNode parent, XMLNode node, Below how);
     /// Answers whether a node stands in the sequence; for many nodes in document order.
     class Standing;
 
@@ -184,17 +209,31 @@ private:
         ItemTimes times;
     } mutable lastHolder_;
     std::size_t changesInsideItems_ = 0;
-    SequenceIndex sequenceIndex_;
+    ItemFactsTable facts_;  ///< of the items on tracks
+    SequenceIndex sequenceIndex_{&facts_};
     std::unordered_map<XMLNode, std::unique_ptr<TrackIndex>> indexes_;
     EditJournal journal_;
 
+    // All elements of one name, those taken out too. What stands in one item of a track is listed
+    // in one stretch: where only items have come, gone or moved, these are put in order again.
     struct ListedElements {
-        std::vector<XMLNode> elements;  ///< those taken out too
+        struct Stretch {
+            std::uint32_t first = 0;
+            std::uint32_t count = 0;
+        };
+        std::vector<XMLElement> elements;
+        std::vector<Stretch> ofItems;  ///< by the items' numbers; shorter when there are new ones
         bool isCurrent = false;
+        bool isInOrder = false;
     };
     std::map<std::string, ListedElements, std::less<>> listed_;
-    void listElements();
+    std::vector<bool> holdNone_;  ///< by number, whether an item held no others in the last walk
+    void listAgain(const std::function<void(const ItemFacts&)>& show = {});
+    void putInOrder(std::string_view name, ListedElements& list);
+    template <class VisitElement, class VisitItem>
+    void walkAroundItems(const VisitElement& visitElement, const VisitItem& visitItem) const;
     void listsAreOld();
+    void listsAreOutOfOrder();
 };
 
 }  // namespace reelsweep

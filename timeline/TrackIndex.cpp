@@ -28,8 +28,13 @@ SequenceIndex::Id SequenceIndex::add(XMLNode xml) {
     if (count_ % pageSize == 0) pages_.push_back(std::make_unique<TreeNode[]>(pageSize));
     const Id id = count_++;
     slots_[slotOf(xml)] = id;
-    node(id).entry = TrackEntry::of(xml);
+    node(id).entry = read(xml);
     return id;
+}
+
+TrackEntry SequenceIndex::read(XMLNode node) const {
+    const ItemFacts* const known = facts_ ? facts_->find(node) : nullptr;
+    return known ? known->entry() : TrackEntry::of(node);
 }
 
 // Building and walking
@@ -70,7 +75,7 @@ TrackIndex::Id TrackIndex::enter(XMLNode node) const {
         // A tree that has not followed the node's way out still holds it.
         if (const TrackIndex* const home = at(id).home) home->rebuild();
         // No index read its times while it stood on no track, or on one that was not followed.
-        at(id).entry = TrackEntry::of(node);
+        at(id).entry = sequence_->read(node);
     }
     return id;
 }
@@ -370,7 +375,7 @@ void TrackIndex::retimed(Id id) {
     if (!follows()) return markStale();
     TrackEntry& entry = at(id).entry;
     const TrackEntry before = entry;
-    entry = TrackEntry::of(before.node);
+    entry = sequence_->read(before.node);
     entry.stopsBackwardWalk = before.stopsBackwardWalk;
     entry.stopsForwardWalk = before.stopsForwardWalk;
     pullUpFrom(id);

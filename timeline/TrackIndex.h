@@ -21,6 +21,7 @@
 // Thread rule: the thread that edits the sequence.
 #pragma once
 
+#include "timeline/ItemFacts.h"
 #include "timeline/TrackEntry.h"
 
 #include <cstdint>
@@ -39,6 +40,9 @@ class SequenceIndex {
 public:
     using Id = std::uint32_t;
     static constexpr Id none = std::numeric_limits<Id>::max();
+
+    /// What is known of items is read from there; null reads their elements.
+    explicit SequenceIndex(const ItemFactsTable* facts) : facts_(facts) {}
 
     /// The reference stays valid while the sequence is edited, and is as current as the index.
     const TrackEntry& entry(Id id) const { return node(id).entry; }
@@ -78,11 +82,14 @@ private:
     /// The number of a node, which gets one when it has none.
     Id add(XMLNode xml);
     std::size_t slotOf(XMLNode node) const;
+    /// The entry of a node as it is now.
+    TrackEntry read(XMLNode node) const;
 
     /// Nodes stay where they are, so that whoever looks at one may edit.
     static constexpr std::size_t pageSize = 512;
     TreeNode& node(Id id) const { return pages_[id / pageSize][id % pageSize]; }
 
+    const ItemFactsTable* facts_;
     std::vector<std::unique_ptr<TreeNode[]>> pages_;
     Id count_ = 0;
     std::vector<Id> slots_;  ///< numbers by node, open addressing; a power of two of them

@@ -154,12 +154,27 @@ public:
 
 private:
     friend struct XMLAccess;
+    friend class XMLElement;
     void findFirstChildren(const std::string_view* names, XMLNode* found, std::size_t count) const;
     XMLNode(pugi::xml_node_struct* node, pugi::xml_attribute_struct* attribute)
         : node_(node), attribute_(attribute) {}
 
     pugi::xml_node_struct* node_ = nullptr;
     pugi::xml_attribute_struct* attribute_ = nullptr;
+};
+
+/// A handle on an element, or on none, in half the room: for tables of very many.
+class XMLElement {
+public:
+    XMLElement() = default;
+    XMLElement(const XMLNode& element) : node_(element.node_) {}
+    operator XMLNode() const { return {node_, nullptr}; }
+    XMLNode operator*() const { return *this; }
+    explicit operator bool() const { return node_ != nullptr; }
+    bool operator==(const XMLElement&) const = default;
+
+private:
+    pugi::xml_node_struct* node_ = nullptr;
 };
 
 /// For log lines: an element as its start tag and its name, such as `<clipitem id="c1"> "Harbour"`.

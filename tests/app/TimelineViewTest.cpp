@@ -2,12 +2,15 @@
 #include "app/QVFCPDocWindow.h"
 #include "app/TimelineView.h"
 #include "tests/app/DocumentWindowTest.h"
+#include "tests/timeline/SampleFiles.h"
 
 #include <QContextMenuEvent>
 #include <QLineEdit>
 #include <QMenu>
 #include <QTabWidget>
 #include <QWheelEvent>
+
+#include <algorithm>
 
 namespace reelsweep::test {
 namespace {
@@ -226,6 +229,50 @@ TEST_F(AppTest, SeesItFirstSavesTheCopyAndLosesNothing) {
     const std::size_t off = saved.find("<enabled>FALSE");
     EXPECT_NE(off, std::string::npos);
     EXPECT_EQ(saved.find("<enabled>FALSE", off + 1), std::string::npos);
+}
+
+// A real export, when the folder of exports is there: its default passes would leave an edge that
+// nothing places, and it has no project.
+TEST_F(AppTest, TidiesARealExportFromOpeningToOpeningTheCopy) {
+    const std::vector<std::filesystem::path> files = sampleFiles();
+    const auto file = std::find_if(files.begin(), files.end(), [](const auto& one) {
+        return one.filename() == "resolve_export.xml";
+    });
+    if (file == files.end()) GTEST_SKIP() << "the folder of exports is not there";
+    const std::string contents = contentsOf(*file);
+    DocumentWindow* const window = open("resolve.xml", contents);
+    ASSERT_TRUE(window);
+    EXPECT_TRUE(child<QLabel>(window, "bannerLabel")->isVisible());
+    setOptions(window, {"collapseTracks", "removeUnusedTracks", "keepPicture", "importSafe"});
+    ASSERT_TRUE(comesTrue([&] { return note(window).starts_with("Preview: "); })) << note(window);
+    const std::string all = note(window);
+    TimelineView* const view = timelineView(window);
+    view->selectChange(1);
+    const std::string moved = selectedName(view);
+    ASSERT_NE(moved, "none");
+    ASSERT_NO_FATAL_FAILURE(chooseFromClipMenu(window, "Leave This Clip Alone"));
+    ASSERT_TRUE(comesTrue([&] {
+        return note(window).starts_with("Preview: ") && note(window) != all;
+    })) << note(window);
+    process(window);
+    EXPECT_TRUE(answerAlert("Not Now"));
+    ASSERT_TRUE(ends(window));
+
+    window->close();
+    EXPECT_EQ(alertText().substr(0, 28), "Do you want to save the tidi");
+    EXPECT_TRUE(answerAlert("Cancel"));
+    QTest::mouseClick(child<QPushButton>(window, "exportBtn"), Qt::LeftButton);
+    const std::string copy = folder / "resolve-Tidied.xml";
+    choose(window, copy);
+    ASSERT_TRUE(comesTrue([&] { return !window->hasUnsavedResult(); }));
+    EXPECT_TRUE(window->close());
+    EXPECT_EQ(shownAlert(), nullptr);
+    EXPECT_EQ(contentsOf(folder / "resolve.xml"), contents);
+
+    DocumentWindow* const again = controller.documents().open(toQString(copy));
+    ASSERT_TRUE(again);
+    ASSERT_TRUE(comesTrue([&] { return table(again)->model()->rowCount() == 1; }));
+    EXPECT_EQ(table(again)->model()->index(0, 1).data().toString(), "edit_v02 (Resolve)-Tidied");
 }
 
 TEST_F(AppTest, LeavesAClipAloneAndRemembersIt) {

@@ -69,6 +69,12 @@ TEST(Ledger, TellsEachChangeWithTracksTimesAndReason) {
          "V1: A[0,9)+Blur'M",
          {"removed Blur in A V1> [0,9)@0:9: all filters are removed",
           "removed M in A V1> [0,9)@0:9: all markers are removed"}},
+        // Some systems write filters with times that count in the clip's media.
+        {{"removeFilters", "removeMarkers"},
+         "V1: A[50,59)@20:29{<filter><start>-1</start><end>999</end><effect><name>Blur</name>"
+         "</effect></filter>}{<marker><name>M</name><in>22</in><out>-1</out></marker>}",
+         {"removed Blur in A V1> [50,59)@20:29: all filters are removed",
+          "removed M in A V1> [50,59)@22:-1: all markers are removed"}},
         {{"removeVideoTransitions"},
          "V1: A[0,-1)@0:9 x[5,9) B[9,20)",
          {"trimmed A V1 [0,-1)@0:9 > [0,9)@0:5",

@@ -326,21 +326,26 @@ private:
         return width == 0 || width_ == 0 || width >= width_;
     }
 
+    static Frames sourceAt(const PlainItem& item, Frames f) {
+        return leadingFrames(textOf(item.node, "in")) + f - item.anchor;
+    }
+
     // A nested sequence hides what is below it only where its own picture is full.
     bool nestedIsFull(const PlainItem& item, Frames f) const {
         const XMLNode nested = nestedOf(item.node);
         if (!nested) return true;
         for (const PlainEffect& effect : effectsOf(item.node))
             if (effect.name == "timeremap") return false;
+        if (sourceAt(item, item.end) < sourceAt(item, item.start)) return false;
         bool isFull = false;
         PlainSequence(document_, definitionOf(document_, nested), true)
-            .at(leadingFrames(textOf(item.node, "in")) + f - item.anchor, true, &isFull);
+            .at(sourceAt(item, f), true, &isFull);
         return isFull;
     }
 
     Text textAt(const PlainItem& item, Frames f, bool isIn, bool isOut) const {
-        const Frames source = leadingFrames(textOf(item.node, "in")) + f - item.anchor;
-        Text text = item.look + plainSource(document_, item.node, isVideo_, item.hasPlace, source);
+        Text text = item.look +
+                    plainSource(document_, item.node, isVideo_, item.hasPlace, sourceAt(item, f));
         if (isIn) text += " into " + plainTransition(item.in.transition);
         if (isOut) text += " out of " + plainTransition(item.out.transition);
         return text;

@@ -79,7 +79,8 @@ void expectOnRandomTimelines(const Check& check, const Maker& make) {
         const Fault fault = outcome(check, timeline, "", tooLarge);
         if (!fault) continue;
         const std::string smallest = reduced(timeline, fault.part, check);
-        FAIL() << "seed " << seed << ", " << fault.part << "\n  " << smallest << "\n"
+        FAIL() << "seed " << seed << ", " << fault.part << "\n  " << timeline << "\n"
+               << fault.text << "\n  smallest: " << smallest << "\n"
                << check(smallest, fault.part).text;
     }
     EXPECT_LE(tooLarge, count / 100);

@@ -165,6 +165,39 @@ TEST(PictureDifference, LooksIntoNestedSequencesFrameByFrame) {
     EXPECT_TRUE(same.isSame());
     const PictureDifference other(valueOf(nested(b)), valueOf(nested(later)));
     EXPECT_EQ(differencesText(other, MediaType::video), "changed other media [20,22)");
+    const auto endless =
+        "<clipitem><name>d</name><start>30</start><end>9223372036854775807</end></clipitem>";
+    const PictureDifference toTheEnd(valueOf(nested(b)), valueOf(nested(endless)));
+    EXPECT_EQ(differencesText(toTheEnd, MediaType::video), "changed other media [20,50)");
+}
+
+// Two nested sequences that are heard at once, with the names of each and of its clip.
+std::string twoScenes(const char* first, const char* firstClip, const char* second,
+                      const char* secondClip) {
+    const auto scene = [](const char* name, const char* clip) {
+        return std::string("{<sequence><name>") + name +
+               "</name><media><audio><track><clipitem><name>" + clip +
+               "</name><start>0</start><end>30</end></clipitem></track></audio></media></"
+               "sequence>}";
+    };
+    return "A1: N[0,30)" + scene(first, firstClip) + " A2: M[0,30)" + scene(second, secondClip);
+}
+
+TEST(PictureDifference, ANestedSequenceIsWhatItHoldsWhateverItIsCalled) {
+    struct Row {
+        const char* name;
+        std::string copy;
+        const char* differences;
+    };
+    const std::string source = twoScenes("One", "a", "Two", "b");
+    for (const Row& row :
+         {Row{"BothRenamed", twoScenes("Any", "a", "Other", "b"), ""},
+          Row{"OneRenamed", twoScenes("Zwei", "a", "Two", "b"), ""},
+          Row{"OnOtherTracks", twoScenes("Two", "b", "One", "a"), ""},
+          Row{"OtherContents", twoScenes("One", "a", "Two", "c"), "changed other media [0,30)"}}) {
+        const PictureDifference difference(valueOf(source), valueOf(row.copy));
+        EXPECT_EQ(differencesText(difference, MediaType::audio), row.differences) << row.name;
+    }
 }
 
 TEST(PictureDifference, LooksForWhatChangedInTheWholeMix) {

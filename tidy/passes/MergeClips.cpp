@@ -91,7 +91,7 @@ bool cut(PassRun& run, const TrackIndex& lower, Id id, FrameRange range,
          const std::string& reason) {
     const TrackEntry& entry = lower.entry(id);
     const XMLNode clip = entry.node;
-    const Frames in = framesOf(clip.child("in"));
+    const Frames in = run.edit.times(clip).in.value_or(Frames{0});
     const ItemTimes tail{
         .start = range.end, .end = {}, .in = in - entry.wholeTexts.start + range.end, .out = {}};
     switch (overlapOf(entry.wholeTexts, range)) {

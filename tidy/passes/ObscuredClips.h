@@ -45,8 +45,9 @@ Outcome visitOpaqueClips(PassRun& run, Visit visit) {
         const TrackIndex& lower = run.edit.index(tracks[u - 1]);
         for (const TrackIndex::Id id : upper.items()) {
             if (run.cancelled()) return PassRun::stopped();
-            const bool showsThrough = run.transparentClips.hold(id, run.edit, [&] {
-                return isClipTransparent(upper.entry(id).node, run.ignoredEffects);
+            const XMLNode node = upper.entry(id).node;
+            const bool showsThrough = run.transparentClips.hold(node, run.edit, [&] {
+                return isClipTransparent(*run.edit.factsWithFilter(node), run.ignoredEffects);
             });
             if (showsThrough) continue;
             const OpaqueClip clip{upper, lower, static_cast<int>(u) - 1, id, upper.group(id)};

@@ -41,6 +41,7 @@ Outcome collapseTracksFromTheBottom(PassRun& run);
 Outcome mergeClips(PassRun& run);
 
 /// Whether a clip lets the track below show through: then it hides nothing.
+bool isClipTransparent(const ItemFacts& clip, const std::vector<std::string>& ignoredEffects);
 bool isClipTransparent(XMLNode clip, const std::vector<std::string>& ignoredEffects);
 
 }  // namespace reelsweep::passes

@@ -9,16 +9,11 @@ namespace reelsweep::passes {
 
 namespace {
 
-// Only the item's own child counts: filters and tracks have an `enabled` too.
-bool isDisabled(XMLNode clip) {
-    for (const XMLNode enabled : childrenNamed(clip, "enabled"))
-        if (hasText(enabled, "FALSE")) return true;
-    return false;
-}
+bool isDisabled(const ItemFacts& clip) { return clip.isDisabled; }
 
 // The level must be written exactly "0": "0.0" is left alone, as an editor may have drawn it so.
-bool isSilent(XMLNode clip) {
-    for (const XMLNode filter : childrenNamed(clip, "filter")) {
+bool isSilent(const ItemFacts& clip) {
+    for (XMLNode filter = clip.firstFilter; filter; filter = filter.nextSibling("filter")) {
         const XMLNode effect = filter.child("effect");
         bool isLevels = false;
         for (const XMLNode effectid : childrenNamed(effect, "effectid"))
@@ -30,13 +25,26 @@ bool isSilent(XMLNode clip) {
     return false;
 }
 
-template <class Wanted>
-std::vector<XMLNode> clipsInMainTracks(XMLNode sequence, MediaType type, Wanted wanted) {
+using Wanted = bool (*)(const ItemFacts& clip);
+
+bool is(Wanted wanted, const TimelineEdit& edit, XMLNode node) {
+    const ItemFacts* const known = edit.factsWithFilter(node);
+    return known && known->isClip() && wanted(*known);
+}
+
+std::vector<XMLNode> clipsInMainTracks(const TimelineEdit& edit, MediaType type, Wanted wanted) {
     std::vector<XMLNode> clips;
-    for (const XMLNode track : mainTracks(sequence, type))
+    for (const XMLNode track : mainTracks(edit.sequence(), type))
         for (XMLNode node = track.firstChild(); node; node = node.nextSibling())
-            if (isClip(node) && wanted(node)) clips.push_back(node);
+            if (is(wanted, edit, node)) clips.push_back(node);
     return clips;
+}
+
+// The same as affectedNodesForClip, which most clips need not be asked for.
+std::vector<XMLNode> groupOf(const TimelineEdit& edit, XMLNode clip) {
+    const ItemFacts* const known = edit.facts(clip);
+    if (known && known->standsAlone()) return {clip};
+    return QVXMLParser::affectedNodesForClip(clip);
 }
 
 bool runsInto(XMLNode clip, const char* edge) {
@@ -67,16 +75,15 @@ void noteThoseThatStay(PassRun& run, XMLNode clip, const std::vector<XMLNode>& g
                                         ", and itself not");
 }
 
-template <class Wanted>
 Outcome removeWithGroups(PassRun& run, const std::vector<XMLNode>& clips, const std::string& reason,
                          Wanted wanted) {
     Log::fastAppend("Clips to disable: %@", description(clips));
     for (const XMLNode& clip : clips) {
         if (run.cancelled()) return PassRun::stopped();
-        const std::vector<XMLNode> group = QVXMLParser::affectedNodesForClip(clip);
+        const std::vector<XMLNode> group = groupOf(run.edit, clip);
         const bool goesWhole =
             !run.isCareful() || std::all_of(group.begin(), group.end(), [&](XMLNode node) {
-                return !isClip(node) || wanted(node);
+                return !isClip(node) || is(wanted, run.edit, node);
             });
         if (run.keepsAny(group)) continue;
         for (const XMLNode& node : goesWhole ? group : itselfAndItsOwnTransitions(clip))
@@ -89,7 +96,7 @@ Outcome removeWithGroups(PassRun& run, const std::vector<XMLNode>& clips, const 
 
 Outcome removeDisabledClips(PassRun& run, MediaType type) {
     run.showProgress("Removing disabled " + std::string(description(type)) + " clips...");
-    const auto clips = clipsInMainTracks(run.sequence(), type, isDisabled);
+    const auto clips = clipsInMainTracks(run.edit, type, isDisabled);
     return removeWithGroups(run, clips, "disabled", isDisabled);
 }
 
@@ -106,7 +113,7 @@ Outcome removeDisabledAudioClips(PassRun& run) {
 Outcome removeSilentAudio(PassRun& run) {
     run.showProgress("Removing silent audio clips...");
     // Logs the words of the disabled-clip pass on purpose: people who read logs search for them.
-    const auto clips = clipsInMainTracks(run.sequence(), MediaType::audio, isSilent);
+    const auto clips = clipsInMainTracks(run.edit, MediaType::audio, isSilent);
     return removeWithGroups(run, clips, "level 0", isSilent);
 }
 

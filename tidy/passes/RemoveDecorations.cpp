@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <span>
 
 namespace reelsweep::passes {
 
@@ -16,10 +17,25 @@ std::string reasonFor(std::string_view element, const ElementRule& rule) {
     return (rule.isEmpty() ? "all " : "these ") + std::string(element) + "s are removed";
 }
 
+// Looks at what taking these out will need. The elements lie far apart in memory: looked at in a
+// row they arrive together, where each by itself would be waited for.
+void lookAhead(std::span<const XMLNode> elements) {
+    for (const XMLNode& element : elements) {
+        static_cast<void>(element.firstChild().rawName());
+        static_cast<void>(element.previousSibling().kind());
+        static_cast<void>(element.nextSibling().kind());
+    }
+}
+
 Outcome removeAllNamed(PassRun& run, std::string_view element, const ElementRule& rule,
                        NamesOf namesOf) {
+    constexpr std::size_t atOnce = 16;
     const std::string reason = reasonFor(element, rule);
-    for (const XMLNode& node : run.edit.elementsNamed(element)) {
+    const std::vector<XMLNode> elements = run.edit.elementsNamed(element);
+    for (std::size_t i = 0; i < elements.size(); ++i) {
+        if (i % atOnce == 0)
+            lookAhead(std::span(elements).subspan(i, std::min(atOnce, elements.size() - i)));
+        const XMLNode node = elements[i];
         if (run.cancelled()) return PassRun::stopped();
         if (!rule.isEmpty() && rule.keeps(namesOf(node))) continue;
         if (run.keepsWhatHolds(node)) continue;
@@ -33,14 +49,14 @@ constexpr Frames noTime{0};  // what a time that is missing counts as
 // Gives the clips on both sides of a transition real edges, so that they meet at a cut. An odd
 // length leaves one frame between them: both sides take the half that is rounded down.
 void closeOver(PassRun& run, XMLNode transition) {
-    const ItemTimes times = ItemTimes::of(transition);
+    const ItemTimes times = run.edit.times(transition);
     const Frames start = times.start.value_or(noTime);
     const Frames end = times.end.value_or(noTime);
     const Frames length = std::max(end - start, Frames{0});
     const XMLNode outgoing = transition.previousSibling();
     const XMLNode incoming = transition.nextSibling();
-    const ItemTimes outgoingTimes = ItemTimes::of(outgoing);
-    const ItemTimes incomingTimes = ItemTimes::of(incoming);
+    const ItemTimes outgoingTimes = run.edit.times(outgoing);
+    const ItemTimes incomingTimes = run.edit.times(incoming);
     const bool outgoingRunsIn = outgoingTimes.end == edgeInTransition;
     const bool incomingRunsIn = incomingTimes.start == edgeInTransition;
     const Frames amount = outgoingRunsIn && incomingRunsIn ? length.half() : length;
@@ -61,13 +77,13 @@ void closeOver(PassRun& run, XMLNode transition) {
 // Of an odd length the incoming clip takes the frame more.
 //   [aaaa(xx)      ->   [aaaaaa]
 void closeInSync(PassRun& run, XMLNode transition) {
-    const ItemTimes times = ItemTimes::of(transition);
+    const ItemTimes times = run.edit.times(transition);
     const Frames start = times.start.value_or(noTime);
     const Frames end = std::max(times.end.value_or(noTime), start);
     const XMLNode outgoing = transition.previousSibling();
     const XMLNode incoming = transition.nextSibling();
-    const ItemTimes outgoingTimes = ItemTimes::of(outgoing);
-    const ItemTimes incomingTimes = ItemTimes::of(incoming);
+    const ItemTimes outgoingTimes = run.edit.times(outgoing);
+    const ItemTimes incomingTimes = run.edit.times(incoming);
     const bool outgoingRunsIn = outgoingTimes.end == edgeInTransition;
     const bool incomingRunsIn = incomingTimes.start == edgeInTransition;
     const Frames middle = start + (end - start).half();
@@ -96,8 +112,8 @@ Outcome removeTransitions(PassRun& run, MediaType type) {
     run.showProgress("Removing audio transitions...");
     std::vector<XMLNode> transitions;
     for (const XMLNode track : mainTracks(run.sequence(), type))
-        for (const XMLNode transition : childrenNamed(track, "transitionitem"))
-            transitions.push_back(transition);
+        for (XMLNode node = track.firstChild(); node; node = node.nextSibling())
+            if (run.edit.isTransition(node)) transitions.push_back(node);
     const ElementRule rule = run.rules ? run.rules->transitions : ElementRule();
     std::erase_if(transitions, [&](XMLNode transition) { return isToStay(run, rule, transition); });
     for (const XMLNode& transition : transitions) {

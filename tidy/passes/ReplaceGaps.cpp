@@ -65,11 +65,21 @@ private:
     std::size_t slugCount_ = 0;
 };
 
-std::vector<XMLNode> clipsBelow(XMLNode track) {
+std::vector<XMLNode> clipsBelow(const TimelineEdit& edit, XMLNode track) {
     std::vector<XMLNode> clips;
-    track.forEachDescendant({"clipitem", "generatoritem"},
-                            [&](XMLNode clip) { clips.push_back(clip); });
+    for (XMLNode node = track.firstChild(); node; node = node.nextSibling()) {
+        const ItemFacts* const known = edit.facts(node);
+        if (known ? known->isClip() : isClip(node)) clips.push_back(node);
+        if (edit.mayHoldItems(node))
+            node.forEachDescendant({"clipitem", "generatoritem"},
+                                   [&](XMLNode clip) { clips.push_back(clip); });
+    }
     return clips;
+}
+
+std::string startText(const TimelineEdit& edit, XMLNode clip) {
+    const ItemFacts* const known = edit.facts(clip);
+    return (known ? *known->start : clip.child("start")).stringValue();
 }
 
 XMLNode firstVideoTrack(XMLNode sequence) {
@@ -149,13 +159,13 @@ Outcome replaceGaps(PassRun& run) {
     if (run.cancelled()) return PassRun::stopped();
     SlugMaker slugs(run.edit, run.isCareful());
     if (run.isCareful()) return fillHoles(run, track, slugs);
-    const std::vector<XMLNode> clips = clipsBelow(track);
+    const std::vector<XMLNode> clips = clipsBelow(run.edit, track);
     const TrackIndex& index = run.edit.index(track);
     ClipRanges ranges(run.edit);
     Frames previousEnd;
     for (const XMLNode& clip : clips) {
         if (run.cancelled()) return PassRun::stopped();
-        Log::fastAppend("clip start: %@", clip.child("start").stringValue());
+        Log::fastAppend("clip start: %@", startText(run.edit, clip));
         const auto [range, place] = ranges.next(clip);
         Log::fastAppend("range start: %i", range.start.count);
         Log::fastAppend("range end: %i", range.end.count);

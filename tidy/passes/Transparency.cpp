@@ -128,16 +128,20 @@ FirstValues firstValues(XMLNode firstFilter) {
 }  // namespace
 
 bool isClipTransparent(XMLNode clip, const std::vector<std::string>& ignoredEffects) {
-    const auto [modeElement, firstFilter] = clip.firstChildren({"compositemode", "filter"});
-    const XMLNode compositeMode = modeElement.firstText();
+    return isClipTransparent(ItemFacts::of(clip), ignoredEffects);
+}
+
+bool isClipTransparent(const ItemFacts& clip, const std::vector<std::string>& ignoredEffects) {
+    const XMLNode firstFilter = clip.firstFilter;
+    const XMLNode compositeMode = (*clip.compositeMode).firstText();
     if (compositeMode && compositeMode.value() != "normal") return true;
     if (firstFilter) {
         const FirstValues values = firstValues(firstFilter);
         if (isBelowHundred(values.opacity) || values.crops || isBelowHundred(values.mix))
             return true;
     }
-    if (clip.isElement("generatoritem")) {
-        const XMLNode name = clip.child("effect").child("name").firstText();
+    if (clip.isGenerator) {
+        const XMLNode name = (*clip.node).child("effect").child("name").firstText();
         if (name && isTransparentEffect(name.value(), ignoredEffects)) return true;
     }
     for (XMLNode filter = firstFilter; filter; filter = filter.nextSibling("filter")) {
