@@ -203,7 +203,7 @@ void AppController::openFile() {
     openPanel_->setAttribute(Qt::WA_DeleteOnClose);
     openPanel_->setFileMode(QFileDialog::ExistingFiles);
     openPanel_->setNameFilters(
-        {tr("Projects and XML files (*.fcp *.xml *.fcpxml)"), tr("All files (*)")});
+        {tr("Projects and XML files (*.fcp *.xml *.fcpxml *.fcpxmld)"), tr("All files (*)")});
     if (const QStringList recent = DocumentController::recentFiles(); !recent.isEmpty())
         openPanel_->setDirectory(QFileInfo(recent.constFirst()).absolutePath());
     connect(openPanel_, &QFileDialog::filesSelected, &documents_,

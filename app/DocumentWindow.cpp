@@ -199,6 +199,10 @@ void DocumentWindow::setUnsaved(bool unsaved) {
     emit stateChanged();
 }
 
+QString DocumentWindow::countedChanges(std::size_t changes) const {
+    return tr("%1 in %2").arg(changeCount(changes), sequenceCount(ledger().sequences.size()));
+}
+
 // "52 changes in 4 sequences, 1 needs your attention"
 QString DocumentWindow::outcome() const {
     std::size_t changes = 0;
@@ -207,8 +211,7 @@ QString DocumentWindow::outcome() const {
         changes += sequence.changes.size();
         attention += sequence.looseClips.size() + unaskedDifferences(sequence).size();
     }
-    const QString counted =
-        tr("%1 in %2").arg(changeCount(changes), sequenceCount(ledger().sequences.size()));
+    const QString counted = countedChanges(changes);
     if (attention == 0) return counted;
     if (attention == 1) return tr("%1, 1 needs your attention").arg(counted);
     return tr("%1, %L2 need your attention").arg(counted).arg(attention);

@@ -102,6 +102,8 @@ protected:
     virtual QString idleStatus() const = 0;
     /// Why nothing can be processed at the moment; empty when it can.
     virtual QString whyNotProcess() const = 0;
+    /// What a run did, in a few words: "52 changes in 4 sequences".
+    virtual QString countedChanges(std::size_t changes) const;
     /// A run has ended, and the ledger is that of what can be saved now.
     virtual void showOutcomes() {}
     virtual QString cancelledStatus() const { return tr("Cancelled. Nothing was changed."); }

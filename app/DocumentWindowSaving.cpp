@@ -122,7 +122,7 @@ void DocumentWindow::askForFile(const QString& title, const QString& suggestion,
     auto* const dialog = new QFileDialog(this, title);
     dialog->setAttribute(Qt::WA_DeleteOnClose);
     dialog->setAcceptMode(QFileDialog::AcceptSave);
-    dialog->setNameFilters({tr("XML files (*.xml *.fcpxml)"), tr("All files (*)")});
+    dialog->setNameFilters({tr("XML files (*.xml *.fcpxml *.fcpxmld)"), tr("All files (*)")});
     dialog->setDefaultSuffix(QFileInfo(toQString(path())).suffix());
     dialog->setDirectory(QFileInfo(toQString(path())).absolutePath());
     dialog->selectFile(suggestion);

@@ -1,9 +1,11 @@
 #include "app/OptionBoxes.h"
 
+#include "app/MarkerKindBoxes.h"
 #include "app/Text.h"
 #include "platform/Platform.h"
 #include "services/QVLog.h"
 #include "shell/TidyPresets.h"
+#include "tidy/FCPXPasses.h"
 
 #include <QCheckBox>
 #include <QComboBox>
@@ -16,6 +18,8 @@
 #include <QVBoxLayout>
 
 #include <algorithm>
+#include <array>
+#include <span>
 
 namespace reelsweep {
 
@@ -24,31 +28,85 @@ namespace {
 constexpr const char* keepPictureKey = "keepPicture";
 constexpr const char* importSafeKey = "importSafe";
 
+struct Sentence {
+    std::string_view option;
+    const char* text;
+};
+
 // What a pass does, for people who edit.
-QString sentenceOf(std::string_view option) {
-    const auto is = [&](const char* name) { return option == name; };
-    if (is("removeDisabledVideoClips"))
-        return OptionBoxes::tr("Takes out video clips that are switched off.");
-    if (is("removeDisabledAudioClips"))
-        return OptionBoxes::tr("Takes out audio clips that are switched off.");
-    if (is("removeSilentAudio"))
-        return OptionBoxes::tr("Takes out audio clips whose level is all the way down.");
-    if (is("removeUnusedTracks")) return OptionBoxes::tr("Takes out video tracks without clips.");
-    if (is("collapseTracks"))
-        return OptionBoxes::tr("Moves video clips down to the lowest track with room.");
-    if (is("collapseUncompositedClips"))
-        return OptionBoxes::tr("Also cuts away what full-frame clips above hide.");
-    if (is("collapseMultiClips"))
-        return OptionBoxes::tr("Only flags multiclips as collapsed; no angle is changed.");
-    if (is("replaceGaps"))
-        return OptionBoxes::tr("Fills holes on the first video track with slugs.");
-    if (is("removeFilters"))
-        return OptionBoxes::tr("Takes out all filters, and audio levels with them.");
-    if (is("removeMarkers")) return OptionBoxes::tr("Takes out all markers.");
-    if (is("removeVideoTransitions"))
-        return OptionBoxes::tr("Makes video dissolves and wipes plain cuts.");
-    if (is("removeAudioTransitions")) return OptionBoxes::tr("Makes audio fades plain cuts.");
-    return {};
+constexpr auto sentences = std::to_array<Sentence>({
+    {"removeDisabledVideoClips",
+     QT_TRANSLATE_NOOP("OptionBoxes", "Takes out video clips that are switched off.")},
+    {"removeDisabledAudioClips",
+     QT_TRANSLATE_NOOP("OptionBoxes", "Takes out audio clips that are switched off.")},
+    {"removeSilentAudio",
+     QT_TRANSLATE_NOOP("OptionBoxes", "Takes out audio clips whose level is all the way down.")},
+    {"removeUnusedTracks",
+     QT_TRANSLATE_NOOP("OptionBoxes", "Takes out video tracks without clips.")},
+    {"collapseTracks",
+     QT_TRANSLATE_NOOP("OptionBoxes", "Moves video clips down to the lowest track with room.")},
+    {"collapseUncompositedClips",
+     QT_TRANSLATE_NOOP("OptionBoxes", "Also cuts away what full-frame clips above hide.")},
+    {"collapseMultiClips",
+     QT_TRANSLATE_NOOP("OptionBoxes", "Only flags multiclips as collapsed; no angle is changed.")},
+    {"replaceGaps",
+     QT_TRANSLATE_NOOP("OptionBoxes", "Fills holes on the first video track with slugs.")},
+    {"removeFilters",
+     QT_TRANSLATE_NOOP("OptionBoxes", "Takes out all filters, and audio levels with them.")},
+    {"removeMarkers", QT_TRANSLATE_NOOP("OptionBoxes", "Takes out all markers.")},
+    {"removeVideoTransitions",
+     QT_TRANSLATE_NOOP("OptionBoxes", "Makes video dissolves and wipes plain cuts.")},
+    {"removeAudioTransitions", QT_TRANSLATE_NOOP("OptionBoxes", "Makes audio fades plain cuts.")},
+    {"fcpxFlattenMulticam",
+     QT_TRANSLATE_NOOP("OptionBoxes",
+                       "Puts the clip of the active angle in the place of a multicam clip, where "
+                       "that looks and sounds the same.")},
+    {"fcpxRemoveDisabled",
+     QT_TRANSLATE_NOOP("OptionBoxes",
+                       "Takes out clips that are switched off; in a storyline a gap holds their "
+                       "place.")},
+    {"fcpxRemoveVideoFilters",
+     QT_TRANSLATE_NOOP("OptionBoxes",
+                       "Takes video effects and their masks off clips; transitions stay.")},
+    {"fcpxRemoveAudioFilters",
+     QT_TRANSLATE_NOOP("OptionBoxes", "Takes audio effects off clips; volume and fades stay.")},
+    {"fcpxRemoveMarkers",
+     QT_TRANSLATE_NOOP("OptionBoxes", "Takes out what is ticked here and leaves the rest.")},
+    {"fcpxRemoveUnusedResources",
+     QT_TRANSLATE_NOOP("OptionBoxes",
+                       "Takes media, formats and effects that nothing uses out of the file's "
+                       "list.")},
+});
+
+// In FCPXML these two are what they always were.
+constexpr auto sentencesOfFCPXML = std::to_array<Sentence>({
+    {"removeFilters",
+     QT_TRANSLATE_NOOP("OptionBoxes",
+                       "Takes out filters as the first versions of the format wrote them.")},
+    {"removeMarkers",
+     QT_TRANSLATE_NOOP("OptionBoxes", "Takes out its markers; chapters and keywords stay.")},
+});
+
+// Null for none.
+const char* find(std::span<const Sentence> among, std::string_view option) {
+    const auto found = std::find_if(among.begin(), among.end(),
+                                    [&](const Sentence& each) { return each.option == option; });
+    return found == among.end() ? nullptr : found->text;
+}
+
+QString sentenceOf(const PassRow& pass, OptionBoxes::For format) {
+    const char* text =
+        format == OptionBoxes::For::fcpxml ? find(sentencesOfFCPXML, pass.option) : nullptr;
+    if (!text) text = find(sentences, pass.option);
+    return text ? OptionBoxes::tr(text) : toQString(pass.summary);
+}
+
+// In the order of a run, of both formats.
+std::size_t placeInRun(std::string_view option) {
+    const auto rows = reportedRows();
+    const auto found = std::find_if(rows.begin(), rows.end(),
+                                    [&](const PassRow& row) { return row.option == option; });
+    return static_cast<std::size_t>(found - rows.begin());
 }
 
 // The built-in presets have names in the user's language.
@@ -62,25 +120,37 @@ QString titleOf(const TidyPreset& preset) {
 OptionBoxes::OptionBoxes(For format, QWidget* parent) : QWidget(parent), format_(format) {
     auto* const layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
-    if (format == For::xmeml) {
-        addPresets(*layout);
-        addCare(*layout);
-    }
-    addGroup(*layout, tr("Take out"),
-             {"removeDisabledVideoClips", "removeDisabledAudioClips", "removeSilentAudio"});
-    addGroup(*layout, tr("Collapse"),
-             {"collapseTracks", "collapseUncompositedClips", "collapseMultiClips",
-              "removeUnusedTracks"});
-    addGroup(*layout, tr("Fill"), {"replaceGaps"});
-    addGroup(
-        *layout, tr("Strip effects"),
-        {"removeFilters", "removeMarkers", "removeVideoTransitions", "removeAudioTransitions"});
+    if (format == For::xmeml)
+        addGroupsOfXMEML(*layout);
+    else
+        addGroupsOfFCPXML(*layout);
     addTheOthers(*layout);
     // The order of the groups is for the eye, that of the table for the run.
-    const auto place = [](const Box& box) { return passNamed(box.option); };
-    std::sort(boxes_.begin(), boxes_.end(),
-              [&](const Box& a, const Box& b) { return place(a) < place(b); });
+    std::sort(boxes_.begin(), boxes_.end(), [](const Box& a, const Box& b) {
+        return placeInRun(a.option) < placeInRun(b.option);
+    });
     boxToggled();
+}
+
+void OptionBoxes::addGroupsOfXMEML(QVBoxLayout& layout) {
+    addPresets(layout);
+    addCare(layout);
+    addGroup(layout, tr("Take out"),
+             {"removeDisabledVideoClips", "removeDisabledAudioClips", "removeSilentAudio"});
+    addGroup(layout, tr("Collapse"),
+             {"collapseTracks", "collapseUncompositedClips", "collapseMultiClips",
+              "removeUnusedTracks"});
+    addGroup(layout, tr("Fill"), {"replaceGaps"});
+    addGroup(
+        layout, tr("Strip effects"),
+        {"removeFilters", "removeMarkers", "removeVideoTransitions", "removeAudioTransitions"});
+}
+
+void OptionBoxes::addGroupsOfFCPXML(QVBoxLayout& layout) {
+    addGroup(layout, tr("In the first project"), {"removeFilters", "removeMarkers"});
+    std::vector<std::string_view> options;
+    for (const PassRow& pass : fcpxPassTable()) options.push_back(pass.option);
+    addGroup(layout, tr("In every project, event and clip"), options);
 }
 
 void OptionBoxes::addPresets(QVBoxLayout& layout) {
@@ -154,15 +224,17 @@ void OptionBoxes::addGroup(QVBoxLayout& layout, const QString& title,
                            const std::vector<std::string_view>& options) {
     QVBoxLayout* rows = nullptr;
     for (const std::string_view option : options) {
-        const PassRow& pass = *passNamed(option);
+        const PassRow& pass = reportedRows()[placeInRun(option)];
         if (format_ == For::fcpxml && !pass.appliesToFCPX) continue;
         if (!rows) rows = addFrame(layout, title);
         // The titles are those of the pass table; translations have its name.
         const QString name =
             QCoreApplication::translate("PassTable", std::string(pass.title).c_str());
-        const QString sentence = sentenceOf(option);
-        boxes_.push_back(addBox(*rows, pass.option, name,
-                                sentence.isEmpty() ? toQString(pass.summary) : sentence));
+        boxes_.push_back(addBox(*rows, pass.option, name, sentenceOf(pass, format_)));
+        if (option != "fcpxRemoveMarkers") continue;
+        markerKinds_ = new MarkerKindBoxes;
+        rows->addWidget(markerKinds_);
+        connect(markerKinds_, &MarkerKindBoxes::changed, this, &OptionBoxes::changed);
     }
 }
 
@@ -196,8 +268,13 @@ bool OptionBoxes::importsSafely() const { return importSafe_ && importSafe_->isC
 OptionList OptionBoxes::checkedOptions() const {
     OptionList options;
     for (const Box& box : boxes_)
-        if (box.box->checkState() == Qt::Checked) options.emplace_back(box.option);
+        if (box.isAvailable && box.box->checkState() == Qt::Checked)
+            options.emplace_back(box.option);
     return options;
+}
+
+std::vector<std::string> OptionBoxes::markerKinds() const {
+    return markerKinds_ ? markerKinds_->kinds() : std::vector<std::string>();
 }
 
 void OptionBoxes::showCounts(const std::map<std::string_view, std::size_t>* counts) {
@@ -208,6 +285,15 @@ void OptionBoxes::showCounts(const std::map<std::string_view, std::size_t>* coun
             text = tr("%1 (%L2)").arg(box.title).arg(found == counts->end() ? 0 : found->second);
         }
         box.box->setText(text);
+    }
+}
+
+void OptionBoxes::setAvailable(std::string_view option, bool available) {
+    for (Box& box : boxes_) {
+        if (box.option != option) continue;
+        box.isAvailable = available;
+        box.box->setEnabled(available);
+        box.sentence->setEnabled(available);
     }
 }
 
@@ -223,6 +309,7 @@ void OptionBoxes::boxToggled() {
             box.box->setEnabled(collapses);
             box.sentence->setEnabled(collapses);
         }
+    if (markerKinds_) markerKinds_->setEnabled(hasOption(checkedOptions(), "fcpxRemoveMarkers"));
     showPreset();
     emit changed();
 }

@@ -22,6 +22,8 @@ class QVBoxLayout;
 
 namespace reelsweep {
 
+class MarkerKindBoxes;
+
 class OptionBoxes final : public QWidget {
     Q_OBJECT
 
@@ -37,9 +39,13 @@ public:
     /// Whether a run keeps back what would change the picture, and makes its copies import.
     bool keepsPicture() const;
     bool importsSafely() const;
+    /// The kinds of markers that fcpxRemoveMarkers is to take out.
+    std::vector<std::string> markerKinds() const;
     /// Shows beside each ticked option how many changes it makes; nothing for null.
     void showCounts(const std::map<std::string_view, std::size_t>* counts);
     void setCheckedOptions(const OptionList& options);
+    /// Greys an option that cannot do anything here; it does not count as ticked then.
+    void setAvailable(std::string_view option, bool available);
 
     /// Keeps the choice of the moment under a name; one of that name that the user made is
     /// replaced. The names of the built-in ones are refused.
@@ -64,6 +70,7 @@ private:
         QString title;
         QCheckBox* box;
         QWidget* sentence;
+        bool isAvailable = true;
     };
 
     void addPresets(QVBoxLayout& layout);
@@ -72,6 +79,8 @@ private:
                   const std::vector<std::string_view>& options);
     void addTheOthers(QVBoxLayout& layout);
     void addCare(QVBoxLayout& layout);
+    void addGroupsOfXMEML(QVBoxLayout& layout);
+    void addGroupsOfFCPXML(QVBoxLayout& layout);
     Box addBox(QVBoxLayout& rows, std::string_view option, const QString& title,
                const QString& sentence);
     void boxToggled();
@@ -83,6 +92,7 @@ private:
     std::vector<Box> boxes_;            ///< of the passes
     QCheckBox* keepPicture_ = nullptr;  ///< null where it does not apply
     QCheckBox* importSafe_ = nullptr;
+    MarkerKindBoxes* markerKinds_ = nullptr;  ///< the same
     TidyRules rules_;
     QComboBox* presets_ = nullptr;  ///< null where there are too few options for it
     QPushButton* remove_ = nullptr;

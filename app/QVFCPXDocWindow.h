@@ -27,15 +27,14 @@ protected:
     QString overwriteNotice() const override;
     void setResultsAside() override { document_->setResultsAside(); }
     void restoreResults() override { document_->restoreResults(); }
-    void startRun(const OptionList& options, std::function<void()> ended) override {
-        document_->process(options, std::move(ended));
-    }
+    void startRun(const OptionList& options, std::function<void()> ended) override;
     void cancelRun() override { document_->cancelProgress(); }
     const ChangeLedger& ledger() const override { return document_->changeLedger(); }
     const RunResult& runResult() const override { return document_->runResult(); }
     ReportedDocument reported() const override;
     QString idleStatus() const override { return whyNotProcess(); }
     QString whyNotProcess() const override;
+    QString countedChanges(std::size_t changes) const override;
 
 private:
     bool hasShownFailure_ = false;

@@ -53,18 +53,22 @@ RulesPage::RulesPage(QWidget* parent) : QWidget(parent), kept_(storedRules()) {
     addSentence(*group, "filtersKeep", tr("Filters named"), tr("stay."), tr("Color*"));
     addSentence(*group, "filtersOnly", tr("Only filters named"), tr("are taken out."), tr("*Blur"));
     group = addGroup(*layout, tr("When markers are removed"));
-    addSentence(*group, "markersKeep", tr("Markers with the name, comment or colour"), tr("stay."),
-                tr("VFX*; red"));
-    addSentence(*group, "markersOnly", tr("Only markers with the name, comment or colour"),
-                tr("are taken out."), tr("temp*"));
+    addSentence(*group, "markersKeep", tr("Markers called"), tr("stay."), tr("VFX*; red"));
+    addSentence(*group, "markersOnly", tr("Only markers called"), tr("are taken out."),
+                tr("temp*"));
     group = addGroup(*layout, tr("When transitions are removed"));
     addSentence(*group, "transitionsKeep", tr("Transitions named"), tr("stay."),
                 tr("Cross Dissolve"));
     addSentence(*group, "transitionsOnly", tr("Only transitions named"), tr("are taken out."),
                 tr("*Wipe"));
+    // The lines of all groups stand under each other.
+    for (QGridLayout* const each : groups_)
+        for (const int column : {beforeColumn, afterColumn})
+            each->setColumnMinimumWidth(column, widths_[column]);
     auto* const hint = new QLabel(
         tr("Several names stand with a semicolon between. In a name, * stands for any letters and "
-           "? for one; capitals do not matter. An empty line says nothing."));
+           "? for one; capitals do not matter. An empty line says nothing. A marker is called by "
+           "its name, its comment or its colour."));
     hint->setWordWrap(true);
     layout->addWidget(hint);
     layout->addStretch();
@@ -79,7 +83,8 @@ RulesPage::~RulesPage() { keep(); }
 QGridLayout* RulesPage::addGroup(QVBoxLayout& layout, const QString& title) {
     auto* const box = new QGroupBox(title);
     auto* const grid = new QGridLayout(box);
-    grid->setColumnStretch(1, 1);
+    grid->setColumnStretch(editColumn, 1);
+    groups_.push_back(grid);
     layout.addWidget(box);
     return grid;
 }
@@ -97,9 +102,12 @@ void RulesPage::addSentence(QGridLayout& group, std::string_view key, const QStr
     label->setBuddy(edit);
     edit->setAccessibleName(before + QStringLiteral(" … ") + after);
     const int line = group.rowCount();
-    group.addWidget(label, line, 0);
-    group.addWidget(edit, line, 1);
-    group.addWidget(new QLabel(after), line, 2);
+    auto* const end = new QLabel(after);
+    group.addWidget(label, line, beforeColumn);
+    group.addWidget(edit, line, editColumn);
+    group.addWidget(end, line, afterColumn);
+    widths_[beforeColumn] = std::max(widths_[beforeColumn], label->sizeHint().width());
+    widths_[afterColumn] = std::max(widths_[afterColumn], end->sizeHint().width());
     connect(edit, &QLineEdit::textChanged, this, &RulesPage::changed);
     connect(edit, &QLineEdit::editingFinished, this, &RulesPage::keep);
     blanks_.push_back({&row, edit});

@@ -8,6 +8,7 @@
 
 #include <QWidget>
 
+#include <array>
 #include <string_view>
 #include <vector>
 
@@ -43,7 +44,11 @@ private:
                      const QString& after, const QString& example);
     void keep();
 
+    enum Column { beforeColumn, editColumn, afterColumn, columns };
+
     std::vector<Blank> blanks_;
+    std::vector<QGridLayout*> groups_;
+    std::array<int, columns> widths_{};  ///< of the widest text in each
     TidyRules kept_;
 };
 

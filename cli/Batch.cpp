@@ -5,7 +5,7 @@
 #include "cli/FileWorker.h"
 #include "cli/Interruption.h"
 #include "cli/ReportFile.h"
-#include "cli/TidyFile.h"
+#include "documents/DocumentFormat.h"
 
 #include <fmt/format.h>
 #include <algorithm>
@@ -44,7 +44,7 @@ std::size_t jobsFor(const TidyPlan& plan) {
     std::uint64_t largest = 0;
     for (const PlannedFile& file : plan.files) {
         std::error_code error;
-        const auto bytes = std::filesystem::file_size(file.input, error);
+        const auto bytes = std::filesystem::file_size(documentFile(file.input), error);
         if (!error) largest = std::max<std::uint64_t>(largest, bytes);
     }
     const std::uint64_t room = availableMemory() / (ownMemory + memoryPerByte * largest);
@@ -54,23 +54,25 @@ std::size_t jobsFor(const TidyPlan& plan) {
 
 class Batch {
 public:
-    Batch(Application& application, const TidyPlan& plan)
-        : application_(application), plan_(plan) {}
+    /// `report` is null where none was asked for.
+    Batch(Application& application, const TidyPlan& plan, ReportFile* report)
+        : application_(application), plan_(plan), report_(report) {}
 
-    ExitCode run(ReportFile* report);
+    ExitCode run();
 
 private:
-    void runHere(ReportFile& report);
     Outcome runWorkers();
     void giveWork();
     void waitForResults();
     Outcome replaceEnded();
     void add(std::size_t file, FileResult result);
+    void show(std::size_t file, const FileResult& result);
     void showProgress();
     bool isOver() const { return next_ == plan_.files.size() || Interruption::requested(); }
 
     Application& application_;
     const TidyPlan& plan_;
+    ReportFile* report_;
     std::vector<FileWorker> workers_;
     std::size_t next_ = 0;                       ///< file to be given out
     std::size_t done_ = 0;                       ///< files
@@ -80,17 +82,12 @@ private:
     int started_ = 0;
 };
 
-ExitCode Batch::run(ReportFile* report) {
+ExitCode Batch::run() {
     if (plan_.files.empty()) {
         application_.terminal().note("there is nothing to tidy");
         return ExitCode::done;
     }
-    Outcome done = Done{};
-    if (report)
-        runHere(*report);
-    else
-        done = runWorkers();
-    if (!done) return application_.fail(done.failure());
+    if (Outcome done = runWorkers(); !done) return application_.fail(done.failure());
     if (Interruption::requested()) {
         application_.terminal().error(
             fmt::format("interrupted; {} of {} files were done with", done_, plan_.files.size()));
@@ -99,19 +96,6 @@ ExitCode Batch::run(ReportFile* report) {
     const ExitCode printed = application_.printForUser(summary_.text());
     if (summary_.code() != ExitCode::done) return summary_.code();
     return summary_.allPassedOver() ? ExitCode::usage : printed;
-}
-
-void Batch::runHere(ReportFile& report) {
-    for (const PlannedFile& planned : plan_.files) {
-        application_.terminal().setProgressPrefix(
-            fmt::format("{} of {}: ", done_ + 1, plan_.files.size()));
-        TidyFile file(application_, plan_, planned);
-        const ExitCode code = file.run();
-        report.addDocument(file.reported(), file.ledger());
-        summary_.add(FileResult::of(file, code));
-        ++done_;
-        if (Interruption::requested()) return;
-    }
 }
 
 Outcome Batch::runWorkers() {
@@ -183,17 +167,29 @@ Outcome Batch::replaceEnded() {
 
 void Batch::add(std::size_t file, FileResult result) {
     if (result.code != ExitCode::interrupted) ++done_;
-    if (result.code == ExitCode::internalError && result.said.empty())
-        result.said = fmt::format("reelsweep-cli: {}: the process that tidied it has ended\n",
-                                  plan_.files[file].input);
     waiting_.emplace(file, std::move(result));
     for (auto found = waiting_.find(shown_); found != waiting_.end();
          found = waiting_.find(shown_)) {
-        if (!found->second.said.empty()) application_.terminal().printLines(found->second.said);
-        summary_.add(found->second);
+        show(shown_, found->second);
         waiting_.erase(found);
         ++shown_;
     }
+}
+
+void Batch::show(std::size_t file, const FileResult& result) {
+    summary_.add(result);
+    if (result.code == ExitCode::internalError && result.said.empty()) {
+        const std::string& input = plan_.files[file].input;
+        const std::string error = input + ": the process that tidied it has ended";
+        application_.terminal().error(error);
+        ReportedDocument reported;
+        reported.input = input;
+        reported.errors.push_back(error);
+        if (report_) report_->addDocument(reported, nullptr);
+        return;
+    }
+    if (!result.said.empty()) application_.terminal().printLines(result.said);
+    if (report_) report_->addPart(result.report);
 }
 
 void Batch::showProgress() {
@@ -205,7 +201,7 @@ void Batch::showProgress() {
 }  // namespace
 
 ExitCode runBatch(Application& application, const TidyPlan& plan, ReportFile* report) {
-    return Batch(application, plan).run(report);
+    return Batch(application, plan, report).run();
 }
 
 }  // namespace reelsweep

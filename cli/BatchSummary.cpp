@@ -72,7 +72,10 @@ std::string FileResult::text() const {
                       {"totals", totals},
                       {"frames", frames},
                       {"same", same},
-                      {"asked", asked}};
+                      {"asked", asked},
+                      {"reportStart", report.start},
+                      {"reportSize", report.size},
+                      {"reportError", report.error}};
     // A file's name need not be UTF-8.
     return values.dump(-1, ' ', false, Json::error_handler_t::replace);
 }
@@ -88,6 +91,9 @@ FileResult FileResult::fromText(const std::string& text) {
     values["frames"].get_to(result.frames);
     values["same"].get_to(result.same);
     values["asked"].get_to(result.asked);
+    values["reportStart"].get_to(result.report.start);
+    values["reportSize"].get_to(result.report.size);
+    values["reportError"].get_to(result.report.error);
     return result;
 }
 

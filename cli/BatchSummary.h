@@ -4,6 +4,7 @@
 #pragma once
 
 #include "cli/ExitCode.h"
+#include "cli/ReportFile.h"
 #include "timeline/ChangeLedger.h"
 
 #include <cstddef>
@@ -24,6 +25,7 @@ struct FileResult {
     std::int64_t frames = 0;                                    ///< that were looked at
     std::int64_t same = 0;                                      ///< that show the same picture
     std::int64_t asked = 0;  ///< that show another, as it was asked for
+    ReportPart report = {};  ///< nothing where no report was asked for, or the process has ended
 
     /// Of a file that is done with.
     static FileResult of(const TidyFile& file, ExitCode code);

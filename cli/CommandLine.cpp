@@ -2,12 +2,12 @@
 
 #include "cli/Application.h"
 #include "cli/Nearest.h"
+#include "cli/TidyArguments.h"
 
 #include <fmt/format.h>
 #include <CLI/App.hpp>
 #include <CLI/Config.hpp>
 #include <CLI/Formatter.hpp>
-#include <CLI/Validators.hpp>
 #include <algorithm>
 #include <array>
 #include <memory>
@@ -50,9 +50,11 @@ Examples:
       several files, with a report of every change
   reelsweep-cli tidy turnovers --recursive --output-dir tidied --parents
       all files of a folder, several at once
-  reelsweep-cli tidy film.xml --exclude-track V3 --passes default,removeFilters \\
+  reelsweep-cli tidy film.xml --exclude-track V3 --passes default,removeFilters \
       --filters-keep 'Color*'
       leave the titles on V3 alone, and the colour corrections
+  reelsweep-cli tidy film.fcpxml --passes fcpx
+      FCPXML, without effects, markers, disabled clips and unused resources
   reelsweep-cli tidy film.xml --passes removeDisabledVideoClips,replaceGaps --dry-run
       only show what would be done
   reelsweep-cli tidy film.fcp --sequence "Reel 1" --launch
@@ -183,6 +185,12 @@ public:
             name.replace(at, mark.size(), "");
         return name;
     }
+    std::string make_option_usage(const CLI::Option* option) const override {
+        // The parser says how many in brackets.
+        if (option->get_expected_max() == 2)
+            return make_option_name(option, true) + " [" + make_option_name(option, true) + "]";
+        return Formatter::make_option_usage(option);
+    }
 };
 
 ExitCode runCommand(Application& application, const CommandRow& row,
@@ -194,9 +202,9 @@ ExitCode runCommand(Application& application, const CommandRow& row,
     parser.footer(fmt::format("{}\n\n{}", row.footer, exitCodeHelp));
     const CommandRun run = row.define(parser);
     std::string colour = "auto";
-    parser.add_option("--color", colour, "Errors and notes in colour: auto, always or never")
-        ->type_name("WHEN")
-        ->check(CLI::IsMember({"auto", "always", "never"}).description(""));
+    oneOf(parser.add_option("--color", colour, "Errors and notes in colour: auto, always or never")
+              ->type_name("WHEN"),
+          {"auto", "always", "never"});
     try {
         // The parser takes arguments from the end of the list.
         parser.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));
@@ -208,6 +216,13 @@ ExitCode runCommand(Application& application, const CommandRow& row,
         return wrongUsage(application, row.name,
                           fmt::format("{}: unexpected argument{}", first,
                                       didYouMean(first, optionNames(parser), "")));
+    } catch (const CLI::ArgumentMismatch& error) {
+        // "--report: 1 required FILE missing"
+        std::string text = error.what();
+        constexpr std::string_view counted = "1 required ";
+        if (const std::size_t at = text.find(counted); at != std::string::npos)
+            text.erase(at, counted.size());
+        return wrongUsage(application, row.name, text);
     } catch (const CLI::ParseError& error) {
         return wrongUsage(application, row.name, error.what());
     }

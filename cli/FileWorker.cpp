@@ -45,8 +45,9 @@ std::string_view bytesOf(const Number& number) {
 // The worker's side: standard error goes to memory, and from there into each result.
 class WorkerProcess {
 public:
-    WorkerProcess(Application& application, const TidyPlan& plan, int channel)
-        : application_(application), plan_(plan), channel_(channel) {}
+    /// `report` is null where none was asked for.
+    WorkerProcess(Application& application, const TidyPlan& plan, int channel, SpoolFile* report)
+        : application_(application), plan_(plan), channel_(channel), report_(report) {}
 
     [[noreturn]] void serve(int number) {
         // Ctrl-C concerns the program that started this one, which then ends it.
@@ -73,17 +74,32 @@ private:
     FileResult resultOf(std::size_t number) {
         TidyFile file(application_, plan_, plan_.files[number]);
         FileResult result;
+        const auto broken = [&](const char* what) {
+            result = {.code = application_.fail(
+                          {FailureCode::internal, what, plan_.files[number].input})};
+            ReportedDocument reported = file.reported();
+            reported.errors = application_.messages();
+            report(reported, nullptr, result);
+        };
         try {
             result = FileResult::of(file, file.run());
+            report(file.reported(), file.ledger(), result);
         } catch (const std::bad_alloc&) {
-            result.code = application_.fail(
-                {FailureCode::internal, "out of memory", plan_.files[number].input});
+            broken("out of memory");
         } catch (const std::exception& error) {
-            result.code =
-                application_.fail({FailureCode::internal, error.what(), plan_.files[number].input});
+            broken(error.what());
         }
         result.said = takeSaid();
         return result;
+    }
+
+    void report(const ReportedDocument& document, const ChangeLedger* ledger,
+                FileResult& result) const {
+        if (!report_) return;
+        result.report.start = report_->size();
+        writeReportPart(reportFormOf(plan_.report), document, ledger, *report_);
+        result.report.size = report_->size() - result.report.start;
+        result.report.error = report_->error();
     }
 
     std::string takeSaid() const {
@@ -104,11 +120,12 @@ private:
     Application& application_;
     const TidyPlan& plan_;
     int channel_;
+    SpoolFile* report_;
     int said_ = -1;
 };
 
 // What other workers talk through is none of this one's business: it would not see their end.
-void closeAllBut(std::array<int, 2> kept) {
+void closeAllBut(std::array<int, 3> kept) {
     std::sort(kept.begin(), kept.end());
     int next = STDERR_FILENO + 1;
     for (const int descriptor : kept) {
@@ -129,11 +146,17 @@ Result<FileWorker> FileWorker::start(Application& application, const TidyPlan& p
         return Failure{FailureCode::internal,
                        std::string("a process could not be started: ") + std::strerror(errno)};
     };
+    std::shared_ptr<SpoolFile> report;
+    if (!plan.report.empty()) {
+        Result<SpoolFile> spool = SpoolFile::create();
+        if (!spool) return spool.failure();
+        report = std::make_shared<SpoolFile>(std::move(*spool));
+    }
     if (::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends.data()) != 0) return failure();
-    FileWorker worker(::fork(), ends[0]);
+    FileWorker worker(::fork(), ends[0], report);
     if (worker.process_ == 0) {
-        closeAllBut({ends[1], inherited});
-        WorkerProcess(application, plan, ends[1]).serve(number);
+        closeAllBut({ends[1], inherited, report ? report->descriptor() : -1});
+        WorkerProcess(application, plan, ends[1], report.get()).serve(number);
     }
     ::close(ends[1]);
     if (worker.process_ < 0) return failure();
@@ -143,6 +166,7 @@ Result<FileWorker> FileWorker::start(Application& application, const TidyPlan& p
 FileWorker::FileWorker(FileWorker&& other) noexcept
     : process_(std::exchange(other.process_, -1)),
       channel_(std::move(other.channel_)),
+      report_(std::move(other.report_)),
       file_(other.file_),
       received_(std::move(other.received_)),
       hasEnded_(other.hasEnded_) {}
@@ -174,7 +198,9 @@ std::optional<FileResult> FileWorker::take() {
     std::memcpy(&length, received_.data(), sizeof length);
     if (received_.size() < sizeof length + length) return {};
     file_.reset();
-    return FileResult::fromText(received_.substr(sizeof length));
+    FileResult result = FileResult::fromText(received_.substr(sizeof length));
+    result.report.spool = report_;
+    return result;
 }
 
 void FileWorker::stop() const {

@@ -11,8 +11,10 @@
 #include "cli/TidyPlan.h"
 
 #include <cstddef>
+#include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 
 #include <sys/types.h>
 
@@ -23,7 +25,8 @@ class Application;
 class FileWorker {
 public:
     /// Starts the process number `number`, counted from 1. What it says is kept for its results.
-    /// It holds `inherited` open as long as it lives (-1 for nothing). Fails with internal.
+    /// It holds `inherited` open as long as it lives (-1 for nothing). Fails with internal, or with
+    /// outputFailed when there is no room for its part of a report.
     static Result<FileWorker> start(Application& application, const TidyPlan& plan, int number,
                                     int inherited = -1);
     FileWorker(FileWorker&& other) noexcept;
@@ -46,10 +49,13 @@ public:
     bool hasEnded() const { return hasEnded_; }
 
 private:
-    FileWorker(pid_t process, int channel) : process_(process), channel_(channel) {}
+    FileWorker(pid_t process, int channel, std::shared_ptr<const SpoolFile> report)
+        : process_(process), channel_(channel), report_(std::move(report)) {}
 
     pid_t process_;
     UniqueDescriptor channel_;
+    /// That the process writes parts of a report into; null for no report.
+    std::shared_ptr<const SpoolFile> report_;
     std::optional<std::size_t> file_;
     std::string received_;
     bool hasEnded_ = false;

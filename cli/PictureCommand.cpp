@@ -14,7 +14,6 @@
 
 #include <fmt/format.h>
 #include <CLI/App.hpp>
-#include <CLI/Validators.hpp>
 #include <memory>
 #include <optional>
 #include <string>
@@ -173,9 +172,10 @@ CommandRun definePicture(CLI::App& parser) {
     parser.add_flag("--import-safe,!--no-import-safe", o.importSafe,
                     "Mend links, ids, edges and ticks as well (default: on)");
     parser.add_flag("--literal", o.literal, "Apply the passes to the letter and do nothing else");
-    one(parser.add_option("--width", options->width, "The picture's width (default: 1200)"),
-        "PIXELS")
-        ->check(CLI::Range(400, 20'000).description(""));
+    numberFrom(
+        one(parser.add_option("--width", options->width, "The picture's width (default: 1200)"),
+            "PIXELS"),
+        400, 20'000);
     parser.add_flag("--force", o.force, "Replace an output that exists already");
     parser.add_flag("--quiet", o.quiet, "Print errors only");
     return [options](Application& application) {

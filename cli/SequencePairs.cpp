@@ -47,6 +47,11 @@ Result<std::vector<SequencePair>> pairsOf(const ComparedFile& a, const ComparedF
     if (named.empty())
         for (std::size_t row = 0; row < a.document->sequences().size(); ++row)
             if (const auto other = partner(a, row, b)) pairs.push_back({row, *other});
+    if (pairs.empty() && &a == &b)
+        return Failure{FailureCode::usage,
+                       "holds no sequence beside its tidied copy; name a second file to compare "
+                       "it with",
+                       a.file.displayName()};
     if (pairs.empty())
         return Failure{FailureCode::usage,
                        "no two sequences belong together by name; say which with --sequence X=Y"};
@@ -65,9 +70,7 @@ Result<ComparedFile> ComparedFile::open(const std::string& path) {
     ComparedFile compared{std::move(*file), std::move(*document), nullptr};
     if (compared.document->sequences().empty())
         return Failure{FailureCode::inputInvalid, "holds no sequence", path};
-    XMLNode top = compared.document->sequences().front().node;
-    while (const XMLNode parent = top.parent()) top = parent;
-    compared.media = MediaCatalogue::of(top);
+    compared.media = MediaCatalogue::of(compared.document->sequences().front().node.top());
     return compared;
 }
 

@@ -5,8 +5,10 @@
 
 #include <fcntl.h>
 #include <sys/ioctl.h>
+#include <sys/stat.h>
 #include <sys/types.h>
 #include <unistd.h>
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstdlib>
@@ -103,17 +105,26 @@ Outcome SpoolFile::append(int descriptor, const std::string& name) {
     }
 }
 
-Outcome SpoolFile::copyTo(ByteSink& sink) const {
+Outcome SpoolFile::copyTo(ByteSink& sink) const { return copyTo(sink, 0, size()); }
+
+Outcome SpoolFile::copyTo(ByteSink& sink, std::uint64_t start, std::uint64_t size) const {
     if (error_ != 0) return failure(error_);
     std::array<char, 1 << 16> buffer;
-    for (off_t offset = 0;;) {
-        const ssize_t size = ::pread(descriptor_, buffer.data(), buffer.size(), offset);
-        if (size < 0 && errno == EINTR) continue;
-        if (size < 0) return failure(errno);
-        if (size == 0 || !sink.write({buffer.data(), static_cast<std::size_t>(size)}))
-            return Done{};
-        offset += size;
+    for (const std::uint64_t end = start + size; start < end;) {
+        const std::size_t piece = std::min<std::uint64_t>(buffer.size(), end - start);
+        const ssize_t read = ::pread(descriptor_, buffer.data(), piece, static_cast<off_t>(start));
+        if (read < 0 && errno == EINTR) continue;
+        if (read < 0) return failure(errno);
+        if (read == 0) return failure(EIO);
+        if (!sink.write({buffer.data(), static_cast<std::size_t>(read)})) return Done{};
+        start += static_cast<std::uint64_t>(read);
     }
+    return Done{};
+}
+
+std::uint64_t SpoolFile::size() const {
+    struct stat status {};
+    return ::fstat(descriptor_, &status) == 0 ? static_cast<std::uint64_t>(status.st_size) : 0;
 }
 
 std::string SpoolFile::path() const { return "/proc/self/fd/" + std::to_string(descriptor_); }

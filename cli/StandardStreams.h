@@ -7,6 +7,7 @@
 #include "base/Failure.h"
 
 #include <cstddef>
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -49,6 +50,13 @@ public:
     /// Hands everything to a sink, until that refuses; the sink knows its own error. Fails with
     /// outputFailed when the spooled bytes are not whole.
     Outcome copyTo(ByteSink& sink) const;
+    /// The same for `size` bytes from `start`.
+    Outcome copyTo(ByteSink& sink, std::uint64_t start, std::uint64_t size) const;
+    /// How many bytes it holds, whoever of those that share the file wrote them.
+    std::uint64_t size() const;
+    int descriptor() const { return descriptor_; }
+    /// Of the first write that failed; 0 for none.
+    int error() const { return error_; }
     /// A path under which this process can open the file for reading.
     std::string path() const;
 
@@ -58,7 +66,7 @@ private:
     Outcome append(int descriptor, const std::string& name);
 
     int descriptor_;
-    int error_ = 0;  ///< of the first write that failed
+    int error_ = 0;
 };
 
 }  // namespace reelsweep

@@ -3,10 +3,15 @@
 #include "cli/TextTable.h"
 #include "tidy/TidyRules.h"
 
+#include <fmt/format.h>
+#include <fmt/ranges.h>
 #include <CLI/App.hpp>
 #include <CLI/Validators.hpp>
 #include <algorithm>
+#include <charconv>
 #include <string>
+#include <system_error>
+#include <utility>
 
 namespace reelsweep {
 
@@ -19,6 +24,25 @@ CLI::Option* placeValue(CLI::Option* option, const char* value) {
         ->check(CLI::Validator(
             [](const std::string& text) { return text.empty() ? "must not be empty" : ""; },
             std::string()));
+}
+
+CLI::Option* numberFrom(CLI::Option* option, double least, double most) {
+    const auto check = [least, most](const std::string& text) {
+        double value = 0;
+        const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+        const bool isNumber = error == std::errc() && end == text.data() + text.size();
+        if (isNumber && value >= least && value <= most) return std::string();
+        return fmt::format("must be a number from {} to {}, not \"{}\"", least, most, text);
+    };
+    return option->check(CLI::Validator(check, std::string()));
+}
+
+CLI::Option* oneOf(CLI::Option* option, std::vector<std::string> words) {
+    const auto check = [words = std::move(words)](const std::string& text) {
+        if (std::find(words.begin(), words.end(), text) != words.end()) return std::string();
+        return fmt::format("there are {}, not \"{}\"", fmt::join(words, ", "), text);
+    };
+    return option->check(CLI::Validator(check, std::string()));
 }
 
 namespace {
@@ -85,12 +109,12 @@ void defineWhatToDo(CLI::App& parser, TidyOptions& o) {
                   "Write nothing, and end with code 6, when the picture\n"
                   "or the sound has changed unasked")
         ->group(what);
-    oneValue(parser.add_option("--deliver", o.delivery,
-                               "project: a bin in the file's project;\n"
-                               "standalone: a new document that holds only the bin;\n"
-                               "auto: project when there is one (default: auto)"),
-             "HOW")
-        ->check(CLI::IsMember({"auto", "project", "standalone"}).description(""))
+    oneOf(oneValue(parser.add_option("--deliver", o.delivery,
+                                     "project: a bin in the file's project;\n"
+                                     "standalone: a new document that holds only the bin;\n"
+                                     "auto: project when there is one (default: auto)"),
+                   "HOW"),
+          {"auto", "project", "standalone"})
         ->group(what);
 }
 

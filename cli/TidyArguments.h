@@ -23,6 +23,10 @@ CLI::Option* oneValue(CLI::Option* option, const char* value);
 /// default place.
 CLI::Option* placeValue(CLI::Option* option, const char* value);
 
+/// Values are checked in words: "--jobs: must be a number from 1 to 256".
+CLI::Option* numberFrom(CLI::Option* option, double least, double most);
+CLI::Option* oneOf(CLI::Option* option, std::vector<std::string> words);
+
 void defineWhatToDo(CLI::App& parser, TidyOptions& o);
 void defineRules(CLI::App& parser, TidyOptions& o);
 

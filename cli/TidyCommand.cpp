@@ -11,7 +11,6 @@
 
 #include <fmt/format.h>
 #include <CLI/App.hpp>
-#include <CLI/Validators.hpp>
 #include <algorithm>
 #include <memory>
 #include <string>
@@ -117,11 +116,11 @@ void noteUselessPasses(Application& application, const TidyPlan& plan) {
 
 void defineFiles(CLI::App& parser, TidyOptions& o) {
     const char* const many = "Many files";
-    oneValue(parser.add_option("--handles", o.handles,
-                               "Name the clips whose media has fewer frames than that\n"
-                               "before or after them"),
-             "N")
-        ->check(CLI::Range(1L, 1'000'000L).description(""))
+    numberFrom(oneValue(parser.add_option("--handles", o.handles,
+                                          "Name the clips whose media has fewer frames than that\n"
+                                          "before or after them"),
+                        "N"),
+               1, 1'000'000)
         ->group("What to do");
     parser
         .add_flag("--launch", o.launch,
@@ -129,11 +128,11 @@ void defineFiles(CLI::App& parser, TidyOptions& o) {
         ->group("What to do");
     parser.add_flag("-r,--recursive", o.recursive, "Take the folders in a folder, too")
         ->group(many);
-    oneValue(parser.add_option("-j,--jobs", o.jobs,
-                               "How many files to work on at once (default: as many\n"
-                               "as the machine has processors and memory for)"),
-             "N")
-        ->check(CLI::Range(1, 256).description(""))
+    numberFrom(oneValue(parser.add_option("-j,--jobs", o.jobs,
+                                          "How many files to work on at once (default: as many\n"
+                                          "as the machine has processors and memory for)"),
+                        "N"),
+               1, 256)
         ->group(many);
 }
 
@@ -193,7 +192,7 @@ CommandRun defineTidy(CLI::App& parser) {
         Result<TidyPlan> plan = planTidy(*options);
         if (!plan) return application.fail(plan.failure());
         // What works on several files at once starts processes, each with a log of its own.
-        if (!plan->isBatch || !plan->report.empty()) application.openLog();
+        if (!plan->isBatch) application.openLog();
         application.terminal().setQuiet(plan->quiet);
         noteUselessPasses(application, *plan);
         return TidyCommand(application, std::move(*plan)).run();

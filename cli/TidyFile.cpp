@@ -1,7 +1,6 @@
 #include "cli/TidyFile.h"
 
 #include "cli/Application.h"
-#include "cli/BundleFile.h"
 #include "cli/ChangeLines.h"
 #include "cli/NativeProject.h"
 #include "cli/ResultTable.h"
@@ -12,6 +11,7 @@
 #include "cli/TidyArguments.h"
 #include "platform/Platform.h"
 #include "report/PictureProof.h"
+#include "shell/BundleFile.h"
 
 #include <fmt/format.h>
 #include <fmt/ranges.h>
@@ -224,7 +224,10 @@ void TidyFile::save() {
     place.codes = result.fileCodes();
     if (planned_.inPlace) place.path = documentFile(planned_.output);
     const bool isBundle = isFCPXMLBundle(place.path) && file_->kind() == DocumentFormat::fcpxml;
-    saved_ = isBundle ? saveBundle(place, file_->path(), result) : saveResult(place, result);
+    saved_ = isBundle ? saveBundle(
+                            place.path, place.overwrite, file_->path(),
+                            [&](const std::string& inside) { return saveResult({inside}, result); })
+                      : saveResult(place, result);
     if (saved_) reported_.output = planned_.output;
 }
 

@@ -164,8 +164,9 @@ Failure doesNotApply(const std::string& pass, bool isFCPX) {
     OptionList applicable;
     for (const PassRow& row : passTable())
         if (row.appliesToFCPX) applicable.emplace_back(row.option);
-    return usage(fmt::format("only {} and the fcpx passes apply to FCPXML, not {}; use --passes {}",
-                             fmt::join(applicable, ", "), pass, fmt::join(applicable, ",")));
+    return usage(fmt::format(
+        "only {} and the fcpx passes apply to FCPXML, not {}; use --passes fcpx or --passes {}",
+        fmt::join(applicable, ", "), pass, fmt::join(applicable, ",")));
 }
 
 // A bundle is a folder, and the shell completes those with a slash.

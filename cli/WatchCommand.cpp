@@ -1,6 +1,7 @@
 #include "cli/Application.h"
 #include "cli/Commands.h"
 #include "cli/FileWorker.h"
+#include "cli/InputFolder.h"
 #include "cli/Interruption.h"
 #include "cli/TextTable.h"
 #include "cli/TidyArguments.h"
@@ -10,7 +11,6 @@
 
 #include <fmt/format.h>
 #include <CLI/App.hpp>
-#include <CLI/Validators.hpp>
 #include <algorithm>
 #include <array>
 #include <cerrno>
@@ -130,7 +130,7 @@ Outcome WatchCommand::serve() {
         if (Outcome updated = folder_->update(); !updated) return updated;
         for (const std::string& name : folder_->takeWhole()) {
             if (Interruption::requested()) break;
-            const FileIdentity input = FileIdentity::ofFile(inputOf(name));
+            const FileIdentity input = identityOfDocument(inputOf(name));
             if (input.known() && state_->doing(name, input) == WatchState::Doing::open)
                 if (Outcome tidied = tidy(name); !tidied) return tidied;
         }
@@ -146,7 +146,7 @@ std::string WatchCommand::outputOf(const std::string& name) const {
 
 Outcome WatchCommand::tidy(const std::string& name) {
     const std::string output = outputOf(name);
-    const FileIdentity before = FileIdentity::ofFile(output);
+    const FileIdentity before = identityOfDocument(output);
     TidyOptions options = options_.tidy;
     options.files = {inputOf(name)};
     options.force = options.force || state_->isOwnResult(name, before);
@@ -154,7 +154,7 @@ Outcome WatchCommand::tidy(const std::string& name) {
     if (!plan) return plan.failure();
     plan->isBatch = true;
     plan->files.front().found = true;
-    const FileIdentity input = FileIdentity::ofFile(inputOf(name));
+    const FileIdentity input = identityOfDocument(inputOf(name));
     if (Outcome begun = state_->begin(name, input, before); !begun) return begun;
     const auto result = resultOf(*plan);
     // The next program finds out what became of it.
@@ -182,7 +182,7 @@ std::optional<FileResult> WatchCommand::resultOf(const TidyPlan& plan) {
 
 Outcome WatchCommand::conclude(const std::string& name, const FileResult& result,
                                const std::string& output) {
-    const FileIdentity written = FileIdentity::ofFile(output);
+    const FileIdentity written = identityOfDocument(output);
     if (result.code == ExitCode::done) {
         if (!result.isPassedOver)
             application_.printForUser(
@@ -232,11 +232,11 @@ CommandRun defineWatch(CLI::App& parser) {
                "DIR")
         ->required();
     parser.add_flag("--parents", o.makesFolders, "Make the folder of --output-dir");
-    oneValue(parser.add_option("--settle", options->settling,
-                               "How long a file must have stayed the same to count as\n"
-                               "whole, in seconds (default: 2)"),
-             "SECONDS")
-        ->check(CLI::Range(0.0, 3600.0).description(""));
+    numberFrom(oneValue(parser.add_option("--settle", options->settling,
+                                          "How long a file must have stayed the same to count as\n"
+                                          "whole, in seconds (default: 2)"),
+                        "SECONDS"),
+               0, 3600);
     parser.add_flag("--quiet", o.quiet, "Print errors only");
     defineWhatToDo(parser, o);
     defineRules(parser, o);

@@ -12,6 +12,7 @@
 
 #include "base/AtomicFile.h"
 #include "base/Failure.h"
+#include "cli/InputFolder.h"
 
 #include <map>
 #include <string>
@@ -46,7 +47,7 @@ public:
         for (auto& [name, entry] : entries_) {
             if (entry.stage == Stage::failed) entry.stage = Stage::none;
             if (entry.stage != Stage::begun) continue;
-            const FileIdentity now = FileIdentity::ofFile(outputOf(name));
+            const FileIdentity now = identityOfDocument(outputOf(name));
             entry.stage = now.known() && now != entry.output ? Stage::tidied : Stage::none;
             if (entry.stage == Stage::tidied) entry.output = now;
         }

@@ -1,6 +1,7 @@
 #include "cli/WatchedFolder.h"
 
 #include "cli/InputFolder.h"
+#include "documents/DocumentFormat.h"
 
 #include <array>
 #include <cerrno>
@@ -8,6 +9,7 @@
 #include <cstddef>
 #include <cstring>
 #include <filesystem>
+#include <system_error>
 #include <utility>
 
 #include <fcntl.h>
@@ -28,6 +30,21 @@ bool isOpenForWriting(const std::string& path) {
     return false;
 }
 
+// A bundle with a file in it that is being written is not whole.
+bool isBeingWritten(const std::string& path) {
+    namespace fs = std::filesystem;
+    if (!isFCPXMLBundle(path)) return isOpenForWriting(path);
+    std::error_code error;
+    for (fs::recursive_directory_iterator entry(path, error), end; !error && entry != end;
+         entry.increment(error))
+        if (isOpenForWriting(entry->path().string())) return true;
+    return false;
+}
+
+constexpr std::uint32_t inFolder =
+    IN_CLOSE_WRITE | IN_MOVED_TO | IN_CREATE | IN_DELETE_SELF | IN_MOVE_SELF | IN_ONLYDIR;
+constexpr std::uint32_t inBundle = IN_CLOSE_WRITE | IN_MOVED_TO | IN_ONLYDIR;
+
 }  // namespace
 
 Result<WatchedFolder> WatchedFolder::open(const std::string& path,
@@ -36,9 +53,7 @@ Result<WatchedFolder> WatchedFolder::open(const std::string& path,
     ::signal(SIGIO, SIG_IGN);
     WatchedFolder folder(path, settling);
     folder.events_.reset(::inotify_init1(IN_CLOEXEC | IN_NONBLOCK));
-    constexpr std::uint32_t wanted =
-        IN_CLOSE_WRITE | IN_MOVED_TO | IN_CREATE | IN_DELETE_SELF | IN_MOVE_SELF | IN_ONLYDIR;
-    if (!folder.events_ || ::inotify_add_watch(folder.events_.get(), path.c_str(), wanted) < 0)
+    if (!folder.events_ || ::inotify_add_watch(folder.events_.get(), path.c_str(), inFolder) < 0)
         return Failure{FailureCode::inputUnreadable,
                        std::string("cannot be watched: ") + std::strerror(errno), path};
     if (Outcome scanned = folder.scan(); !scanned) return scanned.failure();
@@ -46,14 +61,28 @@ Result<WatchedFolder> WatchedFolder::open(const std::string& path,
 }
 
 Outcome WatchedFolder::scan() {
+    namespace fs = std::filesystem;
     const Result<std::vector<FoundFile>> files = filesIn(path_, false, {});
     if (!files) return files.failure();
-    for (const FoundFile& file : *files) add(std::filesystem::path(file.path).filename().string());
+    for (const FoundFile& file : *files) add(fs::path(file.path).filename().string());
+    // Also a bundle whose document has yet to come.
+    std::error_code error;
+    for (fs::directory_iterator entry(path_, error), end; !error && entry != end;
+         entry.increment(error))
+        if (isFCPXMLBundle(entry->path().string())) add(entry->path().filename().string());
     return Done{};
 }
 
 void WatchedFolder::add(const std::string& name) {
-    if (isTidiable(name)) pending_[name] = {{}, std::chrono::steady_clock::now()};
+    if (!isTidiable(name)) return;
+    pending_[name] = {{}, std::chrono::steady_clock::now()};
+    if (isFCPXMLBundle(name)) watchBundle(name);
+}
+
+// What is written inside is told of there. Asking twice gives the same number.
+void WatchedFolder::watchBundle(const std::string& name) {
+    const int number = ::inotify_add_watch(events_.get(), (path_ + "/" + name).c_str(), inBundle);
+    if (number >= 0) bundles_[number] = name;
 }
 
 Outcome WatchedFolder::update() {
@@ -64,12 +93,20 @@ Outcome WatchedFolder::update() {
         for (std::size_t at = 0; at < static_cast<std::size_t>(size);) {
             const auto* const event = reinterpret_cast<const inotify_event*>(buffer.data() + at);
             at += sizeof *event + event->len;
+            if (const auto bundle = bundles_.find(event->wd); bundle != bundles_.end()) {
+                if (event->mask & IN_IGNORED)
+                    bundles_.erase(bundle);
+                else
+                    add(std::string(bundle->second));
+                continue;
+            }
             if (event->mask & (IN_DELETE_SELF | IN_MOVE_SELF | IN_IGNORED))
                 return Failure{FailureCode::inputUnreadable, "the folder is gone", path_};
             // Events were lost: what is there counts.
             if (event->mask & IN_Q_OVERFLOW)
                 if (Outcome scanned = scan(); !scanned) return scanned;
-            if (event->len > 0 && !(event->mask & IN_ISDIR)) add(event->name);
+            if (event->len == 0) continue;
+            if (bool(event->mask & IN_ISDIR) == isFCPXMLBundle(event->name)) add(event->name);
         }
     }
 }
@@ -79,11 +116,12 @@ std::vector<std::string> WatchedFolder::takeWhole() {
     std::vector<std::string> whole;
     for (auto file = pending_.begin(); file != pending_.end();) {
         const std::string path = path_ + "/" + file->first;
-        const FileIdentity identity = FileIdentity::ofFile(path);
+        const FileIdentity identity = identityOfDocument(path);
         Pending& pending = file->second;
+        // A bundle is there before the document in it, and tells when that comes.
         if (!identity.known()) {
             file = pending_.erase(file);
-        } else if (identity != pending.seen || isOpenForWriting(path)) {
+        } else if (identity != pending.seen || isBeingWritten(path)) {
             pending = {identity, now};
             ++file;
         } else if (now - pending.since < settling_) {

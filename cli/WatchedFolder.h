@@ -1,7 +1,7 @@
 // WatchedFolder: a folder in which files appear, and which of them are whole.
 //
 // A file counts as whole when nobody has it open for writing and it has stayed the same for a
-// while.
+// while. A bundle is one document; the same holds for every file in it.
 // Owner: the command. Thread rule: one thread.
 #pragma once
 
@@ -41,11 +41,13 @@ private:
         : path_(std::move(path)), settling_(settling) {}
     Outcome scan();
     void add(const std::string& name);
+    void watchBundle(const std::string& name);
 
     std::string path_;
     std::chrono::milliseconds settling_;
     UniqueDescriptor events_;
     std::map<std::string, Pending> pending_;
+    std::map<int, std::string> bundles_;  ///< by the numbers of their watches
 };
 
 }  // namespace reelsweep

@@ -41,10 +41,8 @@ std::vector<Sequence> DocumentWork::sequences() const {
 reelsweep::Timeline DocumentWork::read(std::size_t index, TimelineDetail detail) const {
     if (index >= document_->sequences().size())
         throw Error{{FailureCode::usage, "has no such sequence", document_->path()}};
-    XMLNode top = document_->sequences()[index].node;
-    while (const XMLNode parent = top.parent()) top = parent;
-    return reelsweep::Timeline::of(document_->sequences()[index].node, MediaCatalogue::of(top),
-                                   detail);
+    const XMLNode sequence = document_->sequences()[index].node;
+    return reelsweep::Timeline::of(sequence, MediaCatalogue::of(sequence.top()), detail);
 }
 
 Timeline DocumentWork::timeline(std::size_t index) {

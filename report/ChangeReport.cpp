@@ -153,81 +153,101 @@ Json shortHandlesValue(const ReportedDocument& document, const SequenceLedger& s
     return list;
 }
 
-}  // namespace
+// Hands a text to a sink in large pieces.
+class Writer {
+public:
+    explicit Writer(ByteSink& sink) : sink_(sink) {}
 
-ChangeReport::ChangeReport(ByteSink& sink, const Program& program) : sink_(sink) {
-    put("{\"format\": \"reelsweep-report\",\n \"version\": 1,\n \"program\": ");
-    put(dumped(program.name));
-    put(",\n \"programVersion\": ");
-    put(dumped(program.version));
-    put(",\n \"dryRun\": ");
-    put(program.dryRun ? "true" : "false");
-    put(",\n \"documents\": [");
+    void put(std::string_view text) {
+        constexpr std::size_t pieceSize = 1 << 16;
+        buffer_ += text;
+        if (buffer_.size() >= pieceSize) flush();
+    }
+    /// False when the sink refused anything.
+    bool flush() {
+        if (ok_) ok_ = sink_.write(buffer_);
+        buffer_.clear();
+        return ok_;
+    }
+
+private:
+    ByteSink& sink_;
+    std::string buffer_;
+    bool ok_ = true;
+};
+
+void putSequence(Writer& to, const ReportedDocument& document, const SequenceLedger& sequence) {
+    to.put("    {\"title\": " + dumped(sequence.title));
+    to.put(",\n     \"uuid\": " +
+           dumped(sequence.uuid.empty() ? Json(nullptr) : Json(sequence.uuid)));
+    to.put(",\n     \"timecode\": " + dumped(timecodeValue(sequence.timecode)));
+    to.put(",\n     \"items\": " + dumped(itemsValue(sequence)));
+    to.put(",\n     \"balances\": ");
+    to.put(sequence.balances() ? "true" : "false");
+    to.put(",\n     \"looseClips\": " + dumped(looseClipsValue(sequence)));
+    to.put(",\n     \"kept\": " + dumped(keptValue(sequence)));
+    to.put(",\n     \"shortHandles\": " + dumped(shortHandlesValue(document, sequence)));
+    to.put(",\n     \"picture\": " +
+           dumped(sequence.picture ? pictureJson(*sequence.picture) : Json(nullptr)));
+    to.put(",\n     \"totals\": " + dumped(totalsValue(sequence)));
+    to.put(",\n     \"changes\": [");
+    std::string_view separator = "\n      ";
+    for (const Change& change : sequence.changes) {
+        to.put(separator);
+        to.put(dumped(changeValue(sequence, change)));
+        separator = ",\n      ";
+    }
+    to.put("]}");
 }
 
-void ChangeReport::addDocument(const ReportedDocument& document, const ChangeLedger* ledger) {
-    put(firstDocument_ ? "\n" : ",\n");
-    firstDocument_ = false;
+}  // namespace
+
+bool writeReportedDocument(ByteSink& sink, const ReportedDocument& document,
+                           const ChangeLedger* ledger) {
     const auto textOrNull = [](const std::string& text) {
         return text.empty() ? Json(nullptr) : Json(text);
     };
-    put("  {\"input\": " + dumped(document.input));
-    put(",\n   \"format\": " + dumped(textOrNull(document.format)));
-    put(",\n   \"passes\": " + dumped(document.passes));
-    put(",\n   \"delivery\": " + dumped(textOrNull(document.delivery)));
-    put(",\n   \"output\": " + dumped(document.output ? Json(*document.output) : Json(nullptr)));
-    put(",\n   \"errors\": " + dumped(document.errors));
-    put(",\n   \"notes\": " + dumped(document.notes));
-    put(",\n   \"sequences\": [");
+    Writer to(sink);
+    to.put("  {\"input\": " + dumped(document.input));
+    to.put(",\n   \"format\": " + dumped(textOrNull(document.format)));
+    to.put(",\n   \"passes\": " + dumped(document.passes));
+    to.put(",\n   \"delivery\": " + dumped(textOrNull(document.delivery)));
+    to.put(",\n   \"output\": " + dumped(document.output ? Json(*document.output) : Json(nullptr)));
+    to.put(",\n   \"errors\": " + dumped(document.errors));
+    to.put(",\n   \"notes\": " + dumped(document.notes));
+    to.put(",\n   \"sequences\": [");
     bool first = true;
     if (ledger) {
         for (const SequenceLedger& sequence : ledger->sequences) {
-            put(first ? "\n" : ",\n");
+            to.put(first ? "\n" : ",\n");
             first = false;
-            addSequence(document, sequence);
+            putSequence(to, document, sequence);
         }
     }
-    put("]}");
+    to.put("]}");
+    return to.flush();
 }
 
-void ChangeReport::addSequence(const ReportedDocument& document, const SequenceLedger& sequence) {
-    put("    {\"title\": " + dumped(sequence.title));
-    put(",\n     \"uuid\": " + dumped(sequence.uuid.empty() ? Json(nullptr) : Json(sequence.uuid)));
-    put(",\n     \"timecode\": " + dumped(timecodeValue(sequence.timecode)));
-    put(",\n     \"items\": " + dumped(itemsValue(sequence)));
-    put(",\n     \"balances\": ");
-    put(sequence.balances() ? "true" : "false");
-    put(",\n     \"looseClips\": " + dumped(looseClipsValue(sequence)));
-    put(",\n     \"kept\": " + dumped(keptValue(sequence)));
-    put(",\n     \"shortHandles\": " + dumped(shortHandlesValue(document, sequence)));
-    put(",\n     \"picture\": " +
-        dumped(sequence.picture ? pictureJson(*sequence.picture) : Json(nullptr)));
-    put(",\n     \"totals\": " + dumped(totalsValue(sequence)));
-    put(",\n     \"changes\": [");
-    std::string_view separator = "\n      ";
-    for (const Change& change : sequence.changes) {
-        put(separator);
-        put(dumped(changeValue(sequence, change)));
-        separator = ",\n      ";
-    }
-    put("]}");
+ChangeReport::ChangeReport(ByteSink& sink, const Program& program) : sink_(sink) {
+    ok_ = sink_.write("{\"format\": \"reelsweep-report\",\n \"version\": 1,\n \"program\": " +
+                      dumped(program.name) + ",\n \"programVersion\": " + dumped(program.version) +
+                      ",\n \"dryRun\": " + (program.dryRun ? "true" : "false") +
+                      ",\n \"documents\": [");
+}
+
+void ChangeReport::addDocument(const ReportedDocument& document, const ChangeLedger* ledger) {
+    beginDocument();
+    ok_ = ok_ && writeReportedDocument(sink_, document, ledger);
+}
+
+void ChangeReport::beginDocument() {
+    ok_ = ok_ && sink_.write(firstDocument_ ? "\n" : ",\n");
+    firstDocument_ = false;
 }
 
 bool ChangeReport::finish() {
-    put("]}\n");
-    flush();
+    ok_ = ok_ && sink_.write("]}\n");
     return ok_;
-}
-
-void ChangeReport::put(std::string_view text) {
-    constexpr std::size_t pieceSize = 1 << 16;
-    buffer_ += text;
-    if (buffer_.size() >= pieceSize) flush();
-}
-
-void ChangeReport::flush() {
-    if (ok_) ok_ = sink_.write(buffer_);
-    buffer_.clear();
 }
 
 }  // namespace reelsweep

@@ -46,18 +46,22 @@ public:
     /// got as far as a run.
     void addDocument(const ReportedDocument& document, const ChangeLedger* ledger);
 
+    /// The same in parts: the text of a document that writeReportedDocument has made elsewhere comes
+    /// next. The caller hands it to the sink.
+    void beginDocument();
+
     /// Writes what is left. False when the sink refused anything.
     bool finish();
 
 private:
-    void addSequence(const ReportedDocument& document, const SequenceLedger& sequence);
-    void put(std::string_view text);
-    void flush();
-
     ByteSink& sink_;
-    std::string buffer_;
     bool ok_ = true;
     bool firstDocument_ = true;
 };
+
+/// Writes what addDocument does for one document, for a report that is put together of parts. False
+/// when the sink refused anything.
+bool writeReportedDocument(ByteSink& sink, const ReportedDocument& document,
+                           const ChangeLedger* ledger);
 
 }  // namespace reelsweep

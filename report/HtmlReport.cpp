@@ -252,20 +252,7 @@ HtmlReport::HtmlReport(ByteSink& sink, const ChangeReport::Program& program)
 }
 
 void HtmlReport::addDocument(const ReportedDocument& document, const ChangeLedger* ledger) {
-    put("<h2>" + escaped(document.input) + "</h2>\n");
-    if (document.output)
-        put("<p>Written to " +
-            escaped(*document.output == "-" ? "standard output" : *document.output) + "</p>\n");
-    if (const std::string passes = passesText(document); !passes.empty())
-        put("<p class=\"quiet\">" + escaped(passes) + "</p>\n");
-    put(htmlList("warnings", "What needs attention", warningsOf(document, ledger)));
-    put(htmlList("notes", "To know", document.notes));
-    if (!ledger) return;
-    const bool anyCompared =
-        std::any_of(ledger->sequences.begin(), ledger->sequences.end(),
-                    [](const SequenceLedger& sequence) { return sequence.picture != nullptr; });
-    if (anyCompared) put(certificate(*ledger));
-    for (const SequenceLedger& sequence : ledger->sequences) put(sequenceText(sequence));
+    ok_ = ok_ && writeHtmlDocument(sink_, document, ledger);
 }
 
 bool HtmlReport::finish() {
@@ -274,5 +261,26 @@ bool HtmlReport::finish() {
 }
 
 void HtmlReport::put(std::string_view text) { ok_ = ok_ && sink_.write(text); }
+
+bool writeHtmlDocument(ByteSink& sink, const ReportedDocument& document,
+                       const ChangeLedger* ledger) {
+    bool ok = true;
+    const auto put = [&](std::string_view text) { ok = ok && sink.write(text); };
+    put("<h2>" + escaped(document.input) + "</h2>\n");
+    if (document.output)
+        put("<p>Written to " +
+            escaped(*document.output == "-" ? "standard output" : *document.output) + "</p>\n");
+    if (const std::string passes = passesText(document); !passes.empty())
+        put("<p class=\"quiet\">" + escaped(passes) + "</p>\n");
+    put(htmlList("warnings", "What needs attention", warningsOf(document, ledger)));
+    put(htmlList("notes", "To know", document.notes));
+    if (!ledger) return ok;
+    const bool anyCompared =
+        std::any_of(ledger->sequences.begin(), ledger->sequences.end(),
+                    [](const SequenceLedger& sequence) { return sequence.picture != nullptr; });
+    if (anyCompared) put(certificate(*ledger));
+    for (const SequenceLedger& sequence : ledger->sequences) put(sequenceText(sequence));
+    return ok;
+}
 
 }  // namespace reelsweep

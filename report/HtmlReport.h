@@ -36,4 +36,9 @@ private:
     bool ok_ = true;
 };
 
+/// Writes what addDocument does, for a page that is put together of parts. False when the sink
+/// refused anything.
+bool writeHtmlDocument(ByteSink& sink, const ReportedDocument& document,
+                       const ChangeLedger* ledger);
+
 }  // namespace reelsweep

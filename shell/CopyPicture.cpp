@@ -2,12 +2,6 @@
 
 namespace reelsweep {
 
-CopyPicture::CopyPicture(XMLNode source) {
-    XMLNode top = source;
-    while (const XMLNode parent = top.parent()) top = parent;
-    media_ = MediaCatalogue::of(top);
-}
-
 void CopyPicture::before(const PassStep&, const TimelineEdit& edit) {
     if (!before_) before_ = Timeline::of(edit.sequence(), media_, TimelineDetail::picture);
 }

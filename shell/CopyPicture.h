@@ -9,13 +9,14 @@
 
 #include <memory>
 #include <optional>
+#include <utility>
 
 namespace reelsweep {
 
 class CopyPicture final : public StepObserver {
 public:
-    /// `source` is what the copy is made of.
-    explicit CopyPicture(XMLNode source);
+    /// `media` is that of the document whose sequence is copied.
+    explicit CopyPicture(std::shared_ptr<MediaCatalogue> media) : media_(std::move(media)) {}
 
     /// Before the first step the copy is still as it came. A careful run takes that step again.
     void before(const PassStep& step, const TimelineEdit& edit) override;

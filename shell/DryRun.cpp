@@ -6,25 +6,35 @@
 #include "timeline/MediaCatalogue.h"
 #include "xml/XMLDocument.h"
 
-#include <optional>
+#include <unordered_map>
 #include <utility>
 
 namespace reelsweep {
 
 namespace {
 
-XMLNode topOf(XMLNode node) {
-    while (const XMLNode parent = node.parent()) node = parent;
-    return node;
-}
+// The catalogues of the documents that sequences come from: mostly one for all.
+class Catalogues {
+public:
+    const std::shared_ptr<MediaCatalogue>& of(XMLNode sequence) {
+        const XMLNode document = sequence.top();
+        std::shared_ptr<MediaCatalogue>& catalogue = made_[document];
+        if (!catalogue) catalogue = MediaCatalogue::of(document);
+        return catalogue;
+    }
+
+private:
+    std::unordered_map<XMLNode, std::shared_ptr<MediaCatalogue>> made_;
+};
 
 // One sequence on its way.
 class Trial {
 public:
+    /// The request has the catalogue of the source's document.
     Trial(XMLNode source, const TidyRequest& request)
         : document_(std::make_shared<XMLDocument>()),
           copy_(copyOf(source)),
-          catalogue_(MediaCatalogue::of(topOf(source))),
+          catalogue_(request.catalogue),
           before_(Timeline::of(copy_, catalogue_, TimelineDetail::picture)),
           tidy_(copy_, source, request) {}
 
@@ -60,11 +70,13 @@ Result<std::vector<DryRun>> dryRun(std::span<const XMLNode> sources, const DryRu
                                    const std::stop_token& stop) {
     const Failure cancelled{FailureCode::cancelled, "cancelled"};
     const Log::Quiet quiet;
+    Catalogues catalogues;
     std::vector<std::unique_ptr<Trial>> trials;
     for (const XMLNode source : sources) {
         if (stop.stop_requested()) return cancelled;
         TidyRequest tidy = request.tidy;
         tidy.importSafe = request.importSafe;
+        tidy.catalogue = catalogues.of(source);
         trials.push_back(std::make_unique<Trial>(source, std::move(tidy)));
         if (Outcome done = trials.back()->tidy().applyPasses({.stop = stop}); !done)
             return done.failure();

@@ -268,11 +268,11 @@ bool QVFCPDoc::processSequence(SequenceDocument& document, std::size_t row, QVSe
     record.xmlRepresentation = source->node;
     record.fetchedDocument = source->owner;
     record.isPlaceholder = source->isShortForm;
-    auto picture = drawsTimelines_ ? std::make_unique<CopyPicture>(source->node) : nullptr;
+    // A sequence that was fetched has a document of its own.
+    const auto catalogue = source->owner ? MediaCatalogue::of(source->node.top()) : catalogue_;
+    auto picture = drawsTimelines_ ? std::make_unique<CopyPicture>(catalogue) : nullptr;
     TidyControls watched = controls;
     watched.observer = picture.get();
-    // A sequence that was fetched has a document of its own.
-    const auto catalogue = source->owner ? nullptr : catalogue_;
     auto copy = CopyInWork::begin(*source,
                                   {options, ignoredEffects(), keepsPicture_, provesPicture_,
                                    keptClips_, rules_, importsSafely_, catalogue},

@@ -1,8 +1,13 @@
 #include "shell/QVFCPXDoc.h"
 
+#include "documents/DocumentFormat.h"
 #include "services/QVException.h"
+#include "services/QVLog.h"
+#include "shell/BundleFile.h"
 #include "shell/QVFCPDoc.h"
 #include "shell/ViewAlert.h"
+
+#include <numeric>
 
 namespace reelsweep {
 
@@ -15,6 +20,11 @@ QVFCPXDoc::~QVFCPXDoc() {
 
 Outcome QVFCPXDoc::readFromURL(const std::string& path) {
     Result<std::unique_ptr<FCPXMLDocument>> opened = FCPXMLDocument::open(path);
+    hasProject_ = opened.ok();
+    // One with a detail is valid XML.
+    if (!opened && takesEvents_ && !opened.failure().detail.empty())
+        if (auto event = FCPXMLDocument::open(path, FCPXMLDocument::Holding::anything))
+            opened = std::move(event);
     if (!opened) {
         // Whoever opened the file tells the user when it is not valid.
         if (const Failure& failure = opened.failure(); !failure.detail.empty()) {
@@ -46,8 +56,19 @@ Outcome QVFCPXDoc::saveToURL(const std::string& path) {
 Result<FileIdentity> QVFCPXDoc::write(const std::string& path, Overwrite overwrite,
                                       bool refuseWhenChanged) const {
     if (!xmlDoc_) return Failure{FailureCode::outputFailed, "there is no result to save", path};
-    return saveDocument(*xmlDoc_, path,
-                        {overwrite, refuseWhenChanged ? file_ : FileIdentity(), {}});
+    const FileIdentity mustStillBe = refuseWhenChanged ? file_ : FileIdentity();
+    if (!isFCPXMLBundle(path)) return saveDocument(*xmlDoc_, path, {overwrite, mustStillBe, {}});
+    if (mustStillBe.known() && FileIdentity::ofFile(documentFile(path)) != mustStillBe)
+        return Failure{FailureCode::outputFailed,
+                       "was changed by another program since it was read; nothing was written",
+                       path};
+    const Outcome saved =
+        saveBundle(path, overwrite, path_, [&](const std::string& inside) -> Outcome {
+            const auto written = saveDocument(*xmlDoc_, inside, {Overwrite::always, {}, {}});
+            return written ? Outcome(Done{}) : Outcome(written.failure());
+        });
+    if (!saved) return saved.failure();
+    return FileIdentity::ofFile(documentFile(path));
 }
 
 void QVFCPXDoc::setProgressLabelText(const std::string& text) {
@@ -110,7 +131,8 @@ void QVFCPXDoc::run(const OptionList& options, std::stop_token stop) {
 }
 
 void QVFCPXDoc::processFile(const OptionList& options, std::stop_token stop) {
-    Result<Tidied> tidied = document_->tidy({.passes = options}, controls(std::move(stop)));
+    Result<Tidied> tidied = document_->tidy({.passes = options, .fcpxMarkerKinds = markerKinds_},
+                                            controls(std::move(stop)));
     if (!tidied && tidied.failure().code != FailureCode::cancelled) {
         runResult_.failures.push_back(tidied.failure());
         // The progress sheet stays up behind the alert. The window that it blocks has nothing to
@@ -123,6 +145,7 @@ void QVFCPXDoc::processFile(const OptionList& options, std::stop_token stop) {
     runResult_.delivered = tidied.ok();
     if (tidied) ledger_ = tidied->ledger();
     if (tidied) notes_ = tidied->notes();
+    logCounts(options);
     // A window shows the result when the progress ends.
     onMainThread([this] { view_.endProgress(); });
     xmlDoc_ = tidied ? tidied->sharedDocument() : nullptr;
@@ -152,6 +175,17 @@ std::shared_ptr<XMLDocument> QVFCPXDoc::removeMarkers(std::shared_ptr<XMLDocumen
 
 XMLNode QVFCPXDoc::nodeFromXPath(std::string_view query, XMLNode parent) {
     return QVFCPDoc::nodeFromXPath(query, parent);
+}
+
+void QVFCPXDoc::logCounts(const OptionList& options) const {
+    for (const SequenceLedger& sequence : ledger_.sequences)
+        for (const PassRow& pass : fcpxPassTable()) {
+            if (!hasOption(options, pass.option)) continue;
+            const SequenceLedger::Totals totals = sequence.totals(pass.option);
+            const std::size_t count = std::accumulate(totals.begin(), totals.end(), std::size_t{0});
+            QVLog::appendLog("%@ - %@: %@ changes", sequence.title, pass.title,
+                             std::to_string(count));
+        }
 }
 
 void QVFCPXDoc::processXML() {

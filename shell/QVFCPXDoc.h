@@ -1,6 +1,6 @@
 // QVFCPXDoc: the document of a Final Cut Pro X project exported as FCPXML.
 //
-// It offers to remove filters and markers, works on the whole XML, and keeps the result until it is
+// It takes the passes that apply to FCPXML, works on the whole XML, and keeps the result until it is
 // saved. Every run starts again from the file on disk.
 // Thread rule: construct and destroy on the main thread. startProcessing runs on a background
 // thread (or on the main thread) and reaches the view through the MainThread port.
@@ -13,6 +13,7 @@
 #include "shell/DocumentThread.h"
 #include "shell/DocumentView.h"
 #include "shell/RunResult.h"
+#include "tidy/FCPXPasses.h"
 #include "tidy/PassTable.h"
 #include "timeline/ChangeLedger.h"
 #include "xml/XMLDocument.h"
@@ -22,6 +23,8 @@
 #include <mutex>
 #include <stop_token>
 #include <string>
+#include <utility>
+#include <vector>
 
 namespace reelsweep {
 
@@ -35,6 +38,10 @@ public:
     /// Checks that the file is valid XML and holds a project, and remembers its path. Fails with
     /// inputUnreadable or inputInvalid; a file without a project (an event) also shows an alert.
     Outcome readFromURL(const std::string& path);
+    /// Files with clips and no project are read too. Before readFromURL.
+    void setTakesEvents(bool takes) { takesEvents_ = takes; }
+    /// Without one, only the passes of fcpxPassTable() find anything.
+    bool hasProject() const { return hasProject_; }
     /// Saves the result of the last run, pretty-printed, atomically. Fails when there is none. With
     /// `refuseWhenChanged` fails when `path` is not the file that the run read any more.
     Outcome writeToURL(const std::string& path, Overwrite overwrite = Overwrite::always,
@@ -54,9 +61,12 @@ public:
     void process(const OptionList& options, std::function<void()> ended = {});
     /// Blocks until the run started by process() has ended, pumping when called on the main thread.
     void waitUntilProcessed() { thread_.wait(); }
-    /// The run; the options are "removeFilters" and "removeMarkers", others are ignored.
+    /// The run; the options are "removeFilters", "removeMarkers" and those of fcpxPassTable(), others
+    /// are ignored.
     void startProcessing(const OptionList& options);
     void cancelProgress();
+    /// What fcpxRemoveMarkers takes out in the runs that follow. Main thread, while no run is going.
+    void setMarkerKinds(std::vector<std::string> kinds) { markerKinds_ = std::move(kinds); }
     const RunResult& runResult() const { return runResult_; }
     const ChangeLedger& changeLedger() const { return ledger_; }
 
@@ -89,6 +99,7 @@ private:
     Result<FileIdentity> write(const std::string& path, Overwrite overwrite,
                                bool refuseWhenChanged) const;
     void processXML();
+    void logCounts(const OptionList& options) const;
     TidyControls controls(std::stop_token stop);
     void setProgressLabelText(const std::string& text);
     void showAlert(const std::string& message, const std::string& informative, AlertStyle style);
@@ -96,6 +107,8 @@ private:
     DocumentView& view_;
     std::string path_;
     bool hasShownFailure_ = false;
+    bool takesEvents_ = false;
+    bool hasProject_ = false;
     std::unique_ptr<FCPXMLDocument> document_;
     std::shared_ptr<const XMLDocument> xmlDoc_;
     /// What the result was read from, or saved to.
@@ -103,6 +116,7 @@ private:
     std::mutex stopMutex_;
     std::stop_source stop_;
     RunResult runResult_;
+    std::vector<std::string> markerKinds_ = usualFCPXMarkerKinds();
     std::vector<std::string> notes_;  ///< of the run, for its alert
     ChangeLedger ledger_;
     /// What there was before a run.

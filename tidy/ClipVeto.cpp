@@ -1,5 +1,6 @@
 #include "tidy/ClipVeto.h"
 
+#include "base/Text.h"
 #include "timeline/ChangeLedger.h"
 #include "timeline/Vocabulary.h"
 
@@ -47,7 +48,15 @@ bool isTrackNamedBy(XMLNode track, const TrackLabel& label, const std::string& w
     return answersTo(description(label), wanted) || answersTo(nameOf(track), wanted);
 }
 
-std::string labelColour(XMLNode clip) { return clip.child("labels").child("label2").stringValue(); }
+// The label of the clip, and that of what it was made of; versions of the format differ in which of
+// them they write.
+std::vector<std::string> labelNames(XMLNode clip) {
+    std::vector<std::string> names;
+    for (const XMLNode label : clip.child("labels").firstChildren({"label2", "label"}))
+        if (const std::string text = label.stringValue(); !trimmed(text).empty())
+            names.emplace_back(trimmed(text));
+    return names;
+}
 
 }  // namespace
 
@@ -105,12 +114,12 @@ private:
             reason = reasonFor("kept: clips named " + wanted + " are left alone");
         }
         if (rules_.colours.empty()) return reason;
-        const std::string colour = labelColour(clip);
-        for (const std::string& wanted : rules_.colours) {
-            if (!answersTo(colour, wanted) || colour.empty()) continue;
-            std::erase(veto_.unusedRules_, "colour " + wanted);
-            reason = reasonFor("kept: clips labelled " + colour + " are left alone");
-        }
+        for (const std::string& label : labelNames(clip))
+            for (const std::string& wanted : rules_.colours) {
+                if (!answersTo(label, wanted)) continue;
+                std::erase(veto_.unusedRules_, "colour " + wanted);
+                reason = reasonFor("kept: clips labelled " + label + " are left alone");
+            }
         return reason;
     }
 

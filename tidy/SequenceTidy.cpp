@@ -59,11 +59,7 @@ SequenceTidy::SequenceTidy(XMLNode copy, XMLNode source, TidyRequest request)
             edit_.expectElements({&row.element, 1});
 }
 
-XMLNode SequenceTidy::document() const {
-    XMLNode top = source_ ? source_ : edit_.sequence();
-    while (const XMLNode parent = top.parent()) top = parent;
-    return top;
-}
+XMLNode SequenceTidy::document() const { return (source_ ? source_ : edit_.sequence()).top(); }
 
 Timeline SequenceTidy::read() const {
     return Timeline::ofEdited(edit_.sequence(), *before_, TimelineDetail::picture);

@@ -4,6 +4,7 @@
 // its own.
 #include "app/InterfaceDescription.h"
 #include "app/ManualWindow.h"
+#include "app/RulesPage.h"
 #include "app/StartWindow.h"
 #include "platform/posix/CommandLinePlatform.h"
 #include "platform/qt/QtAlertPresenter.h"
@@ -64,6 +65,11 @@ void closeDown(DocumentWindow* window) {
     window->close();
 }
 
+void tickOptions(const DocumentWindow* window, bool on) {
+    for (QCheckBox* const box : window->findChildren<QCheckBox*>())
+        if (box->objectName().endsWith("CheckBox")) box->setChecked(on);
+}
+
 void waitForTimeline(const DocumentWindow* window, const char* note) {
     comesTrue([&] { return child<QLabel>(window, "timelineNote")->text().startsWith(note); });
 }
@@ -110,6 +116,13 @@ void shootDocument(AppController& controller, Photographer& photographer) {
     child<QTableView>(window, "sequenceTableView")->selectRow(2);
     waitForTimeline(window, "Preview");
     photographer.take(window, "document-ticked");
+    child<QTabWidget>(window, "tabs")->setCurrentIndex(2);
+    photographer.take(window, "document-rules");
+    child<QLineEdit>(window, "excludeTracksEdit")->setText("V3");
+    child<QLineEdit>(window, "filtersKeepEdit")->setText("Color*; Gaussian Blur");
+    photographer.take(window, "document-rules-filled");
+    window->findChild<RulesPage*>()->setRules({});
+    child<QTabWidget>(window, "tabs")->setCurrentIndex(0);
     window->process();
     auto* const sheet = child<QDialog>(window, "windowProgress");
     comesTrue([&] { return sheet->isVisible() || shownAlert(); });
@@ -146,13 +159,15 @@ void shootOthers(AppController& controller, Photographer& photographer,
     DocumentWindow* const fcpx =
         controller.documents().open(REELSWEEP_SOURCE_FOLDER "/resources/sample/harbour.fcpxml");
     photographer.take(fcpx, "fcpxml-opened");
-    for (QCheckBox* const box : fcpx->findChildren<QCheckBox*>()) box->setChecked(true);
+    tickOptions(fcpx, true);
+    photographer.take(fcpx, "fcpxml-ticked");
     fcpx->process();
     alertText();
+    photographer.take(shownAlert(), "alert-fcpxml");
     answerAlert("Not Now");
     comesTrue([&] { return !fcpx->isRunning(); });
     photographer.take(fcpx, "fcpxml-changes");
-    for (QCheckBox* const box : fcpx->findChildren<QCheckBox*>()) box->setChecked(false);
+    tickOptions(fcpx, false);
     closeDown(fcpx);
 
     writeFile(folder / "cut.xml",

@@ -106,6 +106,12 @@ XMLNode XMLNode::parent() const {
     return XMLAccess::handle(parent);
 }
 
+XMLNode XMLNode::top() const {
+    XMLNode node = *this;
+    while (const XMLNode parent = node.parent()) node = parent;
+    return node;
+}
+
 XMLNode XMLNode::previousSibling() const {
     if (attribute_) return {};
     return XMLAccess::handle(XMLAccess::pugi(*this).previous_sibling());

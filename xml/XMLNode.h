@@ -63,6 +63,9 @@ public:
 
     // Relatives. An attribute's parent is its element; it has no siblings.
     XMLNode parent() const;
+    /// The node at the top of the tree that this one is in: the document's, or that of a part that
+    /// was detached. Itself when it has no parent.
+    XMLNode top() const;
     XMLNode previousSibling() const;
     XMLNode nextSibling() const;
     XMLNode firstChild() const;

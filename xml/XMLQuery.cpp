@@ -191,7 +191,7 @@ Result<std::vector<XMLNode>> selectNodes(XMLNode context, std::string_view query
     if (!query.empty() && query[0] == '/') {
         // What pugixml takes for the root holds more than the document: start at the document's
         // node.
-        while (const XMLNode parent = context.parent()) context = parent;
+        context = context.top();
         relative.append(".").append(query);
         query = relative;
     }

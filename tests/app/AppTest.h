@@ -77,8 +77,9 @@ class AppTest : public testing::Test {
 protected:
     AppTest() {
         UserDefaults& defaults = *Platform::current().userDefaults;
-        for (const PassRow& pass : passTable())
+        for (const PassRow& pass : reportedRows())
             defaults.removeObject(OptionBoxes::defaultsKey(pass.option));
+        defaults.removeObject("fcpxMarkerKinds");
         // What a window does is shown with the passes alone.
         for (const char* const care : {"keepPicture", "importSafe"}) defaults.setObject(care, 0);
         defaults.setObject("showOpenDialogAtStartup", 0);
@@ -129,7 +130,8 @@ protected:
     /// Switches all options off but these.
     static void setOptions(const DocumentWindow* window, const QStringList& options) {
         for (QCheckBox* const box : window->findChildren<QCheckBox*>())
-            box->setChecked(options.contains(box->objectName().remove("CheckBox")));
+            if (QString name = box->objectName(); name.endsWith("CheckBox"))
+                box->setChecked(options.contains(name.remove("CheckBox")));
     }
     /// Presses the process button and waits for the alert at the end.
     static std::string process(DocumentWindow* window) {

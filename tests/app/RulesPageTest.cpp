@@ -1,6 +1,7 @@
 // The page of rules: what is written there holds in the preview, in runs, in presets and in the
 // next window.
 #include "tests/app/DocumentWindowTest.h"
+#include "tests/timeline/RulesOnSamples.h"
 
 #include "app/OptionBoxes.h"
 #include "app/RulesPage.h"
@@ -56,6 +57,32 @@ TEST_F(AppTest, MindsTheRulesInPreviewRunPresetsAndTheNextWindow) {
     EXPECT_EQ(page->rules(), (TidyRules{.tracks = {"A7", "v2"}}));
     boxes->removePreset("With titles");
     page->setRules({});
+}
+
+TEST_F(AppTest, AnswersToEachRuleOnRealFiles) {
+    for (const RuleOnSample& row : rulesOnSamples()) {
+        const auto file = sampleNamed(row.file);
+        if (!file) continue;
+        SCOPED_TRACE(std::string(row.rule) + " " + row.value);
+        DocumentWindow* const window = controller.documents().open(toQString(*file));
+        ASSERT_TRUE(window);
+        ASSERT_TRUE(comesTrue([&] { return window->hasSequences(); }));
+        setOptions(window, toQString(row.passes).split(','));
+        window->selectAllSequences(true);
+        child<QTabWidget>(window, "tabs")->setCurrentIndex(2);
+        auto* const edit = child<QLineEdit>(window, (row.rule + std::string("Edit")).c_str());
+        ASSERT_TRUE(edit);
+        edit->clear();
+        QTest::keyClicks(edit, toQString(row.value));
+        process(window);
+        answerAlert("Not Now");
+        ASSERT_TRUE(ends(window));
+        const std::string copy = folder / "copy.xml";
+        ASSERT_TRUE(window->saveCopyTo(copy));
+        expectRule(row, *file, copy);
+        window->findChild<RulesPage*>()->setRules({});
+        window->closeDiscarding();
+    }
 }
 
 }  // namespace

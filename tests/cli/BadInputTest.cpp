@@ -165,7 +165,9 @@ TEST(WrongUsage, IsAnsweredBeforeAnyFileIsRead) {
         {{"tidy", "x.xml", "--pases", "all"},
          "--pases: unexpected argument; did you mean \"--passes\"?"},
         {{"tidy", "x.xml", "--deliver", "nowhere"},
-         "--deliver: nowhere not in {auto,project,standalone}"},
+         "--deliver: there are auto, project, standalone, not \"nowhere\""},
+        {{"tidy", "x.xml", "--jobs", "0"}, "--jobs: must be a number from 1 to 256, not \"0\""},
+        {{"tidy", "x.xml", "--report"}, "--report: FILE missing"},
         {{"tidy", "x.xml", "--passes", "removFilters"},
          "unknown pass \"removFilters\"; did you mean \"removeFilters\"?"},
         {{"tidy", "x.xml", "--passes", "COLLAPSE"},
@@ -229,7 +231,7 @@ TEST(WrongUsage, DependsOnWhatTheFileHolds) {
          {},
          "in: only removeFilters, removeMarkers and the fcpx passes apply to FCPXML, not "
          "removeDisabledVideoClips; "
-         "use --passes removeFilters,removeMarkers"},
+         "use --passes fcpx or --passes removeFilters,removeMarkers"},
         {library,
          {"--passes", "removeFilters,replaceGaps"},
          "in: only removeFilters, removeMarkers and the fcpx passes apply to FCPXML, not "

@@ -93,7 +93,7 @@ TEST(Batch, FailsAloneWhenAFileEndsItsProcess) {
     fs::create_directory(workplace / "in");
     workplace.write("in/a.xml", longProject());
     workplace.write("in/b.xml", reel);
-    Program program(workplace, {"tidy", "in", "--jobs", "1"});
+    Program program(workplace, {"tidy", "in", "--jobs", "1", "--report", "r.json"});
     const std::vector<pid_t> children = waitForValue([&] { return program.children(); });
     ASSERT_EQ(children.size(), 1U);
     ::kill(children.front(), SIGKILL);
@@ -102,6 +102,10 @@ TEST(Batch, FailsAloneWhenAFileEndsItsProcess) {
     EXPECT_EQ(ended.error, "reelsweep-cli: in/a.xml: the process that tidied it has ended\n");
     EXPECT_FALSE(workplace.has("in/a-Tidied.xml"));
     EXPECT_TRUE(XMLDocument::load(workplace / "in/b-Tidied.xml"));
+    const auto documents = nlohmann::json::parse(workplace.read("r.json"))["documents"];
+    ASSERT_EQ(documents.size(), 2U);
+    EXPECT_EQ(documents[0]["errors"][0], "in/a.xml: the process that tidied it has ended");
+    EXPECT_GT(documents[1]["sequences"][0]["changes"].size(), 0U);
 }
 
 TEST(Batch, StopsAtOnceWhenInterrupted) {
@@ -117,6 +121,51 @@ TEST(Batch, StopsAtOnceWhenInterrupted) {
     EXPECT_NE(ended.error.find("of 3 files were done with"), std::string::npos) << ended.error;
     for (const auto& entry : fs::directory_iterator(workplace / "in"))
         EXPECT_EQ(entry.path().extension(), ".xml") << entry.path();
+}
+
+TEST(Batch, TakesABundleInAFolderForOneDocument) {
+    for (const bool isDeep : {false, true}) {
+        const Workplace workplace;
+        fs::create_directories(workplace / "in/day/Cut.fcpxmld/Media");
+        workplace.write("in/day/Cut.fcpxmld/Info.fcpxml", fcpxml);
+        workplace.write("in/day/Cut.fcpxmld/Media/other.xml", reel);
+        // Results, what is being saved, bundles of something else, and a folder that is called so.
+        for (const char* const other : {"in/day/Cut-Tidied.fcpxmld", "in/day/Cut.fcpxmld.6F0",
+                                        "in/day/Film.fcpbundle", "in/day/empty.fcpxmld"})
+            fs::create_directory(workplace / other);
+        for (const char* const other : {"Cut-Tidied.fcpxmld", "Cut.fcpxmld.6F0", "Film.fcpbundle"})
+            workplace.write("in/day/" + std::string(other) + "/Info.fcpxml", fcpxml);
+        std::vector<std::string> arguments{"tidy",          isDeep ? "in" : "in/day", "--passes",
+                                           "removeMarkers", "--output-dir",           "out",
+                                           "--parents"};
+        if (isDeep) arguments.push_back("--recursive");
+        const Ended ended = run(workplace, arguments);
+        EXPECT_EQ(ended.status, 0) << ended.error;
+        EXPECT_NE(ended.output.find("1 file tidied\n"), std::string::npos) << ended.output;
+        const std::string result = isDeep ? "out/day/Cut-Tidied.fcpxmld" : "out/Cut-Tidied.fcpxmld";
+        EXPECT_EQ(workplace.read(result + "/Info.fcpxml").find("<marker"), std::string::npos);
+        EXPECT_EQ(workplace.read(result + "/Media/other.xml"), reel);
+        EXPECT_EQ(workplace.read("in/day/Cut.fcpxmld/Info.fcpxml"), fcpxml);
+    }
+}
+
+TEST(Batch, ReportsTheSameHoweverManyAreAtWork) {
+    for (const std::string report : {"r.json", "r.csv", "r.html"}) {
+        std::string alone;
+        for (const char* const jobs : {"1", "4"}) {
+            const Workplace workplace;
+            fill(workplace);
+            // The first is by far the longest, and so is done with last.
+            workplace.write("in/A.xml", longProject());
+            const Ended ended = run(workplace, {"tidy", "in", "--jobs", jobs, "--report", report,
+                                                "--dry-run", "--passes", "all", "--handles", "9"});
+            EXPECT_EQ(ended.status, 3) << ended.error;
+            const std::string written = workplace.read(report);
+            EXPECT_GT(written.size(), 10'000U);
+            if (alone.empty()) alone = written;
+            EXPECT_TRUE(written == alone) << report;
+        }
+    }
 }
 
 TEST(Batch, ReportsEveryFileInOrder) {

@@ -1,15 +1,17 @@
 // Real exports of several editing applications, and the bundled sample, through every choice of
 // passes.
 #include "tests/cli/Program.h"
-#include "tests/timeline/SampleFiles.h"
+#include "tests/timeline/RulesOnSamples.h"
 #include "tests/xml/InsertedBytes.h"
 
 #include "tidy/PassTable.h"
+#include "tidy/TidyRules.h"
 #include "timeline/QVXMLParser.h"
 #include "xml/XMLDocument.h"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <filesystem>
 
 namespace reelsweep::test {
@@ -62,7 +64,26 @@ TEST(Samples, AreTidiedWithEveryChoiceOfPasses) {
     if (files.size() == 1) GTEST_SKIP() << "the folder of real exports is not there";
 }
 
-// A sequence as text, but for what names a copy.
+TEST(Samples, AnswerToEachRule) {
+    std::size_t checked = 0;
+    for (const RuleOnSample& row : rulesOnSamples()) {
+        const auto file = sampleNamed(row.file);
+        if (!file) continue;
+        const auto rules = ruleTable();
+        const auto rule = std::find_if(rules.begin(), rules.end(),
+                                       [&](const RuleRow& each) { return each.key == row.rule; });
+        ASSERT_NE(rule, rules.end()) << row.rule;
+        const Workplace workplace;
+        const Ended ended = run(workplace, {"tidy", *file, "--passes", row.passes, "--literal",
+                                            std::string(rule->option), row.value, "-o", "out.xml"});
+        EXPECT_EQ(ended.status, 0) << ended.error;
+        expectRule(row, *file, workplace / "out.xml");
+        ++checked;
+    }
+    EXPECT_GT(checked, 0U);
+}
+
+// A sequence as text, but for its start tag and what names a copy.
 std::string bodyOf(XMLNode sequence) {
     sequence.setOnlyAttribute("id", "");
     for (const char* const name : {"name", "uuid"})
@@ -75,8 +96,9 @@ TEST(Samples, StayAsTheyAreWhenEverythingIsExcluded) {
     for (const std::string file : sampleFiles()) {
         for (const std::vector<std::string>& exclude :
              {std::vector<std::string>{"--exclude-track", "*"},
-              {"--exclude-track", "[va][0-9]*"},
-              {"--exclude-clip", "*"}}) {
+              {"--exclude-track", "[va][0-9]*", "--literal"},
+              {"--exclude-clip", "*"},
+              {"--exclude-clip", "*", "--literal"}}) {
             SCOPED_TRACE(file + exclude.back());
             const Workplace workplace;
             std::vector<std::string> arguments{"tidy",     file,  "-o",     "out.xml",
@@ -87,12 +109,11 @@ TEST(Samples, StayAsTheyAreWhenEverythingIsExcluded) {
             const Result<XMLDocument> source = XMLDocument::load(file);
             const Result<XMLDocument> result = XMLDocument::load(workplace / "out.xml");
             ASSERT_TRUE(source && result);
-            // In a document of its own a copy defines what it refers to, and so differs.
-            if (!source->rootElement().child("project").child("children")) continue;
             const auto sequences =
                 *QVXMLParser::nodesForQuery(".//sequence/name/..", source->node());
-            const XMLNode bin =
-                result->rootElement().child("project").child("children").lastChild();
+            const XMLNode project = result->rootElement().child("project");
+            const XMLNode bin = project ? project.child("children").lastChild()
+                                        : result->rootElement().child("bin");
             std::size_t at = 0;
             for (XMLNode copy = bin.child("children").child("sequence"); copy;
                  copy = copy.nextSibling("sequence"), ++at)

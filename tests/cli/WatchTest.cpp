@@ -98,6 +98,47 @@ TEST_F(Watch, WaitsUntilAFileIsWholeAndTidiesItAgainWhenItChanges) {
               "Reel 1: V1: D[0,9)\nReel 1-Tidied: V1: D[0,9)\n");
 }
 
+TEST_F(Watch, TakesABundleWhenAllOfItIsThere) {
+    const std::string cut =
+        "<fcpxml version=\"1.10\"><library><event><project name=\"P\"><sequence><spine><clip>"
+        "<marker value=\"m\"/></clip></spine></sequence></project></event></library></fcpxml>";
+    const auto tidied = [&] {
+        return FileIdentity::ofFile(workplace / "out/Cut-Tidied.fcpxmld/Info.fcpxml");
+    };
+    std::vector<std::string> options = arguments();
+    options.insert(options.end(), {"--passes", "removeMarkers"});
+    fs::create_directory(workplace / "in/Cut.fcpxmld");
+    Program program(workplace, options);
+    workplace.write("in/quick.xml", reel);
+    ASSERT_TRUE(waitUntil([&] { return results().contains("quick-Tidied.xml"); }));
+    // The document is there, and something beside it is still being written.
+    UniqueDescriptor writer(::open((workplace / "in/Cut.fcpxmld/tracking.bin").c_str(),
+                                   O_WRONLY | O_CREAT | O_CLOEXEC, 0600));
+    workplace.write("in/Cut.fcpxmld/Info.fcpxml", cut);
+    workplace.write("in/other.xml", reel);
+    ASSERT_TRUE(waitUntil([&] { return results().contains("other-Tidied.xml"); }));
+    EXPECT_FALSE(tidied().known());
+    ASSERT_EQ(::write(writer.get(), "data", 4), 4);
+    writer.reset();
+    ASSERT_TRUE(waitUntil([&] { return tidied().known(); }));
+    EXPECT_EQ(workplace.read("out/Cut-Tidied.fcpxmld/tracking.bin"), "data");
+    EXPECT_EQ(workplace.read("out/Cut-Tidied.fcpxmld/Info.fcpxml").find("<marker"),
+              std::string::npos);
+    // Written again where it is, and once more as another bundle in its place.
+    const FileIdentity first = tidied();
+    workplace.write("in/Cut.fcpxmld/Info.fcpxml", cut + "<!-- 2 -->");
+    ASSERT_TRUE(waitUntil([&] { return tidied().known() && tidied() != first; }));
+    const FileIdentity second = tidied();
+    fs::create_directory(workplace / "new");
+    workplace.write("new/Info.fcpxml", cut + "<!-- 3 -->");
+    fs::rename(workplace / "in/Cut.fcpxmld", workplace / "old");
+    fs::rename(workplace / "new", workplace / "in/Cut.fcpxmld");
+    ASSERT_TRUE(waitUntil([&] { return tidied().known() && tidied() != second; }));
+    program.send(SIGTERM);
+    EXPECT_EQ(program.wait().status, 0);
+    EXPECT_NE(workplace.read("out/Cut-Tidied.fcpxmld/Info.fcpxml").find("3"), std::string::npos);
+}
+
 TEST_F(Watch, SetsABrokenFileAsideAndSparesWhatIsNotItsOwn) {
     fs::create_directory(workplace / "out");
     workplace.write("in/broken.xml", "<xmeml>\n<project>");

@@ -1,4 +1,4 @@
-#include "cli/BundleFile.h"
+#include "shell/BundleFile.h"
 
 #include "base/UUID.h"
 #include "documents/DocumentFormat.h"
@@ -66,18 +66,18 @@ Outcome copyTheRest(const std::string& source, const std::string& folder) {
 
 }  // namespace
 
-Outcome saveBundle(const SavePlace& place, const std::string& source, const Tidied& tidied) {
-    const SiblingFolder folder(place.path);
-    if (folder.error() != 0)
-        return failure(place.path, std::generic_category().message(folder.error()));
+Outcome saveBundle(const std::string& path, Overwrite overwrite, const std::string& source,
+                   const std::function<Outcome(const std::string& file)>& write) {
+    const SiblingFolder folder(path);
+    if (folder.error() != 0) return failure(path, std::generic_category().message(folder.error()));
     std::error_code error;
     if (isFCPXMLBundle(source) && fs::is_directory(source, error))
         if (Outcome copied = copyTheRest(source, folder.path()); !copied) return copied;
-    const SavePlace inside{(fs::path(folder.path()) / fcpxmlInBundle).string()};
-    if (Outcome saved = saveResult(inside, tidied); !saved) return saved;
-    const bool mayReplace = place.overwrite == Overwrite::always;
-    if (const int number = folder.moveTo(place.path, mayReplace); number != 0)
-        return failure(place.path, std::generic_category().message(number));
+    if (Outcome saved = write((fs::path(folder.path()) / fcpxmlInBundle).string()); !saved)
+        return saved;
+    const bool mayReplace = overwrite == Overwrite::always;
+    if (const int number = folder.moveTo(path, mayReplace); number != 0)
+        return failure(path, std::generic_category().message(number));
     return Done{};
 }
 
