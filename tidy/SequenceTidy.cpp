@@ -66,7 +66,7 @@ Timeline SequenceTidy::read() const {
 }
 
 Outcome SequenceTidy::runSteps(const TidyControls& controls, PictureGuard* guard) {
-    PassRun run{edit_, request_.ignoredEffects,   controls.stop,  controls.progress,
+    PassRun run{edit_, request_.ignoredEffects,   controls.stop,   controls.progress,
                 guard, veto_ ? &*veto_ : nullptr, &request_.rules, transparentClips_};
     for (const PassStep& step : passSteps()) {
         if (!isOn(step, request_.passes)) continue;

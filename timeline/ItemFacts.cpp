@@ -58,8 +58,7 @@ public:
     void finish() {
         facts_.times = {timeOf(facts_.start), timeOf(facts_.end), timeOf(facts_.in),
                         timeOf(facts_.out)};
-        facts_.hasPlainEdges =
-            !secondEnd_ && isPlainEdge(facts_.start) && isPlainEdge(facts_.end);
+        facts_.hasPlainEdges = !secondEnd_ && isPlainEdge(facts_.start) && isPlainEdge(facts_.end);
     }
 
 private:

@@ -90,8 +90,7 @@ void TimelineEdit::finish(XMLNode source) {
 
 bool TimelineEdit::isTransition(XMLNode node) const {
     const ItemFacts* const known = facts_.findUnread(node);
-    return known ? known->kind == TrackEntry::Kind::transition
-                 : node.isElement("transitionitem");
+    return known ? known->kind == TrackEntry::Kind::transition : node.isElement("transitionitem");
 }
 
 bool TimelineEdit::isLoose(XMLNode item) const {
@@ -163,9 +162,7 @@ TrackLabel TimelineEdit::labelAbove(XMLNode node) const {
 }
 
 // Most are asked for by their facts, and then none of their elements is touched.
-bool TimelineEdit::isItem(XMLNode node) const {
-    return facts_.holds(node) || isTimelineItem(node);
-}
+bool TimelineEdit::isItem(XMLNode node) const { return facts_.holds(node) || isTimelineItem(node); }
 
 ItemTimes TimelineEdit::times(XMLNode node) const {
     const ItemFacts* const known = facts(node);
@@ -199,8 +196,7 @@ Change& TimelineEdit::record(ChangeKind kind, XMLNode node) {
     change.trackBefore = change.trackAfter = place.track;
     change.holder = place.holder;
     change.countsAsItem = place.isTrackItem;
-    change.before =
-        change.holder && !isItem(node) ? timesInside(change.holder, node) : times(node);
+    change.before = change.holder && !isItem(node) ? timesInside(change.holder, node) : times(node);
     change.after = change.before;
     return change;
 }

@@ -64,8 +64,8 @@ void TimelineEdit::listAgain(const std::function<void(const ItemFacts&)>& show) 
 }
 
 void TimelineEdit::putInOrder(std::string_view name, ListedElements& list) {
-    const ListedElements before = std::exchange(
-        list, {{}, std::vector<ListedElements::Stretch>(facts_.size()), true, true});
+    const ListedElements before =
+        std::exchange(list, {{}, std::vector<ListedElements::Stretch>(facts_.size()), true, true});
     list.elements.reserve(before.elements.size());
     const auto add = [&](XMLNode element) {
         if (element.name() == name) list.elements.push_back(element);
@@ -85,9 +85,7 @@ void TimelineEdit::putInOrder(std::string_view name, ListedElements& list) {
     });
 }
 
-void TimelineEdit::readItems(const std::function<void(const ItemFacts&)>& show) {
-    listAgain(show);
-}
+void TimelineEdit::readItems(const std::function<void(const ItemFacts&)>& show) { listAgain(show); }
 
 bool TimelineEdit::mayHoldItems(XMLNode item) const {
     const ItemFactsTable::Number number = facts_.numberOf(item);
