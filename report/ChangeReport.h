@@ -46,8 +46,8 @@ public:
     /// got as far as a run.
     void addDocument(const ReportedDocument& document, const ChangeLedger* ledger);
 
-    /// The same in parts: the text of a document that writeReportedDocument has made elsewhere comes
-    /// next. The caller hands it to the sink.
+    /// The same in parts: the text of a document that writeReportedDocument has made elsewhere
+    /// comes next. The caller hands it to the sink.
     void beginDocument();
 
     /// Writes what is left. False when the sink refused anything.

@@ -1,7 +1,7 @@
 // QVFCPXDoc: the document of a Final Cut Pro X project exported as FCPXML.
 //
-// It takes the passes that apply to FCPXML, works on the whole XML, and keeps the result until it is
-// saved. Every run starts again from the file on disk.
+// It takes the passes that apply to FCPXML, works on the whole XML, and keeps the result until it
+// is saved. Every run starts again from the file on disk.
 // Thread rule: construct and destroy on the main thread. startProcessing runs on a background
 // thread (or on the main thread) and reaches the view through the MainThread port.
 #pragma once
@@ -61,11 +61,12 @@ public:
     void process(const OptionList& options, std::function<void()> ended = {});
     /// Blocks until the run started by process() has ended, pumping when called on the main thread.
     void waitUntilProcessed() { thread_.wait(); }
-    /// The run; the options are "removeFilters", "removeMarkers" and those of fcpxPassTable(), others
-    /// are ignored.
+    /// The run; the options are "removeFilters", "removeMarkers" and those of fcpxPassTable(),
+    /// others are ignored.
     void startProcessing(const OptionList& options);
     void cancelProgress();
-    /// What fcpxRemoveMarkers takes out in the runs that follow. Main thread, while no run is going.
+    /// What fcpxRemoveMarkers takes out in the runs that follow. Main thread, while no run is
+    /// going.
     void setMarkerKinds(std::vector<std::string> kinds) { markerKinds_ = std::move(kinds); }
     const RunResult& runResult() const { return runResult_; }
     const ChangeLedger& changeLedger() const { return ledger_; }

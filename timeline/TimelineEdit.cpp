@@ -176,8 +176,8 @@ ItemTimes TimelineEdit::timesOfHolder(XMLNode item) const {
     return lastHolder_.times;
 }
 
-// What `start` and `end` of a filter count from differs from system to system; the place of its clip
-// can be found again.
+// What `start` and `end` of a filter count from differs from system to system; the place of its
+// clip can be found again.
 ItemTimes TimelineEdit::timesInside(XMLNode item, XMLNode node) const {
     ItemTimes times = timesOfHolder(item);
     const auto [in, out] = node.firstChildren({"in", "out"});

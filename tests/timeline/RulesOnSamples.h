@@ -22,7 +22,7 @@ struct RuleOnSample {
     const char* passes;  ///< option names with commas between
     const char* rule;    ///< its key, as presets have it
     const char* value;
-    // Without what a sequence in a sequence holds: a copy in a file of its own defines those in full.
+    // Without what a sequence in a sequence holds: a copy in a file of its own defines those.
     const char* stays;  ///< what the copies have as many of as the sources
     const char* goes;   ///< what the sources have, and the copies have not
 };
