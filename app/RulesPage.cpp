@@ -62,9 +62,10 @@ RulesPage::RulesPage(QWidget* parent) : QWidget(parent), kept_(storedRules()) {
     addSentence(*group, "transitionsOnly", tr("Only transitions named"), tr("are taken out."),
                 tr("*Wipe"));
     // The lines of all groups stand under each other.
-    for (QGridLayout* const each : groups_)
-        for (const int column : {beforeColumn, afterColumn})
-            each->setColumnMinimumWidth(column, widths_[column]);
+    for (QGridLayout* const each : groups_) {
+        each->setColumnMinimumWidth(beforeColumn, widths_[beforeColumn]);
+        each->setColumnMinimumWidth(afterColumn, widths_[afterColumn]);
+    }
     auto* const hint = new QLabel(
         tr("Several names stand with a semicolon between. In a name, * stands for any letters and "
            "? for one; capitals do not matter. An empty line says nothing. A marker is called by "

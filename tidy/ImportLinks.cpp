@@ -186,6 +186,7 @@ private:
         const std::string set = anyUsed ? freeSuffix(items) : std::string();
         // Ids that stay are taken before any is made up.
         std::vector<bool> isFirst;
+        isFirst.reserve(items.size());
         for (const XMLNode& item : items)
             isFirst.push_back(own_.insert(std::string(idOf(item)) + set).second);
         std::unordered_map<XMLNode, std::string> ids;
