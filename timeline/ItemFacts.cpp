@@ -112,27 +112,30 @@ std::size_t ItemFactsTable::slotOf(XMLNode node) const {
     const auto key = reinterpret_cast<std::uintptr_t>(node.identity());
     const std::size_t mask = slots_.size() - 1;
     std::size_t slot = (key * 0x9E3779B97F4A7C15u >> 20) & mask;
-    while (slots_[slot] != none && *entry(slots_[slot]).facts.node != node)
-        slot = (slot + 1) & mask;
+    while (slots_[slot].node && slots_[slot].node != node.identity()) slot = (slot + 1) & mask;
     return slot;
 }
 
 ItemFactsTable::Number ItemFactsTable::numberOf(XMLNode node) const {
-    return slots_.empty() || !node ? none : slots_[slotOf(node)];
+    return slots_.empty() || !node ? none : slots_[slotOf(node)].number;
+}
+
+void ItemFactsTable::enter(Number number) {
+    const XMLNode node = entry(number).facts.node;
+    slots_[slotOf(node)] = {node.identity(), number};
 }
 
 void ItemFactsTable::add(XMLNode item) {
     if (holds(item)) return;
     if (count_ * std::size_t{2} >= slots_.size()) {
-        slots_.assign(std::max<std::size_t>(64, slots_.size() * 2), none);
-        for (Number number = 0; number < count_; ++number)
-            slots_[slotOf(entry(number).facts.node)] = number;
+        slots_.assign(std::max<std::size_t>(64, slots_.size() * 2), {});
+        for (Number number = 0; number < count_; ++number) enter(number);
     }
     if (count_ % pageSize == 0) pages_.push_back(std::make_unique<Entry[]>(pageSize));
     const Number number = count_++;
-    slots_[slotOf(item)] = number;
     entry(number).facts.node = item;
     entry(number).facts.kind = kindOf(item);
+    enter(number);
 }
 
 const ItemFacts* ItemFactsTable::find(XMLNode node) const {

@@ -75,13 +75,20 @@ private:
         bool isFilterRead = false;  ///< the first filter
     };
 
+    // The node lies beside its number, so that most questions touch one line of memory.
+    struct Slot {
+        const void* node = nullptr;
+        Number number = none;
+    };
+
     std::size_t slotOf(XMLNode node) const;
+    void enter(Number number);
     Entry& entry(Number number) const { return pages_[number / pageSize][number % pageSize]; }
 
     static constexpr std::size_t pageSize = 512;
     std::vector<std::unique_ptr<Entry[]>> pages_;
     Number count_ = 0;
-    std::vector<Number> slots_;  ///< numbers by node, open addressing; a power of two of them
+    std::vector<Slot> slots_;  ///< by node, open addressing; a power of two of them
 };
 
 }  // namespace reelsweep

@@ -229,7 +229,7 @@ private:
     std::map<std::string, ListedElements, std::less<>> listed_;
     std::vector<bool> holdNone_;  ///< by number, whether an item held no others in the last walk
     void listAgain(const std::function<void(const ItemFacts&)>& show = {});
-    void putInOrder(std::string_view name, ListedElements& list);
+    void putListsInOrder();
     template <class VisitElement, class VisitItem>
     void walkAroundItems(const VisitElement& visitElement, const VisitItem& visitItem) const;
     void listsAreOld();

@@ -63,26 +63,45 @@ void TimelineEdit::listAgain(const std::function<void(const ItemFacts&)>& show) 
     });
 }
 
-void TimelineEdit::putInOrder(std::string_view name, ListedElements& list) {
-    const ListedElements before =
-        std::exchange(list, {{}, std::vector<ListedElements::Stretch>(facts_.size()), true, true});
-    list.elements.reserve(before.elements.size());
-    const auto add = [&](XMLNode element) {
-        if (element.name() == name) list.elements.push_back(element);
-    };
-    walkAroundItems(add, [&](XMLNode node, ItemFactsTable::Number item) {
-        ListedElements::Stretch& stretch = list.ofItems[item];
-        stretch.first = static_cast<std::uint32_t>(list.elements.size());
-        if (item < before.ofItems.size()) {
-            const auto first = before.elements.begin() + before.ofItems[item].first;
-            list.elements.insert(list.elements.end(), first, first + before.ofItems[item].count);
-        } else {
-            add(node);
-            node.forEachDescendant({name},
-                                   [&](XMLNode element) { list.elements.push_back(element); });
+// One walk for all of them: when one pass asks after items have moved, the next ones will.
+void TimelineEdit::putListsInOrder() {
+    struct Reordering {
+        std::string_view name;
+        ListedElements& list;
+        ListedElements before;
+
+        void add(XMLNode element) {
+            if (element.name() == name) list.elements.push_back(element);
         }
-        stretch.count = static_cast<std::uint32_t>(list.elements.size()) - stretch.first;
-    });
+        void addItem(XMLNode node, ItemFactsTable::Number item) {
+            const auto size = [this] { return static_cast<std::uint32_t>(list.elements.size()); };
+            const std::uint32_t start = size();
+            if (item < before.ofItems.size()) {
+                const auto first = before.elements.begin() + before.ofItems[item].first;
+                list.elements.insert(list.elements.end(), first,
+                                     first + before.ofItems[item].count);
+            } else {
+                add(node);
+                node.forEachDescendant(
+                    {name}, [this](XMLNode element) { list.elements.push_back(element); });
+            }
+            list.ofItems[item] = {start, size() - start};
+        }
+    };
+    std::vector<Reordering> reorderings;
+    for (auto& [name, list] : listed_) {
+        if (list.isInOrder) continue;
+        reorderings.push_back({name, list, std::exchange(list, {})});
+        list = {{}, std::vector<ListedElements::Stretch>(facts_.size()), true, true};
+        list.elements.reserve(reorderings.back().before.elements.size());
+    }
+    walkAroundItems(
+        [&](XMLNode element) {
+            for (Reordering& reordering : reorderings) reordering.add(element);
+        },
+        [&](XMLNode node, ItemFactsTable::Number item) {
+            for (Reordering& reordering : reorderings) reordering.addItem(node, item);
+        });
 }
 
 void TimelineEdit::readItems(const std::function<void(const ItemFacts&)>& show) { listAgain(show); }
@@ -128,7 +147,7 @@ std::vector<XMLNode> TimelineEdit::elementsNamed(std::string_view name) {
     auto list = listed_.find(name);
     if (list == listed_.end()) list = listed_.try_emplace(std::string(name)).first;
     if (!list->second.isCurrent) listAgain();
-    if (!list->second.isInOrder) putInOrder(name, list->second);
+    if (!list->second.isInOrder) putListsInOrder();
     std::vector<XMLNode> found;
     Standing standing(sequence_);
     for (const XMLNode element : list->second.elements)
