@@ -3,7 +3,6 @@
 #include "timeline/QVXMLParser.h"
 #include "timeline/SequenceTimecode.h"
 #include "timeline/Vocabulary.h"
-#include "xml/XMLQuery.h"
 
 #include <algorithm>
 
@@ -53,16 +52,20 @@ SequenceSummary SequenceSummary::of(XMLNode sequence) {
 
 std::vector<FCPXProjectSummary> fcpxProjects(XMLNode document) {
     std::vector<FCPXProjectSummary> projects;
-    const auto nodes = selectNodes(document,
-                                   "./fcpxml/project | ./fcpxml/event/project | "
-                                   "./fcpxml/library/event/project");
-    if (!nodes) return projects;
-    for (const XMLNode& project : *nodes) {
-        const XMLNode parent = project.parent();
-        const auto nameOf = [](XMLNode node) {
-            return std::string(node.attribute("name").value_or(""));
-        };
-        projects.push_back({nameOf(project), parent.isElement("event") ? nameOf(parent) : ""});
+    const auto nameOf = [](XMLNode node) {
+        return std::string(node.attribute("name").value_or(""));
+    };
+    const auto addThoseOf = [&](XMLNode event) {
+        for (const XMLNode project : childrenNamed(event, "project"))
+            projects.push_back({nameOf(project), nameOf(event)});
+    };
+    for (const XMLNode root : childrenNamed(document, "fcpxml")) {
+        for (XMLNode child = root.firstChild(); child; child = child.nextSibling()) {
+            if (child.isElement("project")) projects.push_back({nameOf(child), ""});
+            if (child.isElement("event")) addThoseOf(child);
+            if (!child.isElement("library")) continue;
+            for (const XMLNode event : childrenNamed(child, "event")) addThoseOf(event);
+        }
     }
     return projects;
 }

@@ -54,19 +54,22 @@ std::string asciiUnescaped(const std::string& text) {
     return withoutPercentEscapes(text, 0x7F).value_or(text);
 }
 
-XMLNode firstDescendantWithText(XMLNode node, std::string_view name) {
-    XMLNode found;
-    // "[1]" in ".//name[1]" counts within each parent.
-    const std::string query = ".//" + std::string(name) + "[1]/text()";
-    const Result<std::vector<XMLNode>> matches = selectNodes(node, query);
-    if (matches && !matches->empty()) found = matches->front();
-    return found;
+// What ".//name[1]/text()" answers first; "[1]" counts within each parent.
+XMLNode firstDescendantText(XMLNode node, std::string_view name, bool isNamed = false) {
+    bool hasNamedChild = false;
+    for (XMLNode child = node.firstChild(); child; child = child.nextSibling()) {
+        if (isNamed && child.isText()) return child;
+        const bool isFirstNamed = !hasNamedChild && child.isElement(name);
+        hasNamedChild = hasNamedChild || isFirstNamed;
+        if (const XMLNode text = firstDescendantText(child, name, isFirstNamed)) return text;
+    }
+    return {};
 }
 
 std::optional<std::string> childTextOrBelow(XMLNode node, const char* name,
                                             bool immediateChildOnly) {
     XMLNode text = node.child(name).firstText();
-    if (!text && !immediateChildOnly) text = firstDescendantWithText(node, name);
+    if (!text && !immediateChildOnly) text = firstDescendantText(node, name);
     if (!text) return {};
     return asciiUnescaped(std::string(text.value()));
 }

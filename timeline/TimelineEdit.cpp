@@ -60,6 +60,8 @@ TimelineEdit::TimelineEdit(XMLNode sequence, SequenceLedger& ledger)
         const bool video = track.parent().isElement("video");
         labels_[track] = TrackLabel{video, ++numbers[video]};
     }
+    // Tracks are edited child by child.
+    for (XMLNode& track : tracks_) track.separateText();
     items_ = itemsOn(tracks_);
     for (const XMLNode& item : items_) facts_.add(item);
     ledger_.itemsBefore = items_.size();
@@ -205,7 +207,10 @@ Change& TimelineEdit::record(ChangeKind kind, XMLNode node) {
 
 const TrackIndex& TimelineEdit::index(XMLNode track) {
     std::unique_ptr<TrackIndex>& index = indexes_[track];
-    if (!index) index.reset(new TrackIndex(sequenceIndex_, track));
+    if (!index) {
+        track.separateText();
+        index.reset(new TrackIndex(sequenceIndex_, track));
+    }
     index->watch();
     return *index;
 }
@@ -276,6 +281,7 @@ void TimelineEdit::writeText(XMLNode element, std::string_view text) {
         journal_.noteText(element);
         element.setText(text);
     } else {
+        element.separateText();
         while (const XMLNode child = element.firstChild()) place(child, {});
         element.setText(text);
         journal_.noteCreated(element.firstChild());
@@ -320,6 +326,7 @@ void TimelineEdit::recordRemoval(XMLNode node, std::size_t reason) {
 
 void TimelineEdit::detach(XMLNode node, const std::string& reason) {
     if (!node.parent()) return;
+    node = node.separated();
     recordRemoval(node, ledger_.addReason(reason));
     place(node, {});
 }
@@ -435,6 +442,7 @@ void TimelineEdit::rewrite(XMLNode about, std::span<const Rewrite> rewrites,
 
 void TimelineEdit::define(XMLNode reference, XMLNode definition, const std::string& reason) {
     record(ChangeKind::changed, reference).reason = ledger_.addReason(reason);
+    reference.separateText();
     for (XMLNode child = definition.firstChild(); child; child = child.nextSibling()) {
         const XMLNode copy = reference.appendCopy(child);
         journal_.noteCreated(copy);
@@ -447,6 +455,7 @@ void TimelineEdit::define(XMLNode reference, XMLNode definition, const std::stri
 
 void TimelineEdit::refer(XMLNode definition, const std::string& reason) {
     record(ChangeKind::changed, definition).reason = ledger_.addReason(reason);
+    definition.separateText();
     while (const XMLNode child = definition.firstChild()) place(child, {});
 }
 

@@ -1,5 +1,7 @@
 #include "xml/BlanksBesideCData.h"
 
+#include "xml/XMLAccess.h"
+
 #include <algorithm>
 #include <array>
 #include <cstddef>
@@ -70,6 +72,11 @@ pugi::xml_node nextInDocument(pugi::xml_node node, const pugi::xml_node& top) {
 
 bool isText(const pugi::xml_node& node) { return node.type() == pugi::node_pcdata; }
 
+bool followsText(const pugi::xml_node& node) {
+    const pugi::xml_node previous = node.previous_sibling();
+    return previous ? isText(previous) : XMLAccess::embedsText(node.parent());
+}
+
 }  // namespace
 
 std::vector<BlanksAround> blanksBesideCData(std::string_view bytes) {
@@ -106,7 +113,7 @@ void restoreBlanks(pugi::xml_node top, const std::vector<BlanksAround>& blanks) 
         if (node.type() != pugi::node_cdata) continue;
         // A text that is there holds its blanks already.
         pugi::xml_node parent = node.parent();
-        if (!next->before.empty() && !isText(node.previous_sibling()))
+        if (!next->before.empty() && !followsText(node))
             parent.insert_child_before(pugi::node_pcdata, node).set_value(next->before.c_str());
         if (!next->after.empty() && !isText(node.next_sibling()))
             parent.insert_child_after(pugi::node_pcdata, node).set_value(next->after.c_str());

@@ -56,7 +56,7 @@ struct XMLDocument::Tree {
     pugi::xml_node content;
 
     // Gives the parsed nodes the layout that XMLAccess.h draws.
-    void arrange() {
+    void arrange(bool mayEmbed = false) {
         pugi::xml_node lastOfProlog;
         for (const pugi::xml_node node : pugi.children()) {
             if (node.type() != pugi::node_declaration && node.type() != pugi::node_doctype)
@@ -77,8 +77,7 @@ struct XMLDocument::Tree {
             next = next.next_sibling();
             content.append_move(moved);
         }
-        const char detachedName[] = {XMLAccess::detachedMark, '\0'};
-        pugi.append_child(pugi::node_element).set_name(detachedName);
+        XMLAccess::markDetached(pugi.append_child(pugi::node_element), mayEmbed);
     }
 
     Outcome takeParsed(const pugi::xml_parse_result& parsed, const std::string& name,
@@ -88,7 +87,7 @@ struct XMLDocument::Tree {
         LineEndNormaliser normaliser;
         if (notes.hasCarriageReturn) pugi.traverse(normaliser);
         restoreBlanks(pugi, notes.blanks);
-        arrange();
+        arrange(true);
         return Done{};
     }
 };
@@ -181,7 +180,7 @@ Result<XMLDocument> XMLDocument::parse(std::string_view bytes, const std::string
     XMLDocument document;
     document.tree_ = std::make_unique<Tree>();
     const auto parsed =
-        document.tree_->pugi.load_buffer(bytes.data(), bytes.size(), XMLAccess::parseOptions);
+        document.tree_->pugi.load_buffer(bytes.data(), bytes.size(), XMLAccess::embeddingOptions);
     if (Outcome taken = document.tree_->takeParsed(parsed, name, ByteNotes(bytes)); !taken)
         return taken.failure();
     return document;
@@ -217,7 +216,7 @@ Result<XMLDocument> XMLDocument::load(const std::string& path, Verification veri
     const ByteNotes notes({bytes.get(), gotBytes});
     document.tree_ = std::make_unique<Tree>();
     const auto parsed = document.tree_->pugi.load_buffer_inplace_own(bytes.release(), gotBytes,
-                                                                     XMLAccess::parseOptions);
+                                                                     XMLAccess::embeddingOptions);
     // The check knows line and column, so it speaks first where both have something to say.
     if (verification == Verification::beforeUse || !parsed)
         if (Outcome checked = document.verify(); !checked) return checked.failure();
@@ -282,6 +281,18 @@ void XMLDocument::serialise(XMLFormat format, ByteSink& sink) const {
 
 namespace {
 
+void write(const XMLNode& node, XMLWriter& writer) {
+    pugi::xml_document alone;
+    if (XMLAccess::isEmbeddedText(node)) {
+        pugi::xml_node text = alone.append_child(pugi::node_pcdata);
+        text.set_value(XMLAccess::textRecord(node).value());
+        writer.write(text);
+    } else {
+        writer.write(XMLAccess::pugi(node));
+    }
+    writer.flush();
+}
+
 struct StringSink final : ByteSink {
     std::string text;
     bool write(std::string_view bytes) override {
@@ -301,15 +312,13 @@ std::string XMLDocument::serialise(XMLFormat format) const {
 std::string serialise(const XMLNode& node, XMLFormat format) {
     StringSink sink;
     XMLWriter writer(sink, format);
-    writer.write(XMLAccess::pugi(node));
-    writer.flush();
+    write(node, writer);
     return std::move(sink.text);
 }
 
 void serialise(const XMLNode& node, const XMLLayout& layout, ByteSink& sink) {
     XMLWriter writer(sink, layout);
-    writer.write(XMLAccess::pugi(node));
-    writer.flush();
+    write(node, writer);
 }
 
 }  // namespace reelsweep

@@ -25,9 +25,11 @@ bool isElementNamed(const pugi::xml_node& node, std::string_view name) {
     return equals(node.name(), name) && node.type() == pugi::node_element;
 }
 
+// The value of an element is its embedded text.
 void appendDescendantText(const pugi::xml_node& node, std::string& text) {
+    text += node.value();
     for (pugi::xml_node d = node.first_child(); d;) {
-        if (isTextType(d.type())) text += d.value();
+        if (isTextType(d.type()) || d.type() == pugi::node_element) text += d.value();
         if (d.first_child()) {
             d = d.first_child();
             continue;
@@ -46,6 +48,10 @@ bool isBlankBeforeSection(const pugi::xml_node& node) {
            isBlank(node.value());
 }
 
+bool isEmbeddedBlankBeforeSection(const pugi::xml_node& element) {
+    return element.first_child().type() == pugi::node_cdata && isBlank(element.value());
+}
+
 // The first of this sibling and those after it that is an element: processing instructions have
 // names too.
 pugi::xml_node elementFrom(pugi::xml_node sibling, const char* name) {
@@ -56,7 +62,7 @@ pugi::xml_node elementFrom(pugi::xml_node sibling, const char* name) {
 }  // namespace
 
 XMLKind XMLNode::kind() const {
-    if (attribute_) return XMLKind::attribute;
+    if (attribute_) return isEmbeddedText() ? XMLKind::text : XMLKind::attribute;
     const pugi::xml_node node = XMLAccess::pugi(*this);
     switch (node.type()) {
         case pugi::node_element:
@@ -79,21 +85,25 @@ bool XMLNode::isElement(std::string_view wanted) const {
     return isElementNamed(XMLAccess::pugi(*this), wanted);
 }
 
-bool XMLNode::isText() const { return !attribute_ && isTextType(XMLAccess::pugi(*this).type()); }
+bool XMLNode::isText() const {
+    return attribute_ ? isEmbeddedText() : isTextType(XMLAccess::pugi(*this).type());
+}
 
 std::string_view XMLNode::name() const { return rawName(); }
 
 std::string_view XMLNode::value() const {
+    if (isEmbeddedText()) return XMLAccess::textRecord(*this).value();
+    const pugi::xml_node node = XMLAccess::pugi(*this);
+    if (!attribute_ && node.type() == pugi::node_element) return {};
     if (attribute_) return pugi::xml_attribute(attribute_).value();
-    return XMLAccess::pugi(*this).value();
+    return node.value();
 }
 
 std::string XMLNode::stringValue() const {
-    if (attribute_) return pugi::xml_attribute(attribute_).value();
+    if (attribute_) return std::string(value());
     const pugi::xml_node node = XMLAccess::pugi(*this);
     if (node.type() != pugi::node_element) return node.value();
-    const pugi::xml_node only = node.first_child();
-    if (isTextType(only.type()) && !only.next_sibling()) return only.value();
+    if (const char* const only = onlyText()) return only;
     std::string text;
     appendDescendantText(node, text);
     return text;
@@ -114,22 +124,34 @@ XMLNode XMLNode::top() const {
 
 XMLNode XMLNode::previousSibling() const {
     if (attribute_) return {};
-    return XMLAccess::handle(XMLAccess::pugi(*this).previous_sibling());
+    const pugi::xml_node node = XMLAccess::pugi(*this);
+    if (const pugi::xml_node previous = node.previous_sibling()) return XMLAccess::handle(previous);
+    const pugi::xml_node parent = node.parent();
+    return XMLAccess::embedsText(parent) ? XMLAccess::embeddedText(parent) : XMLNode();
 }
 
 XMLNode XMLNode::nextSibling() const {
+    if (isEmbeddedText()) {
+        const pugi::xml_node record = XMLAccess::textRecord(*this);
+        return XMLAccess::handle(record == XMLAccess::pugi(*this) ? record.first_child()
+                                                                  : record.next_sibling());
+    }
     if (attribute_) return {};
     return XMLAccess::handle(XMLAccess::pugi(*this).next_sibling());
 }
 
 XMLNode XMLNode::firstChild() const {
     if (attribute_) return {};
-    return XMLAccess::handle(XMLAccess::pugi(*this).first_child());
+    const pugi::xml_node node = XMLAccess::pugi(*this);
+    if (XMLAccess::embedsText(node)) return XMLAccess::embeddedText(node);
+    return XMLAccess::handle(node.first_child());
 }
 
 XMLNode XMLNode::lastChild() const {
     if (attribute_) return {};
-    return XMLAccess::handle(XMLAccess::pugi(*this).last_child());
+    const pugi::xml_node node = XMLAccess::pugi(*this);
+    if (const pugi::xml_node last = node.last_child()) return XMLAccess::handle(last);
+    return XMLAccess::embedsText(node) ? XMLAccess::embeddedText(node) : XMLNode();
 }
 
 XMLNode XMLNode::child(const char* name) const {
@@ -154,6 +176,7 @@ void XMLNode::findFirstChildren(const std::string_view* names, XMLNode* found,
 }
 
 XMLNode XMLNode::nextSibling(const char* name) const {
+    if (isEmbeddedText()) return parent().child(name);
     if (attribute_) return {};
     return XMLAccess::handle(elementFrom(XMLAccess::pugi(*this).next_sibling(name), name));
 }
@@ -193,7 +216,10 @@ void XMLNode::forEachAttribute(
 
 XMLNode XMLNode::firstText() const {
     if (attribute_) return {};
-    for (pugi::xml_node node = XMLAccess::pugi(*this).first_child(); !XMLAccess::isNull(node);
+    const pugi::xml_node element = XMLAccess::pugi(*this);
+    if (XMLAccess::embedsText(element) && !isEmbeddedBlankBeforeSection(element))
+        return XMLAccess::embeddedText(element);
+    for (pugi::xml_node node = element.first_child(); !XMLAccess::isNull(node);
          node = node.next_sibling())
         if (isTextType(node.type()) && !isBlankBeforeSection(node)) return XMLAccess::handle(node);
     return {};
@@ -201,13 +227,15 @@ XMLNode XMLNode::firstText() const {
 
 const char* XMLNode::onlyText() const {
     if (attribute_) return nullptr;
-    const pugi::xml_node first = XMLAccess::pugi(*this).first_child();
+    const pugi::xml_node element = XMLAccess::pugi(*this);
+    const pugi::xml_node first = element.first_child();
+    if (XMLAccess::embedsText(element)) return XMLAccess::isNull(first) ? element.value() : nullptr;
     if (XMLAccess::isNull(first) || !isTextType(first.type())) return nullptr;
     return XMLAccess::isNull(first.next_sibling()) ? first.value() : nullptr;
 }
 
 const char* XMLNode::rawName() const {
-    if (attribute_) return pugi::xml_attribute(attribute_).name();
+    if (attribute_) return isEmbeddedText() ? "" : pugi::xml_attribute(attribute_).name();
     const char* const own = XMLAccess::pugi(*this).name();
     return *own == XMLAccess::contentMark ? "" : own;
 }
@@ -218,6 +246,7 @@ const char* XMLNode::rawText() const {
     const char* const first = node.child_value();
     if (*first == '\0' || static_cast<unsigned char>(*first) > ' ') return first;
     const XMLNode text = firstText();
+    // The value of an element is its embedded text.
     return text ? XMLAccess::pugi(text).value() : first;
 }
 

@@ -121,6 +121,13 @@ public:
 
     // Edits. All nodes must belong to one document.
 
+    /// Most elements keep a text that comes first in their own record. A handle on such a text
+    /// holds until the text is moved or something is put before it. This gives it a record of its
+    /// own, so that handles hold whatever is done to it.
+    void separateText();
+    /// This node, such a text with a record of its own: for who moves it and keeps the handle.
+    XMLNode separated() const;
+
     /// Takes the node out of its parent. A node without parent is left as it is.
     void detach();
     /// Each moves `node` (with all below it), from wherever it is, to its new place.
@@ -149,6 +156,8 @@ public:
 
     /// Stable while the document lives; for maps keyed by node.
     const void* identity() const {
+        // No other node can stand in the middle of an element's record.
+        if (isEmbeddedText()) return reinterpret_cast<const char*>(node_) + 1;
         return attribute_ ? static_cast<const void*>(attribute_) : static_cast<const void*>(node_);
     }
 
@@ -158,6 +167,12 @@ private:
     void findFirstChildren(const std::string_view* names, XMLNode* found, std::size_t count) const;
     XMLNode(pugi::xml_node_struct* node, pugi::xml_attribute_struct* attribute)
         : node_(node), attribute_(attribute) {}
+    // In the place of an attribute: the node is the text that the element keeps in its own record.
+    static pugi::xml_attribute_struct* embeddedMark() {
+        return reinterpret_cast<pugi::xml_attribute_struct*>(&embeddedMark_);
+    }
+    bool isEmbeddedText() const { return attribute_ == embeddedMark(); }
+    inline static std::max_align_t embeddedMark_{};
 
     pugi::xml_node_struct* node_ = nullptr;
     pugi::xml_attribute_struct* attribute_ = nullptr;

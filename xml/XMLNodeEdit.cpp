@@ -31,30 +31,79 @@ pugi::xml_node XMLAccess::detachedSlot(const pugi::xml_node& anyNode) {
     return appendSlot(anyNode.root().last_child());
 }
 
+void XMLAccess::markDetached(pugi::xml_node detached, bool mayEmbed) {
+    const char name[] = {detachedMark, mayEmbed ? embeddingMark : '\0', '\0'};
+    detached.set_name(name);
+}
+
+pugi::xml_node XMLAccess::textRecord(const XMLNode& embedded) {
+    const pugi::xml_node element = pugi(embedded);
+    if (embedsText(element)) return element;
+    const pugi::xml_node first = element.first_child();
+    return first.type() == pugi::node_pcdata ? first : pugi::xml_node();
+}
+
+pugi::xml_node XMLAccess::separate(pugi::xml_node element) {
+    if (!embedsText(element)) return {};
+    pugi::xml_node text = element.prepend_child(pugi::node_pcdata);
+    text.set_value(element.value());
+    // What this sets is the embedded text, as long as there is one.
+    element.text().set("");
+    return text;
+}
+
+void XMLAccess::separateAll(const pugi::xml_node& anyNode) {
+    const pugi::xml_node document = anyNode.root();
+    for (pugi::xml_node node = document.first_child(); node;) {
+        separate(node);
+        pugi::xml_node next = node.first_child();
+        while (!next && node != document) {
+            next = node.next_sibling();
+            if (!next) node = node.parent();
+        }
+        node = next;
+    }
+    markDetached(document.last_child(), false);
+}
+
+void XMLNode::separateText() {
+    if (!attribute_) XMLAccess::separate(XMLAccess::pugi(*this));
+}
+
+XMLNode XMLNode::separated() const {
+    if (!isEmbeddedText()) return *this;
+    XMLAccess::separate(XMLAccess::pugi(*this));
+    return XMLAccess::handle(XMLAccess::textRecord(*this));
+}
+
 void XMLNode::detach() {
+    if (isEmbeddedText()) *this = separated();
     if (attribute_ || !parent()) return;
     const pugi::xml_node node = XMLAccess::pugi(*this);
     XMLAccess::detachedSlot(node).append_move(node);
 }
 
 void XMLNode::appendChild(XMLNode node) {
-    moveOutOfSlot(XMLAccess::pugi(node),
+    moveOutOfSlot(XMLAccess::pugi(node.separated()),
                   [&](const pugi::xml_node& n) { return XMLAccess::pugi(*this).append_move(n); });
 }
 
 void XMLNode::prependChild(XMLNode node) {
-    moveOutOfSlot(XMLAccess::pugi(node),
+    separateText();
+    moveOutOfSlot(XMLAccess::pugi(node.separated()),
                   [&](const pugi::xml_node& n) { return XMLAccess::pugi(*this).prepend_move(n); });
 }
 
 void XMLNode::insertBefore(XMLNode node, XMLNode next) {
-    moveOutOfSlot(XMLAccess::pugi(node), [&](const pugi::xml_node& n) {
+    next = next.separated();
+    moveOutOfSlot(XMLAccess::pugi(node.separated()), [&](const pugi::xml_node& n) {
         return XMLAccess::pugi(*this).insert_move_before(n, XMLAccess::pugi(next));
     });
 }
 
 void XMLNode::insertAfter(XMLNode node, XMLNode previous) {
-    moveOutOfSlot(XMLAccess::pugi(node), [&](const pugi::xml_node& n) {
+    previous = previous.separated();
+    moveOutOfSlot(XMLAccess::pugi(node.separated()), [&](const pugi::xml_node& n) {
         return XMLAccess::pugi(*this).insert_move_after(n, XMLAccess::pugi(previous));
     });
 }
@@ -67,20 +116,41 @@ void XMLNode::insertChildAtIndex(XMLNode node, std::size_t index) {
         appendChild(node);
 }
 
+namespace {
+
+XMLNode appendCopyTo(pugi::xml_node parent, const XMLNode& node) {
+    if (!XMLAccess::isEmbeddedText(node))
+        return XMLAccess::handle(parent.append_copy(XMLAccess::pugi(node)));
+    pugi::xml_node text = parent.append_child(pugi::node_pcdata);
+    text.set_value(XMLAccess::textRecord(node).value());
+    return XMLAccess::handle(text);
+}
+
+}  // namespace
+
 XMLNode XMLNode::copy() const {
-    if (!node_ || attribute_) return {};
-    const pugi::xml_node node = XMLAccess::pugi(*this);
-    return XMLAccess::handle(XMLAccess::detachedSlot(node).append_copy(node));
+    if (!node_ || (attribute_ && !isEmbeddedText())) return {};
+    return appendCopyTo(XMLAccess::detachedSlot(XMLAccess::pugi(*this)), *this);
 }
 
 XMLNode XMLNode::appendCopy(XMLNode node) {
     if (!node_ || attribute_) return {};
-    return XMLAccess::handle(XMLAccess::pugi(*this).append_copy(XMLAccess::pugi(node)));
+    const pugi::xml_node parent = XMLAccess::pugi(*this);
+    if (XMLAccess::mayEmbed(XMLAccess::pugi(node)) && !XMLAccess::mayEmbed(parent))
+        XMLAccess::markDetached(parent.root().last_child(), true);
+    return appendCopyTo(parent, node);
 }
 
 void XMLNode::setText(std::string_view text) {
     if (!isElement()) return;
     pugi::xml_node node = XMLAccess::pugi(*this);
+    if (XMLAccess::embedsText(node)) {
+        if (!node.first_child() && !text.empty()) {
+            node.text().set(std::string(text).c_str());
+            return;
+        }
+        separateText();
+    }
     pugi::xml_node only = node.first_child();
     if (!only || only.next_sibling() || only.type() != pugi::node_pcdata) {
         while (XMLNode first = firstChild()) first.detach();

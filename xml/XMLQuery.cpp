@@ -187,6 +187,10 @@ Failure queryFailure(const std::string& what, std::string_view query) {
 Result<std::vector<XMLNode>> selectNodes(XMLNode context, std::string_view query) {
     std::vector<XMLNode> nodes;
     if (!context) return nodes;
+    if (XMLAccess::mayEmbed(XMLAccess::pugi(context))) {
+        XMLAccess::separateAll(XMLAccess::pugi(context));
+        context = context.separated();
+    }
     std::string relative;
     if (!query.empty() && query[0] == '/') {
         // What pugixml takes for the root holds more than the document: start at the document's
