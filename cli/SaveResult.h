@@ -7,6 +7,8 @@
 #include "documents/Document.h"
 
 #include <functional>
+#include <future>
+#include <memory>
 #include <optional>
 #include <string>
 
@@ -28,5 +30,20 @@ Outcome saveResult(const SavePlace& place, const std::function<void(ByteSink&)>&
 /// The same for what a tidy has made. In a file, what the input held stays byte for byte as it was
 /// where that is possible.
 Outcome saveResult(const SavePlace& place, const Tidied& tidied);
+
+/// A result that is saved while it is still being made: what the file keeps of its input is copied
+/// beside the passes. What was begun and is not saved leaves nothing behind. Thread rule: one
+/// thread at a time.
+class SaveInWork {
+public:
+    /// What goes wrong is said by save().
+    void begin(const SavePlace& place, const std::shared_ptr<const SplicedSave>& splice);
+    /// As saveResult(), whether it was begun or not.
+    Outcome save(const SavePlace& place, const Tidied& tidied);
+
+private:
+    std::unique_ptr<AtomicFile> file_;  ///< once begun
+    std::future<void> head_;            ///< ends before the file goes
+};
 
 }  // namespace reelsweep

@@ -196,7 +196,13 @@ void TidyFile::process() {
             Platform::current().mainThread->runAndWait(
                 [&] { terminal.setProgressLabelText(text); });
         };
+        SaveInWork saving;
+        if (!plan_.dryRun)
+            work_->request.onSplice = [&](const auto& splice) {
+                saving.begin(savePlace(), splice);
+            };
         work_->tidied.emplace(tidy(*work_->document, work_->request, {std::move(stop), show}));
+        work_->request.onSplice = nullptr;
         if (!*work_->tidied) return;
         saved_ = checkKeeps();
         if (saved_) saved_ = checkRules();
@@ -205,29 +211,34 @@ void TidyFile::process() {
             turnover_.emplace((*work_->tidied)->ledger(), planned_.output, plan_.turnover);
             saved_ = turnover_->check(plan_.force);
         }
-        if (saved_) save();
+        if (saved_) save(saving);
         if (saved_ && turnover_) saved_ = turnover_->save(plan_.force);
     });
     terminal.endProgress();
 }
 
+SavePlace TidyFile::savePlace() const {
+    SavePlace place{planned_.output};
+    if (plan_.force || planned_.inPlace) place.overwrite = Overwrite::always;
+    if (planned_.inPlace) place.path = documentFile(planned_.output);
+    return place;
+}
+
 // On the background thread.
-void TidyFile::save() {
+void TidyFile::save(SaveInWork& saving) {
     const Tidied& result = **work_->tidied;
     if (!result.hasResult() || plan_.dryRun) return;
     Platform::current().mainThread->runAndWait(
         [this] { application_.terminal().setProgressLabelText("Saving..."); });
-    SavePlace place{planned_.output};
-    if (plan_.force || planned_.inPlace) place.overwrite = Overwrite::always;
+    SavePlace place = savePlace();
     // One that used the document up looks at its input by itself.
     if (planned_.inPlace && result.document()) place.mustStillBe = result.document()->loadedFile();
     place.codes = result.fileCodes();
-    if (planned_.inPlace) place.path = documentFile(planned_.output);
     const bool isBundle = isFCPXMLBundle(place.path) && file_->kind() == DocumentFormat::fcpxml;
     saved_ = isBundle ? saveBundle(
                             place.path, place.overwrite, file_->path(),
                             [&](const std::string& inside) { return saveResult({inside}, result); })
-                      : saveResult(place, result);
+                      : saving.save(place, result);
     if (saved_) reported_.output = planned_.output;
 }
 

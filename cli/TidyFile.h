@@ -6,6 +6,7 @@
 #include "base/Failure.h"
 #include "cli/ExitCode.h"
 #include "cli/InputFile.h"
+#include "cli/SaveResult.h"
 #include "cli/TidyPlan.h"
 #include "documents/Document.h"
 #include "hosts/FinalCutProHost.h"
@@ -52,7 +53,8 @@ private:
     Outcome settleFCPXML();
     Outcome makeFolder() const;
     void process();
-    void save();
+    SavePlace savePlace() const;
+    void save(SaveInWork& saving);
     ExitCode conclude();
     ExitCode showResult();
     Outcome checkKeeps() const;

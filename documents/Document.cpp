@@ -46,6 +46,11 @@ void Tidied::write(AtomicFile& file, ByteSink& sink) const {
     const std::shared_ptr<const SplicedSave> spliced = splice();
     if (!spliced) return write(sink);
     spliced->writeHead(file);
+    writeAfterHead(file, sink);
+}
+
+void Tidied::writeAfterHead(AtomicFile& file, ByteSink& sink) const {
+    const std::shared_ptr<const SplicedSave> spliced = splice();
     spliced->writeChild(addition_, sink);
     spliced->writeTail(file);
 }

@@ -73,6 +73,9 @@ struct DocumentRequest {
     /// third of the memory. The document cannot be tidied again, and what is tidied of it cannot be
     /// looked at as a document: it can be saved to files.
     bool usesUpDocument = false;
+    /// Called before the passes of a run that uses the document up: the result will be the bytes of
+    /// the file with the bin between, so whoever saves it can begin to. On the run's thread.
+    std::function<void(const std::shared_ptr<const SplicedSave>&)> onSplice = {};
 };
 
 /// What of it concerns each sequence.
@@ -113,6 +116,8 @@ public:
     /// The same in parts, for a file that is open already, through a sink that leads to it. What
     /// goes wrong, the file's commit() says.
     void write(AtomicFile& file, ByteSink& sink) const;
+    /// The same for a file that the head was written to already, by what onSplice was given.
+    void writeAfterHead(AtomicFile& file, ByteSink& sink) const;
     /// Writes document() pretty-printed, for what is no file.
     void write(ByteSink& sink) const;
 

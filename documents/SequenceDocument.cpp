@@ -80,6 +80,7 @@ private:
             return rows_.size();
         tidied_.splice_ = document_.splice();
         document_.isUsedUp_ = tidied_.splice_ != nullptr;
+        if (tidied_.splice_ && request_.onSplice) request_.onSplice(tidied_.splice_);
         return document_.isUsedUp_ ? document_.largest(rows_) : rows_.size();
     }
 
