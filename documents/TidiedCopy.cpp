@@ -38,15 +38,12 @@ Failure named(const Failure& why, const std::string& title) {
 // A blank that is all that a track holds is layout. An item that is put beside it must not find it
 // for a neighbour.
 void dropLayoutOfTracks(XMLNode sequence) {
-    for (const char* const type : {"video", "audio"})
-        for (const XMLNode media : childrenNamed(sequence, "media"))
-            for (const XMLNode kind : childrenNamed(media, type))
-                for (const XMLNode track : childrenNamed(kind, "track")) {
-                    XMLNode only = track.firstChild();
-                    if (only && !only.nextSibling() && only.kind() == XMLKind::text &&
-                        only.value().find_first_not_of(" \t\r\n") == std::string_view::npos)
-                        only.detach();
-                }
+    for (const XMLNode& track : allTracks(sequence)) {
+        XMLNode only = track.firstChild();
+        if (only && !only.nextSibling() && only.kind() == XMLKind::text &&
+            only.value().find_first_not_of(" \t\r\n") == std::string_view::npos)
+            only.detach();
+    }
 }
 
 }  // namespace
@@ -66,9 +63,11 @@ Result<std::unique_ptr<CopyInWork>> CopyInWork::beginWithoutCopy(const SourceSeq
 Result<std::unique_ptr<CopyInWork>> CopyInWork::beginOn(XMLNode copy, const SourceSequence& source,
                                                         const TidyRequest& request,
                                                         const TidyControls& controls) {
-    std::unique_ptr<CopyInWork> work(new CopyInWork(source, copy, request));
+    // The copy may be the source itself.
+    const std::string sourceUUID = source.uuid().value_or(std::string());
     renameCopy(copy);
     dropLayoutOfTracks(copy);
+    std::unique_ptr<CopyInWork> work(new CopyInWork(source, sourceUUID, copy, request));
     if (Outcome done = work->tidy_.applyPasses(controls); !done)
         return named(done.failure(), source.title);
     return work;

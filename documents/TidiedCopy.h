@@ -65,9 +65,10 @@ public:
     TidiedCopy finish();
 
 private:
-    CopyInWork(const SourceSequence& source, XMLNode copy, const TidyRequest& request)
+    CopyInWork(const SourceSequence& source, std::string sourceUUID, XMLNode copy,
+               const TidyRequest& request)
         : source_(source),
-          sourceUUID_(source.uuid().value_or(std::string())),
+          sourceUUID_(std::move(sourceUUID)),
           copy_(copy),
           tidy_(copy, source.node, request) {}
 

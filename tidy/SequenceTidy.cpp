@@ -3,8 +3,8 @@
 #include "tidy/PassRun.h"
 #include "tidy/passes/Passes.h"
 #include "timeline/PictureDifference.h"
+#include "timeline/Vocabulary.h"
 
-#include <future>
 #include <set>
 #include <unordered_set>
 #include <utility>
@@ -22,6 +22,15 @@ Asked askedOf(const OptionList& passes) {
     return {.filters = hasOption(passes, "removeFilters"),
             .videoTransitions = hasOption(passes, "removeVideoTransitions"),
             .audioTransitions = hasOption(passes, "removeAudioTransitions")};
+}
+
+bool hasManyItems(XMLNode sequence) {
+    constexpr std::size_t few = 2000;
+    std::size_t count = 0;
+    for (const XMLNode& track : allTracks(sequence))
+        for (XMLNode node = track.firstChild(); node; node = node.nextSibling())
+            if (++count > few) return true;
+    return false;
 }
 
 // A clip that one step left alone and a later one did change, or took out, was not kept.
@@ -52,14 +61,18 @@ void noteExcluded(SequenceLedger& ledger, const ClipVeto& veto, const TimelineEd
 }  // namespace
 
 SequenceTidy::SequenceTidy(XMLNode copy, XMLNode source, TidyRequest request)
-    : source_(source), request_(std::move(request)), edit_(copy, ledger_) {
+    : source_(source),
+      request_(std::move(request)),
+      copy_(copy),
+      reading_(beginReading()),
+      edit_(copy, ledger_) {
     ledger_.timecode = SequenceTimecode::of(copy);
     for (const PassRow& row : passTable())
         if (!row.element.empty() && hasOption(request_.passes, row.option))
             edit_.expectElements({&row.element, 1});
 }
 
-XMLNode SequenceTidy::document() const { return (source_ ? source_ : edit_.sequence()).top(); }
+XMLNode SequenceTidy::document() const { return (source_ ? source_ : copy_).top(); }
 
 Timeline SequenceTidy::read() const {
     return Timeline::ofEdited(edit_.sequence(), *before_, TimelineDetail::picture);
@@ -81,19 +94,19 @@ Outcome SequenceTidy::runSteps(const TidyControls& controls, PictureGuard* guard
 
 // What the proof reads of the sequence, and what the passes will ask for: each is a walk over the
 // tree, and nothing edits it yet.
-void SequenceTidy::readSource() {
+std::future<Timeline> SequenceTidy::beginReading() const {
+    if (!looksAtPicture()) return {};
+    // Here, and not when the other walk comes to it.
+    for (XMLNode track : allTracks(copy_)) track.separateText();
     // A thread takes as long to start as it takes to read some hundred items.
-    constexpr std::size_t fewItems = 2000;
-    std::future<Timeline> reading;
-    if (looksAtPicture()) {
-        const auto catalogue =
-            request_.catalogue ? request_.catalogue : MediaCatalogue::of(document());
-        const auto policy =
-            edit_.itemsBefore() > fewItems ? std::launch::async : std::launch::deferred;
-        reading = std::async(policy, [sequence = edit_.sequence(), catalogue] {
-            return Timeline::of(sequence, catalogue, TimelineDetail::picture);
-        });
-    }
+    const auto policy = hasManyItems(copy_) ? std::launch::async : std::launch::deferred;
+    const auto catalogue = request_.catalogue ? request_.catalogue : MediaCatalogue::of(document());
+    return std::async(policy, [sequence = copy_, catalogue] {
+        return Timeline::of(sequence, catalogue, TimelineDetail::picture);
+    });
+}
+
+void SequenceTidy::readSource() {
     // What an item's filters tell is read while they are at hand.
     const bool asksTransparency = hasOption(request_.passes, "collapseTracks") &&
                                   hasOption(request_.passes, "collapseUncompositedClips");
@@ -104,7 +117,7 @@ void SequenceTidy::readSource() {
             });
     });
     if (edit_.sequence() == source_) edit_.noteLooseClips();
-    if (reading.valid()) before_ = reading.get();
+    if (reading_.valid()) before_ = reading_.get();
 }
 
 Outcome SequenceTidy::applyPasses(const TidyControls& controls) {

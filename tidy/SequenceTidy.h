@@ -13,6 +13,7 @@
 #include "tidy/TidySequence.h"
 #include "timeline/Timeline.h"
 
+#include <future>
 #include <memory>
 #include <optional>
 
@@ -21,7 +22,8 @@ namespace reelsweep {
 class SequenceTidy {
 public:
     /// Over a sequence that is edited in place; `source` as in tidySequence, or the same sequence
-    /// when there is no copy. Then it cannot be made to import.
+    /// when there is no copy. Then it cannot be made to import. The tree must not be edited between
+    /// this and the passes: from here on it is read.
     SequenceTidy(XMLNode copy, XMLNode source, TidyRequest request);
     SequenceTidy(const SequenceTidy&) = delete;
     SequenceTidy& operator=(const SequenceTidy&) = delete;
@@ -39,6 +41,7 @@ private:
     Outcome runSteps(const TidyControls& controls, PictureGuard* guard);
     bool excludesEverything() const { return veto_ && veto_->excludesEverything(); }
     bool looksAtPicture() const { return request_.keepPicture || request_.provesPicture; }
+    std::future<Timeline> beginReading() const;
     void readSource();
     Timeline read() const;
     void compare();
@@ -50,6 +53,8 @@ private:
     XMLNode source_;
     TidyRequest request_;
     SequenceLedger ledger_;
+    XMLNode copy_;
+    std::future<Timeline> reading_;  ///< of the sequence as it came
     TimelineEdit edit_;
     std::optional<ClipVeto> veto_;
     TransparentClips transparentClips_;  ///< as they came

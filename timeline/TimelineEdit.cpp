@@ -9,16 +9,6 @@ namespace reelsweep {
 
 namespace {
 
-// The tracks of a sequence, video first.
-std::vector<XMLNode> allTracks(XMLNode sequence) {
-    std::vector<XMLNode> tracks;
-    for (const char* const type : {"video", "audio"})
-        for (const XMLNode media : childrenNamed(sequence, "media"))
-            for (const XMLNode kind : childrenNamed(media, type))
-                for (const XMLNode track : childrenNamed(kind, "track")) tracks.push_back(track);
-    return tracks;
-}
-
 std::vector<XMLNode> itemsOn(const std::vector<XMLNode>& tracks) {
     std::vector<XMLNode> items;
     for (const XMLNode& track : tracks)

@@ -6,6 +6,15 @@ namespace reelsweep {
 
 const char* description(MediaType type) { return type == MediaType::video ? "video" : "audio"; }
 
+std::vector<XMLNode> allTracks(XMLNode sequence) {
+    std::vector<XMLNode> tracks;
+    for (const char* const type : {"video", "audio"})
+        for (const XMLNode media : childrenNamed(sequence, "media"))
+            for (const XMLNode kind : childrenNamed(media, type))
+                for (const XMLNode track : childrenNamed(kind, "track")) tracks.push_back(track);
+    return tracks;
+}
+
 std::vector<XMLNode> mainTracks(XMLNode sequence, MediaType type) {
     std::vector<XMLNode> tracks;
     const XMLNode list = sequence.child("media").child(description(type));

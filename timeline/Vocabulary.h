@@ -66,6 +66,8 @@ enum class MediaType { video, audio };
 /// "video", "audio": the element's name, and the word of messages.
 const char* description(MediaType type);
 
+/// All tracks of a sequence, video first: of every such element of every media element.
+std::vector<XMLNode> allTracks(XMLNode sequence);
 /// The tracks of the first video or audio element of the sequence's first media element.
 std::vector<XMLNode> mainTracks(XMLNode sequence, MediaType type);
 
