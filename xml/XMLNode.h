@@ -2,7 +2,8 @@
 //
 // A null handle is safe everywhere: its relatives are null, its texts empty, edits do nothing.
 // Detaching a node never invalidates a handle: the node loses its parent and siblings, no query
-// from elsewhere reaches it, and its memory is freed with its document.
+// from elsewhere reaches it, and its memory is freed with its document. A loaded text that is moved
+// is the one exception: see separateText().
 // Thread rule: one document's nodes are used from one thread at a time.
 #pragma once
 
@@ -121,11 +122,12 @@ public:
 
     // Edits. All nodes must belong to one document.
 
-    /// Most elements keep a text that comes first in their own record. A handle on such a text
-    /// holds until the text is moved or something is put before it. This gives it a record of its
-    /// own, so that handles hold whatever is done to it.
+    /// A loaded element keeps a text that comes first in its own record. A handle on such a text
+    /// holds until the text is moved or something is put before it. This gives the text a record of
+    /// its own, so that handles that are made from now on hold whatever is done to it.
     void separateText();
-    /// This node, such a text with a record of its own: for who moves it and keeps the handle.
+    /// The handle that separateText() makes for such a text; of any other node the node itself. For
+    /// whoever moves a node and keeps the handle.
     XMLNode separated() const;
 
     /// Takes the node out of its parent. A node without parent is left as it is.
