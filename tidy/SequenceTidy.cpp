@@ -2,7 +2,6 @@
 
 #include "tidy/PassRun.h"
 #include "tidy/passes/Passes.h"
-#include "timeline/PictureDifference.h"
 #include "timeline/Vocabulary.h"
 
 #include <set>
@@ -75,7 +74,7 @@ SequenceTidy::SequenceTidy(XMLNode copy, XMLNode source, TidyRequest request)
 XMLNode SequenceTidy::document() const { return (source_ ? source_ : copy_).top(); }
 
 Timeline SequenceTidy::read() const {
-    return Timeline::ofEdited(edit_.sequence(), *before_, TimelineDetail::picture);
+    return Timeline::ofEdited(edit_.sequence(), before_->timeline(), TimelineDetail::picture);
 }
 
 Outcome SequenceTidy::runSteps(const TidyControls& controls, PictureGuard* guard) {
@@ -117,7 +116,7 @@ void SequenceTidy::readSource() {
             });
     });
     if (edit_.sequence() == source_) edit_.noteLooseClips();
-    if (reading_.valid()) before_ = reading_.get();
+    if (reading_.valid()) before_.emplace(reading_.get());
 }
 
 Outcome SequenceTidy::applyPasses(const TidyControls& controls) {
@@ -145,7 +144,7 @@ Timeline SequenceTidy::withoutChosenFilters() const {
     PassRun run{edit, request_.ignoredEffects, {}, noProgress, nullptr, &veto, &request_.rules};
     // It fails when it is stopped, and nobody can stop it.
     [[maybe_unused]] const Outcome done = passes::removeFilters(run);
-    return Timeline::ofEdited(edit.sequence(), *before_, TimelineDetail::picture);
+    return Timeline::ofEdited(edit.sequence(), before_->timeline(), TimelineDetail::picture);
 }
 
 void SequenceTidy::compare() {
@@ -158,7 +157,7 @@ void SequenceTidy::compare() {
 // A careful run begins again from the start, with the edits kept back that changed the picture,
 // until nothing has changed unasked.
 Outcome SequenceTidy::applyCarefully(const TidyControls& controls) {
-    PictureGuard guard(*before_);
+    PictureGuard guard(before_->timeline());
     const TimelineEdit::Checkpoint start = edit_.checkpoint();
     for (;;) {
         if (Outcome done = runSteps(controls, &guard); !done) return done;

@@ -11,7 +11,7 @@
 #include "tidy/PassRun.h"
 #include "tidy/PictureGuard.h"
 #include "tidy/TidySequence.h"
-#include "timeline/Timeline.h"
+#include "timeline/PictureDifference.h"
 
 #include <future>
 #include <memory>
@@ -58,7 +58,7 @@ private:
     TimelineEdit edit_;
     std::optional<ClipVeto> veto_;
     TransparentClips transparentClips_;  ///< as they came
-    std::optional<Timeline> before_;
+    std::optional<ShownAndPlayed> before_;
     /// The same without the filters that are to go, when some are to stay.
     std::optional<Timeline> without_;
     std::optional<ImportSource> importSource_;

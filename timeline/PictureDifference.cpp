@@ -132,18 +132,35 @@ Frames firstFrame(const Intervals& intervals) {
     return intervals.list().empty() ? Frames{} : intervals.list().front().range.start;
 }
 
+// Begins at once what is worth a thread, and does at once what is not: one takes as long to start
+// as it takes to go over some hundred clips.
+template <class Work>
+auto begin(std::size_t itemCount, Work work) {
+    constexpr std::size_t fewItems = 2000;
+    const bool isLarge = itemCount > fewItems;
+    const auto policy =
+        isLarge ? std::launch::async | std::launch::deferred : std::launch::deferred;
+    auto result = std::async(policy, std::move(work)).share();
+    if (!isLarge) result.wait();
+    return result;
+}
+
 }  // namespace
 
+ShownAndPlayed::ShownAndPlayed(const Timeline& timeline)
+    : timeline_(timeline), both_(begin(timeline.items().size(), [timeline] {
+          return Both{picture(timeline), sound(timeline)};
+      })) {}
+
 std::shared_ptr<const PictureDifference::Half> PictureDifference::compared(
-    const Timeline& source, const Timeline& copy, MediaType type, Asked asked,
+    const ShownAndPlayed& source, const Timeline& copy, MediaType type, Asked asked,
     const Timeline* without) {
-    auto half = std::make_shared<Half>(Half{
-        Intervals(source, type, allFrames, {}), Intervals(copy, type, allFrames, {}), {}, {}, {}});
+    auto half = std::make_shared<Half>(Half{Intervals(copy, type, allFrames, {}), {}, {}, {}});
     const PictureOptions options{.ignoreFilters = asked.filters,
                                  .ignoreTransitions = type == MediaType::video
                                                           ? asked.videoTransitions
                                                           : asked.audioTransitions};
-    half->differences = Comparison(half->source, half->copy, options, without).differences();
+    half->differences = Comparison(source.of(type), half->copy, options, without).differences();
     for (const Difference& difference : half->differences) {
         Frames& sum = difference.asked ? half->asked : half->changed;
         sum = sum + (difference.range.end - difference.range.start);
@@ -153,20 +170,14 @@ std::shared_ptr<const PictureDifference::Half> PictureDifference::compared(
 
 PictureDifference::HalfToCome PictureDifference::compare(
     MediaType type, Asked asked, const std::optional<Timeline>& without) const {
-    // A thread takes as long to start as it takes to compare some hundred clips.
-    constexpr std::size_t fewItems = 2000;
-    const bool isLarge = source_.items().size() + copy_.items().size() > fewItems;
-    const auto policy =
-        isLarge ? std::launch::async | std::launch::deferred : std::launch::deferred;
-    auto half = std::async(policy, [source = source_, copy = copy_, type, asked, without] {
-                    return compared(source, copy, type, asked, without ? &*without : nullptr);
-                }).share();
-    if (!isLarge) half.wait();
-    return half;
+    return begin(source().items().size() + copy_.items().size(),
+                 [source = source_, copy = copy_, type, asked, without] {
+                     return compared(source, copy, type, asked, without ? &*without : nullptr);
+                 });
 }
 
-PictureDifference::PictureDifference(const Timeline& source, const Timeline& copy, Asked asked,
-                                     const std::optional<Timeline>& without)
+PictureDifference::PictureDifference(const ShownAndPlayed& source, const Timeline& copy,
+                                     Asked asked, const std::optional<Timeline>& without)
     : source_(source),
       copy_(copy),
       picture_(compare(MediaType::video, asked, without)),
@@ -175,9 +186,9 @@ PictureDifference::PictureDifference(const Timeline& source, const Timeline& cop
 Frames PictureDifference::frames() const {
     Frames first;
     for (const MediaType type : {MediaType::video, MediaType::audio})
-        for (const Intervals* const intervals : {&of(type).source, &of(type).copy})
+        for (const Intervals* const intervals : {&source_.of(type), &of(type).copy})
             first = std::min(first, firstFrame(*intervals));
-    return std::max(source_.end(), copy_.end()) - first;
+    return std::max(source().end(), copy_.end()) - first;
 }
 
 bool PictureDifference::isSame() const {

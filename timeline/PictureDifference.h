@@ -75,14 +75,37 @@ struct Difference {
     std::optional<Contributor> is;
 };
 
+/// All that a timeline shows and plays, made once for everything that it is compared with. A large
+/// one is made on a thread of its own from the beginning, and whoever asks waits for it. A copy is
+/// the same one.
+class ShownAndPlayed {
+public:
+    explicit ShownAndPlayed(const Timeline& timeline);
+
+    const Timeline& timeline() const { return timeline_; }
+    const Intervals& of(MediaType type) const {
+        return type == MediaType::video ? both_.get().picture : both_.get().sound;
+    }
+
+private:
+    struct Both {
+        Intervals picture;
+        Intervals sound;
+    };
+    Timeline timeline_;
+    std::shared_future<Both> both_;
+};
+
 class PictureDifference {
 public:
     /// O(n log n) in the items of both. Where only some of the filters were asked to go, `asked`
     /// says nothing of filters, and `without` is the source as it is when those are gone.
-    PictureDifference(const Timeline& source, const Timeline& copy, Asked asked = {},
+    PictureDifference(const ShownAndPlayed& source, const Timeline& copy, Asked asked = {},
                       const std::optional<Timeline>& without = {});
+    PictureDifference(const Timeline& source, const Timeline& copy, Asked asked = {})
+        : PictureDifference(ShownAndPlayed(source), copy, asked) {}
 
-    const Timeline& source() const { return source_; }
+    const Timeline& source() const { return source_.timeline(); }
     const Timeline& copy() const { return copy_; }
 
     /// In time order.
@@ -103,14 +126,13 @@ public:
 private:
     // The picture, or the sound.
     struct Half {
-        Intervals source;
         Intervals copy;
         std::vector<Difference> differences;
         Frames asked;
         Frames changed;
     };
     using HalfToCome = std::shared_future<std::shared_ptr<const Half>>;
-    static std::shared_ptr<const Half> compared(const Timeline& source, const Timeline& copy,
+    static std::shared_ptr<const Half> compared(const ShownAndPlayed& source, const Timeline& copy,
                                                 MediaType type, Asked asked,
                                                 const Timeline* without);
     HalfToCome compare(MediaType type, Asked asked, const std::optional<Timeline>& without) const;
@@ -118,7 +140,7 @@ private:
         return *(type == MediaType::video ? picture_ : sound_).get();
     }
 
-    Timeline source_;
+    ShownAndPlayed source_;
     Timeline copy_;
     HalfToCome picture_;
     HalfToCome sound_;
