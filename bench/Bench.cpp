@@ -142,28 +142,32 @@ struct Bench {
     std::size_t items;
     int runs;
 
+    static fs::path self() { return fs::read_symlink("/proc/self/exe"); }
+
+    static Measured wholeTidy(const std::string& in, const std::string& out) {
+        warmMemory(in);
+        return runAndMeasure({(self().parent_path() / "reelsweep-cli").string(), "tidy", in,
+                              "--passes", "all", "--literal", "-o", out, "--force", "--quiet"});
+    }
+
     void whole(const GrownShape& file) const {
         const std::string in = folder.file("in.xml");
         const std::string out = folder.file("out.xml");
         const std::string scratch = folder.file("scratch.xml");
-        const fs::path self = fs::read_symlink("/proc/self/exe");
-        const std::string cli = (self.parent_path() / "reelsweep-cli").string();
         generate({.items = items, .shape = file.shape}, in);
         const double inputBytes = static_cast<double>(fs::file_size(in));
 
         std::vector<double> tidy, floor, fair, lint, memory, toFloor, toFair, toLint;
         for (int run = 0; run < runs; ++run) {
-            warmMemory();
-            const Measured tidied = runAndMeasure(
-                {cli, "tidy", in, "--passes", "all", "--literal", "-o", out, "--force", "--quiet"});
+            const Measured tidied = wholeTidy(in, out);
             tidy.push_back(tidied.milliseconds);
             memory.push_back(static_cast<double>(tidied.peakKilobytes) * 1024 / inputBytes);
-            warmMemory();
+            warmMemory(in);
             std::istringstream floors(
-                runAndMeasure({self.string(), "--floor", in, out, scratch}).output);
+                runAndMeasure({self().string(), "--floor", in, out, scratch}).output);
             require(bool(floors >> floor.emplace_back() >> fair.emplace_back()),
                     "the floor says nothing");
-            warmMemory();
+            warmMemory(in);
             lint.push_back(
                 runAndMeasure({"xmllint", "--format", out, "--output", scratch}).milliseconds);
             toFloor.push_back(tidy.back() / floor.back());
@@ -195,16 +199,12 @@ struct Bench {
     void manySequences() const {
         const std::string in = folder.file("in.xml");
         const std::string out = folder.file("out.xml");
-        const fs::path self = fs::read_symlink("/proc/self/exe");
-        const std::string cli = (self.parent_path() / "reelsweep-cli").string();
         fmt::print(
             "Whole tidy of many sequences\n\n| what | items | input MB | output MB | ms | "
             "memory, output = 1 |\n|---|--:|--:|--:|--:|--:|\n");
         const auto row = [&](const char* title, TimelineShape shape, std::size_t count) {
             generate({.items = count, .shape = shape}, in);
-            warmMemory();
-            const Measured tidied = runAndMeasure(
-                {cli, "tidy", in, "--passes", "all", "--literal", "-o", out, "--force", "--quiet"});
+            const Measured tidied = wholeTidy(in, out);
             const auto bytes = static_cast<double>(fs::file_size(out));
             fmt::print("| {} | {} | {:.1f} | {:.1f} | {:.0f} | {:.1f} |\n", title, count,
                        static_cast<double>(fs::file_size(in)) / 1e6, bytes / 1e6,
@@ -251,11 +251,17 @@ struct Bench {
         const std::string in = folder.file("in.xml");
         fmt::print("Growth, {}: ms at each number of items\n\n", file.title);
         std::vector<std::size_t> sizes;
-        for (std::size_t n = items / 4; n <= items * file.largest; n *= 2) sizes.push_back(n);
+        for (std::size_t n = items / 2; n <= items * file.largest; n *= 2) sizes.push_back(n);
         std::vector<std::vector<Step>> columns;
         for (const std::size_t n : sizes) {
             generate({.items = n, .shape = file.shape}, in);
-            columns.push_back(timeSteps(in, folder.file("out.xml"), runs));
+            const std::string out = folder.file("out.xml");
+            std::vector<double> tidies;
+            for (int run = 0; run < runs; ++run) tidies.push_back(wholeTidy(in, out).milliseconds);
+            std::vector<Step>& column = columns.emplace_back();
+            column.push_back({"whole tidy", median(tidies)});
+            const std::vector<Step> steps = timeSteps(in, out, runs);
+            column.insert(column.end(), steps.begin(), steps.end());
         }
         fmt::print("| step | {} | largest per doubling (at most 2.2) |\n", fmt::join(sizes, " | "));
         fmt::print("|---|{}--:|\n", fmt::join(std::vector<std::string>(sizes.size(), "--:|"), ""));
@@ -312,7 +318,7 @@ int main(int argc, char** argv) {
     CLI::App app{"Times a tidy beside the work that no tidy can do without."};
     app.add_option("--floor", floorPaths)->expected(3)->group("");
     app.add_option("--items", items,
-                   "items of the file; growth goes from a quarter to twice or eight times that")
+                   "items of the file; growth goes from half to twice or eight times that")
         ->check(CLI::Range(std::size_t{4}, std::size_t{10'000'000}))
         ->capture_default_str();
     app.add_option("--runs", runs, "runs of which the median counts")

@@ -41,7 +41,7 @@ std::vector<CareCost> timeCare(const std::string& input, const std::string& outp
     std::array<std::vector<double>, ways.size()> times, ratios;
     for (int run = 0; run < runs; ++run) {
         for (std::size_t i = 0; i < ways.size(); ++i) {
-            warmMemory();
+            warmMemory(input);
             times[i].push_back(milliseconds([&] { tidyOnce(input, output, ways[i]); }));
             ratios[i].push_back(times[i].back() / times[0].back());
         }

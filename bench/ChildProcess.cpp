@@ -5,9 +5,11 @@
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <chrono>
+#include <filesystem>
 #include <stdexcept>
 #include <system_error>
 
@@ -63,8 +65,12 @@ Measured runAndMeasure(const std::vector<std::string>& command) {
     return measured;
 }
 
-void warmMemory() {
-    constexpr std::size_t bytes = std::size_t{2} << 30;
+void warmMemory(const std::string& path) {
+    // Trees of the file, of its copy and of the result, and what is written beside them.
+    constexpr std::size_t mostOfInput = 12;
+    constexpr std::size_t least = std::size_t{2} << 30;
+    const std::size_t bytes =
+        std::max(least, mostOfInput * std::size_t{std::filesystem::file_size(path)});
     constexpr std::size_t page = 4096;
     const pid_t child = fork();
     if (child == 0) {

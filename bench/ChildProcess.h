@@ -18,9 +18,9 @@ struct Measured {
 /// std::runtime_error when it cannot be started or does not end with 0.
 Measured runAndMeasure(const std::vector<std::string>& command);
 
-/// Has another process touch more memory than anything measured here uses, and waits for its end. A
-/// virtual machine gives free memory back to its host, and getting it again would be measured
-/// otherwise: up to a second for half a gigabyte.
-void warmMemory();
+/// Has another process touch more memory than anything uses that is measured here with this file,
+/// and waits for its end. A virtual machine gives free memory back to its host, and getting it
+/// again would be measured otherwise: up to a second for half a gigabyte.
+void warmMemory(const std::string& path);
 
 }  // namespace reelsweep

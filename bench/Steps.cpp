@@ -94,7 +94,7 @@ void require(bool condition, const std::string& what) {
 std::vector<Step> timeSteps(const std::string& input, const std::string& output, int runs) {
     std::vector<std::vector<Step>> all;
     for (int run = 0; run < runs; ++run) {
-        warmMemory();
+        warmMemory(input);
         all.push_back(timeStepsOnce(input, output));
     }
     std::vector<Step> medians;
