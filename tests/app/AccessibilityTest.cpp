@@ -66,7 +66,7 @@ TEST_F(AppTest, NamesEveryControlOfEveryWindow) {
     progress->end();
     process(window);
     expectNames(shownAlert());
-    answerAlert("Not Now");
+    EXPECT_TRUE(answerAlert("Not Now"));
     ASSERT_TRUE(ends(window));
     expectNames(window);
     menuItem(window, "terminate:")->trigger();

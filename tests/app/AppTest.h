@@ -61,15 +61,21 @@ inline std::string alertText() {
     return toText(shownAlert()->text() + ": " + shownAlert()->informativeText());
 }
 
+/// Clicks a button once it can be hit; false when it never can. On a display a new window may first
+/// be too small for it: sizes come back from the server in their own time.
+[[nodiscard]] inline bool click(const QPointer<QAbstractButton>& button) {
+    if (!comesTrue([&] { return !button || !button->visibleRegion().isEmpty(); }) || !button)
+        return false;
+    QTest::mouseClick(button, Qt::LeftButton);
+    return true;
+}
+
 /// Presses a button of the alert on the screen; false when it has none with that text.
-inline bool answerAlert(const QString& title) {
+[[nodiscard]] inline bool answerAlert(const QString& title) {
     QMessageBox* const box = shownAlert();
     if (!box) return false;
     for (QAbstractButton* const button : box->buttons())
-        if (QString(button->text()).remove('&') == title) {
-            QTest::mouseClick(button, Qt::LeftButton);
-            return true;
-        }
+        if (QString(button->text()).remove('&') == title) return click(button);
     return false;
 }
 
@@ -85,6 +91,8 @@ protected:
         defaults.setObject("showOpenDialogAtStartup", 0);
     }
     ~AppTest() override {
+        // After a failure a run may still wait for an answer, and its window would wait for the run.
+        while (QMessageBox* const alert = shownAlert()) delete alert;
         // What was closed goes first: whoever deletes it again meets it half gone.
         QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
         // Some go with others.
@@ -135,7 +143,7 @@ protected:
     }
     /// Presses the process button and waits for the alert at the end.
     static std::string process(DocumentWindow* window) {
-        QTest::mouseClick(processButton(window), Qt::LeftButton);
+        EXPECT_TRUE(click(processButton(window)));
         return alertText();
     }
     static bool ends(const DocumentWindow* window) {

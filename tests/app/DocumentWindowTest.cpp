@@ -55,7 +55,7 @@ TEST_F(AppTest, PutsWhatNeedsAttentionBeforeEverythingElse) {
     window->selectAllSequences(true);
     EXPECT_NE(process(window).find("2 changes in 2 sequences, 3 need your attention"),
               std::string::npos);
-    answerAlert("Not Now");
+    EXPECT_TRUE(answerAlert("Not Now"));
     ASSERT_TRUE(ends(window));
     const QAbstractItemModel* const model = tree(window)->model();
     ASSERT_EQ(model->rowCount(), 3);
@@ -80,7 +80,7 @@ TEST_F(AppTest, ShowsOneRowForAllThatBecameOfAClip) {
         "film.xml", projectXML({sequenceXML("V1: A[0,100) V2: B[20,60) V3: C[150,200)+Blur")}));
     setOptions(window, {"collapseTracks", "collapseUncompositedClips", "removeFilters"});
     process(window);
-    answerAlert("Not Now");
+    EXPECT_TRUE(answerAlert("Not Now"));
     ASSERT_TRUE(ends(window));
     QAbstractItemModel* const model = tree(window)->model();
     const auto rows = [&](const QModelIndex& parent) {
@@ -137,7 +137,7 @@ TEST_F(AppTest, OffersPresetsAndKeepsThoseThatTheUserMakes) {
     EXPECT_FALSE(uncomposited->isEnabled());
     setOptions(window, {"replaceGaps", "removeMarkers"});
     EXPECT_FALSE(boxes->savePreset("Everything"));
-    QTest::mouseClick(child<QPushButton>(window, "savePresetBtn"), Qt::LeftButton);
+    EXPECT_TRUE(click(child<QPushButton>(window, "savePresetBtn")));
     auto* const question = window->findChild<QInputDialog*>();
     ASSERT_TRUE(question);
     question->setTextValue("Ours");
@@ -166,14 +166,14 @@ TEST_F(AppTest, TakesCareOfThePictureUnlessItIsToldNotTo) {
     EXPECT_TRUE(child<QCheckBox>(window, "importSafeCheckBox")->isChecked());
     window->selectAllSequences(true);
     EXPECT_NE(process(window).find("1 change in 1 sequence."), std::string::npos) << alertText();
-    answerAlert("Not Now");
+    EXPECT_TRUE(answerAlert("Not Now"));
     ASSERT_TRUE(ends(window));
 
     DocumentWindow* const literal = open("other.xml", film);
     child<QCheckBox>(literal, "keepPictureCheckBox")->setChecked(false);
     literal->selectAllSequences(true);
     EXPECT_NE(process(literal).find("1 needs your attention"), std::string::npos) << alertText();
-    answerAlert("Not Now");
+    EXPECT_TRUE(answerAlert("Not Now"));
     ASSERT_TRUE(ends(literal));
 }
 
@@ -232,7 +232,7 @@ TEST_F(AppTest, RunsTwoDocumentsAtOnce) {
     DocumentWindow* const second = open("second.xml", film());
     for (DocumentWindow* const window : {first, second}) {
         tick(window, 0);
-        QTest::mouseClick(processButton(window), Qt::LeftButton);
+        EXPECT_TRUE(click(processButton(window)));
     }
     ASSERT_TRUE(comesTrue([&] { return first->isWindowModified() && second->isWindowModified(); }));
     for (int alerts = 0; alerts < 2; ++alerts) {
@@ -247,7 +247,7 @@ TEST_F(AppTest, ReachesTheResultFromWhereverTheKeyboardIs) {
     EXPECT_TRUE(comesTrue([&] { return window->focusWidget() == table(window); }));
     tick(window, 0);
     process(window);
-    answerAlert("Not Now");
+    EXPECT_TRUE(answerAlert("Not Now"));
     ASSERT_TRUE(ends(window));
     auto* const filter = child<QLineEdit>(window, "changesFilter");
     press(window, QKeySequence::Find);
@@ -277,7 +277,7 @@ TEST_F(AppTest, LetsGoOfASheetThatAFailedRunLeavesUp) {
         EXPECT_EQ(process(window).substr(0, 23), "Unable to load XML data");
         EXPECT_TRUE(progressSheet(window)->isVisible());
         if (cancelsFirst) QTest::keyClick(progressSheet(window), Qt::Key_Escape);
-        answerAlert("OK");
+        EXPECT_TRUE(answerAlert("OK"));
         ASSERT_TRUE(ends(window));
         EXPECT_EQ(progressSheet(window)->isVisible(), !cancelsFirst);
         if (!cancelsFirst) QTest::keyClick(progressSheet(window), Qt::Key_Escape);
@@ -332,7 +332,7 @@ TEST_F(AppTest, TidiesFCPXMLAsAWhole) {
     EXPECT_EQ(
         process(window),
         "Processing complete: Please save the XML file.\n\n1 change: Remove markers\u00a0(1).");
-    answerAlert("Not Now");
+    EXPECT_TRUE(answerAlert("Not Now"));
     ASSERT_TRUE(ends(window));
     menuItem(window, "exportTidied:")->trigger();
     EXPECT_EQ(window->suggestedCopy(), toQString(folder / "film-Tidied.fcpxml"));

@@ -63,7 +63,7 @@ TEST_F(AppTest, TidiesRealFCPXMLWithItsOwnPassesAndRemembersThem) {
             box(window, kind + std::string("KindBox"))->setChecked(true);
 
         const std::string told = process(window);
-        answerAlert("Not Now");
+        EXPECT_TRUE(answerAlert("Not Now"));
         ASSERT_TRUE(ends(window));
         const std::pair<const char*, std::size_t> expected[] = {
             {"Remove video effects", shownOf(file, "filter-video")},
@@ -92,7 +92,7 @@ TEST_F(AppTest, TidiesRealFCPXMLWithItsOwnPassesAndRemembersThem) {
         EXPECT_FALSE(box(again, "analysis-markerKindBox")->isChecked());
         EXPECT_EQ(process(again).substr(0, 80),
                   "Processing complete: Please save the XML file.\n\nNothing had to be changed.");
-        answerAlert("Not Now");
+        EXPECT_TRUE(answerAlert("Not Now"));
         ASSERT_TRUE(ends(again));
         again->closeDiscarding();
         window->closeDiscarding();
@@ -111,7 +111,7 @@ TEST_F(AppTest, TidiesClipsThatStandInNoProject) {
     EXPECT_EQ(toText(processButton(window)->toolTip()), "Tick what is to be done.");
     setOptions(window, {"removeMarkers", "fcpxRemoveMarkers"});
     EXPECT_NE(process(window).find("1 change: "), std::string::npos);
-    answerAlert("Not Now");
+    EXPECT_TRUE(answerAlert("Not Now"));
     ASSERT_TRUE(ends(window));
     ASSERT_TRUE(window->saveCopyTo(folder / "out.fcpxml"));
     EXPECT_EQ(count(folder / "out.fcpxml", "//marker"), 0U);
@@ -130,7 +130,7 @@ TEST_F(AppTest, TidiesABundleAndSavesOne) {
     ASSERT_TRUE(window);
     setOptions(window, {"fcpxRemoveMarkers"});
     process(window);
-    answerAlert("Not Now");
+    EXPECT_TRUE(answerAlert("Not Now"));
     ASSERT_TRUE(ends(window));
     EXPECT_EQ(window->suggestedCopy(), toQString(folder / "Cut-Tidied.fcpxmld"));
     ASSERT_TRUE(window->saveCopyTo(toText(window->suggestedCopy())));
@@ -141,16 +141,16 @@ TEST_F(AppTest, TidiesABundleAndSavesOne) {
     writeFile(bundle + "/Info.fcpxml", contentsOf(bundle + "/Info.fcpxml") + " ");
     window->save();
     alertText();
-    answerAlert("Save Over File");
+    EXPECT_TRUE(answerAlert("Save Over File"));
     EXPECT_NE(alertText().find("was changed by another program"), std::string::npos);
-    answerAlert("Cancel");
+    EXPECT_TRUE(answerAlert("Cancel"));
     EXPECT_EQ(count(bundle + "/Info.fcpxml", "//marker"), 1U);
     process(window);
-    answerAlert("Not Now");
+    EXPECT_TRUE(answerAlert("Not Now"));
     ASSERT_TRUE(ends(window));
     window->save();
     alertText();
-    answerAlert("Save Over File");
+    EXPECT_TRUE(answerAlert("Save Over File"));
     EXPECT_EQ(count(bundle + "/Info.fcpxml", "//marker"), 0U);
     EXPECT_EQ(contentsOf(bundle + "/tracking.bin"), "data");
 }

@@ -46,7 +46,7 @@ TEST_F(AppTest, ShowsAHundredThousandChangesAndFindsOne) {
     process(window);
     pulse.stop();
     EXPECT_GT(handled, 10);
-    answerAlert("Not Now");
+    EXPECT_TRUE(answerAlert("Not Now"));
     ASSERT_TRUE(ends(window));
 
     const QAbstractItemModel* const model = tree(window)->model();
@@ -67,7 +67,7 @@ TEST_F(AppTest, KeepsTheTreeOfChangesInOrderWhileItIsFiltered) {
              projectXML({sequenceXML("V1: A[0,9) !B[9,20) V2: C[20,30)"), disabledClips(3)}));
     menuItem(window, "tickAll:")->trigger();
     process(window);
-    answerAlert("Not Now");
+    EXPECT_TRUE(answerAlert("Not Now"));
     ASSERT_TRUE(ends(window));
     const QAbstractItemModelTester tester(tree(window)->model(),
                                           QAbstractItemModelTester::FailureReportingMode::Fatal);

@@ -44,7 +44,7 @@ protected:
     DocumentWindow* openFromList(int row) {
         QListWidget* const list = projectList();
         list->setCurrentRow(row);
-        QTest::mouseClick(child<QPushButton>(list->window(), "openBtn"), Qt::LeftButton);
+        EXPECT_TRUE(click(child<QPushButton>(list->window(), "openBtn")));
         EXPECT_TRUE(comesTrue([&] { return !controller.documents().windows().isEmpty(); }));
         DocumentWindow* const window = controller.documents().windows().constLast();
         EXPECT_TRUE(comesTrue([&] { return table(window)->model()->rowCount() > 0; }));
@@ -216,7 +216,7 @@ TEST_F(NativeWindowTest, CancelsARunThatTheHostKeepsWaiting) {
         SCOPED_TRACE(silent);
         host.setFaults(silent);
         const Promptly promptly;
-        QTest::mouseClick(processButton(window), Qt::LeftButton);
+        EXPECT_TRUE(click(processButton(window)));
         EXPECT_TRUE(comesTrue([&, label = QString(label)] {
             return child<QLabel>(window, "progressLabel")->text().startsWith(label);
         }));

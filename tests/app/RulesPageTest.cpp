@@ -34,7 +34,7 @@ TEST_F(AppTest, MindsTheRulesInPreviewRunPresetsAndTheNextWindow) {
     EXPECT_EQ(rulesTitle(window), "R&ules (1)");
     ASSERT_TRUE(comesTrue([&] { return box->text() == "Collapse tracks (0)"; }));
     EXPECT_EQ(process(window).find("3 changes"), std::string::npos);
-    answerAlert("Not Now");
+    EXPECT_TRUE(answerAlert("Not Now"));
     ASSERT_TRUE(ends(window));
     EXPECT_EQ(window->findChild<RulesPage*>()->rules(), (TidyRules{.tracks = {"A7", "v2"}}));
 
@@ -75,7 +75,7 @@ TEST_F(AppTest, AnswersToEachRuleOnRealFiles) {
         edit->clear();
         QTest::keyClicks(edit, toQString(row.value));
         process(window);
-        answerAlert("Not Now");
+        EXPECT_TRUE(answerAlert("Not Now"));
         ASSERT_TRUE(ends(window));
         const std::string copy = folder / "copy.xml";
         ASSERT_TRUE(window->saveCopyTo(copy));

@@ -17,7 +17,7 @@ TEST_F(AppTest, KeepsTheFirstResultWhenTheSecondRunIsCancelled) {
     DocumentWindow* const window = open("long.xml", xml);
     tick(window, 0);
     process(window);
-    answerAlert("Not Now");
+    EXPECT_TRUE(answerAlert("Not Now"));
     ASSERT_TRUE(ends(window));
     const auto totals = [&] { return toText(child<QLabel>(window, "changesTotals")->text()); };
     const std::string before = totals();
@@ -31,7 +31,7 @@ TEST_F(AppTest, KeepsTheFirstResultWhenTheSecondRunIsCancelled) {
     window->selectAllSequences(true);
     window->process();
     alertText();
-    answerAlert("Replace");
+    EXPECT_TRUE(answerAlert("Replace"));
     ASSERT_TRUE(comesTrue([&] { return progressSheet(window)->isVisible(); }));
     QTest::keyClick(progressSheet(window), Qt::Key_Escape);
     ASSERT_TRUE(ends(window));
@@ -53,13 +53,13 @@ TEST_F(AppTest, ReplacesAnUnsavedResultOrKeepsBoth) {
         DocumentWindow* const window = open(name, film());
         tick(window, 0);
         process(window);
-        answerAlert("Not Now");
+        EXPECT_TRUE(answerAlert("Not Now"));
         ASSERT_TRUE(ends(window));
         window->process();
         alertText();
         EXPECT_TRUE(answerAlert(row.answer));
         ASSERT_TRUE(comesTrue([] { return shownAlert() != nullptr; }));
-        answerAlert("Not Now");
+        EXPECT_TRUE(answerAlert("Not Now"));
         ASSERT_TRUE(ends(window));
         EXPECT_TRUE(child<QLabel>(window, "changesTotals")->text().startsWith(row.changes));
         EXPECT_EQ(tree(window)->model()->rowCount(), static_cast<int>(row.copies));
@@ -152,7 +152,7 @@ TEST_F(AppTest, ListsAllThatIsNotSavedBeforeItQuits) {
         DocumentWindow* const window = open(name, cut());
         comesTrue([&] { return processButton(window)->isEnabled(); });
         process(window);
-        answerAlert("Not Now");
+        EXPECT_TRUE(answerAlert("Not Now"));
         ends(window);
         return window;
     };
@@ -174,7 +174,7 @@ TEST_F(AppTest, ListsAllThatIsNotSavedBeforeItQuits) {
     menuItem(first, "terminate:")->trigger();
     ASSERT_TRUE(list());
     list()->item(1)->setCheckState(Qt::Unchecked);
-    QTest::mouseClick(child<QPushButton>(list()->window(), "saveAndQuitBtn"), Qt::LeftButton);
+    EXPECT_TRUE(click(child<QPushButton>(list()->window(), "saveAndQuitBtn")));
     EXPECT_TRUE(comesTrue([&] { return controller.documents().windows().isEmpty(); }));
     EXPECT_NE(contentsOf(folder / "first-Tidied.xml").find("Harbour-Tidied"), std::string::npos);
     EXPECT_FALSE(std::filesystem::exists(folder / "second-Tidied.xml"));
@@ -184,7 +184,7 @@ TEST_F(AppTest, RefusesToSaveOverWhatAnotherProgramWrote) {
     DocumentWindow* const window = open("film.xml", film());
     tick(window, 0);
     process(window);
-    answerAlert("Not Now");
+    EXPECT_TRUE(answerAlert("Not Now"));
     ASSERT_TRUE(ends(window));
     writeFile(folder / "film.xml", "somebody else's");
     press(window, QKeySequence::Save);
@@ -217,7 +217,7 @@ TEST_F(AppTest, AsksWhatToDoWithUnsavedChanges) {
         const QPointer<DocumentWindow> window = open(name, source);
         tick(window, 0);
         process(window);
-        answerAlert("Not Now");
+        EXPECT_TRUE(answerAlert("Not Now"));
         ASSERT_TRUE(ends(window));
         window->close();
         EXPECT_EQ(alertText(), "Do you want to save the tidied copy of “" + name +
@@ -241,7 +241,7 @@ TEST_F(AppTest, RevertsToTheFile) {
     DocumentWindow* const window = open("film.xml", film());
     tick(window, 0);
     process(window);
-    answerAlert("Not Now");
+    EXPECT_TRUE(answerAlert("Not Now"));
     ASSERT_TRUE(ends(window));
     menuItem(window, "revertDocumentToSaved:")->trigger();
     alertText();
@@ -262,7 +262,7 @@ TEST_F(AppTest, StaysAsItIsWhenTheFileCannotBeRevertedTo) {
     EXPECT_NE(alertText().find("Its tidied copy is not saved"), std::string::npos);
     EXPECT_TRUE(answerAlert("Revert"));
     EXPECT_NE(alertText().find("could not be read"), std::string::npos);
-    answerAlert("OK");
+    EXPECT_TRUE(answerAlert("OK"));
     EXPECT_TRUE(processButton(window)->isEnabled());
     EXPECT_TRUE(menuItem(window, "exportTidied:")->isEnabled());
     EXPECT_TRUE(tree(window)->isVisible());

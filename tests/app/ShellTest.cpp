@@ -80,7 +80,7 @@ TEST_F(AppTest, OffersFinalCutProProjectsOnlyWhileItRuns) {
     DocumentWindow* const native = controller.documents().open(toQString(folder / "film.fcp"));
     ASSERT_TRUE(native);
     EXPECT_NE(alertText().find("The sequences could not be listed"), std::string::npos);
-    answerAlert("OK");
+    EXPECT_TRUE(answerAlert("OK"));
     for (const char* const name : {"saveDocument:", "saveDocumentAs:", "revertDocumentToSaved:"})
         EXPECT_FALSE(menuItem(native, name)->isVisible()) << name;
     EXPECT_TRUE(menuItem(native, "saveDocument:")->shortcut().isEmpty());
@@ -111,7 +111,7 @@ TEST_F(AppTest, EditsTheFilterExclusions) {
     auto* const remove = child<QPushButton>(window, "removeExclusionBtn");
     ASSERT_TRUE(list && add && remove);
     EXPECT_FALSE(remove->isEnabled());
-    QTest::mouseClick(add, Qt::LeftButton);
+    EXPECT_TRUE(click(add));
     EXPECT_EQ(exclusions(), std::vector<std::string>{""});
     // The new row is being edited, where it can be seen.
     auto* const editor = list->findChild<QLineEdit*>();
@@ -124,7 +124,7 @@ TEST_F(AppTest, EditsTheFilterExclusions) {
     list->clearSelection();
     EXPECT_FALSE(remove->isEnabled());
     list->selectAll();
-    QTest::mouseClick(remove, Qt::LeftButton);
+    EXPECT_TRUE(click(remove));
     EXPECT_TRUE(exclusions().empty());
     QTest::keyClick(window, Qt::Key_Escape);
     EXPECT_FALSE(window->isVisible());
@@ -248,7 +248,7 @@ TEST_F(AppTest, SaysWhichWindowIsMissing) {
     QObject::connect(&looking, &QTimer::timeout, [&] {
         if (!shownAlert()) return;
         shown += alertText() + "\n";
-        answerAlert("OK");
+        EXPECT_TRUE(answerAlert("OK"));
     });
     looking.start(1);
     controller.showAboutDialog();

@@ -67,7 +67,7 @@ TEST_F(AppTest, ShowsWhatARunWillDoBeforeItIsStarted) {
     ASSERT_TRUE(waitForNote(window, "Preview: 1 removed, 1 moved")) << note(window);
     const auto seen = timelineView(window)->picture()->changes().size();
     process(window);
-    answerAlert("Not Now");
+    EXPECT_TRUE(answerAlert("Not Now"));
     ASSERT_TRUE(ends(window));
     ASSERT_TRUE(timelineView(window)->isVisible());
     ASSERT_TRUE(timelineView(window)->picture());
@@ -95,7 +95,7 @@ TEST_F(AppTest, GoesFromARowToItsClipAndBack) {
     DocumentWindow* const window = open("cut.xml", cut());
     setOptions(window, {"removeDisabledVideoClips", "collapseTracks"});
     process(window);
-    answerAlert("Not Now");
+    EXPECT_TRUE(answerAlert("Not Now"));
     ASSERT_TRUE(ends(window));
     QTreeView* const rows = tree(window);
     TimelineView* const view = timelineView(window);
@@ -212,7 +212,7 @@ TEST_F(AppTest, SeesItFirstSavesTheCopyAndLosesNothing) {
     EXPECT_EQ(alertText().substr(0, 28), "Do you want to save the tidi");
     EXPECT_TRUE(answerAlert("Cancel"));
     EXPECT_TRUE(window->isVisible());
-    QTest::mouseClick(child<QPushButton>(window, "exportBtn"), Qt::LeftButton);
+    EXPECT_TRUE(click(child<QPushButton>(window, "exportBtn")));
     const std::string copy = folder / "graded-Tidied.xml";
     choose(window, copy);
     ASSERT_TRUE(comesTrue([&] { return !window->hasUnsavedResult(); }));
@@ -261,7 +261,7 @@ TEST_F(AppTest, TidiesARealExportFromOpeningToOpeningTheCopy) {
     window->close();
     EXPECT_EQ(alertText().substr(0, 28), "Do you want to save the tidi");
     EXPECT_TRUE(answerAlert("Cancel"));
-    QTest::mouseClick(child<QPushButton>(window, "exportBtn"), Qt::LeftButton);
+    EXPECT_TRUE(click(child<QPushButton>(window, "exportBtn")));
     const std::string copy = folder / "resolve-Tidied.xml";
     choose(window, copy);
     ASSERT_TRUE(comesTrue([&] { return !window->hasUnsavedResult(); }));
@@ -291,7 +291,7 @@ TEST_F(AppTest, LeavesAClipAloneAndRemembersIt) {
     setOptions(window, options);
     ASSERT_TRUE(waitForNote(window, "Preview: 1 moved; 1 kept")) << note(window);
     process(window);
-    answerAlert("Not Now");
+    EXPECT_TRUE(answerAlert("Not Now"));
     ASSERT_TRUE(ends(window));
     EXPECT_EQ(note(window), "1 moved; 1 kept");
     const QAbstractItemModel* const changes = tree(window)->model();
@@ -336,7 +336,7 @@ TEST_F(AppTest, SortsTimesByTheirFrames) {
                             "V1: !Early[0,9) !Later[900000,900010) !Middle[9000,9010)"));
     setOptions(window, {"removeDisabledVideoClips"});
     process(window);
-    answerAlert("Not Now");
+    EXPECT_TRUE(answerAlert("Not Now"));
     ASSERT_TRUE(ends(window));
     const auto names = [&](Qt::SortOrder order) {
         tree(window)->sortByColumn(ChangeReportModel::beforeColumn, order);
