@@ -75,9 +75,9 @@ struct Difference {
     std::optional<Contributor> is;
 };
 
-/// All that a timeline shows and plays, made once for everything that it is compared with. A large
-/// one is made on a thread of its own from the beginning, and whoever asks waits for it. A copy is
-/// the same one.
+/// All that a timeline shows and plays, made once for everything that it is compared with, in
+/// O(n log n) of its items. That of a large one is made on a thread of its own, begun here, and
+/// whoever asks waits for it. Copies share what was made. Thread rule: any thread.
 class ShownAndPlayed {
 public:
     explicit ShownAndPlayed(const Timeline& timeline);

@@ -91,7 +91,7 @@ protected:
         defaults.setObject("showOpenDialogAtStartup", 0);
     }
     ~AppTest() override {
-        // After a failure a run may still wait for an answer, and its window would wait for the run.
+        // After a failure a run may still wait for an answer, and its window for the run.
         while (QMessageBox* const alert = shownAlert()) delete alert;
         // What was closed goes first: whoever deletes it again meets it half gone.
         QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
