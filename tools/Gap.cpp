@@ -144,7 +144,10 @@ int run() {
     const qint64 total = pulse.elapsed();
     QTest::qWait(200);
     pulse.stop();
-    answerAlert("Not Now");
+    if (ended && !answerAlert("Not Now")) {
+        std::fprintf(stderr, "reelsweep-gap: the alert has no button Not Now\n");
+        return 1;
+    }
     comesTrue([&] { return !window->isRunning(); });
     std::size_t changes = 0;
     if (auto* const tree = child<QTreeView>(window, "changesTree"))

@@ -52,6 +52,11 @@ public:
             failed_ = true;
         }
     }
+    void answer(const char* button) {
+        if (answerAlert(button)) return;
+        std::fprintf(stderr, "reelsweep-shots: no alert with the button %s\n", button);
+        failed_ = true;
+    }
     bool failed() const { return failed_; }
 
 private:
@@ -88,18 +93,18 @@ void shootQuestions(DocumentWindow* window, AppController& controller, Photograp
     window->process();
     alertText();
     photographer.take(shownAlert(), "alert-second-run");
-    answerAlert("Cancel");
+    photographer.answer("Cancel");
     window->save();
     alertText();
     photographer.take(shownAlert(), "alert-save-over");
-    answerAlert("Cancel");
+    photographer.answer("Cancel");
     child<QLineEdit>(window, "changesFilter")->setText("disabled");
     comesTrue([&] { return child<QLabel>(window, "changesTotals")->text().contains(" of "); });
     photographer.take(window, "document-changes-filtered");
     window->close();
     alertText();
     photographer.take(shownAlert(), "alert-close");
-    answerAlert("Cancel");
+    photographer.answer("Cancel");
     controller.terminate();
     photographer.take(shown<QDialog>("unsavedDialog"), "quit");
     shown<QDialog>("unsavedDialog")->reject();
@@ -128,7 +133,7 @@ void shootDocument(AppController& controller, Photographer& photographer) {
     comesTrue([&] { return sheet->isVisible() || shownAlert(); });
     alertText();
     photographer.take(shownAlert(), "alert-complete");
-    answerAlert("Not Now");
+    photographer.answer("Not Now");
     comesTrue([&] { return !window->isRunning(); });
     showMovedClip(window);
     photographer.take(window, "document-changes");
@@ -164,7 +169,7 @@ void shootOthers(AppController& controller, Photographer& photographer,
     fcpx->process();
     alertText();
     photographer.take(shownAlert(), "alert-fcpxml");
-    answerAlert("Not Now");
+    photographer.answer("Not Now");
     comesTrue([&] { return !fcpx->isRunning(); });
     photographer.take(fcpx, "fcpxml-changes");
     tickOptions(fcpx, false);
@@ -185,7 +190,7 @@ void shootOthers(AppController& controller, Photographer& photographer,
     cut->process();
     alertText();
     photographer.take(shownAlert(), "alert-no-project");
-    answerAlert("Not Now");
+    photographer.answer("Not Now");
     comesTrue([&] { return !cut->isRunning(); });
     photographer.take(cut, "document-without-project");
     closeDown(cut);
@@ -194,7 +199,7 @@ void shootOthers(AppController& controller, Photographer& photographer,
     controller.documents().open(toQString(folder / "broken.xml"));
     alertText();
     photographer.take(shownAlert(), "alert-broken");
-    answerAlert("OK");
+    photographer.answer("OK");
 
     Platform::current().userDefaults->setObject(
         "ignoredFilters", PropertyList::Array{PropertyList("Colour Corrector 3-way")});
